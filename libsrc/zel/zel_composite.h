@@ -1,0 +1,40 @@
+/* Composite files: several files of one scene in one container, and one view over them. */
+#ifndef ZEL_COMPOSITE_H
+#define ZEL_COMPOSITE_H
+
+#include "zel_types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Reads a file's prefix. offsets, resolution and size have room for 100 entries. Returns 1 for a
+   composite; 0 for a plain file (index 0, one component; the tables are then not set when the file has
+   no prefix); -1 when the file cannot be opened. */
+int ZELReadCompositeInfo(const char* RawFileName, int* baseFileIndex, int* numComponents,
+                         int* offsets, float* resolution, int* size);
+
+/* The same for the base index alone, and for the result alone. */
+int ZELReadCompositeBaseFileIndex(const char* RawFileName, int* baseFileIndex);
+int ZELIsFileComposite(const char* RawFileName);
+
+/* Writes a container of the input files, plain or composite, byte for byte. BaseFileIndex is the
+   position of the base file; UserBaseComponentIndex chooses a component of a composite base file
+   (zero-based, -1 for its first). Where the output exists and overwritePrompt is not 0, asks first and
+   ends the process (0) unless the answer begins with "y". Returns 0; -1 when the inputs cannot be read,
+   do not describe one scene or do not fit in one container, or the output cannot be created. Ends the
+   process (-1) on a write error. */
+int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles, int BaseFileIndex,
+                           int UserBaseComponentIndex, const char* OutputFilename,
+                           int overwritePrompt);
+
+/* Opens a container, or several files together, as one view at the resolution of a reference
+   component. Returns 0, or -1 when an input cannot be read or a single input is not a composite. Ends
+   the process (-1, or -3 for a channel's line) when a component cannot be opened or memory fails. */
+int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, const char* const* InputFileNames,
+                                 int numInputFiles, int BaseFileIndex);
+
+#ifdef __cplusplus
+}
+#endif
+#endif
