@@ -9,8 +9,8 @@ extern "C" {
 #endif
 
 /* Reads a file's prefix. offsets, resolution and size have room for 100 entries. Returns 1 for a
-   composite; 0 for a plain file (index 0, one component; the tables are then not set when the file has
-   no prefix); -1 when the file cannot be opened. */
+   composite; 0 for a plain file (index 0, one component; the tables are zeros when it has no prefix);
+   -1, with nothing set, when the file cannot be opened. */
 int ZELReadCompositeInfo(const char* RawFileName, int* baseFileIndex, int* numComponents,
                          int* offsets, float* resolution, int* size);
 

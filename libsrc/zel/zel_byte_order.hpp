@@ -1,0 +1,12 @@
+// The host's byte order against the files'.
+#ifndef ZEL_BYTE_ORDER_HPP
+#define ZEL_BYTE_ORDER_HPP
+
+namespace zel {
+
+// 0 on a little-endian host, whose order is the files'; 1 on a big-endian one; -1 on neither.
+int hostByteOrder();
+
+}  // namespace zel
+
+#endif

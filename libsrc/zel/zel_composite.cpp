@@ -1,0 +1,372 @@
+#include "zel_composite.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "zel_finish.h"
+#include "zel_io.h"
+#include "zel_line.h"
+#include "zel_memory.hpp"
+#include "zel_open.h"
+#include "zel_prefix.hpp"
+#include "zel_report.hpp"
+#include "zel_same_file.hpp"
+
+namespace {
+
+using zel::Directory;
+using zel::fail;
+using zel::Owned;
+using zel::report;
+
+// Files whose layout is older than this get the prefix that they lack.
+constexpr int firstPrefixedVersion = 200;
+constexpr std::int64_t largestContainer = INT32_MAX;
+constexpr std::size_t blockSize = 256 * 1024;
+
+// The inputs of one container: their directories and, once opened, their records.
+class Inputs {
+public:
+    Inputs(const char* const* names, int count)
+        : names_(names),
+          count_(count),
+          directories_(zel::allocate<Directory>(static_cast<std::size_t>(count))),
+          records_(zel::allocate<ZELType>(static_cast<std::size_t>(count)))
+    {
+        if (!directories_ || !records_)
+            fail("ZELCreateCompositeFile: Error: cannot allocate ZELdata\n");
+    }
+    ~Inputs()
+    {
+        for (int i = 0; i < count_; ++i) finish(i);
+    }
+    Inputs(const Inputs&) = delete;
+    Inputs& operator=(const Inputs&) = delete;
+
+    int count() const { return count_; }
+    const char* name(int i) const { return names_[i]; }
+    Directory& directory(int i) { return directories_.get()[i]; }
+    ZELType& record(int i) { return records_.get()[i]; }
+    int components(int i) { return directory(i).isComposite ? directory(i).prefix.numComponents : 1; }
+
+    void readDirectories()
+    {
+        for (int i = 0; i < count_; ++i) zel::readDirectory(names_[i], directory(i));
+    }
+
+    // Opens every input and reads its first line, which has the scene's start time.
+    bool open()
+    {
+        for (int i = 0; i < count_; ++i) {
+            if (ZELOpenReadOnlyFile(&record(i), names_[i]) < 0) return false;
+            ZELReadLine(&record(i));
+        }
+        return true;
+    }
+
+    void finish(int i)
+    {
+        if (record(i).ReadWriteFlag != ZEL_READ_ONLY) return;
+        ZELFinishReadingFile(&record(i));
+        record(i).ReadWriteFlag = 0;
+    }
+
+private:
+    const char* const* names_;
+    int count_;
+    Owned<Directory> directories_;
+    Owned<ZELType> records_;
+};
+
+// The container that is being written.
+struct Container {
+    FILE* stream = nullptr;
+    zel::Prefix directory{};
+    int components = 0;
+    std::int64_t start = 0;  // where the next component begins
+    std::int64_t copied = 0;
+    std::int64_t expected = 0;
+    Owned<unsigned char> block;
+
+    Container() : block(zel::allocate<unsigned char>(blockSize))
+    {
+        if (!block) fail("ZELCreateCompositeFile: Error: cannot allocate ZELdata\n");
+    }
+    ~Container()
+    {
+        if (stream) std::fclose(stream);
+    }
+    Container(const Container&) = delete;
+    Container& operator=(const Container&) = delete;
+
+    void addEntry(std::int64_t offset, float resolution, std::int64_t size)
+    {
+        directory.offsets[components] = static_cast<int32_t>(offset);
+        directory.resolutions[components] = resolution;
+        directory.sizes[components] = static_cast<int32_t>(size);
+        ++components;
+    }
+};
+
+// A tenth of an hour is as closely as the components of a scene need to agree.
+double tenths(double scanTime)
+{
+    return std::trunc(scanTime * 10.0);
+}
+
+// What differs between two files that should show one scene, or null.
+const char* mismatch(const ZELType& a, const ZELType& b)
+{
+    if (a.ZELHeader.DataType != b.ZELHeader.DataType) return "DataType mismatch";
+    if (a.ZELHeader.year != b.ZELHeader.year) return "year mismatch";
+    if (a.ZELHeader.julian != b.ZELHeader.julian) return "julian mismatch";
+    if (a.ZELHeader.sat_no != b.ZELHeader.sat_no) return "Satellite number mismatch";
+    if (tenths(a.ScanTime) != tenths(b.ScanTime)) return "start time mismatch";
+    return nullptr;
+}
+
+bool showOneScene(Inputs& inputs)
+{
+    for (int i = 0; i < inputs.count(); ++i) {
+        for (int j = i + 1; j < inputs.count(); ++j) {
+            const char* what = mismatch(inputs.record(i), inputs.record(j));
+            if (!what) continue;
+            report("ZELCreateCompositeFile: %s\n", what);
+            report("ZELCreateCompositeFile: Error:  ZEL file headers do not match\n");
+            report("The files are from different images (date/time) or are incompatible data "
+                   "types\n");
+            return false;
+        }
+    }
+    return true;
+}
+
+bool needsPrefix(const ZELType& first)
+{
+    return zel::layoutVersion(first.ZELHeader.VersionNumber) < firstPrefixedVersion;
+}
+
+// Whether the container stays within the format and spares its own inputs.
+bool fits(Inputs& inputs, const char* outputName, std::int64_t size)
+{
+    int components = 0;
+    for (int i = 0; i < inputs.count(); ++i) {
+        components += inputs.components(i);
+        if (!zel::isSameFile(inputs.name(i), outputName)) continue;
+        report("ZELCreateCompositeFile: Error: output file %s is one of the input files\n",
+               outputName);
+        return false;
+    }
+    if (components > ZEL_MAX_COMPONENTS) {
+        report("ZELCreateCompositeFile: Error: %d components, a file holds at most %d\n", components,
+               ZEL_MAX_COMPONENTS);
+        return false;
+    }
+    if (size > largestContainer) {
+        report("ZELCreateCompositeFile: Error: file %s would hold %lld bytes, at most %lld fit\n",
+               outputName, static_cast<long long>(size), static_cast<long long>(largestContainer));
+        return false;
+    }
+    return true;
+}
+
+std::int64_t containerSize(Inputs& inputs)
+{
+    std::int64_t size = needsPrefix(inputs.record(0)) ? compositeHeaderOffset : 0;
+    for (int i = 0; i < inputs.count(); ++i) size += inputs.directory(i).fileSize;
+    return size;
+}
+
+void openOutput(Container& container, const char* name, int overwritePrompt)
+{
+    constexpr int answerSize = 9;
+    if (FILE* existing = std::fopen(name, "rb")) {
+        std::fclose(existing);
+        if (overwritePrompt) zel::confirmOverwrite(name, answerSize);
+    }
+    container.stream = std::fopen(name, "w+b");
+    if (!container.stream) report("ZELCreateCompositeFile: cannot create file %s\n", name);
+}
+
+[[noreturn]] void failWriting()
+{
+    fail("ZELCreateCompositeFile: Error:  write error copying files\n");
+}
+
+// Copies what is left of the input; returns its bytes. Blocks are large and go past the output's
+// buffer, which holds nothing else at that time.
+std::int64_t copyRest(Container& container, FILE* input, const char* name)
+{
+    std::int64_t total = 0;
+    unsigned char* block = container.block.get();
+    while (const std::size_t got = std::fread(block, 1, blockSize, input)) {
+        if (std::fwrite(block, 1, got, container.stream) != got) failWriting();
+        total += static_cast<std::int64_t>(got);
+        container.copied += static_cast<std::int64_t>(got);
+        zel::progress("bytes", static_cast<double>(container.copied),
+                      static_cast<double>(container.expected));
+    }
+    if (std::ferror(input)) fail("ZELCreateCompositeFile: Error: cannot read file %s\n", name);
+    return total;
+}
+
+void appendPlain(Container& container, const ZELType& input, std::int64_t prefixSize)
+{
+    std::rewind(input.fptr);
+    const std::int64_t size =
+        prefixSize + copyRest(container, input.fptr, input.ImageFilename);
+    container.addEntry(container.start, input.ZELHeader.SpatialResolution, size);
+    container.start = ftello(container.stream);
+}
+
+// A composite goes in with its own directory reduced to one component, and its entries follow each
+// other from where it begins.
+void appendComposite(Container& container, const char* name, const Directory& directory)
+{
+    FILE* input = std::fopen(name, "rb");
+    if (!input) fail("ZELCreateCompositeFile: Error: cannot read file %s\n", name);
+    zel::RecordWriter writer(container.stream);
+    unsigned char magicAndVersion[compositeVersionOffset];
+    const bool whole = std::fread(magicAndVersion, 1, sizeof magicAndVersion, input) ==
+                       sizeof magicAndVersion;
+    writer.array("magic and version text", magicAndVersion, sizeof magicAndVersion);
+    zel::Prefix single = zel::plainPrefix(directory.prefix.resolutions[0]);
+    zel::walkDirectory(writer, single);
+    if (!whole || fseeko(input, compositeHeaderOffset, SEEK_SET) != 0) failWriting();
+    copyRest(container, input, name);
+    std::fclose(input);
+    for (int k = 0; k < directory.prefix.numComponents; ++k) {
+        const std::int64_t size = directory.prefix.sizes[k];
+        container.addEntry(container.start, directory.prefix.resolutions[k], size);
+        container.start += size;
+    }
+}
+
+std::int64_t writePrefixForOldFile(Container& container, const ZELType& first)
+{
+    if (!needsPrefix(first)) return 0;
+    report("ZEL file version < 2.0  updating...\n");
+    zel::RecordWriter writer(container.stream);
+    zel::Prefix prefix = zel::plainPrefix(first.ZELHeader.SpatialResolution);
+    zel::walkPrefix(writer, prefix);
+    return compositeHeaderOffset;
+}
+
+void appendInputs(Container& container, Inputs& inputs, int baseFile, int baseComponent)
+{
+    // A plain base file is written as its place among the inputs, whatever comes before it.
+    container.directory.baseIndex = baseFile;
+    std::int64_t prefixSize = writePrefixForOldFile(container, inputs.record(0));
+    for (int i = 0; i < inputs.count(); ++i) {
+        const Directory& directory = inputs.directory(i);
+        if (!directory.isComposite) {
+            appendPlain(container, inputs.record(i), prefixSize);
+        } else {
+            if (i == baseFile)
+                container.directory.baseIndex =
+                    container.components +
+                    (baseComponent < 0 ? directory.prefix.baseIndex : baseComponent);
+            appendComposite(container, inputs.name(i), directory);
+        }
+        prefixSize = 0;
+        inputs.finish(i);
+    }
+}
+
+void patchDirectory(Container& container)
+{
+    container.directory.numComponents = container.components;
+    if (fseeko(container.stream, compositeVersionOffset, SEEK_SET) != 0)
+        fail("ZELCreateCompositeFile: Error:  seek error\n");
+    zel::RecordWriter writer(container.stream);
+    zel::walkDirectory(writer, container.directory);
+    FILE* stream = container.stream;
+    container.stream = nullptr;
+    const bool failed = std::ferror(stream) != 0;
+    if (std::fclose(stream) != 0 || failed) failWriting();
+}
+
+// Which input and which of its components is the base; what was asked for and cannot be is replaced.
+struct Base {
+    int file;
+    int component;
+};
+
+Base chooseFile(Base asked, int numInputFiles)
+{
+    // An index equal to the number of files passes, as it always has.
+    if (asked.file >= 0 && asked.file <= numInputFiles) return asked;
+    report("Warning: specified BaseFileIndex %d invalid... using first file\n", asked.file);
+    return {0, -1};
+}
+
+Base chooseComponent(Base asked, Inputs& inputs)
+{
+    const bool composite =
+        asked.file < inputs.count() && inputs.directory(asked.file).isComposite;
+    if (!composite) return asked;
+    const int count = inputs.directory(asked.file).prefix.numComponents;
+    if (asked.component >= 0 && asked.component <= count) return asked;
+    report("Warning: specified UserBaseComponentIndex %d invalid... using first component\n",
+           asked.component);
+    return {asked.file, 0};
+}
+
+}  // namespace
+
+int ZELReadCompositeInfo(const char* RawFileName, int* baseFileIndex, int* numComponents,
+                         int* offsets, float* resolution, int* size)
+{
+    Directory directory;
+    if (!zel::readDirectory(RawFileName, directory)) return -1;
+    const zel::Prefix& prefix = directory.prefix;
+    std::copy_n(prefix.offsets, ZEL_MAX_COMPONENTS, offsets);
+    std::copy_n(prefix.resolutions, ZEL_MAX_COMPONENTS, resolution);
+    std::copy_n(prefix.sizes, ZEL_MAX_COMPONENTS, size);
+    *baseFileIndex = directory.isComposite ? prefix.baseIndex : 0;
+    *numComponents = directory.isComposite ? prefix.numComponents : 1;
+    return directory.isComposite ? 1 : 0;
+}
+
+int ZELReadCompositeBaseFileIndex(const char* RawFileName, int* baseFileIndex)
+{
+    int count = 0;
+    int offsets[ZEL_MAX_COMPONENTS];
+    int sizes[ZEL_MAX_COMPONENTS];
+    float resolutions[ZEL_MAX_COMPONENTS];
+    return ZELReadCompositeInfo(RawFileName, baseFileIndex, &count, offsets, resolutions, sizes);
+}
+
+int ZELIsFileComposite(const char* RawFileName)
+{
+    int baseFileIndex = 0;
+    return ZELReadCompositeBaseFileIndex(RawFileName, &baseFileIndex);
+}
+
+int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles, int BaseFileIndex,
+                           int UserBaseComponentIndex, const char* OutputFilename,
+                           int overwritePrompt)
+{
+    if (numInputFiles < 2) {
+        report("ZELCreateCompositeFile: Error: insufficient number of input files\n");
+        return -1;
+    }
+    Inputs inputs(InputFileNames, numInputFiles);
+    CheckByteOrder();
+    Base base = chooseFile({BaseFileIndex, UserBaseComponentIndex}, numInputFiles);
+    inputs.readDirectories();
+    base = chooseComponent(base, inputs);
+    if (!inputs.open() || !showOneScene(inputs)) return -1;
+    const std::int64_t size = containerSize(inputs);
+    if (!fits(inputs, OutputFilename, size)) return -1;
+    Container container;
+    container.expected = size;
+    openOutput(container, OutputFilename, overwritePrompt);
+    if (!container.stream) return -1;
+    // The directory is in the library's order, whatever the order of the input that was opened last.
+    CheckByteOrder();
+    appendInputs(container, inputs, base.file, base.component);
+    patchDirectory(container);
+    return 0;
+}

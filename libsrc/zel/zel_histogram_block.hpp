@@ -1,0 +1,29 @@
+// Histogram records, and what counting and statistics need of a histogram.
+#ifndef ZEL_HISTOGRAM_BLOCK_HPP
+#define ZEL_HISTOGRAM_BLOCK_HPP
+
+#include "zel_types.h"
+#include "zel_walk.hpp"
+
+namespace zel {
+
+// Reads a record of a file that starts at fileOffset, and computes its statistics. The caller owns it.
+ZELHistogramType* readHistogram(RecordReader& reader, int fileOffset);
+
+// A new histogram with the range and counts of another; null for null.
+ZELHistogramType* duplicateHistogram(ZELHistogramType* histogram);
+
+// The bin of a position given in bins, truncated toward zero; -1 for one that no bin can have, a
+// position that is not finite among them.
+inline int binAt(float position)
+{
+    return position > -1.0F && position < 65536.0F ? static_cast<int>(position) : -1;
+}
+
+// sum + value + value + ... with count additions, each rounded to float, in a bounded number of steps.
+// Neither sum nor value may be negative.
+float addRepeatedly(float sum, float value, int count);
+
+}  // namespace zel
+
+#endif

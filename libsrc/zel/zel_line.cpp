@@ -1,0 +1,275 @@
+#include "zel_line.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "zel_count.hpp"
+#include "zel_navigate_line.hpp"
+#include "zel_pixels.hpp"
+#include "zel_records.hpp"
+#include "zel_report.hpp"
+
+namespace {
+
+using zel::fail;
+
+std::size_t storedLineSize(const ZELType& file, const ZELChannelType& channel)
+{
+    return static_cast<std::size_t>(file.ZELHeader.NPixelPerLine) *
+           static_cast<std::size_t>(channel.DataByteSize);
+}
+
+void forgetDerived(ZELType& file)
+{
+    file.LatLonInterpolated = 0;
+    file.SolarAnglesCalculated = 0;
+}
+
+// What a line holds unless it is told otherwise.
+void resetLine(ZELType& file)
+{
+    file.ScanAltitude = 0.0F;
+    file.LeftPixel = 0;
+    file.RightPixel = file.ZELHeader.NPixelPerLine - 1;
+    file.NadirPixel = file.ZELHeader.NPixelPerLine / 2 - 1;
+}
+
+off_t placeOfLine(const ZELType& file, int line)
+{
+    return static_cast<off_t>(file.fileOffset) + file.HeaderOffset +
+           static_cast<off_t>(line) * file.LineOffset;
+}
+
+[[noreturn]] void failReading(const ZELType& file)
+{
+    fail("ZELReadLine: read error on file %s, line %d: %s\n", file.ImageFilename, file.CurrentLine,
+         std::ferror(file.fptr) ? std::strerror(errno) : "unexpected end of file");
+}
+
+void checkWritten(const ZELType& file)
+{
+    if (std::ferror(file.fptr))
+        fail("ZELWriteLine: write error on file %s: %s\n", file.ImageFilename, std::strerror(errno));
+}
+
+// The record of the line at which the stream stands, into the line's fields and PixBuf.
+void readRecord(ZELType& file)
+{
+    const off_t place = placeOfLine(file, file.CurrentLine);
+    zel::RecordReader reader(file.fptr, zel::layoutVersion(file.ZELHeader.VersionNumber), place,
+                             place + file.LineOffset);
+    resetLine(file);
+    zel::walkScan(reader, file);
+    zel::walkNavigation(reader, file);
+    for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) {
+        const ZELChannelType& channel = file.Channels[i];
+        if (!channel.ChannelPresentFlag) continue;
+        const int pixels = file.ZELHeader.NPixelPerLine;
+        if (ZELRead(file.PixBuf[i], channel.DataByteSize, pixels, file.fptr) != pixels)
+            failReading(file);
+    }
+}
+
+void decodeChannels(ZELType& file)
+{
+    for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i)
+        if (file.Channels[i].ChannelPresentFlag)
+            zel::decodeLine(file.Channels[i], file.PixBuf[i], file.ZELHeader.NPixelPerLine);
+}
+
+void writeScan(ZELType& file)
+{
+    zel::RecordWriter writer(file.fptr);
+    zel::walkScan(writer, file);
+    if (file.ZELHeader.NumNavPoints <= 0) return;
+    if (!file.LatBuffer || !file.LonBuffer)
+        fail("ZELWriteLine: no navigation points loaded for line %d\n", file.CurrentLine);
+    zel::walkNavigation(writer, file);
+}
+
+void writeChannel(ZELType& file, int index, zel::LineCounter& counter)
+{
+    ZELChannelType& channel = file.Channels[index];
+    const int pixels = file.ZELHeader.NPixelPerLine;
+    if (channel.LoadChannelFlag) {
+        zel::clampLine(channel, pixels);
+        zel::encodeLine(channel, file.PixBuf[index], pixels);
+    }
+    counter.count(index);
+    ZELWrite(file.PixBuf[index], channel.DataByteSize, pixels, file.fptr);
+    channel.LoadChannelFlag = 0;
+}
+
+// A line further on or back; the end of the file is as far as it goes.
+int moveTo(ZELType& file, long long line, const char* function)
+{
+    if (line < 0) {
+        zel::report("%s: invalid line number %lld\n", function, line);
+        return -1;
+    }
+    if (line >= file.NumLines) {
+        file.CurrentLine = file.NumLines;
+        return -1;
+    }
+    file.CurrentLine = static_cast<int32_t>(line);
+    return file.CurrentLine;
+}
+
+int readCurrentLine(ZELType* file, int scale, const char* function)
+{
+    if (file->numZELComponents < 2) return ReadLine(file, scale);
+    if (!file->ZELComponent) fail("%s: Error NULL ZELComponent\n", function);
+    return ZELReadCompositeLine(file, scale);
+}
+
+void copyScan(ZELType& dest, const ZELType& src, const char* function)
+{
+    dest.ScanAltitude = src.ScanAltitude;
+    dest.ScanTime = src.ScanTime;
+    dest.LeftPixel = src.LeftPixel;
+    dest.RightPixel = src.RightPixel;
+    dest.NadirPixel = src.NadirPixel;
+    dest.NadirLat = src.NadirLat;
+    dest.NadirLon = src.NadirLon;
+    zel::copyNavigationPoints(dest, src, function);
+}
+
+// copy(dest channel, src channel, slot) for every slot that both files have.
+template <class Copy>
+void forSharedChannels(ZELType& dest, ZELType& src, const char* function, Copy copy)
+{
+    if (dest.ZELHeader.NPixelPerLine != src.ZELHeader.NPixelPerLine)
+        fail("%s: the files have %d and %d pixels per line\n", function,
+             src.ZELHeader.NPixelPerLine, dest.ZELHeader.NPixelPerLine);
+    for (int i = 0; i < src.ZELHeader.MaxNumChan; ++i) {
+        if (!src.Channels[i].ChannelPresentFlag || !dest.Channels[i].ChannelPresentFlag) continue;
+        if (!src.Channels[i].ChannelData || !dest.Channels[i].ChannelData)
+            fail("%s: channel %d has no line\n", function, i);
+        copy(dest.Channels[i], src.Channels[i], i);
+    }
+}
+
+}  // namespace
+
+int ZELReadLine(ZELType* ZELdata)
+{
+    return readCurrentLine(ZELdata, 1, "ZELReadLine");
+}
+
+int ZELReadLineNoScale(ZELType* ZELdata)
+{
+    return readCurrentLine(ZELdata, 0, "ZELReadLineNoScale");
+}
+
+int ReadLine(ZELType* ZELdata, int scale)
+{
+    zel::requireReadOnly(*ZELdata, "ZELReadLine can only be used on a read only ZEL file\n");
+    // Behind the last whole line there is the end of the file, or another component.
+    if (ZELdata->CurrentLine >= ZELdata->NumLines) return 0;
+    if (ZELdata->CurrentLine != ZELdata->PreviousLine) {
+        forgetDerived(*ZELdata);
+        if (ZELdata->CurrentLine - ZELdata->PreviousLine != 1)
+            fseeko(ZELdata->fptr, placeOfLine(*ZELdata, ZELdata->CurrentLine), SEEK_SET);
+        ZELdata->PreviousLine = ZELdata->CurrentLine;
+        try {
+            readRecord(*ZELdata);
+        } catch (const zel::Damage&) {
+            failReading(*ZELdata);
+        }
+        if (scale) decodeChannels(*ZELdata);
+    }
+    ZELdata->CurrentLine += 1;
+    return ZELdata->ZELHeader.NPixelPerLine;
+}
+
+void ZELWriteLine(ZELType* ZELdata)
+{
+    zel::requireWriteOnly(*ZELdata, "ZELWriteLine can only be used on a write only ZEL file\n");
+    if (!ZELdata->FileOpened) fail("ZELWriteLine: the file is not open for writing\n");
+    forgetDerived(*ZELdata);
+    writeScan(*ZELdata);
+    zel::LineCounter counter(*ZELdata);
+    for (int i = 0; i < ZELdata->ZELHeader.MaxNumChan; ++i)
+        if (ZELdata->Channels[i].ChannelPresentFlag) writeChannel(*ZELdata, i, counter);
+    checkWritten(*ZELdata);
+    ZELdata->CurrentLine += 1;
+    ZELdata->NumLines = ZELdata->CurrentLine;
+    resetLine(*ZELdata);
+}
+
+void ZELCopyLine(ZELType* ZELdataDest, ZELType* ZELdataSrc)
+{
+    static constexpr const char* function = "ZELCopyLine";
+    copyScan(*ZELdataDest, *ZELdataSrc, function);
+    const auto copyStored = [&](ZELChannelType& dest, const ZELChannelType& src, int slot) {
+        if (dest.DataByteSize != src.DataByteSize)
+            fail("%s: channel %d is stored in %d and %d bytes\n", function, slot, src.DataByteSize,
+                 dest.DataByteSize);
+        std::copy_n(src.ChannelData, ZELdataSrc->ZELHeader.NPixelPerLine, dest.ChannelData);
+        std::copy_n(ZELdataSrc->PixBuf[slot], storedLineSize(*ZELdataSrc, src),
+                    ZELdataDest->PixBuf[slot]);
+    };
+    forSharedChannels(*ZELdataDest, *ZELdataSrc, function, copyStored);
+}
+
+void ZELCopyLineWithLoad(ZELType* ZELdataDest, ZELType* ZELdataSrc)
+{
+    static constexpr const char* function = "ZELCopyLineWithLoad";
+    copyScan(*ZELdataDest, *ZELdataSrc, function);
+    const auto load = [&](ZELChannelType& dest, const ZELChannelType& src, int) {
+        std::copy_n(src.ChannelData, ZELdataSrc->ZELHeader.NPixelPerLine, dest.ChannelData);
+        dest.LoadChannelFlag = 1;
+    };
+    forSharedChannels(*ZELdataDest, *ZELdataSrc, function, load);
+}
+
+int ZELSkipLines(ZELType* ZELdata, int n)
+{
+    zel::requireReadOnly(*ZELdata, "CSkipLines can only be used on a read only ZEL file\n");
+    return moveTo(*ZELdata, static_cast<long long>(ZELdata->CurrentLine) + n, "ZELSkipLines");
+}
+
+int ZELSetCurrentLine(ZELType* ZELdata, int line)
+{
+    zel::requireReadOnly(*ZELdata, "ZELSetCurrentLine can only be used on a read only ZEL file\n");
+    return moveTo(*ZELdata, line, "ZELSetCurrentLine");
+}
+
+void ZELSetPadding(ZELType* ZELdata, int left, int right)
+{
+    ZELdata->LeftPixel = left;
+    ZELdata->RightPixel = right;
+}
+
+void ZELGetPadding(ZELType* ZELdata, int* left, int* right)
+{
+    *left = ZELdata->LeftPixel;
+    *right = ZELdata->RightPixel;
+}
+
+void ZELSetNadirPixel(ZELType* ZELdata, int pixel)
+{
+    ZELdata->NadirPixel = pixel;
+}
+
+int ZELGetNadirPixel(ZELType* ZELdata)
+{
+    return ZELdata->NadirPixel;
+}
+
+void ZELSetNadirLatLon(ZELType* ZELdata, float lat, float lon)
+{
+    ZELdata->NadirLat = lat;
+    ZELdata->NadirLon = lon;
+}
+
+float ZELGetNadirLat(ZELType* ZELdata)
+{
+    return ZELdata->NadirLat;
+}
+
+float ZELGetNadirLon(ZELType* ZELdata)
+{
+    return ZELdata->NadirLon;
+}

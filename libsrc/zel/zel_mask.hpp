@@ -1,0 +1,23 @@
+// The seam to the feature layer: a channel's classifier mask, wherever a channel is read, written,
+// copied or freed.
+#ifndef ZEL_MASK_HPP
+#define ZEL_MASK_HPP
+
+#include "zel_types.h"
+#include "zel_walk.hpp"
+
+namespace zel {
+
+// Reads a mask block; null for the block of a channel without a mask.
+ZELFeatureMaskType* readMask(RecordReader& reader);
+
+// Writes a mask block; a null mask is the single number 0.
+void writeMask(FILE* stream, ZELFeatureMaskType* mask);
+
+// A deep copy, and release; both take null.
+ZELFeatureMaskType* duplicateMask(ZELFeatureMaskType* mask);
+void freeMask(ZELFeatureMaskType* mask);
+
+}  // namespace zel
+
+#endif

@@ -1,0 +1,81 @@
+#include "zel_prefix.hpp"
+
+#include <cstring>
+
+#include "zel_io.h"
+#include "zel_report.hpp"
+#include "zel_text.hpp"
+
+namespace zel {
+namespace {
+
+bool readPrefix(RecordReader& reader, Prefix& prefix)
+{
+    try {
+        walkMagic(reader, prefix);
+        if (std::strcmp(prefix.magic, ZELString) != 0) return false;
+        walkDirectory(reader, prefix);
+        return true;
+    } catch (const Damage&) {
+        return false;  // a plain file, whose open will say what it lacks
+    }
+}
+
+bool refuse(const char* filename, const char* what, int value, const char* field, int entry = 0)
+{
+    Prefix prefix{};
+    LayoutSize layout(currentVersion, field);
+    walkPrefix(layout, prefix);
+    report("OpenReadOnlyFile: corrupt file %s: invalid %s %d at offset %lld\n", filename, what, value,
+           static_cast<long long>(layout.place() + 4 * entry));
+    return false;
+}
+
+}  // namespace
+
+bool readDirectory(const char* filename, Directory& directory)
+{
+    CheckByteOrder();
+    directory = Directory{};
+    FILE* stream = std::fopen(filename, "rb");
+    if (!stream) {
+        report("ZELReadCompositeInfo: cannot open file %s\n", filename);
+        return false;
+    }
+    fseeko(stream, 0, SEEK_END);
+    directory.fileSize = ftello(stream);
+    fseeko(stream, 0, SEEK_SET);
+    RecordReader reader(stream, currentVersion, 0, directory.fileSize);
+    if (!readPrefix(reader, directory.prefix)) directory.prefix = Prefix{};
+    directory.isComposite = directory.prefix.numComponents > 1;
+    std::fclose(stream);
+    return true;
+}
+
+bool checkDirectory(const char* filename, const Directory& directory)
+{
+    const Prefix& p = directory.prefix;
+    if (p.numComponents > ZEL_MAX_COMPONENTS)
+        return refuse(filename, "number of components", p.numComponents, "number of components");
+    if (p.baseIndex < 0 || p.baseIndex >= p.numComponents)
+        return refuse(filename, "base component index", p.baseIndex, "base component index");
+    for (int i = 0; i < p.numComponents; ++i) {
+        if (p.offsets[i] < 0 || p.offsets[i] >= directory.fileSize)
+            return refuse(filename, "component offset", p.offsets[i], "component offsets", i);
+        if (p.sizes[i] < 1 || p.sizes[i] > directory.fileSize - p.offsets[i])
+            return refuse(filename, "component size", p.sizes[i], "component sizes", i);
+    }
+    return true;
+}
+
+Prefix plainPrefix(float spatialResolution)
+{
+    Prefix prefix{};
+    copyText(prefix.magic, ZELString);
+    copyText(prefix.version, ZEL_LIBRARY_VERSION_TEXT);
+    prefix.numComponents = 1;
+    prefix.resolutions[0] = spatialResolution;
+    return prefix;
+}
+
+}  // namespace zel

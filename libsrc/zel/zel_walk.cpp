@@ -1,0 +1,50 @@
+#include "zel_walk.hpp"
+
+#include "zel_report.hpp"
+
+namespace zel {
+
+void RecordReader::skip(const char* name, std::int64_t size)
+{
+    requireBytes(name, size);
+    seek(position_ + size);
+}
+
+void RecordReader::seek(std::int64_t position)
+{
+    fseeko(stream_, position, SEEK_SET);
+    position_ = position;
+}
+
+void RecordReader::cutShort(const char* name) const
+{
+    Damage damage{};
+    std::snprintf(damage.what, sizeof damage.what, "cut short in %s", name);
+    damage.offset = fieldAt_;
+    throw damage;
+}
+
+void RecordReader::refuse(const char* name, double value) const
+{
+    Damage damage{};
+    std::snprintf(damage.what, sizeof damage.what, "invalid %s %.9g", name, value);
+    damage.offset = fieldAt_;
+    throw damage;
+}
+
+RecordReader readerAt(FILE* stream)
+{
+    const std::int64_t position = ftello(stream);
+    fseeko(stream, 0, SEEK_END);
+    const std::int64_t end = ftello(stream);
+    fseeko(stream, position, SEEK_SET);
+    return RecordReader(stream, currentVersion, position, end);
+}
+
+void failDamaged(const char* function, const Damage& damage)
+{
+    fail("%s: corrupt block: %s at offset %lld\n", function, damage.what,
+         static_cast<long long>(damage.offset));
+}
+
+}  // namespace zel
