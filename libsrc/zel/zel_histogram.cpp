@@ -100,7 +100,7 @@ void freeHistograms(ZELChannelType& channel)
 ZELHistogramType* ZELCreateHistogram(int NumBins)
 {
     if (NumBins < 0 || NumBins > INT16_MAX)
-        fail("ZELCreateHistogram: invalid number of histogram bins %d\n", NumBins);
+        fail("ZELCreateHistogram: error: invalid number of histogram bins %d\n", NumBins);
     OwnedHistogram histogram(zel::allocate<ZELHistogramType>(1));
     if (!histogram) fail("ZELCreateHistogram: error: cannot allocate memory for histogram\n");
     histogram->Histogram = zel::allocate<int32_t>(static_cast<std::size_t>(NumBins) + 1);

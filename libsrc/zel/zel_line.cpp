@@ -53,6 +53,21 @@ void checkWritten(const ZELType& file)
         fail("ZELWriteLine: write error on file %s: %s\n", file.ImageFilename, std::strerror(errno));
 }
 
+// Whether a line that was there when the file was opened is gone. That is an end of file like any
+// other, but not one to be silent about.
+bool endsHere(const ZELType& file)
+{
+    const int next = std::getc(file.fptr);
+    if (next != EOF) {
+        std::ungetc(next, file.fptr);
+        return false;
+    }
+    if (std::ferror(file.fptr)) failReading(file);
+    zel::reportTo(stderr, "ZELReadLine: warning: file %s ends before line %d of %d\n",
+                  file.ImageFilename, file.CurrentLine, file.NumLines);
+    return true;
+}
+
 // The record of the line at which the stream stands, into the line's fields and PixBuf.
 void readRecord(ZELType& file)
 {
@@ -60,6 +75,7 @@ void readRecord(ZELType& file)
     zel::RecordReader reader(file.fptr, zel::layoutVersion(file.ZELHeader.VersionNumber), place,
                              place + file.LineOffset);
     resetLine(file);
+    file.NadirLat = file.NadirLon = 0.0F;
     zel::walkScan(reader, file);
     zel::walkNavigation(reader, file);
     for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) {
@@ -171,6 +187,9 @@ int ReadLine(ZELType* ZELdata, int scale)
         forgetDerived(*ZELdata);
         if (ZELdata->CurrentLine - ZELdata->PreviousLine != 1)
             fseeko(ZELdata->fptr, placeOfLine(*ZELdata, ZELdata->CurrentLine), SEEK_SET);
+        // Nothing is held until the line is there.
+        ZELdata->PreviousLine = -2;
+        if (endsHere(*ZELdata)) return 0;
         ZELdata->PreviousLine = ZELdata->CurrentLine;
         try {
             readRecord(*ZELdata);

@@ -1,0 +1,47 @@
+# How this project's own targets are compiled.
+
+# No fused multiply-add and no fast-math: results are the same on every machine.
+set(zel_compile_options
+    -ffp-contract=off
+    -Wall -Wextra -Wpedantic -Wshadow -Wcast-align -Wformat=2
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+    $<$<BOOL:${ZEL_WERROR}>:-Werror>)
+# This compiler takes some sums of strings for overlapping copies.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    list(APPEND zel_compile_options $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+endif()
+
+# What changes the whole program, its link included.
+set(zel_instrumentation)
+if(ZEL_SANITIZE OR ZEL_FUZZ)
+    list(APPEND zel_instrumentation
+        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+endif()
+if(ZEL_COVERAGE)
+    list(APPEND zel_instrumentation --coverage)
+endif()
+
+if(ZEL_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
+        message(FATAL_ERROR "ZEL_FUZZ needs clang++ (CMAKE_CXX_COMPILER)")
+    endif()
+    list(APPEND zel_compile_options -fsanitize=fuzzer-no-link)
+endif()
+
+function(zel_own_target target)
+    target_compile_features(${target} PRIVATE cxx_std_20 c_std_11)
+    target_compile_options(${target} PRIVATE ${zel_compile_options} ${zel_instrumentation})
+    target_link_options(${target} PRIVATE ${zel_instrumentation})
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF C_EXTENSIONS OFF)
+endfunction()
+
+# A program on top of the library, placed in a directory of the build tree.
+function(zel_program target directory)
+    add_executable(${target} ${ARGN})
+    zel_own_target(${target})
+    target_link_libraries(${target} PRIVATE zel)
+    set_target_properties(${target} PROPERTIES
+        LINKER_LANGUAGE CXX
+        RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${directory})
+endfunction()

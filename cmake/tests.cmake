@@ -1,0 +1,44 @@
+# One GoogleTest program whose tests CTest runs as a process each, and the scripts.
+
+file(GLOB zel_test_sources CONFIGURE_DEPENDS
+    tests/*_test.cpp tests/*_test.c tests/support/*.cpp)
+find_package(GTest QUIET)
+if(NOT GTest_FOUND)
+    message(STATUS "GoogleTest not found: no unit tests")
+elseif(zel_test_sources)
+    zel_program(zel_tests bin ${zel_test_sources})
+    target_include_directories(zel_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(zel_tests PRIVATE GTest::gtest_main)
+    target_compile_definitions(zel_tests PRIVATE
+        ZEL_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+        ZEL_BUILD_DIR="${PROJECT_BINARY_DIR}")
+    include(GoogleTest)
+    gtest_discover_tests(zel_tests
+        DISCOVERY_MODE PRE_TEST
+        DISCOVERY_TIMEOUT 120
+        NO_PRETTY_VALUES # a test is called what its author called it
+        PROPERTIES TIMEOUT 300)
+endif()
+
+find_package(Python3 QUIET COMPONENTS Interpreter)
+if(NOT Python3_FOUND)
+    message(STATUS "Python 3 not found: no whole-process tests and no house check")
+else()
+    file(GLOB zel_test_scripts CONFIGURE_DEPENDS
+        RELATIVE ${PROJECT_SOURCE_DIR}/tests tests/*_test.py tests/cli/*_test.py)
+    foreach(script IN LISTS zel_test_scripts)
+        cmake_path(REMOVE_EXTENSION script OUTPUT_VARIABLE name)
+        add_test(NAME ${name} COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/tests/${script})
+        set_tests_properties(${name} PROPERTIES
+            SKIP_RETURN_CODE 77
+            TIMEOUT 900
+            ENVIRONMENT "ZEL_COMBINE=${PROJECT_BINARY_DIR}/bin/zel_combine;ZEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};ZEL_BUILD_DIR=${PROJECT_BINARY_DIR};ZEL_BIN_DIR=${PROJECT_BINARY_DIR}/bin;PYTHONDONTWRITEBYTECODE=1")
+    endforeach()
+endif()
+
+# Installs into an empty place and builds a C program against what it finds there.
+string(REPLACE ";" " " zel_consumer_flags "${zel_instrumentation}")
+add_test(NAME install_consumer COMMAND sh ${PROJECT_SOURCE_DIR}/tests/install/install_consumer.sh)
+set_tests_properties(install_consumer PROPERTIES
+    TIMEOUT 300
+    ENVIRONMENT "CMAKE=${CMAKE_COMMAND};CMAKE_GENERATOR=${CMAKE_GENERATOR};CC=${CMAKE_C_COMPILER};CXX=${CMAKE_CXX_COMPILER};ZEL_BUILD_DIR=${PROJECT_BINARY_DIR};ZEL_CONSUMER_FLAGS=${zel_consumer_flags}")
