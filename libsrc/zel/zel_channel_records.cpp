@@ -85,7 +85,7 @@ std::int64_t readHistograms(RecordReader& reader, ZELType& file, ZELChannelType&
 void checkStorage(RecordReader& reader, const ZELChannelType& c)
 {
     const int size = storedPixelSize(c.Type);
-    reader.require(size != 0, "storage code Type", c.Type);
+    reader.require(size != 0, "Type", c.Type);
     reader.require(size == c.DataByteSize, "DataByteSize", c.DataByteSize);
 }
 

@@ -48,7 +48,10 @@ public:
     const char* name(int i) const { return names_[i]; }
     Directory& directory(int i) { return directories_.get()[i]; }
     ZELType& record(int i) { return records_.get()[i]; }
-    int components(int i) { return directory(i).isComposite ? directory(i).prefix.numComponents : 1; }
+    int components(int i)
+    {
+        return directory(i).isComposite ? directory(i).prefix.numComponents : 1;
+    }
 
     void readDirectories()
     {
@@ -147,28 +150,34 @@ bool needsPrefix(const ZELType& first)
     return zel::layoutVersion(first.ZELHeader.VersionNumber) < firstPrefixedVersion;
 }
 
-// Whether the container stays within the format and spares its own inputs.
-bool fits(Inputs& inputs, const char* outputName, std::int64_t size)
+// Counted before anything is opened: each component takes a record and a stream.
+bool componentsFit(Inputs& inputs)
 {
     int components = 0;
+    for (int i = 0; i < inputs.count(); ++i) components += inputs.components(i);
+    if (components <= ZEL_MAX_COMPONENTS) return true;
+    report("ZELCreateCompositeFile: Error: %d components, a file holds at most %d\n", components,
+           ZEL_MAX_COMPONENTS);
+    return false;
+}
+
+bool sparesInputs(Inputs& inputs, const char* outputName)
+{
     for (int i = 0; i < inputs.count(); ++i) {
-        components += inputs.components(i);
         if (!zel::isSameFile(inputs.name(i), outputName)) continue;
         report("ZELCreateCompositeFile: Error: output file %s is one of the input files\n",
                outputName);
         return false;
     }
-    if (components > ZEL_MAX_COMPONENTS) {
-        report("ZELCreateCompositeFile: Error: %d components, a file holds at most %d\n", components,
-               ZEL_MAX_COMPONENTS);
-        return false;
-    }
-    if (size > largestContainer) {
-        report("ZELCreateCompositeFile: Error: file %s would hold %lld bytes, at most %lld fit\n",
-               outputName, static_cast<long long>(size), static_cast<long long>(largestContainer));
-        return false;
-    }
     return true;
+}
+
+bool sizeFits(const char* outputName, std::int64_t size)
+{
+    if (size <= largestContainer) return true;
+    report("ZELCreateCompositeFile: Error: file %s would hold %lld bytes, at most %lld fit\n",
+           outputName, static_cast<long long>(size), static_cast<long long>(largestContainer));
+    return false;
 }
 
 std::int64_t containerSize(Inputs& inputs)
@@ -357,9 +366,9 @@ int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles,
     Base base = chooseFile({BaseFileIndex, UserBaseComponentIndex}, numInputFiles);
     inputs.readDirectories();
     base = chooseComponent(base, inputs);
-    if (!inputs.open() || !showOneScene(inputs)) return -1;
+    if (!componentsFit(inputs) || !inputs.open() || !showOneScene(inputs)) return -1;
     const std::int64_t size = containerSize(inputs);
-    if (!fits(inputs, OutputFilename, size)) return -1;
+    if (!sparesInputs(inputs, OutputFilename) || !sizeFits(OutputFilename, size)) return -1;
     Container container;
     container.expected = size;
     openOutput(container, OutputFilename, overwritePrompt);

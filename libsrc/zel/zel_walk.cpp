@@ -1,5 +1,7 @@
 #include "zel_walk.hpp"
 
+#include <algorithm>
+
 #include "zel_report.hpp"
 
 namespace zel {
@@ -16,11 +18,22 @@ void RecordReader::seek(std::int64_t position)
     position_ = position;
 }
 
+// The latest field of that name; the latest of all where the name is none of a field.
+std::int64_t RecordReader::placeOf(const char* name) const
+{
+    const std::size_t kept = std::min(numFields_, recent_.size());
+    for (std::size_t back = 1; back <= kept; ++back) {
+        const Place& place = recent_[(numFields_ - back) % recent_.size()];
+        if (std::strcmp(place.name, name) == 0) return place.offset;
+    }
+    return kept > 0 ? recent_[(numFields_ - 1) % recent_.size()].offset : position_;
+}
+
 void RecordReader::cutShort(const char* name) const
 {
     Damage damage{};
     std::snprintf(damage.what, sizeof damage.what, "cut short in %s", name);
-    damage.offset = fieldAt_;
+    damage.offset = placeOf(name);
     throw damage;
 }
 
@@ -28,7 +41,7 @@ void RecordReader::refuse(const char* name, double value) const
 {
     Damage damage{};
     std::snprintf(damage.what, sizeof damage.what, "invalid %s %.9g", name, value);
-    damage.offset = fieldAt_;
+    damage.offset = placeOf(name);
     throw damage;
 }
 

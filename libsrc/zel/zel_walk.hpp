@@ -6,6 +6,7 @@
 #ifndef ZEL_WALK_HPP
 #define ZEL_WALK_HPP
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -81,7 +82,7 @@ struct Damage {
 class RecordReader {
 public:
     RecordReader(FILE* stream, int version, std::int64_t position, std::int64_t end)
-        : stream_(stream), version_(version), position_(position), end_(end), fieldAt_(position)
+        : stream_(stream), version_(version), position_(position), end_(end)
     {
     }
     bool since(int version) const { return version_ >= version; }
@@ -113,10 +114,10 @@ public:
     // Refuses a file that has fewer bytes left than a number in it asks for.
     void requireBytes(const char* name, std::int64_t size)
     {
-        fieldAt_ = position_;
+        recent_[numFields_++ % recent_.size()] = {name, position_};
         if (size > end_ - position_) cutShort(name);
     }
-    // Refuses the field read last unless ok.
+    // Refuses the named field, one of those read last, unless ok.
     void require(bool ok, const char* name, double value)
     {
         if (!ok) refuse(name, value);
@@ -128,12 +129,18 @@ public:
 private:
     [[noreturn]] void cutShort(const char* name) const;
     [[noreturn]] void refuse(const char* name, double value) const;
+    std::int64_t placeOf(const char* name) const;
 
     FILE* stream_;
     int version_;
     std::int64_t position_;
     std::int64_t end_;
-    std::int64_t fieldAt_;
+    struct Place {
+        const char* name;
+        std::int64_t offset;
+    };
+    std::array<Place, 16> recent_{};  // the fields read last, to say where a wrong one is
+    std::size_t numFields_ = 0;
 };
 
 // Writes fields in the current layout. Write errors stay with the stream.
