@@ -1,5 +1,7 @@
 #include "zel_buffers.hpp"
 
+#include "zel_byte_order.hpp"
+#include "zel_io.h"
 #include "zel_memory.hpp"
 
 namespace zel {
@@ -9,27 +11,66 @@ struct alignas(16) Block {
     Block* next;
 };
 
+// What a record points to with Internal.
+struct State {
+    Block* blocks;
+    int byteOrder;  // SwapByteOrdering as the file needs it
+    bool orderNoted;
+    bool orderLost;
+};
+
+State* stateOf(ZELType& file)
+{
+    if (!file.Internal) file.Internal = allocate<State>(1);
+    return static_cast<State*>(file.Internal);
+}
+
 }  // namespace
 
 void* lineMemory(ZELType& file, std::size_t bytes)
 {
-    auto* memory = allocate<unsigned char>(sizeof(Block) + bytes);
+    State* state = stateOf(file);
+    auto* memory = state ? allocate<unsigned char>(sizeof(Block) + bytes) : nullptr;
     if (!memory) return nullptr;
     auto* block = reinterpret_cast<Block*>(memory);
-    block->next = static_cast<Block*>(file.Internal);
-    file.Internal = block;
+    block->next = state->blocks;
+    state->blocks = block;
     return memory + sizeof(Block);
+}
+
+void noteByteOrder(ZELType& file)
+{
+    State* state = stateOf(file);
+    if (!state) return;
+    state->byteOrder = SwapByteOrdering;
+    state->orderNoted = true;
+}
+
+bool byteOrderWasLost(ZELType& file)
+{
+    State* state = stateOf(file);
+    if (!state || !state->orderNoted || state->orderLost || state->byteOrder == SwapByteOrdering)
+        return false;
+    state->orderLost = true;
+    return true;
+}
+
+bool isByteSwapped(ZELType& file)
+{
+    const auto* state = static_cast<State*>(file.Internal);
+    return state && state->orderNoted && state->byteOrder != hostByteOrder();
 }
 
 void freeLineMemory(ZELType& file)
 {
-    auto* block = static_cast<Block*>(file.Internal);
+    auto* state = static_cast<State*>(file.Internal);
+    Block* block = state ? state->blocks : nullptr;
     while (block) {
         Block* next = block->next;
         release(block);
         block = next;
     }
-    file.Internal = nullptr;
+    discard(file.Internal);
     file.SolarZenith = file.ViewZenith = file.Azimuth = nullptr;
     file.Lat = file.Lon = file.Sunglint = nullptr;
     file.OlsonEcosystem = file.PercentWater = file.IGBPEcosystem = file.Terrain = nullptr;

@@ -16,6 +16,14 @@ void* lineMemory(ZELType& file, std::size_t bytes);
 // Frees all of them and forgets the public pointers to them.
 void freeLineMemory(ZELType& file);
 
+// Notes the byte order that the file was found to have, and tells the first time that the one in force
+// is another.
+void noteByteOrder(ZELType& file);
+bool byteOrderWasLost(ZELType& file);
+
+// Whether the file was found to be in the other byte order.
+bool isByteSwapped(ZELType& file);
+
 // count elements that the record owns; ends the process (-1) with "function: cannot allocate what".
 template <class T>
 T* lineBuffer(ZELType& file, int count, const char* function, const char* what)

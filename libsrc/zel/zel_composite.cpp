@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "zel_buffers.hpp"
 #include "zel_finish.h"
 #include "zel_io.h"
 #include "zel_line.h"
@@ -262,6 +263,27 @@ std::int64_t writePrefixForOldFile(Container& container, const ZELType& first)
     return compositeHeaderOffset;
 }
 
+// A component is read with the prefix's length before its header, and from its own place in one byte
+// order only. What was written otherwise is copied all the same, but not without a word.
+void warnOfUnreadable(Inputs& inputs)
+{
+    for (int i = 0; i < inputs.count(); ++i) {
+        const int version = zel::layoutVersion(inputs.record(i).ZELHeader.VersionNumber);
+        const bool misplaced =
+            i == 0 && needsPrefix(inputs.record(i)) && (version < 141 || version >= 151);
+        if (zel::isByteSwapped(inputs.record(i)))
+            zel::reportTo(stderr,
+                          "ZELCreateCompositeFile: warning: file %s is of the other byte order and "
+                          "cannot be read again in a container\n",
+                          inputs.name(i));
+        else if (misplaced)
+            zel::reportTo(stderr,
+                          "ZELCreateCompositeFile: warning: file %s is of an old version and cannot be "
+                          "read again behind a prefix: write it with -same_res first\n",
+                          inputs.name(i));
+    }
+}
+
 void appendInputs(Container& container, Inputs& inputs, int baseFile, int baseComponent)
 {
     // A plain base file is written as its place among the inputs, whatever comes before it.
@@ -375,6 +397,7 @@ int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles,
     if (!container.stream) return -1;
     // The directory is in the library's order, whatever the order of the input that was opened last.
     CheckByteOrder();
+    warnOfUnreadable(inputs);
     appendInputs(container, inputs, base.file, base.component);
     patchDirectory(container);
     return 0;

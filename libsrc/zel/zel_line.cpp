@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "zel_buffers.hpp"
 #include "zel_count.hpp"
 #include "zel_navigate_line.hpp"
 #include "zel_pixels.hpp"
@@ -66,6 +67,16 @@ bool endsHere(const ZELType& file)
     zel::reportTo(stderr, "ZELReadLine: warning: file %s ends before line %d of %d\n",
                   file.ImageFilename, file.CurrentLine, file.NumLines);
     return true;
+}
+
+// An open since then has set the order for all files.
+void warnOfByteOrder(ZELType& file)
+{
+    if (zel::byteOrderWasLost(file))
+        zel::reportTo(stderr,
+                      "ZELReadLine: warning: file %s is of the other byte order, which the opening of "
+                      "another file has reset: its numbers are read with their bytes reversed\n",
+                      file.ImageFilename);
 }
 
 // The record of the line at which the stream stands, into the line's fields and PixBuf.
@@ -190,6 +201,7 @@ int ReadLine(ZELType* ZELdata, int scale)
         // Nothing is held until the line is there.
         ZELdata->PreviousLine = -2;
         if (endsHere(*ZELdata)) return 0;
+        warnOfByteOrder(*ZELdata);
         ZELdata->PreviousLine = ZELdata->CurrentLine;
         try {
             readRecord(*ZELdata);

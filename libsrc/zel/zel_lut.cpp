@@ -339,6 +339,11 @@ void ZELWriteLUTs(ZELType* ZELdata)
 {
     if (zel::lutBlockWritten()) {
         report("ZELWriteLUTs: LUT's already written\n");
+        if (ZELdata->ZELHeader.NumDisplayLUTs > 0)
+            zel::reportTo(stderr,
+                          "ZELWriteLUTs: warning: file %s counts %d LUTs that are not written and "
+                          "cannot be read again: write it in a process of its own\n",
+                          ZELdata->ImageFilename, ZELdata->ZELHeader.NumDisplayLUTs);
         return;
     }
     if (hasNoLUTs(ZELdata, "ZELWriteLUTs")) return;

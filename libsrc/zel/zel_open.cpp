@@ -217,6 +217,7 @@ int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, 
         zel::releaseData(*ZELdata);
         return -2;
     }
+    zel::noteByteOrder(*ZELdata);
     allocateBuffers(*ZELdata);
     ZELAncillaryReadFiles();
     ZELClearBadLatLonCount();

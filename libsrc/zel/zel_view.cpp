@@ -110,6 +110,7 @@ void gatherBlocks(ZELType& view)
 // How a component's grid relates to the reference's. False when its lines cannot be found by it.
 bool relate(ZELType& component, const ZELType& reference)
 {
+    constexpr float negligible = 1.0e-3F;
     const float own = component.ZELHeader.SpatialResolution;
     const float wanted = reference.ZELHeader.SpatialResolution;
     component.samplingFlag = ZEL_SAMPLING_SAME;
@@ -119,6 +120,11 @@ bool relate(ZELType& component, const ZELType& reference)
     component.samplingFlag = own < wanted ? ZEL_SAMPLING_AVERAGE : ZEL_SAMPLING_REPLICATE;
     if (!(ratio >= 1.0F) || ratio > static_cast<float>(INT16_MAX)) return false;
     component.samplingFactor = static_cast<int32_t>(ratio);
+    if (ratio - static_cast<float>(component.samplingFactor) > negligible)
+        zel::reportTo(stderr,
+                      "ZELOpenCompositeReadOnlyFile: warning: the resolutions of file %s and of the "
+                      "base have the ratio %f: %d is used, and pixels drift apart\n",
+                      component.ImageFilename, static_cast<double>(ratio), component.samplingFactor);
     return true;
 }
 
