@@ -20,8 +20,10 @@ struct Ground {
 
 Ground groundAt(double east, double south)
 {
-    const double coast = 70.0 + 18.0 * std::sin(south / 17.0) + 6.0 * std::sin(south / 5.0 + east / 23.0);
-    const double wave = std::sin(east / 13.0 + 0.7 * std::sin(south / 19.0)) * std::cos(south / 11.0);
+    const double coast =
+        70.0 + 18.0 * std::sin(south / 17.0) + 6.0 * std::sin(south / 5.0 + east / 23.0);
+    const double wave =
+        std::sin(east / 13.0 + 0.7 * std::sin(south / 19.0)) * std::cos(south / 11.0);
     return {east > coast, wave > 0.55 ? static_cast<float>((wave - 0.55) / 0.45) : 0.0F};
 }
 
@@ -30,10 +32,22 @@ float mix(float clear, float cloudy, float cloud)
     return clear + (cloudy - clear) * cloud;
 }
 
-float red(const Ground& g) { return mix(g.land ? 0.09F : 0.03F, 0.78F, g.cloud); }
-float nearInfrared(const Ground& g) { return mix(g.land ? 0.34F : 0.01F, 0.74F, g.cloud); }
-float brightness(const Ground& g) { return mix(g.land ? 301.0F : 289.0F, 238.0F, g.cloud); }
-float surface(const Ground& g) { return g.cloud > 0.0F ? 2.0F : g.land ? 1.0F : 0.0F; }
+float red(const Ground& g)
+{
+    return mix(g.land ? 0.09F : 0.03F, 0.78F, g.cloud);
+}
+float nearInfrared(const Ground& g)
+{
+    return mix(g.land ? 0.34F : 0.01F, 0.74F, g.cloud);
+}
+float brightness(const Ground& g)
+{
+    return mix(g.land ? 301.0F : 289.0F, 238.0F, g.cloud);
+}
+float surface(const Ground& g)
+{
+    return g.cloud > 0.0F ? 2.0F : g.land ? 1.0F : 0.0F;
+}
 
 struct Band {
     const char* label;
@@ -53,22 +67,32 @@ struct Resolution {
 };
 
 const std::vector<Resolution> resolutions = {
-    {"sample_1000m.zel", 160, 120, 1000.0F,
+    {"sample_1000m.zel",
+     160,
+     120,
+     1000.0F,
      {{"11 um", "brightness temperature", 330.0F, 180.0F, ZEL_STORED_UINT16_SCALED, 12, 11.0F,
        ZEL_UNITS_KELVIN, brightness},
       {"surface", "water, land or cloud", 255.0F, 0.0F, ZEL_STORED_BYTE, 8, 0.0F, ZEL_UNITS_LUT,
        surface}}},
-    {"sample_500m.zel", 320, 240, 500.0F,
+    {"sample_500m.zel",
+     320,
+     240,
+     500.0F,
      {{"0.86 um", "near infrared", 1.0F, 0.0F, ZEL_STORED_UINT16_SCALED, 12, 0.86F,
        ZEL_UNITS_REFLECTANCE, nearInfrared}}},
-    {"sample_250m.zel", 640, 480, 250.0F,
-     {{"0.65 um", "red", 1.0F, 0.0F, ZEL_STORED_BYTE_SCALED, 8, 0.65F, ZEL_UNITS_REFLECTANCE, red}}}};
+    {"sample_250m.zel",
+     640,
+     480,
+     250.0F,
+     {{"0.65 um", "red", 1.0F, 0.0F, ZEL_STORED_BYTE_SCALED, 8, 0.65F, ZEL_UNITS_REFLECTANCE,
+       red}}}};
 
 constexpr int navPoints = 9;
-constexpr double north = 44.0, west = -9.5;           // degrees
+constexpr double north = 44.0, west = -9.5;  // degrees
 constexpr double degreesPerKm = 1.0 / 111.2;
-constexpr double startTime = 11.4;                    // hours, UT
-constexpr double secondsPerKm = 0.148;                // how fast the scan moves south
+constexpr double startTime = 11.4;      // hours, UT
+constexpr double secondsPerKm = 0.148;  // how fast the scan moves south
 
 void addColours(ZELType* file)
 {

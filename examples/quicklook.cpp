@@ -42,7 +42,8 @@ void draw(const std::vector<std::vector<float>>& rows)
     const float range = high > low ? high - low : 1.0F;
     for (const auto& row : rows) {
         for (const float value : row) {
-            const auto shade = static_cast<int>((value - low) / range * static_cast<float>(brightest));
+            const auto shade =
+                static_cast<int>((value - low) / range * static_cast<float>(brightest));
             std::putchar(shades[std::clamp(shade, darkest, brightest)]);
         }
         std::putchar('\n');

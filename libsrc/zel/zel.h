@@ -3,7 +3,7 @@
    Conventions that hold everywhere:
     1. A caller owns a file record (ZELType) from open or init to finish; the library owns all that it
        points to and frees it in the finish functions. A record given to an open or an init need not be
-       initialised; it is 430 kB large.
+       initialised; it is nearly 400 kB large: keep it off small stacks.
     2. Slots, lines, pixels and components are counted from 0, days of the year from 1.
     3. Angles and positions are degrees (north and east positive), times hours of the day in UT,
        altitudes km, resolutions metres, wavelengths microns.

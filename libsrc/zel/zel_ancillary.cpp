@@ -105,8 +105,8 @@ float zel::sunglint(float sol_zen_deg, float view_zen_deg, float azimuth_deg)
     const float c2 = -a3 * b2;
     // The third term takes c1, as the model was built.
     const float glint_num = (b1 * c1 - b2 * c2 - a1 * c1) * cos_half_big_theta;
-    const float denom = (b1 * a3) * (b1 * a3) + b2 * b2 + (b3 * a1) * (b3 * a1) -
-                        2.0F * a1 * a3 * b1 * b3;
+    const float denom =
+        (b1 * a3) * (b1 * a3) + b2 * b2 + (b3 * a1) * (b3 * a1) - 2.0F * a1 * a3 * b1 * b3;
     const auto theta = static_cast<float>(std::acos(static_cast<double>(glint_num / denom)));
     constexpr double width = 0.14823430404973778;  // radians
     const double slope = static_cast<double>(theta) / width;

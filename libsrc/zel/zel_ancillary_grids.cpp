@@ -15,10 +15,8 @@ struct Place {
     const char* variable;
     const char* suffix;
 };
-constexpr Place places[] = {{"ZEL_DATA_DIR", "/epa/"},
-                            {"EPA_DATA_DIR", "/"},
-                            {"CC_DATA_DIR", "/epa/"},
-                            {nullptr, "/"}};
+constexpr Place places[] = {
+    {"ZEL_DATA_DIR", "/epa/"}, {"EPA_DATA_DIR", "/"}, {"CC_DATA_DIR", "/epa/"}, {nullptr, "/"}};
 
 constexpr int pathSize = 120;
 constexpr int textSize = 240;
@@ -30,8 +28,8 @@ FILE* openGrid(int grid, char (&path)[pathSize])
     for (const Place& place : places) {
         const char* directory = place.variable ? std::getenv(place.variable) : defaultDirectory;
         if (!directory) continue;
-        const int length = std::snprintf(path, sizeof path, "%s%s%s", directory, place.suffix,
-                                         fileNames[grid]);
+        const int length =
+            std::snprintf(path, sizeof path, "%s%s%s", directory, place.suffix, fileNames[grid]);
         if (length >= pathSize) continue;
         if (FILE* stream = std::fopen(path, "rb")) return stream;
     }
@@ -104,8 +102,8 @@ void findGrids(GridCells& cells, int (&wasRead)[numGrids], PrintText print)
 
 void printMissingGrid(int grid, const char* opening, PrintText print)
 {
-    printFormatted(print, "%s: Error: Ancillary data file %s not available.  Check path.\n", opening,
-                   fileNames[grid]);
+    printFormatted(print, "%s: Error: Ancillary data file %s not available.  Check path.\n",
+                   opening, fileNames[grid]);
     printWhereGridBelongs(grid, print);
 }
 

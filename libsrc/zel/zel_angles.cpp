@@ -125,13 +125,12 @@ Angles anglesAt(const Geometry& g, const Place& p)
     angles.vz = degrees(std::asin(clampUnit(sinB / slant * satellite)));
     if (isUnit(cosB) || isUnit(cosSun)) return angles;
     // From the nadir to the point that has the sun overhead.
-    const double cosSubSolar = std::cos(radians(fromNadir - hourAngle(g, p))) * g.cosNadir *
-                                   g.cosDeclination +
-                               g.sinNadir * g.sinDeclination;
+    const double cosSubSolar =
+        std::cos(radians(fromNadir - hourAngle(g, p))) * g.cosNadir * g.cosDeclination +
+        g.sinNadir * g.sinDeclination;
     const double cosAzimuth =
         (cosSubSolar - cosSun * cosB) / (std::sqrt(1.0 - cosSun * cosSun) * sinB);
-    angles.az = static_cast<float>(
-        180.0 - std::acos(clampUnit(cosAzimuth)) * degreesPerRadian);
+    angles.az = static_cast<float>(180.0 - std::acos(clampUnit(cosAzimuth)) * degreesPerRadian);
     return angles;
 }
 
@@ -233,8 +232,7 @@ void ZELCalculateLineOfAngles(ZELType* ZELdata, float centerLat, float centerLon
 const float* zel::solarZenithOfLine(ZELType& file)
 {
     if (file.SolarAnglesCalculated) return file.SolarZenith;
-    if (carriesAngles(file))
-        return file.Channels[file.ZELHeader.SZChannelIndex].ChannelData;
+    if (carriesAngles(file)) return file.Channels[file.ZELHeader.SZChannelIndex].ChannelData;
     if (!file.LatLonInterpolated) ZELInterpolateLatLong(&file);
     requireAngleBuffers(file);
     const int pixels = file.ZELHeader.NPixelPerLine;
@@ -266,8 +264,9 @@ void ZEL_UTILCalculateAngle(float lat, float lon, float ScanAltitude, int julian
     Angles angles;
     const bool known = !truncatesToZero(ScanAltitude) && scanTime != 0.0F && isDayOfYear(julian);
     if (known && !ZELBadLatLon(lat, lon)) {
-        const Geometry geometry = geometryOf(julian, static_cast<double>(scanTime),
-                                             static_cast<double>(ScanAltitude), centerLat, centerLon);
+        const Geometry geometry =
+            geometryOf(julian, static_cast<double>(scanTime), static_cast<double>(ScanAltitude),
+                       centerLat, centerLon);
         angles = anglesAt(geometry, placeOf(lat, lon));
     }
     *sz = angles.sz;

@@ -28,8 +28,8 @@ bool isByteSwapped(ZELType& file);
 template <class T>
 T* lineBuffer(ZELType& file, int count, const char* function, const char* what)
 {
-    auto* buffer =
-        static_cast<T*>(lineMemory(file, static_cast<std::size_t>(count > 0 ? count : 1) * sizeof(T)));
+    auto* buffer = static_cast<T*>(
+        lineMemory(file, static_cast<std::size_t>(count > 0 ? count : 1) * sizeof(T)));
     if (!buffer) fail("%s: cannot allocate %s\n", function, what);
     return buffer;
 }

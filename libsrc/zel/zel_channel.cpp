@@ -13,6 +13,7 @@
 #include "zel_pixels.hpp"
 #include "zel_records.hpp"
 #include "zel_report.hpp"
+#include "zel_slot.hpp"
 #include "zel_table.h"
 #include "zel_text.hpp"
 
@@ -43,21 +44,19 @@ struct StandardChannel {
     int units;
 };
 
-constexpr StandardChannel avhrrChannels[] = {
-    {"1", 100.0F, 0.0F, 0.62F, ZEL_UNITS_PERCENT_ALBEDO},
-    {"2", 100.0F, 0.0F, 0.83F, ZEL_UNITS_PERCENT_ALBEDO},
-    {"3T", 330.0F, 180.0F, 3.73F, ZEL_UNITS_KELVIN},
-    {"4", 330.0F, 180.0F, 11.0F, ZEL_UNITS_KELVIN},
-    {"5", 330.0F, 180.0F, 12.0F, ZEL_UNITS_KELVIN},
-    {"3R", 100.0F, 0.0F, 3.73F, ZEL_UNITS_PERCENT_ALBEDO}};
+constexpr StandardChannel avhrrChannels[] = {{"1", 100.0F, 0.0F, 0.62F, ZEL_UNITS_PERCENT_ALBEDO},
+                                             {"2", 100.0F, 0.0F, 0.83F, ZEL_UNITS_PERCENT_ALBEDO},
+                                             {"3T", 330.0F, 180.0F, 3.73F, ZEL_UNITS_KELVIN},
+                                             {"4", 330.0F, 180.0F, 11.0F, ZEL_UNITS_KELVIN},
+                                             {"5", 330.0F, 180.0F, 12.0F, ZEL_UNITS_KELVIN},
+                                             {"3R", 100.0F, 0.0F, 3.73F, ZEL_UNITS_PERCENT_ALBEDO}};
 
-constexpr StandardChannel virsChannels[] = {
-    {"1", 1.0F, 0.0F, 0.63F, ZEL_UNITS_REFLECTANCE},
-    {"2", 1.0F, 0.0F, 1.6F, ZEL_UNITS_REFLECTANCE},
-    {"3T", 330.0F, 180.0F, 3.75F, ZEL_UNITS_KELVIN},
-    {"4", 330.0F, 180.0F, 10.8F, ZEL_UNITS_KELVIN},
-    {"5", 330.0F, 180.0F, 12.0F, ZEL_UNITS_KELVIN},
-    {"3R", 1.0F, 0.0F, 3.75F, ZEL_UNITS_REFLECTANCE}};
+constexpr StandardChannel virsChannels[] = {{"1", 1.0F, 0.0F, 0.63F, ZEL_UNITS_REFLECTANCE},
+                                            {"2", 1.0F, 0.0F, 1.6F, ZEL_UNITS_REFLECTANCE},
+                                            {"3T", 330.0F, 180.0F, 3.75F, ZEL_UNITS_KELVIN},
+                                            {"4", 330.0F, 180.0F, 10.8F, ZEL_UNITS_KELVIN},
+                                            {"5", 330.0F, 180.0F, 12.0F, ZEL_UNITS_KELVIN},
+                                            {"3R", 1.0F, 0.0F, 3.75F, ZEL_UNITS_REFLECTANCE}};
 
 template <std::size_t N>
 void addStandardChannels(ZELType* file, const StandardChannel (&channels)[N], int storageCode)
@@ -143,7 +142,8 @@ void ZELAddSensorChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinV
     requireSlot(*ZELdata, Channel, "ZELAddChannel");
     ZELdata->Channels[Channel].ChannelWaveLength = WaveLength;
     ZELdata->Channels[Channel].Units = Units;
-    ZELAddChannel(ZELdata, Channel, MaxVal, MinVal, ArchiveType, BitResolution, ChanLabel, ChanComm);
+    ZELAddChannel(ZELdata, Channel, MaxVal, MinVal, ArchiveType, BitResolution, ChanLabel,
+                  ChanComm);
 }
 
 void ZELAddSensorBaseChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal,
@@ -155,8 +155,9 @@ void ZELAddSensorBaseChannel(ZELType* ZELdata, int Channel, float MaxVal, float 
     ZELdata->Channels[Channel].BaseChannelFlag = 1;
 }
 
-void ZELAddSpecialChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, int ArchiveType,
-                          int BitResolution, const char* ChanLabel, const char* ChanComm)
+void ZELAddSpecialChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal,
+                          int ArchiveType, int BitResolution, const char* ChanLabel,
+                          const char* ChanComm)
 {
     ZELAddSensorChannel(ZELdata, Channel, MaxVal, MinVal, ArchiveType, BitResolution, ChanLabel,
                         ChanComm, -99.0F, ZEL_UNITS_NONE);
@@ -171,16 +172,16 @@ void ZELAddStandardAVHRRChannels(ZELType* ZELdata, int ByteSize)
 
 void ZELAddStandardVIRSChannels(ZELType* ZELdata, int ByteSize)
 {
-    zel::requireWriteOnly(
-        *ZELdata, "ZELAddStandardVIRSChannels can only be used on a write only ZEL file\n");
+    zel::requireWriteOnly(*ZELdata,
+                          "ZELAddStandardVIRSChannels can only be used on a write only ZEL file\n");
     addStandardChannels(ZELdata, virsChannels, ByteSize);
 }
 
 void ZELLoadChannel(ZELType* ZELdata, int Channel, const float* Data)
 {
     zel::requireWriteOnly(*ZELdata, "ZELLoadChannel can only be used on a write only ZEL file\n");
-    const bool present = Channel >= 0 && Channel < ZEL_MAX_CHANNELS &&
-                         ZELdata->Channels[Channel].ChannelPresentFlag;
+    const bool present =
+        Channel >= 0 && Channel < ZEL_MAX_CHANNELS && ZELdata->Channels[Channel].ChannelPresentFlag;
     if (!present) fail("Attempted to load undefined channel index %d.. Exiting...\n", Channel);
     ZELChannelType& channel = ZELdata->Channels[Channel];
     if (!channel.ChannelData) fail("ZELLoadChannel: the file is not open for writing\n");
@@ -226,32 +227,33 @@ void ZELCopyFileHeaders(ZELType* ZELdataNew, ZELType* ZELdataOrig)
 
 void ZELSetChannelWavelength(ZELType* ZELdata, int Channel, float WaveLength)
 {
-    ZELdata->Channels[Channel].ChannelWaveLength = WaveLength;
+    zel::slotOf(ZELdata, Channel, "ZELSetChannelWavelength").ChannelWaveLength = WaveLength;
 }
 
 void ZELSetBaseChannelFlag(ZELType* ZELdata, int Channel, int flag)
 {
-    ZELdata->Channels[Channel].BaseChannelFlag = flag;
+    zel::slotOf(ZELdata, Channel, "ZELSetBaseChannelFlag").BaseChannelFlag = flag;
 }
 
 int ZELGetBaseChannelFlag(ZELType* ZELdata, int Channel)
 {
-    return ZELdata->Channels[Channel].BaseChannelFlag;
+    return zel::slotOf(ZELdata, Channel, "ZELGetBaseChannelFlag").BaseChannelFlag;
 }
 
 void ZELSetUnits(ZELType* ZELdata, int Channel, int Units)
 {
-    ZELdata->Channels[Channel].Units = Units;
+    zel::slotOf(ZELdata, Channel, "ZELSetUnits").Units = Units;
 }
 
 int ZELFetchUnits(ZELType* ZELdata, int Channel)
 {
-    return ZELdata->Channels[Channel].Units;
+    return zel::slotOf(ZELdata, Channel, "ZELFetchUnits").Units;
 }
 
 int ZELIsChannelPresent(ZELType* ZELdata, int Channel)
 {
-    return ZELdata->Channels[Channel].ChannelPresentFlag ? 1 : 0;
+    const bool slot = Channel >= 0 && Channel < ZEL_MAX_CHANNELS;
+    return slot && ZELdata->Channels[Channel].ChannelPresentFlag ? 1 : 0;
 }
 
 int ZELFindChannelIndexByLabel(ZELType* ZELdata, const char* label)

@@ -32,8 +32,9 @@ void ZELAddSensorBaseChannel(ZELType* ZELdata, int Channel, float MaxVal, float 
                              const char* ChanComm, float WaveLength, int Units);
 
 /* ZELAddChannel for a derived channel: wavelength -99, no units. */
-void ZELAddSpecialChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, int ArchiveType,
-                          int BitResolution, const char* ChanLabel, const char* ChanComm);
+void ZELAddSpecialChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal,
+                          int ArchiveType, int BitResolution, const char* ChanLabel,
+                          const char* ChanComm);
 
 /* Declare slots 0 to 5 with the channels of the sensor; ByteSize is the storage code of all. */
 void ZELAddStandardAVHRRChannels(ZELType* ZELdata, int ByteSize);

@@ -42,7 +42,8 @@ bool wasBaseSlot(int dataType, int slot)
     }
 }
 
-void supplyOldFields(const RecordReader& reader, const ZELHeaderType& h, ZELChannelType& c, int slot)
+void supplyOldFields(const RecordReader& reader, const ZELHeaderType& h, ZELChannelType& c,
+                     int slot)
 {
     if (!reader.since(131)) c.Units = unitsOfWavelength(c.ChannelWaveLength);
     if (!reader.since(132) && wasBaseSlot(h.DataType, slot)) c.BaseChannelFlag = 1;
@@ -73,8 +74,7 @@ std::int64_t readHistograms(RecordReader& reader, ZELType& file, ZELChannelType&
 {
     c.ChannelHistogram = readOptionalHistogram(reader, file, "histogram presence");
     if (c.ChannelHistogram) file.HistogramFlag = 1;
-    c.ChannelStandardHistogram =
-        readOptionalHistogram(reader, file, "standard histogram presence");
+    c.ChannelStandardHistogram = readOptionalHistogram(reader, file, "standard histogram presence");
     const ZELHistogramType* counted =
         c.ChannelHistogram ? c.ChannelHistogram : c.ChannelStandardHistogram;
     if (!counted) return 2;
@@ -96,8 +96,7 @@ void allocateChannel(ZELType& file, int slot)
     c.ChannelData = allocate<float>(pixels);
     if (!c.ChannelData)
         failWith(-3, "OpenReadOnlyFile: cannot allocate memory for channel %d\n", slot + 1);
-    file.PixBuf[slot] =
-        allocate<unsigned char>(pixels * static_cast<std::size_t>(c.DataByteSize));
+    file.PixBuf[slot] = allocate<unsigned char>(pixels * static_cast<std::size_t>(c.DataByteSize));
     if (!file.PixBuf[slot]) fail("OpenReadOnlyFile: cannot allocate pixel buffer\n");
     c.ChannelLUT = createScalingTable(c);
 }

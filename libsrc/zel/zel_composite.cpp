@@ -224,8 +224,7 @@ std::int64_t copyRest(Container& container, FILE* input, const char* name)
 void appendPlain(Container& container, const ZELType& input, std::int64_t prefixSize)
 {
     std::rewind(input.fptr);
-    const std::int64_t size =
-        prefixSize + copyRest(container, input.fptr, input.ImageFilename);
+    const std::int64_t size = prefixSize + copyRest(container, input.fptr, input.ImageFilename);
     container.addEntry(container.start, input.ZELHeader.SpatialResolution, size);
     container.start = ftello(container.stream);
 }
@@ -238,8 +237,8 @@ void appendComposite(Container& container, const char* name, const Directory& di
     if (!input) fail("ZELCreateCompositeFile: Error: cannot read file %s\n", name);
     zel::RecordWriter writer(container.stream);
     unsigned char magicAndVersion[compositeVersionOffset];
-    const bool whole = std::fread(magicAndVersion, 1, sizeof magicAndVersion, input) ==
-                       sizeof magicAndVersion;
+    const bool whole =
+        std::fread(magicAndVersion, 1, sizeof magicAndVersion, input) == sizeof magicAndVersion;
     writer.array("magic and version text", magicAndVersion, sizeof magicAndVersion);
     zel::Prefix single = zel::plainPrefix(directory.prefix.resolutions[0]);
     zel::walkDirectory(writer, single);
@@ -277,10 +276,11 @@ void warnOfUnreadable(Inputs& inputs)
                           "cannot be read again in a container\n",
                           inputs.name(i));
         else if (misplaced)
-            zel::reportTo(stderr,
-                          "ZELCreateCompositeFile: warning: file %s is of an old version and cannot be "
-                          "read again behind a prefix: write it with -same_res first\n",
-                          inputs.name(i));
+            zel::reportTo(
+                stderr,
+                "ZELCreateCompositeFile: warning: file %s is of an old version and cannot be "
+                "read again behind a prefix: write it with -same_res first\n",
+                inputs.name(i));
     }
 }
 
@@ -334,8 +334,7 @@ Base chooseFile(Base asked, int numInputFiles)
 
 Base chooseComponent(Base asked, Inputs& inputs)
 {
-    const bool composite =
-        asked.file < inputs.count() && inputs.directory(asked.file).isComposite;
+    const bool composite = asked.file < inputs.count() && inputs.directory(asked.file).isComposite;
     if (!composite) return asked;
     const int count = inputs.directory(asked.file).prefix.numComponents;
     if (asked.component >= 0 && asked.component <= count) return asked;

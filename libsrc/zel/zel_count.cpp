@@ -9,6 +9,7 @@
 #include "zel_navigate.h"
 #include "zel_navigate_line.hpp"
 #include "zel_report.hpp"
+#include "zel_slot.hpp"
 
 namespace zel {
 namespace {
@@ -118,7 +119,7 @@ int LineCounter::collect(const ZELChannelType& channel, float* values)
 
 void LineCounter::count(int index)
 {
-    ZELChannelType& channel = file_.Channels[index];
+    ZELChannelType& channel = slotOf(&file_, index, "ZELIncrementHistogram");
     if (!file_.HistogramFlag || !channel.UpdateChannelHistogramFlag || !channel.ChannelHistogram)
         return;
     const Owned<float> values(

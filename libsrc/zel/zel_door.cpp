@@ -38,7 +38,8 @@ void deliver(FILE* stream, const char* text)
 }
 
 // Most messages are short; one with a long name or comment is formatted again where it fits.
-[[gnu::format(printf, 2, 0)]] void deliverFormatted(FILE* stream, const char* format, va_list arguments)
+[[gnu::format(printf, 2, 0)]] void deliverFormatted(FILE* stream, const char* format,
+                                                    va_list arguments)
 {
     char text[1024];
     va_list again;

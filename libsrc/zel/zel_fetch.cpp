@@ -2,6 +2,7 @@
 
 #include "zel_navigate.h"
 #include "zel_report.hpp"
+#include "zel_slot.hpp"
 
 namespace {
 
@@ -9,7 +10,8 @@ namespace {
 // slots behind the file's own are empty.
 ZELChannelType* presentChannel(ZELType* file, int index)
 {
-    if (index < 0 || index > file->ZELHeader.MaxNumChan || index >= ZEL_MAX_CHANNELS) return nullptr;
+    if (index < 0 || index > file->ZELHeader.MaxNumChan || index >= ZEL_MAX_CHANNELS)
+        return nullptr;
     return file->Channels[index].ChannelPresentFlag ? &file->Channels[index] : nullptr;
 }
 
@@ -22,7 +24,7 @@ int ZELFetchDataType(ZELType* ZELdata)
 
 float ZELFetchChannelWavelength(ZELType* ZELdata, int Channel)
 {
-    return ZELdata->Channels[Channel].ChannelWaveLength;
+    return zel::slotOf(ZELdata, Channel, "ZELFetchChannelWavelength").ChannelWaveLength;
 }
 
 char* ZELFetchChannelLabel(ZELType* ZELdata, int Channel)
@@ -126,5 +128,5 @@ void ZELFetchNonInterpolatedNavigation(ZELType* ZELdata, float** lat, float** lo
 
 ZELHistogramType* ZELFetchChannelHistogam(ZELType* ZELdata, int Channel)
 {
-    return ZELdata->Channels[Channel].ChannelHistogram;
+    return zel::slotOf(ZELdata, Channel, "ZELFetchChannelHistogam").ChannelHistogram;
 }

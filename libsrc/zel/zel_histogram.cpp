@@ -7,6 +7,7 @@
 #include "zel_memory.hpp"
 #include "zel_records.hpp"
 #include "zel_report.hpp"
+#include "zel_slot.hpp"
 
 int16_t NumHistogramBins = 256;
 int16_t NumStandardHistogramBins = 256;
@@ -58,8 +59,8 @@ void computeStatistics(ZELHistogramType& histogram)
     histogram.Mean /= histogram.NumPixels;
     for (int i = 0; i < histogram.NumHistogramBins; ++i) {
         const float deviation = lowerEdge(histogram, i) - histogram.Mean;
-        histogram.Sigma = zel::addRepeatedly(histogram.Sigma, deviation * deviation,
-                                             histogram.Histogram[i]);
+        histogram.Sigma =
+            zel::addRepeatedly(histogram.Sigma, deviation * deviation, histogram.Histogram[i]);
     }
     const double variance =
         static_cast<double>(histogram.Sigma) / (static_cast<double>(histogram.NumPixels) - 1.0);
@@ -69,9 +70,9 @@ void computeStatistics(ZELHistogramType& histogram)
 void printHistogram(const char* heading, int channel, const ZELHistogramType& histogram)
 {
     report("%s %d:\n", heading, channel);
-    report("Max %5.2f,  Min %5.2f,  Numpix %f,  Increment %f\n",
-           static_cast<double>(histogram.Max), static_cast<double>(histogram.Min),
-           static_cast<double>(histogram.NumPixels), static_cast<double>(histogram.BinIncrement));
+    report("Max %5.2f,  Min %5.2f,  Numpix %f,  Increment %f\n", static_cast<double>(histogram.Max),
+           static_cast<double>(histogram.Min), static_cast<double>(histogram.NumPixels),
+           static_cast<double>(histogram.BinIncrement));
     for (int i = 0; i < histogram.NumHistogramBins; ++i) {
         const float value = histogram.Min + static_cast<float>(i) / histogram.BinIncrement;
         report("%5.2f %d, ", static_cast<double>(value), histogram.Histogram[i]);
@@ -146,7 +147,8 @@ void ZELRescaleHistogram(ZELHistogramType* histogram, float newMax, float newMin
     if (histogram->NumPixels != 0.0F) {
         zel::Owned<int32_t> bins(zel::allocate<int32_t>(binCount(*histogram) + 1));
         if (!bins) fail("ZELRescaleHistogram: Cannot allocate memory for new histogram\n");
-        const auto oldWidth = static_cast<float>(1.0 / static_cast<double>(histogram->BinIncrement));
+        const auto oldWidth =
+            static_cast<float>(1.0 / static_cast<double>(histogram->BinIncrement));
         for (int i = 0; i < numBins; ++i) {
             const float value = static_cast<float>(i) * oldWidth + histogram->Min;
             const int bin = zel::binAt((value - newMin) * newIncrement);
@@ -175,15 +177,14 @@ void ZELSetStandardHistogramBins(int NumBins)
 void ZELLoadStandardHistogram(ZELType* ZELdata, int channel, int NumBins, float max, float min,
                               const int* counts)
 {
-    if (channel < 0 || channel >= ZEL_MAX_CHANNELS)
-        fail("ZELLoadStandardHistogram: channel %d out of range\n", channel);
+    ZELChannelType& owner = zel::slotOf(ZELdata, channel, "ZELLoadStandardHistogram");
     ZELHistogramType* histogram = ZELCreateHistogram(NumBins);
     histogram->Max = max;
     histogram->Min = min;
     histogram->BinIncrement = increment(NumBins, max, min);
     for (int i = 0; i < NumBins; ++i) histogram->Histogram[i] = counts[i];
     histogram->NumPixels = countedPixels(*histogram);
-    ZELdata->Channels[channel].ChannelStandardHistogram = histogram;
+    owner.ChannelStandardHistogram = histogram;
 }
 
 void ZELCopyHistogram(ZELHistogramType* dest, ZELHistogramType* src)
@@ -241,7 +242,8 @@ void ZELUpdateHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 {
     if (!ZELdata->HistogramFlag) return;
     const auto position = ftello(ZELdata->fptr);
-    fseeko(ZELdata->fptr, static_cast<off_t>(ZELdata->fileOffset) + histogram->fileOffset, SEEK_SET);
+    fseeko(ZELdata->fptr, static_cast<off_t>(ZELdata->fileOffset) + histogram->fileOffset,
+           SEEK_SET);
     ZELWriteHistogram(ZELdata, histogram);
     fseeko(ZELdata->fptr, position, SEEK_SET);
 }
@@ -274,10 +276,10 @@ void ZELSetHistogramFlag(ZELType* ZELdata, int flag)
 
 ZELHistogramType* ZELFetchChannelHistogram(ZELType* ZELdata, int channel)
 {
-    return ZELdata->Channels[channel].ChannelHistogram;
+    return zel::slotOf(ZELdata, channel, "ZELFetchChannelHistogram").ChannelHistogram;
 }
 
 ZELHistogramType* ZELFetchStandardHistogram(ZELType* ZELdata, int channel)
 {
-    return ZELdata->Channels[channel].ChannelStandardHistogram;
+    return zel::slotOf(ZELdata, channel, "ZELFetchStandardHistogram").ChannelStandardHistogram;
 }

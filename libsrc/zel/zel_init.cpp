@@ -134,9 +134,10 @@ void ZELInitNewWriteOnlyFile(ZELType* ZELdata, int DataType, const char* DataCom
                              int StartNavPoint, int NavPointInterval, float SatelliteAltitude,
                              float SpatialResolution)
 {
-    const Scene scene = {DataType,         DataComment,       Year,          JulianDay,
-                         SatNumber,        NumPix,            NumNavPts,     StartNavPoint,
-                         NavPointInterval, SatelliteAltitude, SpatialResolution};
+    const Scene scene = {DataType,          DataComment,      Year,
+                         JulianDay,         SatNumber,        NumPix,
+                         NumNavPts,         StartNavPoint,    NavPointInterval,
+                         SatelliteAltitude, SpatialResolution};
     checkScene(scene, "ZELInitNewWriteOnlyFile");
     initRecord(*ZELdata, scene, ZEL_WRITE_ONLY);
     ZELdata->numZELComponents = 1;
@@ -147,9 +148,10 @@ void ZELInitNewCompositeFile(ZELType* ZELdata, int DataType, const char* DataCom
                              int StartNavPoint, int NavPointInterval, float SatelliteAltitude,
                              float SpatialResolution)
 {
-    const Scene scene = {DataType,         DataComment,       Year,          JulianDay,
-                         SatNumber,        NumPix,            NumNavPts,     StartNavPoint,
-                         NavPointInterval, SatelliteAltitude, SpatialResolution};
+    const Scene scene = {DataType,          DataComment,      Year,
+                         JulianDay,         SatNumber,        NumPix,
+                         NumNavPts,         StartNavPoint,    NavPointInterval,
+                         SatelliteAltitude, SpatialResolution};
     checkScene(scene, "ZELInitNewCompositeFile");
     const int32_t lutStart = ZELdata->LUTStartOffset;
     const int32_t lines = ZELdata->NumLines;
@@ -178,14 +180,14 @@ void ZELInitNewAVHRRGACFile(ZELType* ZELdata, int Year, int JulianDay, int SatNu
 
 void ZELInitNewMASFile(ZELType* ZELdata, int Year, int JulianDay, const char* DataComment)
 {
-    ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_MAS, DataComment, Year, JulianDay, 0, 716, 73, 0, 10,
-                            20.0F, 50.0F);
+    ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_MAS, DataComment, Year, JulianDay, 0, 716, 73, 0,
+                            10, 20.0F, 50.0F);
 }
 
 void ZELInitNewVIRSFile(ZELType* ZELdata, int Year, int JulianDay, const char* DataComment)
 {
-    ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_VIRS, DataComment, Year, JulianDay, 0, 261, 261, 0, 1,
-                            355.0F, 2000.0F);
+    ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_VIRS, DataComment, Year, JulianDay, 0, 261, 261, 0,
+                            1, 355.0F, 2000.0F);
 }
 
 int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)

@@ -51,7 +51,8 @@ off_t placeOfLine(const ZELType& file, int line)
 void checkWritten(const ZELType& file)
 {
     if (std::ferror(file.fptr))
-        fail("ZELWriteLine: write error on file %s: %s\n", file.ImageFilename, std::strerror(errno));
+        fail("ZELWriteLine: write error on file %s: %s\n", file.ImageFilename,
+             std::strerror(errno));
 }
 
 // Whether a line that was there when the file was opened is gone. That is an end of file like any
@@ -73,10 +74,11 @@ bool endsHere(const ZELType& file)
 void warnOfByteOrder(ZELType& file)
 {
     if (zel::byteOrderWasLost(file))
-        zel::reportTo(stderr,
-                      "ZELReadLine: warning: file %s is of the other byte order, which the opening of "
-                      "another file has reset: its numbers are read with their bytes reversed\n",
-                      file.ImageFilename);
+        zel::reportTo(
+            stderr,
+            "ZELReadLine: warning: file %s is of the other byte order, which the opening of "
+            "another file has reset: its numbers are read with their bytes reversed\n",
+            file.ImageFilename);
 }
 
 // The record of the line at which the stream stands, into the line's fields and PixBuf.

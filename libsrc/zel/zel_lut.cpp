@@ -214,8 +214,9 @@ void ZELLoadLUTEntryByLabel(ZELType* ZELdata, const char* lutLabel, int index, u
 {
     // The message names the other form; it always has.
     if (ZELdata->ReadWriteFlag == ZEL_READ_ONLY)
-        report("ZELLoadLUTEntryByKey: Loading LUT on Read Only file... LUT valid only until program "
-               "ends\n");
+        report(
+            "ZELLoadLUTEntryByKey: Loading LUT on Read Only file... LUT valid only until program "
+            "ends\n");
     ZELDisplayLUTType* lut = searchByLabel(ZELdata, lutLabel, "ZELLoadLUTEntryByLabel");
     if (lut) loadEntry(lut, index, R, G, B, label, "ZELLoadLUTEntryByLabel");
 }

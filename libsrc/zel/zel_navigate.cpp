@@ -95,7 +95,8 @@ void interpolateLatitude(const float* points, const Points& p, float* lat)
     continueBackward(lat, p.start, stepAfter(0), unwrapped);
     for (int k = 0; k < p.count - 1; ++k)
         continueForward(lat, p.pixelOf(k) + 1, p.pixelOf(k + 1), stepAfter(k), unwrapped);
-    continueForward(lat, p.pixelOf(p.count - 1) + 1, p.pixels - 1, stepAfter(p.count - 2), unwrapped);
+    continueForward(lat, p.pixelOf(p.count - 1) + 1, p.pixels - 1, stepAfter(p.count - 2),
+                    unwrapped);
 }
 
 void interpolateLongitude(const float* points, const Points& p, float* lon)

@@ -126,13 +126,13 @@ void readHeader(RecordReader& reader, ZELType& file)
         checkNavigation(reader, h);
         reader.require(h.NumDisplayLUTs >= 0, "NumDisplayLUTs", h.NumDisplayLUTs);
         reader.require(h.TableList.NumTables >= 0, "NumTables", h.TableList.NumTables);
-        length = (reader.since(151) ? prefixedHeaderLength : headerLength) + readBlocks(reader, file);
+        length =
+            (reader.since(151) ? prefixedHeaderLength : headerLength) + readBlocks(reader, file);
     }
     reader.require(length <= INT32_MAX, "header length", static_cast<double>(length));
     zel::walkHeaderEnd(reader, h);
     file.HeaderOffset = static_cast<int32_t>(length);
-    file.NavOffset =
-        zel::navOffset(zel::layoutVersion(h.VersionNumber), h.NumNavPoints);
+    file.NavOffset = zel::navOffset(zel::layoutVersion(h.VersionNumber), h.NumNavPoints);
 }
 
 void countLines(RecordReader& reader, ZELType& file, std::int64_t size)
@@ -160,8 +160,8 @@ void allocateBuffers(ZELType& file)
     static constexpr const char* function = "OpenReadOnlyFile";
     const ZELHeaderType& h = file.ZELHeader;
     zel::allocateNavigation(file, function);
-    zel::allocateLineBuffers(file, {function, h.SZChannelIndex < 0, h.VZChannelIndex < 0,
-                                    h.AZChannelIndex < 0});
+    zel::allocateLineBuffers(
+        file, {function, h.SZChannelIndex < 0, h.VZChannelIndex < 0, h.AZChannelIndex < 0});
 }
 
 std::int64_t fileLength(FILE* stream)
@@ -228,8 +228,8 @@ int ZELCheckFileVersion(FILE* fptr)
 {
     const int host = localByteOrder();
     zel::Prefix prefix{};
-    const bool magic = checkRead(host, prefix.magic, 1, 3, fptr) == 3 &&
-                       std::strcmp(prefix.magic, ZELString) == 0;
+    const bool magic =
+        checkRead(host, prefix.magic, 1, 3, fptr) == 3 && std::strcmp(prefix.magic, ZELString) == 0;
     if (magic) {
         checkRead(host, prefix.version, 1, 10, fptr);
         const char* point = std::strchr(prefix.version, '.');

@@ -21,9 +21,8 @@ auto hasKey(int key)
 
 auto hasLabel(const char* label)
 {
-    return [label](const TableType& table) {
-        return zel::sameIgnoringCase(table.TableLabel, label);
-    };
+    return
+        [label](const TableType& table) { return zel::sameIgnoringCase(table.TableLabel, label); };
 }
 
 // The count decides: a freed list keeps a stale head.

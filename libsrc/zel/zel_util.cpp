@@ -16,14 +16,9 @@ constexpr const char* storageTexts[] = {nullptr,
                                         "Stored as float values",
                                         "Stored as two byte unscaled values"};
 
-constexpr const char* unitsTexts[] = {"None",
-                                      "Degree Kelvin",
-                                      "Percent Albedo",
-                                      "Reflectance",
-                                      "Degree Celcius",
-                                      "None (Look up Table)",
-                                      "None (Daytime)",
-                                      "Radiance(W/m^2/micron/steradian)"};
+constexpr const char* unitsTexts[] = {
+    "None",           "Degree Kelvin",        "Percent Albedo", "Reflectance",
+    "Degree Celcius", "None (Look up Table)", "None (Daytime)", "Radiance(W/m^2/micron/steradian)"};
 
 template <std::size_t N>
 const char* textOf(const char* const (&texts)[N], int code, const char* otherwise)
@@ -80,9 +75,10 @@ void printComponents(ZELType& file, FILE* stream, bool withChannels)
 void PrintHeader(ZELType* ZELdata, FILE* fptr)
 {
     const ZELHeaderType& h = ZELdata->ZELHeader;
-    print(fptr,
-          "\nyear: %d\nJulian day %d\nSatellite Number %d\nPixels per line %d\nNumber of lines %d\n",
-          h.year, h.julian, h.sat_no, h.NPixelPerLine, ZELdata->NumLines);
+    print(
+        fptr,
+        "\nyear: %d\nJulian day %d\nSatellite Number %d\nPixels per line %d\nNumber of lines %d\n",
+        h.year, h.julian, h.sat_no, h.NPixelPerLine, ZELdata->NumLines);
     print(fptr, "DataType %d\n", h.DataType);
     print(fptr, "DataComment %s\n", h.DataComment);
     print(fptr, "SpatialResolution (meters) %f\n", static_cast<double>(h.SpatialResolution));

@@ -4,11 +4,11 @@
 
 #include "zel_composite.h"
 #include "zel_composite_seam.hpp"
+#include "zel_finish.h"
 #include "zel_histogram_block.hpp"
 #include "zel_init.h"
 #include "zel_io.h"
 #include "zel_lut.h"
-#include "zel_finish.h"
 #include "zel_mask.hpp"
 #include "zel_memory.hpp"
 #include "zel_open.h"
@@ -121,10 +121,11 @@ bool relate(ZELType& component, const ZELType& reference)
     if (!(ratio >= 1.0F) || ratio > static_cast<float>(INT16_MAX)) return false;
     component.samplingFactor = static_cast<int32_t>(ratio);
     if (ratio - static_cast<float>(component.samplingFactor) > negligible)
-        zel::reportTo(stderr,
-                      "ZELOpenCompositeReadOnlyFile: warning: the resolutions of file %s and of the "
-                      "base have the ratio %f: %d is used, and pixels drift apart\n",
-                      component.ImageFilename, static_cast<double>(ratio), component.samplingFactor);
+        zel::reportTo(
+            stderr,
+            "ZELOpenCompositeReadOnlyFile: warning: the resolutions of file %s and of the "
+            "base have the ratio %f: %d is used, and pixels drift apart\n",
+            component.ImageFilename, static_cast<double>(ratio), component.samplingFactor);
     return true;
 }
 
@@ -133,10 +134,11 @@ bool relateComponents(ZELType& view, const ZELType& reference)
     for (int i = 0; i < view.numZELComponents; ++i) {
         ZELType& component = view.ZELComponent[i];
         if (relate(component, reference)) continue;
-        report("ZELOpenCompositeReadOnlyFile: Error: resolutions %f of file %s and %f of the base do "
-               "not belong to one scene\n",
-               static_cast<double>(component.ZELHeader.SpatialResolution), component.ImageFilename,
-               static_cast<double>(reference.ZELHeader.SpatialResolution));
+        report(
+            "ZELOpenCompositeReadOnlyFile: Error: resolutions %f of file %s and %f of the base do "
+            "not belong to one scene\n",
+            static_cast<double>(component.ZELHeader.SpatialResolution), component.ImageFilename,
+            static_cast<double>(reference.ZELHeader.SpatialResolution));
         return false;
     }
     return true;
@@ -168,13 +170,11 @@ void allocateChannel(ZELType& view, int index, int component)
     const auto pixels = static_cast<std::size_t>(view.ZELHeader.NPixelPerLine);
     channel.ChannelData = zel::allocate<float>(pixels);
     if (!channel.ChannelData)
-        zel::failWith(-3,
-                      "ZELOpenCompositeReadOnlyFile: cannot allocate memory for channel %d\n",
+        zel::failWith(-3, "ZELOpenCompositeReadOnlyFile: cannot allocate memory for channel %d\n",
                       component + 1);
     view.PixBuf[index] =
         zel::allocate<unsigned char>(pixels * static_cast<std::size_t>(channel.DataByteSize));
-    if (!view.PixBuf[index])
-        fail("ZELOpenCompositeReadOnlyFile: cannot allocate pixel buffer\n");
+    if (!view.PixBuf[index]) fail("ZELOpenCompositeReadOnlyFile: cannot allocate pixel buffer\n");
     channel.ChannelLUT = zel::createScalingTable(channel);
 }
 
@@ -269,9 +269,9 @@ int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, const char* const* InputFileN
         report("ZELOpenCompositeReadOnlyFile: Error: no input files\n");
         return unreadable;
     }
-    Inputs inputs{InputFileNames, numInputFiles,
-                  zel::Owned<Directory>(
-                      zel::allocate<Directory>(static_cast<std::size_t>(numInputFiles)))};
+    Inputs inputs{
+        InputFileNames, numInputFiles,
+        zel::Owned<Directory>(zel::allocate<Directory>(static_cast<std::size_t>(numInputFiles)))};
     if (!inputs.directories) fail("cannot allocate memory for ZELComponents\n");
     const int counted = countComponents(*ZELdata, inputs, BaseFileIndex);
     if (counted != done) {

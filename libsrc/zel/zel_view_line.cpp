@@ -53,8 +53,7 @@ bool copySame(const Passage& p)
 template <class T>
 void replicateStored(const unsigned char* from, unsigned char* to, int count, int factor)
 {
-    for (int x = 0; x < count; ++x)
-        zel::storePixel<T>(to, x, zel::loadPixel<T>(from, x / factor));
+    for (int x = 0; x < count; ++x) zel::storePixel<T>(to, x, zel::loadPixel<T>(from, x / factor));
 }
 
 void replicateBytes(const unsigned char* from, unsigned char* to, int count, int factor, int size)

@@ -98,7 +98,8 @@ public:
     {
         static_assert(N > 1);
         array(name, buffer, width);
-        buffer[static_cast<std::size_t>(width) < N ? static_cast<std::size_t>(width) : N - 1] = '\0';
+        buffer[static_cast<std::size_t>(width) < N ? static_cast<std::size_t>(width) : N - 1] =
+            '\0';
     }
     template <class T>
     void array(const char* name, T* values, int count)

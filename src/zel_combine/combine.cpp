@@ -4,8 +4,10 @@
 
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 #include "progress.h"
+#include "vorn_channels.h"
 #include "zel.h"
 
 namespace zel_combine {
@@ -14,20 +16,41 @@ namespace {
 constexpr int failed = -1;
 constexpr int linesBetweenReports = 50;
 
-// A record is too large for a stack.
-using File = std::unique_ptr<ZELType>;
-
-bool openInput(const CommandLineStruct& info, ZELType* in)
-{
-    if (info.numInputFiles == 1) {
-        if (ZELOpenReadOnlyFile(in, info.InputFileName[0]) == 0) return true;
-        std::printf("Cannot open input ZEL file %s\n", info.InputFileName[0]);
-        return false;
+// A record is too large for a stack, and is finished however the run ends.
+template <void (*finish)(ZELType*)>
+struct Finish {
+    void operator()(ZELType* file) const
+    {
+        finish(file);
+        delete file;
     }
-    if (ZELOpenCompositeReadOnlyFile(in, info.InputFileName, info.numInputFiles, info.BaseFile) == 0)
-        return true;
+};
+using InputFile = std::unique_ptr<ZELType, Finish<ZELFinishReadingFile>>;
+using OutputFile = std::unique_ptr<ZELType, Finish<ZELFinishWritingFile>>;
+
+// The view to read, or none.
+InputFile openInput(const CommandLineStruct& info)
+{
+    auto in = std::make_unique<ZELType>();
+    if (info.numInputFiles == 1) {
+        if (ZELOpenReadOnlyFile(in.get(), info.InputFileName[0]) == 0)
+            return InputFile(in.release());
+        std::printf("Cannot open input ZEL file %s\n", info.InputFileName[0]);
+        return nullptr;
+    }
+    if (ZELOpenCompositeReadOnlyFile(in.get(), info.InputFileName, info.numInputFiles,
+                                     info.BaseFile) == 0)
+        return InputFile(in.release());
     std::printf("Cannot open composite ZEL file \n");
-    return false;
+    return nullptr;
+}
+
+// A file to be written with the header and channels of the view.
+OutputFile copyHeaders(ZELType* in)
+{
+    OutputFile out(new ZELType);
+    ZELCopyFileHeaders(out.get(), in);
+    return out;
 }
 
 bool isSameFile(const char* a, const char* b)
@@ -38,11 +61,22 @@ bool isSameFile(const char* a, const char* b)
            first.st_ino == second.st_ino;
 }
 
+// Every file that the run reads.
+std::vector<const char*> namesOfInputs(const CommandLineStruct& info)
+{
+    std::vector<const char*> names(info.InputFileName, info.InputFileName + info.numInputFiles);
+    if (!info.vornFlag) return names;
+    for (const char* name :
+         {info.vornFileName, info.vornHeader, info.vornLUT, info.ZELFeatureHeader})
+        if (name) names.push_back(name);
+    return names;
+}
+
 // An input would be emptied before its first line is read.
 bool sparesInputs(const CommandLineStruct& info)
 {
-    for (int i = 0; i < info.numInputFiles; ++i) {
-        if (!isSameFile(info.InputFileName[i], info.OutputFileName)) continue;
+    for (const char* name : namesOfInputs(info)) {
+        if (!isSameFile(name, info.OutputFileName)) continue;
         std::printf("zel_combine: Error: output file %s is one of the input files\n",
                     info.OutputFileName);
         return false;
@@ -62,13 +96,14 @@ bool openOutput(const CommandLineStruct& info, ZELType* out)
     return false;
 }
 
-int copyLines(ZELType* out, ZELType* in)
+int copyLines(ZELType* out, ZELType* in, VornChannels& vorn)
 {
     Progress progress;
     const double total = ZELFetchNumberOfLines(in);
     int line = 0;
     while (ZELReadLine(in)) {
         ZELCopyLine(out, in);
+        vorn.loadLine(out);
         ZELWriteLine(out);
         ++line;
         if (line % linesBetweenReports == 0) std::printf("line %d\n", line);
@@ -92,19 +127,19 @@ int writeComposite(CommandLineStruct& info)
 
 int writeSameResolution(CommandLineStruct& info)
 {
-    const File in(new ZELType);
-    const File out(new ZELType);
+    InputFile in = openInput(info);
+    if (!in || !sparesInputs(info)) return failed;
+    OutputFile out = copyHeaders(in.get());
+    VornChannels vorn;
     if (info.vornFlag) {
-        std::printf("zel_combine: Error: Vorn input files are not supported yet\n");
-        return failed;
+        const int status = vorn.setUp(info, in.get(), out.get());
+        if (status != 0) return status;
     }
-    if (!openInput(info, in.get()) || !sparesInputs(info)) return failed;
-    ZELCopyFileHeaders(out.get(), in.get());
     if (!openOutput(info, out.get())) return failed;
     ZELPrintHeader(out.get(), stdout);
-    const int lines = copyLines(out.get(), in.get());
-    ZELFinishReadingFile(in.get());
-    ZELFinishWritingFile(out.get());
+    const int lines = copyLines(out.get(), in.get(), vorn);
+    in.reset();
+    out.reset();
     std::printf("%d lines processed\n", lines);
     return 0;
 }

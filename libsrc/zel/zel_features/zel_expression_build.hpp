@@ -1,0 +1,21 @@
+// Appending to a stack that is being compiled.
+#ifndef ZEL_EXPRESSION_BUILD_HPP
+#define ZEL_EXPRESSION_BUILD_HPP
+
+#include <string_view>
+
+#include "zel_feature_types.h"
+
+namespace zel {
+
+// Appends a zeroed element and returns it. Ends the process (-1) when memory fails.
+StackElementStruct& appendElement(ZELStackStruct& stack);
+
+// Appends what a text without operators stands for, and returns the status. assigned: the text is
+// the target of an assignment.
+int compileOperand(std::string_view text, ZELStackStruct& stack, bool assigned,
+                   const CommandListStruct* definitions);
+
+}  // namespace zel
+
+#endif

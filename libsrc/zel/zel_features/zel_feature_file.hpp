@@ -1,0 +1,21 @@
+// Opening the output of a feature file, as created or as a copy.
+#ifndef ZEL_FEATURE_FILE_HPP
+#define ZEL_FEATURE_FILE_HPP
+
+#include "zel_feature_file.h"
+
+namespace zel {
+
+// Asks before an existing file is replaced, and opens the output that the parameters name. Ends the
+// process (-1) when that fails or is not wanted.
+void openFeatureOutput(ZELFeatureFileStruct& file);
+
+// Room for the feature values of a sample. Ends the process (-1) when memory fails.
+void allocateFeatures(ZELFeatureFileStruct& file, const char* function);
+
+// Writes the header of a file that samples are then appended to.
+void beginWriting(ZELFeatureFileStruct& file);
+
+}  // namespace zel
+
+#endif

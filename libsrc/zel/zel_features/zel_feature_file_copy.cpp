@@ -1,0 +1,97 @@
+#include <cstring>
+
+#include "zel_expression.h"
+#include "zel_feature_file.h"
+#include "zel_feature_file.hpp"
+#include "zel_feature_header.hpp"
+#include "zel_feature_report.hpp"
+#include "zel_parameter.hpp"
+
+namespace {
+
+using Print = void (*)(const char* text);
+
+ZELStackStruct* compileAgain(const ZELStackStruct* source, const CommandListStruct* definitions,
+                             Print print)
+{
+    if (!source) return nullptr;
+    int status = ZEL_PARSE_OK;
+    ZELStackStruct* stack = parseCondition(source->expression, &status, 0, definitions);
+    if (stack) return stack;
+    print(zel::message("expression: %s\n", source->expression));
+    print(zel::message("parse error: %s\n", ParseErrorMsgs[status]));
+    zel::terminate(-1);
+}
+
+void copyList(CommandStruct& to, const CommandStruct& from, const CommandStruct& conditions)
+{
+    for (const CommandListStruct* source = from.ListHead; source; source = source->next) {
+        const CommandListStruct* definitions = conditions.ListHead;
+        CommandListStruct* entry = allocateNewCommand(&to);
+        entry->Label = zel::copyNullable(source->Label);
+        entry->Condition = compileAgain(source->Condition, definitions, printError);
+        entry->Action = compileAgain(source->Action, definitions, printInfo);
+    }
+}
+
+void copyFiles(IOStruct& to, const IOStruct& from)
+{
+    to.outputFilename = zel::copyNullable(from.outputFilename);
+    for (const InputStruct* input = from.inputListHead; input; input = input->next)
+        allocateNewInput(&to)->Filename = zel::copyNullable(input->Filename);
+}
+
+void copyClasses(ZELClassStruct& to, const ZELClassStruct& from)
+{
+    for (int i = 0; i < ZEL_FEATURE_NUM_CLASSES; ++i) {
+        to.name[i] = zel::copyNullable(from.name[i]);
+        to.Red[i] = from.Red[i];
+        to.Green[i] = from.Green[i];
+        to.Blue[i] = from.Blue[i];
+    }
+}
+
+}  // namespace
+
+void ZELFeatureCopyParameter(ZELParameterStruct* DestParameter,
+                             const ZELParameterStruct* SrcParameter)
+{
+    ZELFeatureInitializeParameters(DestParameter);
+    DestParameter->RandomSeed = SrcParameter->RandomSeed;
+    DestParameter->SubSamplingMethod = SrcParameter->SubSamplingMethod;
+    DestParameter->ClassType = SrcParameter->ClassType;
+    DestParameter->DataType = SrcParameter->DataType;
+    copyFiles(DestParameter->IO, SrcParameter->IO);
+    copyClasses(DestParameter->ClassInfo, SrcParameter->ClassInfo);
+    for (CommandStruct ZELParameterStruct::*list :
+         {&ZELParameterStruct::Conditions, &ZELParameterStruct::Features,
+          &ZELParameterStruct::Requirements, &ZELParameterStruct::Filters,
+          &ZELParameterStruct::Comments, &ZELParameterStruct::Title, &ZELParameterStruct::Options})
+        copyList(DestParameter->*list, SrcParameter->*list, DestParameter->Conditions);
+    zel::makeFeatureInfo(*DestParameter,
+                         "ZELFeatureCopyHeader: DestParameter->FeatureInfo.Max calloc error\n",
+                         "ZELFeatureCopyHeader: DestParameter->FeatureInfo.Min calloc error\n");
+}
+
+void ZELFeatureCopyFileParameters(ZELFeatureFileStruct* DestFile,
+                                  const ZELFeatureFileStruct* SrcFile)
+{
+    std::memset(DestFile, 0, sizeof *DestFile);
+    ZELFeatureCopyParameter(&DestFile->Parameters, &SrcFile->Parameters);
+    DestFile->AccessFlag = ZEL_FEATURE_WRITE;
+}
+
+void ZELFeatureOpenCopiedFile(ZELFeatureFileStruct* FeatureFile, const char* outputFilename)
+{
+    zel::setString(FeatureFile->Parameters.IO.outputFilename, outputFilename);
+    zel::openFeatureOutput(*FeatureFile);
+    zel::allocateFeatures(*FeatureFile, "ZELFeatureOpenCopiedFile");
+    zel::beginWriting(*FeatureFile);
+}
+
+void ZELFeatureCreateCopiedFile(ZELFeatureFileStruct* DestFile, const ZELFeatureFileStruct* SrcFile,
+                                const char* outputFilename)
+{
+    ZELFeatureCopyFileParameters(DestFile, SrcFile);
+    ZELFeatureOpenCopiedFile(DestFile, outputFilename);
+}

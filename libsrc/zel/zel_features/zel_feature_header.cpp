@@ -1,0 +1,165 @@
+#include "zel_feature_header.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <string>
+
+#include "zel_feature_header.hpp"
+#include "zel_feature_records.hpp"
+#include "zel_feature_report.hpp"
+#include "zel_memory.hpp"
+#include "zel_parameter.hpp"
+
+namespace {
+
+void readIdentifier(zel::FeatureReader& reader)
+{
+    char identifier[zel::identifierSize] = "";
+    try {
+        zel::walkIdentifier(reader, identifier);
+    } catch (const zel::Damage&) {
+        identifier[0] = '\0';
+    }
+    const bool isHeader = std::equal(std::begin(identifier), std::end(identifier),
+                                     IdentifierString, IdentifierString + zel::identifierSize);
+    if (!isHeader) zel::failWithError("Error: file does not contain ZEL Feature header\n");
+}
+
+void readList(FILE* fptr, CommandStruct& list, bool check, const CommandListStruct* definitions)
+{
+    zel::readFeatures(fptr, [&](zel::FeatureReader& reader) {
+        reader.setCheck(check);
+        zel::walkList(reader, list, definitions);
+    });
+}
+
+// What was written before has to reach the file first.
+void goTo(FILE* fptr, off_t position)
+{
+    if (fseeko(fptr, position, SEEK_SET) != 0) zel::failWithError("FileWrite error:");
+}
+
+}  // namespace
+
+namespace zel {
+
+void makeFeatureInfo(ZELParameterStruct& p, const char* maxFailure, const char* minFailure)
+{
+    freeFeatureInfo(p);
+    const auto features = static_cast<std::size_t>(p.Features.num);
+    p.FeatureInfo.Label = CreateLabels(&p.Features);
+    p.FeatureInfo.Max = allocate<float>(features);
+    if (!p.FeatureInfo.Max) failWithError("%s", maxFailure);
+    p.FeatureInfo.Min = allocate<float>(features);
+    if (!p.FeatureInfo.Min) failWithError("%s", minFailure);
+}
+
+void readFeatureHeader(FeatureReader& reader, ZELParameterStruct& p)
+{
+    ZELFeatureInitializeParameters(&p);
+    readIdentifier(reader);
+    walkHeader(reader, p);
+    makeFeatureInfo(p, "ZELFeatureReadHeader: Parameters->FeatureInfo.Max calloc error\n",
+                    "ZELFeatureReadHeader: Parameters->FeatureInfo.Min calloc error\n");
+    walkHeaderEnd(reader, p);
+}
+
+}  // namespace zel
+
+// Nothing reads this form.
+void ZELWriteStack(FILE* fptr, const ZELStackStruct* stack)
+{
+    zel::FeatureWriter writer(fptr);
+    writer.expression("expression", stack);
+    writer.field("elements", stack->numStackElements);
+    for (const StackElementStruct* e = stack->stackHead; e; e = e->nextElement) {
+        std::int32_t operand = 0;
+        std::memcpy(&operand, &e->op, sizeof operand);
+        writer.field("type", e->type);
+        writer.field("operand", operand);
+    }
+}
+
+void ZELWriteCommandList(FILE* fptr, const CommandListStruct* entry)
+{
+    zel::FeatureWriter writer(fptr);
+    CommandListStruct stored = *entry;
+    zel::walkEntry(writer, stored);
+}
+
+void ZELReadCommandList(FILE* fptr, CommandListStruct* entry, int parseFlag,
+                        const CommandListStruct* definedConditions)
+{
+    zel::readFeatures(fptr, [&](zel::FeatureReader& reader) {
+        reader.setCheck(parseFlag != 0);
+        reader.setDefinitions(definedConditions);
+        zel::walkEntry(reader, *entry);
+    });
+}
+
+void ZELWriteCommand(FILE* fptr, const CommandStruct* Command)
+{
+    zel::FeatureWriter writer(fptr);
+    CommandStruct stored = Command ? *Command : CommandStruct{};
+    zel::walkList(writer, stored, nullptr);
+}
+
+void ZELReadCommand(FILE* fptr, CommandStruct* Command, const CommandListStruct* definedConditions)
+{
+    readList(fptr, *Command, true, definedConditions);
+}
+
+void ZELReadList(FILE* fptr, CommandStruct* Command, const CommandListStruct* definedConditions)
+{
+    readList(fptr, *Command, false, definedConditions);
+}
+
+int ZELFeatureWriteHeader(FILE* fptr, ZELParameterStruct* Parameters)
+{
+    zel::FeatureWriter writer(fptr);
+    ZELParameterStruct stored = *Parameters;
+    std::string version = VersionNumber;
+    stored.Header.VersionNumber = version.data();
+    std::fill(std::begin(stored.ClassInfo.Count), std::end(stored.ClassInfo.Count), 0);
+    char identifier[zel::identifierSize];
+    std::memcpy(identifier, IdentifierString, sizeof identifier);
+
+    zel::walkIdentifier(writer, identifier);
+    zel::walkHeader(writer, stored);
+    zel::walkHeaderEnd(writer, stored);
+    Parameters->ClassOffset = stored.ClassOffset;
+    Parameters->FeatureOffset = stored.FeatureOffset;
+    return static_cast<int>(std::ftell(fptr));
+}
+
+int ZELFeatureReadHeader(FILE* fptr, ZELParameterStruct* Parameters)
+{
+    return zel::readFeatures(fptr, [&](zel::FeatureReader& reader) {
+        zel::readFeatureHeader(reader, *Parameters);
+        return static_cast<int>(reader.position());
+    });
+}
+
+void ZELFeatureUpdateHeaderInfo(FILE* fptr, const ZELParameterStruct* Parameters)
+{
+    zel::FeatureWriter writer(fptr);
+    const off_t position = ftello(fptr);
+    goTo(fptr, Parameters->ClassOffset);
+    zel::walkClassCounts(writer, Parameters->ClassInfo);
+    goTo(fptr, Parameters->FeatureOffset);
+    zel::walkRanges(writer, Parameters->FeatureInfo, Parameters->Features.num);
+    goTo(fptr, position);
+}
+
+char** CreateLabels(const CommandStruct* Command)
+{
+    char** labels = zel::allocate<char*>(static_cast<std::size_t>(Command->num));
+    if (!labels) zel::failWithError("CreateLabels: cannot allocate memory\n");
+    int i = 0;
+    for (const CommandListStruct* entry = Command->ListHead; entry; entry = entry->next, ++i) {
+        const char* text = entry->Condition ? entry->Condition->expression : nullptr;
+        labels[i] = zel::copyNullable(entry->Label ? entry->Label : text);
+    }
+    return labels;
+}

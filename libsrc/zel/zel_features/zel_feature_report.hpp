@@ -1,0 +1,21 @@
+// Messages of the feature layer, for its rooms.
+#ifndef ZEL_FEATURE_REPORT_HPP
+#define ZEL_FEATURE_REPORT_HPP
+
+#include "zel_feature_report.h"
+#include "zel_report.hpp"
+
+namespace zel {
+
+// Formats a message into infoLine and returns that, for one of the three printers.
+[[gnu::format(printf, 1, 2)]] const char* message(const char* format, ...);
+
+// The message through printError, and an ending with status -1.
+[[noreturn, gnu::format(printf, 1, 2)]] void failWithError(const char* format, ...);
+
+// The same with a status of its own.
+[[noreturn, gnu::format(printf, 2, 3)]] void failWithError(int status, const char* format, ...);
+
+}  // namespace zel
+
+#endif

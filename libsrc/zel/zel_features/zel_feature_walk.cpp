@@ -1,0 +1,128 @@
+#include "zel_feature_walk.hpp"
+
+#include <algorithm>
+#include <charconv>
+
+#include "zel_expression.h"
+#include "zel_feature_report.hpp"
+#include "zel_feature_text.hpp"
+#include "zel_memory.hpp"
+
+namespace zel {
+
+namespace {
+
+std::int64_t endOf(FILE* stream)
+{
+    const std::int64_t position = ftello(stream);
+    fseeko(stream, 0, SEEK_END);
+    const std::int64_t end = ftello(stream);
+    fseeko(stream, position, SEEK_SET);
+    return end;
+}
+
+double leadingNumber(std::string_view text)
+{
+    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+    double number = 0.0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+[[noreturn]] void throwStringDamage(std::int32_t length)
+{
+    StringDamage damage{};
+    damage.length = length;
+    throw damage;
+}
+
+}  // namespace
+
+FeatureReader::FeatureReader(FILE* stream) : FeatureReader(stream, endOf(stream)) {}
+
+void FeatureReader::setVersion(const char* text)
+{
+    const double hundredfold = leadingNumber(text) * 100.0;
+    version_ = hundredfold > 0.0 && hundredfold < INT_MAX ? static_cast<int>(hundredfold) : 0;
+}
+
+void FeatureReader::string(const char* name, char*& text)
+{
+    std::int32_t length = 0;
+    if (end_ - position() >= static_cast<std::int64_t>(sizeof length)) field(name, length);
+    if (length < 1 || length > end_ - position()) throwStringDamage(length);
+    Owned<char> content(allocate<char>(static_cast<std::size_t>(length) + 1));
+    if (!content) failWithError("ReadString: cannot allocate memory\n");
+    array(name, content.get(), length);
+    release(text);
+    text = content.release();
+}
+
+void FeatureReader::expression(const char* name, ZELStackStruct*& stack)
+{
+    char* text = nullptr;
+    string(name, text);
+    const Owned<char> owned(text);
+    int status = ZEL_PARSE_OK;
+    stack = parseCondition(text, &status, check_ ? 1 : 0, definitions_);
+    if (stack) return;
+    printError(message("expression: %s\n", text));
+    failWithError("parse error: %s\n", ParseErrorMsgs[status]);
+}
+
+int FeatureReader::count(const char* name, int, int smallestItem)
+{
+    std::int32_t number = 0;
+    const std::int64_t at = position();
+    field(name, number);
+    if (number >= 0 && std::int64_t{smallestItem} * number <= end_ - position()) return number;
+    Damage damage{};
+    std::snprintf(damage.what, sizeof damage.what, "invalid number of %s %d", name, number);
+    damage.offset = at;
+    throw damage;
+}
+
+void FeatureReader::place(int& offset)
+{
+    offset = static_cast<int>(position());
+}
+
+void FeatureReader::cutShort(const char* name, std::int64_t at)
+{
+    Damage damage{};
+    std::snprintf(damage.what, sizeof damage.what, "cut short in %s", name);
+    damage.offset = at;
+    throw damage;
+}
+
+void failDamaged(const Damage& damage)
+{
+    failWithError("corrupt feature file: %s at offset %lld\n", damage.what,
+                  static_cast<long long>(damage.offset));
+}
+
+void failDamaged(const StringDamage& damage)
+{
+    printError(message("ReadString error:"));
+    failWithError("status = %d, Length = %d\n", damage.bytesRead, damage.length);
+}
+
+}  // namespace zel
+
+void WriteString(FILE* fptr, const char* string)
+{
+    if (!string) string = "";
+    const auto length = static_cast<std::int32_t>(std::strlen(string) + 1);
+    FileWrite(&length, sizeof length, 1, fptr);
+    const auto size = static_cast<std::size_t>(length);
+    if (std::fwrite(string, 1, size, fptr) != size) zel::failWithError("WriteString error:");
+}
+
+char* ReadString(FILE* fptr)
+{
+    return zel::readFeatures(fptr, [](zel::FeatureReader& reader) {
+        char* text = nullptr;
+        reader.string("string", text);
+        return text;
+    });
+}

@@ -1,0 +1,37 @@
+// What the rooms that fill a parameter record have in common.
+#ifndef ZEL_PARAMETER_HPP
+#define ZEL_PARAMETER_HPP
+
+#include <string_view>
+
+#include "zel_parameter.h"
+
+namespace zel {
+
+// A copy that a record can own. Ends the process (-1) when memory fails.
+char* copyString(std::string_view text);
+
+// The same for a text that may be null, which stays null.
+char* copyNullable(const char* text);
+
+// Date and time of now, for a record to own.
+char* currentDateTime();
+
+// Replaces a text that a record owns.
+void setString(char*& field, std::string_view text);
+
+// The same, null included.
+void setNullable(char*& field, const char* text);
+
+// Whether a file can be read; errno stays as it was.
+bool opensForReading(const char* filename);
+
+// Frees the labels and ranges of the features; their definitions stay.
+void freeFeatureInfo(ZELParameterStruct& parameters);
+
+// The output file name set for parameter files; null for none.
+const char* outputFilenameOverride();
+
+}  // namespace zel
+
+#endif

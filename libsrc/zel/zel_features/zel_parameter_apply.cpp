@@ -1,0 +1,40 @@
+#include "zel_evaluate.h"
+#include "zel_parameter.h"
+#include "zel_truncate.hpp"
+
+namespace {
+
+// An entry of a feature header may lack its condition or action.
+double valueOf(const ZELStackStruct* stack, ZELPixelStruct& pixel)
+{
+    return stack ? ZELEvaluateStack(stack, &pixel) : 0.0;
+}
+
+bool holdForAll(const CommandStruct& list, ZELPixelStruct& pixel)
+{
+    for (const CommandListStruct* entry = list.ListHead; entry; entry = entry->next)
+        if (zel::truncatesToZero(valueOf(entry->Condition, pixel) + 0.5)) return false;
+    return true;
+}
+
+}  // namespace
+
+int ZELFeatureCheckRequirements(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
+{
+    return holdForAll(Parameters->Requirements, *pixel) ? 1 : 0;
+}
+
+int ZELFeatureCheckOptions(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
+{
+    return holdForAll(Parameters->Options, *pixel) ? 1 : 0;
+}
+
+void ZELFeatureApplyFilters(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
+{
+    for (const CommandListStruct* filter = Parameters->Filters.ListHead; filter;
+         filter = filter->next) {
+        if (zel::truncatesToZero(valueOf(filter->Condition, *pixel))) continue;
+        valueOf(filter->Action, *pixel);
+        if (pixel->skipPixelFlag) return;
+    }
+}

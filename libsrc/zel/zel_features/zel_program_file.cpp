@@ -1,0 +1,44 @@
+#include "zel_program_file.h"
+
+#include <utility>
+
+#include "zel_feature_records.hpp"
+#include "zel_program.h"
+#include "zel_program_file.hpp"
+
+namespace {
+
+// A text that nobody owns yet.
+struct OwnedText {
+    ProgramLines* first = nullptr;
+    OwnedText() = default;
+    OwnedText(const OwnedText&) = delete;
+    OwnedText& operator=(const OwnedText&) = delete;
+    ~OwnedText() { ZELFeatureFreeProgramText(first); }
+};
+
+}  // namespace
+
+namespace zel {
+
+ProgramLines* readProgramText(FeatureReader& reader)
+{
+    OwnedText text;
+    walkProgramText(reader, text.first, 0);
+    return std::exchange(text.first, nullptr);
+}
+
+}  // namespace zel
+
+ProgramLines* ZELFeatureReadProgramText(FILE* fptr)
+{
+    return zel::readFeatures(fptr, zel::readProgramText);
+}
+
+void ZELFeatureWriteProgramText(FILE* fptr, const ProgramLines* ProgramText)
+{
+    int lines = 0;
+    for (const ProgramLines* line = ProgramText; line; line = line->next) ++lines;
+    zel::FeatureWriter writer(fptr);
+    zel::walkProgramText(writer, ProgramText, lines);
+}

@@ -1,0 +1,110 @@
+#include "class_map.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <numeric>
+
+#include "stream.h"
+#include "zel_features/zel_features.h"
+
+namespace zel_combine {
+namespace {
+
+struct FreeParameters {
+    void operator()(ZELParameterStruct* parameters) const
+    {
+        ZELFeatureFreeParameters(parameters);
+        delete parameters;
+    }
+};
+
+using Parameters = std::unique_ptr<ZELParameterStruct, FreeParameters>;
+
+// The header of a feature file; none when the file does not open.
+Parameters readHeader(const char* name)
+{
+    const Stream stream(std::fopen(name, "rb"));
+    if (!stream) return nullptr;
+    Parameters parameters(new ZELParameterStruct{});
+    ZELFeatureReadHeader(stream.get(), parameters.get());
+    return parameters;
+}
+
+const char* findTable(const ZELParameterStruct& parameters)
+{
+    for (const CommandListStruct* entry = parameters.Comments.ListHead; entry; entry = entry->next)
+        if (entry->Label && std::strstr(entry->Label, "ARFF_TO_ZEL")) return entry->Label;
+    return nullptr;
+}
+
+// The text behind the word at its start; null when there is no further word.
+const char* nextWord(const char* text)
+{
+    text += std::strspn(text, " ");
+    text += std::strcspn(text, " ");
+    text += std::strspn(text, " ");
+    return *text ? text : nullptr;
+}
+
+// What does not begin with a number is 0.
+int number(const char* word)
+{
+    return static_cast<int>(std::clamp<long>(std::strtol(word, nullptr, 10), INT_MIN, INT_MAX));
+}
+
+}  // namespace
+
+ClassMap::ClassMap()
+{
+    std::iota(ARFFToZELClass.begin(), ARFFToZELClass.end(), 0);
+}
+
+bool ClassMap::read(const char* featureHeader, std::optional<int>& numClasses)
+{
+    const Parameters parameters = readHeader(featureHeader);
+    if (!parameters) {
+        std::printf("cannot read zel_feature header file %s\n", featureHeader);
+        return false;
+    }
+    numClasses.reset();
+    const char* comment = findTable(*parameters);
+    if (!comment) return true;
+    if (readTable(comment, numClasses.emplace())) return true;
+    std::printf("zel_combine: Error: damaged class table in feature header file %s\n",
+                featureHeader);
+    return false;
+}
+
+// "keyword count class class ...", the classes of 0, 1, 2, ...
+bool ClassMap::readTable(const char* comment, int& numClasses)
+{
+    const char* word = nextWord(comment);
+    if (!word) return false;
+    numClasses = number(word);
+    if (numClasses < 0 || numClasses > static_cast<int>(ARFFToZELClass.size())) return false;
+    std::vector<int> classes;
+    while (static_cast<int>(classes.size()) < numClasses) {
+        word = nextWord(word);
+        if (!word) return false;
+        classes.push_back(number(word));
+    }
+    std::copy(classes.begin(), classes.end(), ARFFToZELClass.begin());
+    std::printf("%d classes:", numClasses);
+    for (const int c : classes) std::printf(" %d", c);
+    std::printf("\n");
+    return true;
+}
+
+void ClassMap::translate(std::vector<float>& values) const
+{
+    const auto end = static_cast<float>(ARFFToZELClass.size());
+    for (float& value : values)
+        if (value > -1.0F && value < end)
+            value = static_cast<float>(ARFFToZELClass[static_cast<std::size_t>(value)]);
+}
+
+}  // namespace zel_combine

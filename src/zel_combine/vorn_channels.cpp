@@ -1,0 +1,133 @@
+#include "vorn_channels.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "color_cube.h"
+#include "lut_file.h"
+#include "text_header.h"
+
+namespace zel_combine {
+namespace {
+
+constexpr int failed = -1;
+constexpr int lastSlot = ZEL_MAX_CHANNELS - 1;
+
+// The label of channel c without the text that goes before it.
+std::string plainLabel(const CommandLineStruct& info, int c, int channels)
+{
+    const std::string label = info.vornLabel ? info.vornLabel : info.vornFileName;
+    return channels == 1 ? label : label + " channel " + std::to_string(c + 1);
+}
+
+std::optional<std::string> makeLabel(const CommandLineStruct& info, TextHeader& header, int c,
+                                     int channels)
+{
+    const std::string start = info.vornPrepend ? info.vornPrepend : "";
+    if (!header) return start + plainLabel(info, c, channels);
+    const std::optional<std::string> read = header.nextLabel();
+    if (!read) return std::nullopt;
+    std::string label = start + *read;
+    // The newline of the header's line, as a rule.
+    if (!label.empty()) label.pop_back();
+    return label;
+}
+
+// A file of few slots gets as many as the channel needs.
+void makeRoom(ZELType* out, int channel)
+{
+    std::int16_t& slots = out->ZELHeader.MaxNumChan;
+    slots = std::max(slots, static_cast<std::int16_t>(channel + 1));
+}
+
+// Every channel has a LUT of its own. Null, after a message, when there is none for it.
+ZELDisplayLUTType* addLUT(const CommandLineStruct& info, ZELType* out)
+{
+    return info.vornColorcubeFlag ? AppendColorCubeLUT(out) : ReadLUT(info.vornLUT, out);
+}
+
+// Places in a header are told in 31 bits, and the channels have theirs behind the LUTs.
+bool lutsFit(ZELType* out)
+{
+    constexpr long long limit = 2'000'000'000;
+    constexpr long long lutSize = 204;
+    constexpr long long entrySize = 203;
+    long long size = 0;
+    for (ZELDisplayLUTType* lut = ZELFetchFirstLut(out); lut; lut = ZELFetchNextLut(lut))
+        size += lutSize + entrySize * lut->NumLUTValues;
+    return size <= limit;
+}
+
+}  // namespace
+
+int VornChannels::setUp(const CommandLineStruct& info, ZELType* in, ZELType* out)
+{
+    const int status =
+        file_.open(info.vornFileName, ZELFetchNumberOfPixels(in), ZELFetchNumberOfLines(in));
+    if (status != 0) return status;
+    translated_ = info.ZELFeatureHeader != nullptr;
+    return findFreeChannels(in) && declareChannels(info, out) ? 0 : failed;
+}
+
+// The channels behind the last one in use; slot 0 is not looked at.
+bool VornChannels::findFreeChannels(ZELType* in)
+{
+    int last = lastSlot;
+    while (last > 0 && !ZELIsChannelPresent(in, last)) --last;
+    if (last == 0 || lastSlot - last < file_.channels()) {
+        std::printf("Could not find enough unused ZEL channels in file\n");
+        return false;
+    }
+    firstChannel_ = last + 1;
+    return true;
+}
+
+bool VornChannels::declareChannels(const CommandLineStruct& info, ZELType* out)
+{
+    TextHeader header;
+    if (info.vornHeader && !header.open(info.vornHeader)) return false;
+    for (int c = 0; c < file_.channels(); ++c) {
+        const std::optional<std::string> label = makeLabel(info, header, c, file_.channels());
+        if (!label) return false;
+        makeRoom(out, firstChannel_ + c);
+        if (info.vornLUT || info.vornColorcubeFlag) {
+            if (!addLUTChannel(info, out, c, label->c_str())) return false;
+        } else {
+            ZELAddSpecialChannel(out, firstChannel_ + c, 0.0F, 0.0F, ZEL_STORED_FLOAT, 32,
+                                 label->c_str(), "Vorn processed imagery");
+        }
+    }
+    return true;
+}
+
+// Declares channel c as indices of a LUT, and reads the table of classes. Reading a table moves c to
+// its length: the next channel set up is the one after that, be it behind c or before it.
+bool VornChannels::addLUTChannel(const CommandLineStruct& info, ZELType* out, int& c,
+                                 const char* label)
+{
+    const ZELDisplayLUTType* lut = addLUT(info, out);
+    if (!lut) return false;
+    if (!lutsFit(out)) {
+        std::printf("zel_combine: Error: too many LUT entries for one file\n");
+        return false;
+    }
+    ZELAddLUTChannel(out, firstChannel_ + c, 0.0F, 0.0F, ZEL_STORED_UINT16, 16, label,
+                     lut->DisplayLUTLabel);
+    std::optional<int> numClasses;
+    if (info.ZELFeatureHeader && !classes_.read(info.ZELFeatureHeader, numClasses)) return false;
+    c = numClasses.value_or(c);
+    return true;
+}
+
+void VornChannels::loadLine(ZELType* out)
+{
+    for (int c = 0; c < file_.channels(); ++c) {
+        std::vector<float>& row = file_.readRow(c);
+        if (translated_) classes_.translate(row);
+        ZELLoadChannel(out, firstChannel_ + c, row.data());
+    }
+}
+
+}  // namespace zel_combine

@@ -1,0 +1,93 @@
+#include "vorn_file.h"
+
+#include <sys/types.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+#include "zel.h"
+
+namespace zel_combine {
+namespace {
+
+constexpr int failed = -1;
+constexpr int mismatched = -2;
+constexpr std::int32_t byteOrderWord = 0xABCD;
+constexpr off_t headerSize = 16;
+
+struct VornHeader {
+    std::int32_t pixels = 0;
+    std::int32_t lines = 0;
+    std::int32_t channels = 0;
+};
+
+// The header in the byte order that its first word tells; none, after a message, when the file does
+// not open. A word that is in order leaves the shared order as the input files have set it.
+std::optional<VornHeader> readHeader(const char* name)
+{
+    const Stream stream(std::fopen(name, "rb"));
+    if (!stream) {
+        std::printf("Error: cannot open Vorn file %s\n", name);
+        return std::nullopt;
+    }
+    std::int32_t word = 0;
+    if (std::fread(&word, sizeof word, 1, stream.get()) != 1 || word != byteOrderWord)
+        SwapByteOrdering = 1;
+    VornHeader header;
+    for (std::int32_t* field : {&header.pixels, &header.lines, &header.channels})
+        if (FileRead(field, sizeof *field, 1, stream.get()) != 1) *field = 0;
+    return header;
+}
+
+}  // namespace
+
+int FileRead(void* Buffer, int Size, int Count, FILE* fptr)
+{
+    return ZELRead(Buffer, Size, Count, fptr);
+}
+
+int VornFile::open(const char* name, int pixels, int lines)
+{
+    const std::optional<VornHeader> header = readHeader(name);
+    if (!header) return failed;
+    if (header->pixels != pixels || header->lines != lines) {
+        std::printf("Error:  size mismatch:  ZEL lines %d pix %d, Vorn lines %d pix %d\n", lines,
+                    pixels, header->lines, header->pixels);
+        return mismatched;
+    }
+    channels_ = header->channels;
+    return openPlanes(name, pixels, lines);
+}
+
+// One stream per channel, each at its plane.
+int VornFile::openPlanes(const char* name, int pixels, int lines)
+{
+    if (channels_ < 0) {
+        std::printf("cannot allocate Vorn file pointers\n");
+        return failed;
+    }
+    row_.resize(static_cast<std::size_t>(pixels));
+    const off_t plane = static_cast<off_t>(pixels) * lines * static_cast<off_t>(sizeof(float));
+    // No scene has room for more channels than that, whatever the header says.
+    const int useful = std::min<int>(channels_, ZEL_MAX_CHANNELS - 1);
+    for (int c = 0; c < useful; ++c) {
+        Stream stream(std::fopen(name, "rb"));
+        if (!stream || fseeko(stream.get(), headerSize + c * plane, SEEK_SET) != 0) {
+            std::printf("Error: cannot open Vorn file %s, channel %d\n", name, c);
+            return failed;
+        }
+        planes_.push_back(std::move(stream));
+    }
+    return 0;
+}
+
+std::vector<float>& VornFile::readRow(int channel)
+{
+    FILE* stream = planes_[static_cast<std::size_t>(channel)].get();
+    FileRead(row_.data(), sizeof(float), static_cast<int>(row_.size()), stream);
+    return row_;
+}
+
+}  // namespace zel_combine

@@ -1,0 +1,422 @@
+// Evaluating an expression for a line: the same as pixel after pixel, to the bit.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/expression.hpp"
+#include "support/outcome.hpp"
+#include "support/random_expression.hpp"
+#include "zel_features/zel_features.h"
+
+namespace {
+
+using zel_test::Compiled;
+using zel_test::Definitions;
+using zel_test::Outcome;
+using zel_test::Random;
+using zel_test::same;
+using zel_test::Texts;
+
+using Row = std::vector<float>;
+
+// Each field of a pixel record and its row in a line.
+const std::pair<float ZELPixelStruct::*, float* ZELLineStruct::*> fields[] = {
+    {&ZELPixelStruct::olsonEco, &ZELLineStruct::olsonEco},
+    {&ZELPixelStruct::igbpEco, &ZELLineStruct::igbpEco},
+    {&ZELPixelStruct::percentWater, &ZELLineStruct::percentWater},
+    {&ZELPixelStruct::terrain, &ZELLineStruct::terrain},
+    {&ZELPixelStruct::sz, &ZELLineStruct::sz},
+    {&ZELPixelStruct::vz, &ZELLineStruct::vz},
+    {&ZELPixelStruct::az, &ZELLineStruct::az},
+    {&ZELPixelStruct::sg, &ZELLineStruct::sg},
+    {&ZELPixelStruct::lat, &ZELLineStruct::lat},
+    {&ZELPixelStruct::lon, &ZELLineStruct::lon},
+    {&ZELPixelStruct::jday, &ZELLineStruct::jday},
+    {&ZELPixelStruct::year, &ZELLineStruct::year},
+    {&ZELPixelStruct::Class, &ZELLineStruct::Class},
+};
+
+// A line with rows of its own, and the pixel record that goes with it.
+struct Line {
+    explicit Line(int pixels, int channels = 5) : numPixels(pixels)
+    {
+        const auto n = static_cast<std::size_t>(pixels);
+        for (int c = 0; c < channels; ++c) channelRows.emplace_back(n, static_cast<float>(c + 1));
+        fieldRows.resize(std::size(fields));
+        values.assign(n, -77.0f);
+        skipFlags.assign(n, -77);
+    }
+
+    void giveRow(std::size_t field, float value = 0.0f)
+    {
+        fieldRows[field].assign(static_cast<std::size_t>(numPixels), value);
+    }
+
+    ZELLineStruct structure()
+    {
+        ZELLineStruct line = {};
+        line.numPixels = numPixels;
+        line.numChannels = static_cast<int>(channelRows.size());
+        channelPointers.clear();
+        for (Row& row : channelRows) channelPointers.push_back(row.empty() ? nullptr : row.data());
+        line.Channels = channelPointers.data();
+        for (std::size_t i = 0; i < fieldRows.size(); ++i)
+            line.*fields[i].second = fieldRows[i].empty() ? nullptr : fieldRows[i].data();
+        return line;
+    }
+
+    void evaluate(const ZELStackStruct& stack)
+    {
+        const ZELLineStruct line = structure();
+        ZELEvaluateLine(&stack, &record, &line, values.data(), skipFlags.data());
+    }
+
+    // What it should do: the record filled, evaluated and written back for each pixel in turn.
+    void evaluateByPixels(const ZELStackStruct& stack)
+    {
+        ZELPixelStruct pixel = record;
+        ZELBindPixel(&pixel);
+        std::vector<float> channels(channelRows.size());
+        pixel.Channels = channels.data();
+        pixel.numChannels = static_cast<int>(channels.size());
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            for (std::size_t f = 0; f < fieldRows.size(); ++f)
+                if (!fieldRows[f].empty()) pixel.*fields[f].first = fieldRows[f][i];
+            for (std::size_t c = 0; c < channels.size(); ++c)
+                channels[c] = channelRows[c].empty() ? 0.0f : channelRows[c][i];
+            values[i] = ZELEvaluateStack(&stack, &pixel);
+            skipFlags[i] = pixel.skipPixelFlag;
+            for (std::size_t f = 0; f < fieldRows.size(); ++f)
+                if (!fieldRows[f].empty()) fieldRows[f][i] = pixel.*fields[f].first;
+            for (std::size_t c = 0; c < channels.size(); ++c)
+                if (!channelRows[c].empty()) channelRows[c][i] = channels[c];
+        }
+        ZELBindPixel(nullptr);
+        std::memcpy(record.Registers, pixel.Registers, sizeof pixel.Registers);
+        record.skipPixelFlag = pixel.skipPixelFlag;
+        for (std::size_t f = 0; f < fieldRows.size(); ++f)
+            if (fieldRows[f].empty()) record.*fields[f].first = pixel.*fields[f].first;
+    }
+
+    int numPixels;
+    std::vector<Row> channelRows;  // an empty one is a channel without a row
+    std::vector<Row> fieldRows;    // an empty one is a field of the record
+    std::vector<float*> channelPointers;
+    Row values;
+    std::vector<int> skipFlags;
+    ZELPixelStruct record = {};
+};
+
+bool sameRow(const Row& a, const Row& b)
+{
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (!same(a[i], b[i])) return false;
+    return a.size() == b.size();
+}
+
+// Where two lines differ, in a few words; empty when they do not.
+std::string difference(const Line& a, const Line& b)
+{
+    if (!sameRow(a.values, b.values)) return "values";
+    if (a.skipFlags != b.skipFlags) return "skip flags";
+    for (std::size_t c = 0; c < a.channelRows.size(); ++c)
+        if (!sameRow(a.channelRows[c], b.channelRows[c])) return "channel " + std::to_string(c + 1);
+    for (std::size_t f = 0; f < a.fieldRows.size(); ++f) {
+        if (!sameRow(a.fieldRows[f], b.fieldRows[f])) return "row of field " + std::to_string(f);
+        if (!same(a.record.*fields[f].first, b.record.*fields[f].first))
+            return "field " + std::to_string(f);
+    }
+    for (int r = 0; r < ZEL_FEATURE_NUM_REGISTERS; ++r)
+        if (!same(a.record.Registers[r], b.record.Registers[r]))
+            return "register " + std::to_string(r + 1);
+    return a.record.skipPixelFlag == b.record.skipPixelFlag ? "" : "the record's skip flag";
+}
+
+void expectSame(const std::string& text, const Line& line,
+                const CommandListStruct* definitions = nullptr)
+{
+    const Compiled compiled(text, false, definitions);
+    ASSERT_EQ(compiled.status, 0) << text;
+    Line by_pixels = line, by_rows = line;
+    by_pixels.evaluateByPixels(compiled.stack);
+    by_rows.evaluate(compiled.stack);
+    ASSERT_EQ(difference(by_rows, by_pixels), "") << text;
+}
+
+Line randomLine(Random& random, int pixels)
+{
+    Line line(pixels);
+    for (Row& row : line.channelRows) {
+        if (random.oneIn(8)) row.clear();
+        for (float& value : row) value = random.value();
+    }
+    for (std::size_t f = 0; f < line.fieldRows.size(); ++f) {
+        line.record.*fields[f].first = random.value();
+        if (random.oneIn(3)) continue;
+        line.giveRow(f);
+        for (float& value : line.fieldRows[f]) value = random.value();
+    }
+    for (float& value : line.record.Registers) value = random.value();
+    return line;
+}
+
+TEST(ExpressionLine, RandomExpressionsAreThoseOfThePixels)
+{
+    Texts texts(31);
+    Random random(77);
+    const int sizes[] = {1, 7, 64, 511, 512, 513, 1100};
+    int compared = 0;
+    for (int i = 0; i < 4000 && !HasFatalFailure(); ++i) {
+        const std::string text = texts.nextSound();
+        if (text.size() > 240) continue;
+        expectSame(text, randomLine(random, sizes[random.below(i % 40 == 0 ? 7 : 3)]));
+        ++compared;
+    }
+    EXPECT_GT(compared, 3500);
+}
+
+TEST(ExpressionLine, EveryOperatorIsThatOfThePixel)
+{
+    Random random(5);
+    for (const char* text :
+         {"Ch1||Ch2", "Ch1&&Ch2", "Ch1!=Ch2", "Ch1==Ch2", "Ch1<=Ch2", "Ch1>=Ch2", "Ch1>Ch2",
+          "Ch1<Ch2", "Ch1-Ch2", "Ch1+Ch2", "Ch1*Ch2", "Ch1 saferatio Ch2", "Ch1/Ch2", "-Ch1", "!Ch1",
+          "value(Ch1,Ch2,Ch3)", "saturation(Ch1,Ch2,Ch3)", "hue(Ch1,Ch2,Ch3)",
+          "length3(Ch1,Ch2,Ch3)", "length2(Ch1,Ch2)", "atan2(Ch1,Ch2)", "tan(Ch1)", "cos(Ch1)",
+          "sin(Ch1)", "deg2rad(Ch1)", "log10(Ch1)", "log(Ch1)", "exp(Ch1)", "pow(Ch1,Ch2)",
+          "sqrt(Ch1)", "pow(Ch1,2)", "pow(2,Ch1)", "value(1,Ch2,2)", "hue(Ch1,3,4)"}) {
+        Line line = randomLine(random, 1500);
+        for (Row& row : line.channelRows) {
+            row.resize(1500);
+            for (float& value : row) value = random.value();
+        }
+        expectSame(text, line);
+    }
+}
+
+// Rows approximate these functions and ask the library in doubt: a few times in a million results
+// (where they lie half-way between two floats), and for arguments out of the common range.
+TEST(ExpressionLine, FunctionsAreThoseOfThePixelForAnyArgument)
+{
+    constexpr int pixels = 300000;
+    Random random(99);
+    Line line(pixels, 2);
+    for (Row& row : line.channelRows)
+        for (std::size_t i = 0; i < row.size(); ++i)
+            row[i] = i % 2 == 0 ? random.anyFloat() : random.value();
+    using Limits = std::numeric_limits<float>;
+    const float special[] = {0.0f,          1.0f,          2.0f, 0.5f, Limits::infinity(),
+                             Limits::min(), Limits::max(), 88.0f, Limits::denorm_min(), 1e6f};
+    std::size_t place = 0;
+    for (const float a : special)
+        for (const float b : special)
+            for (int signs = 0; signs < 4; ++signs, ++place) {
+                line.channelRows[0][place] = signs % 2 == 0 ? a : -a;
+                line.channelRows[1][place] = signs / 2 == 0 ? b : -b;
+            }
+    line.channelRows[0][place] = Limits::quiet_NaN();
+    for (const char* text : {"tan(Ch1)", "cos(Ch1)", "sin(Ch1)", "log10(Ch1)", "log(Ch1)",
+                             "exp(Ch1)", "sqrt(Ch1)", "pow(Ch1,Ch2)", "pow(Ch1,0.5)", "pow(1.5,Ch1)",
+                             "pow(Ch1,2)", "atan2(Ch1,Ch2)", "atan2(Ch1,1)", "atan2(0,Ch1)"})
+        expectSame(text, line);
+}
+
+// Values that every pixel shares may stand on either side.
+TEST(ExpressionLine, ConstantsStandOnEitherSide)
+{
+    Random random(6);
+    for (const char* text : {"2-Ch1", "Ch1-(2)", "1/Ch1", "Ch1/3", "register1*Ch1", "Ch1<year",
+                             "2*3+4", "(2*3)+Ch1", "register1", "3", ""})
+        expectSame(text, randomLine(random, 600));
+}
+
+TEST(ExpressionLine, ARegisterThatIsReadFirstCarriesOver)
+{
+    Line line(1000, 1);
+    for (std::size_t i = 0; i < 1000; ++i) line.channelRows[0][i] = static_cast<float>(i);
+    const Compiled sum("register1=register1+Ch1");
+    line.evaluate(sum.stack);
+    EXPECT_EQ(line.values[0], 0.0f);
+    EXPECT_EQ(line.values[10], 55.0f);
+    EXPECT_EQ(line.values[999], 499500.0f);
+    EXPECT_EQ(line.record.Registers[0], 499500.0f);
+}
+
+TEST(ExpressionLine, ARegisterThatIsAssignedFirstHoldsTheLastPixelAfterwards)
+{
+    Line line(1000, 1);
+    for (std::size_t i = 0; i < 1000; ++i) line.channelRows[0][i] = static_cast<float>(i);
+    const Compiled twice("(register1=Ch1)+register1");
+    line.evaluate(twice.stack);
+    EXPECT_EQ(line.values[999], 1998.0f);
+    EXPECT_EQ(line.record.Registers[0], 999.0f);
+    const Compiled constant("(register2=4)*(register2+Ch1)");
+    line.evaluate(constant.stack);
+    EXPECT_EQ(line.values[3], 28.0f);
+    EXPECT_EQ(line.record.Registers[1], 4.0f);
+}
+
+TEST(ExpressionLine, AVariableWithoutARowIsTheRecords)
+{
+    Line line(700, 1);
+    line.record.year = 2000.0f;
+    const Compiled read("year+Ch1");
+    line.evaluate(read.stack);
+    EXPECT_EQ(line.values[699], 2001.0f);
+    const Compiled count("year=year+1");
+    line.evaluate(count.stack);
+    EXPECT_EQ(line.values[0], 2001.0f);
+    EXPECT_EQ(line.values[699], 2700.0f);
+    EXPECT_EQ(line.record.year, 2700.0f);
+}
+
+TEST(ExpressionLine, FieldsThatHaveARowStayAsTheyAreInTheRecord)
+{
+    Line line(3, 1);
+    line.record.Class = 5.0f;
+    line.giveRow(12, 8.0f);
+    const Compiled compiled("class=class+Ch1");
+    line.evaluate(compiled.stack);
+    EXPECT_EQ(line.fieldRows[12], Row({9.0f, 9.0f, 9.0f}));
+    EXPECT_EQ(line.record.Class, 5.0f);
+}
+
+TEST(ExpressionLine, AnyRecordWillDoWhateverTheVariablesAreBoundTo)
+{
+    ZELPixelStruct elsewhere = {};
+    elsewhere.sz = 50.0f;
+    ZELBindPixel(&elsewhere);
+    Line line(2, 1);
+    line.record.sz = 3.0f;
+    const Compiled compiled("sz=sz+Ch1");
+    line.evaluate(compiled.stack);
+    EXPECT_EQ(line.values, Row({4.0f, 5.0f}));
+    EXPECT_EQ(elsewhere.sz, 50.0f);
+    ZELBindPixel(nullptr);
+}
+
+TEST(ExpressionLine, PendingValuesKeepWhatTheyWereBeforeAnAssignment)
+{
+    Random random(8);
+    for (const char* text :
+         {"Ch1+(Ch1=5)", "(Ch1)+(Ch2)+(Ch1=Ch2)+(Ch1)", "Ch1*(Ch1=Ch1+1)", "lat-(lat=Ch2)",
+          "(register1=Ch1)+(register1=Ch2)", "pow(register1=Ch1,register1=2)",
+          "(Ch1=Ch1)+(Ch2=Ch1)", "(77=Ch1+Ch2)*3", "(Ch6=Ch1+1)-(Ch6)", "class=class,class=class+1",
+          "(register1=Ch1)+((register1=Ch2)+(register1=Ch3))"})
+        expectSame(text, randomLine(random, 530));
+}
+
+TEST(ExpressionLine, TargetsThatAreComputedWork)
+{
+    Line line(3, 2);
+    line.channelRows[0] = {100.0f, 101.0f, 500.0f};  // channel 1, channel 2, register 1
+    const Compiled compiled("(0+Ch1)=9");  // the right side of a target is read
+    line.evaluate(compiled.stack);
+    EXPECT_EQ(line.channelRows[0], Row({9.0f, 101.0f, 500.0f}));
+    EXPECT_EQ(line.channelRows[1], Row({2.0f, 9.0f, 2.0f}));
+    EXPECT_EQ(line.record.Registers[0], 9.0f);
+}
+
+TEST(ExpressionLine, SkipPixelMarksEveryPixel)
+{
+    Line line(600, 1);
+    const Compiled compiled("(class=3)+(skip_pixel)");
+    line.evaluate(compiled.stack);
+    EXPECT_EQ(line.values, Row(600, 0.0f));
+    EXPECT_EQ(line.skipFlags, std::vector<int>(600, 1));
+    EXPECT_EQ(line.record.skipPixelFlag, 1);
+    EXPECT_EQ(line.record.Class, 3.0f);
+    const Compiled plain("Ch1");
+    line.evaluate(plain.stack);
+    EXPECT_EQ(line.skipFlags, std::vector<int>(600, 0));
+    EXPECT_EQ(line.record.skipPixelFlag, 0);
+}
+
+TEST(ExpressionLine, SkipFlagsMayBeLeftOut)
+{
+    Line line(3, 1);
+    const ZELLineStruct structure = line.structure();
+    for (const char* text : {"Ch1+1", "register1=register1+1", "skip_pixel"}) {
+        const Compiled compiled(text);
+        ZELEvaluateLine(&compiled.stack, &line.record, &structure, line.values.data(), nullptr);
+    }
+    EXPECT_EQ(line.record.skipPixelFlag, 1);
+    EXPECT_EQ(line.skipFlags, std::vector<int>(3, -77));
+}
+
+TEST(ExpressionLine, TheResultMayTakeTheRowOfAnArgument)
+{
+    for (const char* text : {"Ch1*Ch2+Ch1", "Ch1", "Ch2/Ch1-Ch2"}) {
+        Line line(1200, 2);
+        for (std::size_t i = 0; i < 1200; ++i) line.channelRows[0][i] = static_cast<float>(i) + 1.0f;
+        Line separate = line;
+        const Compiled compiled(text);
+        separate.evaluate(compiled.stack);
+        const ZELLineStruct structure = line.structure();
+        ZELEvaluateLine(&compiled.stack, &line.record, &structure, line.channelRows[0].data(),
+                        nullptr);
+        EXPECT_EQ(line.channelRows[0], separate.values) << text;
+    }
+}
+
+TEST(ExpressionLine, LargeExpressionsWork)
+{
+    Random random(12);
+    // More pending values, more steps and more registers than are computed by rows.
+    std::string deep = "Ch1";
+    for (int i = 0; i < 30; ++i) deep = "Ch1-(" + std::move(deep) + ")";
+    expectSame(deep, randomLine(random, 520));
+    std::string deeper = "sz";
+    for (int i = 0; i < 47; ++i) deeper = std::string("sz-(") + deeper + ")";
+    ASSERT_LE(deeper.size(), 240U);
+    expectSame(deeper, randomLine(random, 520));
+
+    const Definitions names{{"ten", "Ch1+Ch2+Ch3+Ch4+Ch5+Ch1+Ch2+Ch3+Ch4+Ch5"}};
+    std::string wide = "(ten)";
+    for (int i = 0; i < 20; ++i) wide += "+(ten)";
+    expectSame(wide, randomLine(random, 520), names.first());
+
+    std::string registers = "(register1=Ch1)";
+    for (int i = 2; i <= 12; ++i) registers += "+(register" + std::to_string(i) + "=Ch2)";
+    expectSame(registers, randomLine(random, 520));
+}
+
+TEST(ExpressionLine, FailuresAreThoseOfTheFirstPixel)
+{
+    for (const char* text : {"Ch7", "Ch0=1", "register21", "1+", "(register1=3)+Ch9"}) {
+        SCOPED_TRACE(text);
+        const Compiled compiled(text, false);
+        ZELPixelStruct pixel = {};
+        Row channels(5, 1.0f);
+        pixel.Channels = channels.data();
+        pixel.numChannels = 5;
+        Line line(4);
+        errno = 0;
+        const Outcome one = zel_test::run([&] { ZELEvaluateStack(&compiled.stack, &pixel); });
+        ZELBindPixel(nullptr);
+        const Outcome all = zel_test::run([&] { line.evaluate(compiled.stack); });
+        EXPECT_TRUE(one.ended);
+        EXPECT_TRUE(all.ended);
+        EXPECT_EQ(all.status, -1);
+        EXPECT_EQ(all.out, one.out);
+        EXPECT_EQ(all.err, one.err);
+        EXPECT_EQ(line.record.Registers[0], pixel.Registers[0]);
+    }
+}
+
+TEST(ExpressionLine, NoPixelsAreNoWork)
+{
+    Line line(0);
+    line.record.skipPixelFlag = 5;
+    const Compiled wrong("Ch9");
+    line.evaluate(wrong.stack);
+    EXPECT_EQ(line.record.skipPixelFlag, 5);
+}
+
+}  // namespace
