@@ -1,8 +1,8 @@
 #include "zel_composite.h"
 
-#include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <cstdint>
+#include <cstdio>
 
 #include "zel_buffers.hpp"
 #include "zel_finish.h"
@@ -305,9 +305,14 @@ void appendInputs(Container& container, Inputs& inputs, int baseFile, int baseCo
     }
 }
 
-void patchDirectory(Container& container)
+void patchDirectory(Container& container, const char* name)
 {
     container.directory.numComponents = container.components;
+    if (container.directory.baseIndex >= container.components)
+        zel::reportTo(stderr,
+                      "ZELCreateCompositeFile: warning: file %s names component %d as its base and "
+                      "has %d, counted from 0: it cannot be opened\n",
+                      name, container.directory.baseIndex, container.components);
     if (fseeko(container.stream, compositeVersionOffset, SEEK_SET) != 0)
         fail("ZELCreateCompositeFile: Error:  seek error\n");
     zel::RecordWriter writer(container.stream);
@@ -345,35 +350,6 @@ Base chooseComponent(Base asked, Inputs& inputs)
 
 }  // namespace
 
-int ZELReadCompositeInfo(const char* RawFileName, int* baseFileIndex, int* numComponents,
-                         int* offsets, float* resolution, int* size)
-{
-    Directory directory;
-    if (!zel::readDirectory(RawFileName, directory)) return -1;
-    const zel::Prefix& prefix = directory.prefix;
-    std::copy_n(prefix.offsets, ZEL_MAX_COMPONENTS, offsets);
-    std::copy_n(prefix.resolutions, ZEL_MAX_COMPONENTS, resolution);
-    std::copy_n(prefix.sizes, ZEL_MAX_COMPONENTS, size);
-    *baseFileIndex = directory.isComposite ? prefix.baseIndex : 0;
-    *numComponents = directory.isComposite ? prefix.numComponents : 1;
-    return directory.isComposite ? 1 : 0;
-}
-
-int ZELReadCompositeBaseFileIndex(const char* RawFileName, int* baseFileIndex)
-{
-    int count = 0;
-    int offsets[ZEL_MAX_COMPONENTS];
-    int sizes[ZEL_MAX_COMPONENTS];
-    float resolutions[ZEL_MAX_COMPONENTS];
-    return ZELReadCompositeInfo(RawFileName, baseFileIndex, &count, offsets, resolutions, sizes);
-}
-
-int ZELIsFileComposite(const char* RawFileName)
-{
-    int baseFileIndex = 0;
-    return ZELReadCompositeBaseFileIndex(RawFileName, &baseFileIndex);
-}
-
 int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles, int BaseFileIndex,
                            int UserBaseComponentIndex, const char* OutputFilename,
                            int overwritePrompt)
@@ -398,6 +374,6 @@ int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles,
     CheckByteOrder();
     warnOfUnreadable(inputs);
     appendInputs(container, inputs, base.file, base.component);
-    patchDirectory(container);
+    patchDirectory(container, OutputFilename);
     return 0;
 }

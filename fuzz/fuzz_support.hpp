@@ -1,0 +1,51 @@
+// What the fuzz targets share: an input as a file, and calls whose documented endings are no crash.
+#ifndef FUZZ_SUPPORT_HPP
+#define FUZZ_SUPPORT_HPP
+
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include <zel/zel.h>
+
+namespace zel_fuzz {
+
+// A file in memory-backed storage, removed with the object.
+class File {
+public:
+    explicit File(const char* name)
+        : path_("/dev/shm/zel_fuzz_" + std::to_string(getpid()) + "_" + name)
+    {
+    }
+    File(const char* name, const std::uint8_t* data, std::size_t size) : File(name)
+    {
+        if (FILE* stream = std::fopen(path(), "wb")) {
+            std::fwrite(data, 1, size, stream);
+            std::fclose(stream);
+        }
+    }
+    ~File() { std::remove(path()); }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    const char* path() const { return path_.c_str(); }
+
+private:
+    std::string path_;
+};
+
+// Runs action without messages; false when the library ended it.
+template <class Action>
+bool guarded(Action action)
+{
+    ZELSetMessageSink([](void*, FILE*, const char*) {}, nullptr);
+    const auto call = [](void* theAction) { (*static_cast<Action*>(theAction))(); };
+    return ZELGuardedCall(call, &action, nullptr) == 0;
+}
+
+}  // namespace zel_fuzz
+
+#endif
