@@ -1,12 +1,17 @@
 // Memory that cannot be had: each allocation of an open is made to fail in turn.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <map>
 #include <utility>
 
+#include "support/feature_file.hpp"
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
+#include "support/program.hpp"
+#include "zel_features/zel_features.h"
+#include "zel_features/zel_variables.hpp"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -40,7 +45,7 @@ using zel_test::run;
 std::map<std::string, int> endings(const std::function<void()>& call)
 {
     std::map<std::string, int> all;
-    for (long n = 1; n < 1000; ++n) {
+    for (long n = 1; n < 10000; ++n) {
         Outcome outcome;
         bool failed = false;
         outcome = run([&] {
@@ -50,7 +55,7 @@ std::map<std::string, int> endings(const std::function<void()>& call)
         failed = allocationsUntilFailure == 0;
         allocationsUntilFailure = 0;
         if (!failed) return all;
-        const std::string out = zel_test::withoutGridNotes(outcome.out);
+        const std::string out = zel_test::withoutGridNotes(outcome.out + outcome.err);
         const std::size_t last = out.find_last_of('\n', out.size() - 2);
         const std::string message = last == std::string::npos ? out : out.substr(last + 1);
         EXPECT_TRUE(outcome.ended) << n << ": " << message;
@@ -122,6 +127,119 @@ TEST(AllocationFailure, DetachedLutsAndTables)
         {"ZELAllocateTable: cannot allocate Table\n", -1},
         {"ZELAllocateTable: cannot allocate Table entries\n", -1}};
     EXPECT_EQ(endings([] { ZELDeAllocateTable(ZELAllocateTable(3)); }), tables);
+}
+
+TEST(AllocationFailure, CompilingAnExpression)
+{
+    const std::map<std::string, int> expected = {
+        {"parseCondition: cannot allocate memory for ZELStackStruct\n", -1},
+        {"ZELParseExpression: cannot allocate memory for expression\n", -1},
+        {"defineVariables: calloc error\n", -1},
+        {"allocateNewStackElement: cannot allocate memory for StackElement\n", -1}};
+    EXPECT_EQ(endings([] {
+                  zel::resetVariables();
+                  errno = 0;
+                  int status = 0;
+                  ZELFreeStack(parseCondition("Ch1+2", &status, 1, nullptr));
+              }),
+              expected);
+}
+
+// Messages that name what the feature layer's records consist of. Whether the room for reversed bytes
+// has to grow depends on what was written before.
+std::map<std::string, int> withoutCommonMessages(std::map<std::string, int> all)
+{
+    for (const char* message :
+         {"parseCondition: cannot allocate memory for ZELStackStruct\n",
+          "ZELParseExpression: cannot allocate memory for expression\n",
+          "allocateNewStackElement: cannot allocate memory for StackElement\n",
+          "allocateNewCommand: cannot allocate memory\n",
+          "allocateNewInput: cannot allocate memory\n", "cannot allocate memory for a text\n"})
+        EXPECT_EQ(all.erase(message), 1u) << message;
+    for (const char* message :
+         {"defineVariables: calloc error\n", "FileWrite: cannot allocate memory\n"})
+        all.erase(message);
+    return all;
+}
+
+// The endings of a call that fills a file object; what the call before left is released first.
+std::map<std::string, int> featureEndings(zel_test::FeatureFile& file,
+                                          const std::function<void()>& call)
+{
+    return withoutCommonMessages(endings([&] {
+        const long armed = std::exchange(allocationsUntilFailure, 0);
+        run([&] { ZELFeatureCloseFile(file.get()); });
+        ZELFeatureFreeParameters(&file->Parameters);
+        errno = 0;
+        allocationsUntilFailure = armed;
+        call();
+    }));
+}
+
+TEST(AllocationFailure, OpeningAFeatureFile)
+{
+    const zel_test::TempDir dir;
+    zel_test::writeFile(dir.path("f"), zel_test::build(zel_test::fullHeader()).bytes);
+    zel_test::FeatureFile file;
+    const std::map<std::string, int> expected = {
+        {"ReadString: cannot allocate memory\n", -1},
+        {"CreateLabels: cannot allocate memory\n", -1},
+        {"ZELFeatureReadHeader: Parameters->FeatureInfo.Max calloc error\n", -1},
+        {"ZELFeatureReadHeader: Parameters->FeatureInfo.Min calloc error\n", -1},
+        {"ZELFeatureOpenFile: calloc error in features\n", -1}};
+    EXPECT_EQ(featureEndings(file, [&] { ZELFeatureOpenFile(dir.path("f").c_str(), file.get()); }),
+              expected);
+}
+
+TEST(AllocationFailure, CreatingAFeatureFile)
+{
+    ZELFeatureSetOverwritePromptOff();
+    const zel_test::CompleteParameters parameters("define a:Ch1\n");
+    zel_test::FeatureFile file;
+    const std::map<std::string, int> expected = {
+        {"ZELFeatureCreateFile: calloc error in features\n", -1},
+        {"CreateLabels: cannot allocate memory\n", -1},
+        {"ZELFeatureCreateFile: FeatureFile->Parameters.FeatureInfo.Max calloc error 1\n", -1},
+        {"ZELFeatureCreateFile: FeatureFile->Parameters.FeatureInfo.Min calloc error 1\n", -1}};
+    EXPECT_EQ(featureEndings(file,
+                             [&] {
+                                 ZELFeatureCreateFile(parameters.dir.path("f.par").c_str(),
+                                                      file.get(), nullptr);
+                             }),
+              expected);
+    ZELFeatureSetOverwritePromptOn();
+}
+
+TEST(AllocationFailure, CopyingAFeatureFile)
+{
+    ZELFeatureSetOverwritePromptOff();
+    const zel_test::TempDir dir;
+    zel_test::writeFile(dir.path("f"), zel_test::build(zel_test::fullHeader()).bytes);
+    zel_test::FeatureFile source, copy;
+    ASSERT_FALSE(source.open(dir.path("f")).ended);
+    const std::map<std::string, int> expected = {
+        {"CreateLabels: cannot allocate memory\n", -1},
+        {"ZELFeatureCopyHeader: DestParameter->FeatureInfo.Max calloc error\n", -1},
+        {"ZELFeatureCopyHeader: DestParameter->FeatureInfo.Min calloc error\n", -1},
+        {"ZELFeatureOpenCopiedFile: calloc error in features\n", -1}};
+    EXPECT_EQ(featureEndings(copy,
+                             [&] {
+                                 ZELFeatureCreateCopiedFile(copy.get(), source.get(),
+                                                            dir.path("copy").c_str());
+                             }),
+              expected);
+    ZELFeatureSetOverwritePromptOn();
+}
+
+TEST(AllocationFailure, CompilingAProgram)
+{
+    const zel_test::ProgramText text("if (Ch1) class=1\nreturn\n");
+    const auto all = endings([&] {
+        errno = 0;
+        ZELFeatureFreeProgram(compileProgramText(text.first(), 0, nullptr));
+    });
+    EXPECT_EQ(all.count("addProgamStatement: cannot allocate Program\n"), 1u);
+    EXPECT_EQ(all.at("addProgamStatement: cannot allocate Program\n"), -1);
 }
 
 }  // namespace

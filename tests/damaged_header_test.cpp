@@ -203,6 +203,17 @@ TEST_F(Damaged, ASenselessNumberIsRefused)
     }
 }
 
+TEST_F(Damaged, AWholeFileOfMoreThanAThousandSlotsIsRefused)
+{
+    Scene scene = smallScene(150);
+    scene.slots.resize(1001);
+    open(build(scene).bytes);
+    EXPECT_TRUE(refused());
+    scene.slots.resize(1000);
+    open(build(scene).bytes);
+    EXPECT_EQ(result, 0) << outcome.out;
+}
+
 TEST_F(Damaged, TheMessageNamesTheFileOnce)
 {
     BuiltFile built = build(smallScene());

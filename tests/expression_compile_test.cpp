@@ -71,10 +71,10 @@ TEST(ExpressionCompile, OperandsAreConstantsVariablesChannelsAndRegisters)
 
 TEST(ExpressionCompile, EveryVariableNameHasItsIndex)
 {
-    const char* const names[] = {"class",          "sz",        "solar_zenith", "vz",
-                                 "viewing_zenith", "az",        "azimuth",      "sg",
-                                 "sunglint",       "lat",       "latitude",     "lon",
-                                 "longitude",      "olson_eco", "igbp_eco",     "percent_water",
+    const char* const names[] = {"class",          "sz",         "solar_zenith", "vz",
+                                 "viewing_zenith", "az",         "azimuth",      "sg",
+                                 "sunglint",       "lat",        "latitude",     "lon",
+                                 "longitude",      "olson_eco",  "igbp_eco",     "percent_water",
                                  "terrain",        "julian_day", "year"};
     ASSERT_EQ(std::size(names), 19U);
     for (std::size_t i = 0; i < std::size(names); ++i)
@@ -154,10 +154,10 @@ TEST(ExpressionCompile, EveryOperatorAppendsItsIndex)
 TEST(ExpressionCompile, ThePublicTablesAgreeWithTheLanguage)
 {
     const char* const texts[] = {
-        "skip_pixel", ",",    "=",     "||",         "&&",  "!=",      "==",      "<=",    ">=",
-        ">",          "<",    "-",     "+",          "*",   "saferatio", "/",     "-",     "!",
-        "value",      "saturation", "hue", "length3", "length2", "atan2", "tan",  "cos",   "sin",
-        "deg2rad",    "log10", "log",  "exp",        "pow", "sqrt"};
+        "skip_pixel", ",",          "=",   "||",      "&&",      "!=",        "==",  "<=",  ">=",
+        ">",          "<",          "-",   "+",       "*",       "saferatio", "/",   "-",   "!",
+        "value",      "saturation", "hue", "length3", "length2", "atan2",     "tan", "cos", "sin",
+        "deg2rad",    "log10",      "log", "exp",     "pow",     "sqrt"};
     const int operands[] = {0, 0, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 1,
                             1, 3, 3, 3, 3, 2, 2, 1, 1, 1, 1, 1, 1, 1, 2, 1};
     const int levelSizes[] = {1, 1, 1, 1, 1, 2, 4, 2, 3, 2, 15};
@@ -192,8 +192,7 @@ TEST(ExpressionCompile, WeakerLevelsSplitFirst)
         {"-10*20", "CON 10.000000;OPER NEGATIVE -;CON 20.000000;OPER MUL *;"},
         {"!10==20", "CON 10.000000;OPER NOT !;CON 20.000000;OPER EQUAL ==;"},
         {"sqrt(sz)+1", "VAR 1;OPER SQRT sqrt;CON 1.000000;OPER ADD +;"},
-        {"sz=10||20",
-         "LVALUE 1;CON 10.000000;CON 20.000000;OPER OR ||;OPER SET_VARIABLE =;"},
+        {"sz=10||20", "LVALUE 1;CON 10.000000;CON 20.000000;OPER OR ||;OPER SET_VARIABLE =;"},
     });
 }
 
@@ -206,8 +205,7 @@ TEST(ExpressionCompile, ARunOfOneLevelSplitsAtItsRightmostMember)
          "CON 10.000000;CON 20.000000;OPER RATIO saferatio;CON 30.000000;OPER DIV /;"},
         {"10<20>30",
          "CON 10.000000;CON 20.000000;OPER LESSTHAN <;CON 30.000000;OPER GREATERTHAN >;"},
-        {"10==20!=30",
-         "CON 10.000000;CON 20.000000;OPER EQUAL ==;CON 30.000000;OPER NOTEQUAL !=;"},
+        {"10==20!=30", "CON 10.000000;CON 20.000000;OPER EQUAL ==;CON 30.000000;OPER NOTEQUAL !=;"},
     });
 }
 
@@ -270,8 +268,7 @@ TEST(ExpressionCompile, TargetsOfAnAssignmentAreMarked)
         // The mark passes to the left side of a split only.
         {"sz+vz=1", "LVALUE 1;VAR 3;OPER ADD +;CON 1.000000;OPER SET_VARIABLE =;"},
         {"-sz=1", "VAR 1;OPER NEGATIVE -;CON 1.000000;OPER SET_VARIABLE =;"},
-        {"sz=vz=1",
-         "LVALUE 1;VAR 3;OPER SET_VARIABLE =;CON 1.000000;OPER SET_VARIABLE =;"},
+        {"sz=vz=1", "LVALUE 1;VAR 3;OPER SET_VARIABLE =;CON 1.000000;OPER SET_VARIABLE =;"},
         {"3=1", "CON 3.000000;CON 1.000000;OPER SET_VARIABLE =;"},
     });
 }
@@ -333,7 +330,7 @@ TEST(ExpressionCompile, FunctionsStandAtTheStartOfATextBeforeAParenthesis)
          "VAR 1;CON 1.000000;OPER ADD +;VAR 3;OPER NEGATIVE -;OPER COMMA ,;OPER POW pow;"},
     });
     expectStatuses({
-        {"log", 4},           // a name without arguments
+        {"log", 4},  // a name without arguments
         {"log 10", 4},
         {"sin(1)cos(1)", 4},  // the second name is not at a start
         {"LOG(1)", 4},        // operators are matched as they are written
@@ -396,10 +393,10 @@ TEST(ExpressionCompile, ConstantsAreDigitsWithAPointAndAnExponent)
 TEST(ExpressionCompile, DefinitionsStandForTheirCompiledExpression)
 {
     const Definitions names{{"bright", "Ch1 > 50"},
-                             {"both", "bright && Ch2<0.3"},
-                             {"sum", "Ch1+Ch2"},
-                             {"sz", "5"},
-                             {"bright", "Ch9"}};
+                            {"both", "bright && Ch2<0.3"},
+                            {"sum", "Ch1+Ch2"},
+                            {"sz", "5"},
+                            {"bright", "Ch9"}};
     expectDumps(
         {
             {"bright", "CHAN 1;CON 50.000000;OPER GREATERTHAN >;"},

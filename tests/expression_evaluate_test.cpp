@@ -12,6 +12,7 @@
 #include "support/expression.hpp"
 #include "support/outcome.hpp"
 #include "zel_features/zel_features.h"
+#include "zel_features/zel_variables.hpp"
 
 namespace {
 
@@ -121,12 +122,11 @@ TEST(ExpressionEvaluate, TheArgumentsKeepTheirOrder)
 TEST(ExpressionEvaluate, TruthIsOneAndFalsehoodZero)
 {
     expectValues({
-        {"2||0", 1.0f},      {"0||-3", 1.0f},    {"0||0", 0.0f},   {"2&&-3", 1.0f},
-        {"2&&0", 0.0f},      {"0&&2", 0.0f},     {"0.25||0", 1.0f}, {"2!=3", 1.0f},
-        {"2!=2", 0.0f},      {"2==2", 1.0f},     {"2==3", 0.0f},   {"2<=2", 1.0f},
-        {"3<=2", 0.0f},      {"2>=2", 1.0f},     {"2>=3", 0.0f},   {"3>2", 1.0f},
-        {"2>2", 0.0f},       {"2<3", 1.0f},      {"2<2", 0.0f},    {"!0", 1.0f},
-        {"!5", 0.0f},        {"!0.001", 0.0f},
+        {"2||0", 1.0f}, {"0||-3", 1.0f},   {"0||0", 0.0f}, {"2&&-3", 1.0f}, {"2&&0", 0.0f},
+        {"0&&2", 0.0f}, {"0.25||0", 1.0f}, {"2!=3", 1.0f}, {"2!=2", 0.0f},  {"2==2", 1.0f},
+        {"2==3", 0.0f}, {"2<=2", 1.0f},    {"3<=2", 0.0f}, {"2>=2", 1.0f},  {"2>=3", 0.0f},
+        {"3>2", 1.0f},  {"2>2", 0.0f},     {"2<3", 1.0f},  {"2<2", 0.0f},   {"!0", 1.0f},
+        {"!5", 0.0f},   {"!0.001", 0.0f},
     });
 }
 
@@ -188,7 +188,7 @@ TEST(ExpressionEvaluate, FunctionsHaveTheirKnownValues)
     expectValues({
         {"log10(1000)", 3.0f},
         {"exp(0)", 1.0f},
-        {"exp(1)", 2.7182817f},   // e to the nearest float
+        {"exp(1)", 2.7182817f},  // e to the nearest float
         {"sqrt(2)", 1.4142135f},
         {"atan2(1,1)", 0.7853982f},   // a quarter of pi
         {"atan2(1,-1)", 2.3561945f},  // both signs count
@@ -411,8 +411,7 @@ TEST(ExpressionEvaluate, TwoHundredValuesMayBePending)
     Scene scene;
     EXPECT_EQ(scene.value("two,two", &entry), 1.0f);
     const Compiled one_more("two,two,1", false, &entry);
-    const Outcome outcome =
-        zel_test::run([&] { ZELEvaluateStack(&one_more.stack, &scene.pixel); });
+    const Outcome outcome = zel_test::run([&] { ZELEvaluateStack(&one_more.stack, &scene.pixel); });
     EXPECT_TRUE(outcome.ended);
     EXPECT_EQ(outcome.status, -1);
     EXPECT_EQ(outcome.out, "stack processing error 2\n");
@@ -442,6 +441,25 @@ TEST(ExpressionEvaluate, VariablesStayBoundToTheFirstRecord)
     EXPECT_EQ(ZELEvaluateStack(&compiled.stack, &second), 40.0f);
     ZELBindPixel(&second);
     EXPECT_EQ(ZELEvaluateStack(&compiled.stack, &second), 6.0f);
+}
+
+TEST(ExpressionEvaluate, TheVariableTableIsBuiltAndBoundWhenItIsNeeded)
+{
+    zel::resetVariables();
+    const Compiled empty("", false);
+    EXPECT_EQ(zel::variableState().table, nullptr);
+    const Compiled constant("1");
+    EXPECT_NE(zel::variableState().table, nullptr);
+    EXPECT_FALSE(zel::variableState().bound);
+    ZELPixelStruct pixel = {};
+    ZELEvaluateStack(&constant.stack, &pixel);
+    EXPECT_TRUE(zel::variableState().bound);
+    EXPECT_EQ(zel::variableState().table[18].varPtr, &pixel.year);
+
+    zel::resetVariables();
+    ZELEvaluateStack(&empty.stack, &pixel);
+    EXPECT_EQ(zel::variableState().table[0].varPtr, &pixel.Class);
+    zel::resetVariables();
 }
 
 TEST(ExpressionEvaluate, TheSkipFlagIsTheCallersRecords)

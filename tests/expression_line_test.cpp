@@ -26,7 +26,7 @@ using zel_test::Texts;
 using Row = std::vector<float>;
 
 // Each field of a pixel record and its row in a line.
-const std::pair<float ZELPixelStruct::*, float* ZELLineStruct::*> fields[] = {
+const std::pair<float ZELPixelStruct::*, float * ZELLineStruct::*> fields[] = {
     {&ZELPixelStruct::olsonEco, &ZELLineStruct::olsonEco},
     {&ZELPixelStruct::igbpEco, &ZELLineStruct::igbpEco},
     {&ZELPixelStruct::percentWater, &ZELLineStruct::percentWater},
@@ -184,13 +184,40 @@ TEST(ExpressionLine, RandomExpressionsAreThoseOfThePixels)
 TEST(ExpressionLine, EveryOperatorIsThatOfThePixel)
 {
     Random random(5);
-    for (const char* text :
-         {"Ch1||Ch2", "Ch1&&Ch2", "Ch1!=Ch2", "Ch1==Ch2", "Ch1<=Ch2", "Ch1>=Ch2", "Ch1>Ch2",
-          "Ch1<Ch2", "Ch1-Ch2", "Ch1+Ch2", "Ch1*Ch2", "Ch1 saferatio Ch2", "Ch1/Ch2", "-Ch1", "!Ch1",
-          "value(Ch1,Ch2,Ch3)", "saturation(Ch1,Ch2,Ch3)", "hue(Ch1,Ch2,Ch3)",
-          "length3(Ch1,Ch2,Ch3)", "length2(Ch1,Ch2)", "atan2(Ch1,Ch2)", "tan(Ch1)", "cos(Ch1)",
-          "sin(Ch1)", "deg2rad(Ch1)", "log10(Ch1)", "log(Ch1)", "exp(Ch1)", "pow(Ch1,Ch2)",
-          "sqrt(Ch1)", "pow(Ch1,2)", "pow(2,Ch1)", "value(1,Ch2,2)", "hue(Ch1,3,4)"}) {
+    for (const char* text : {"Ch1||Ch2",
+                             "Ch1&&Ch2",
+                             "Ch1!=Ch2",
+                             "Ch1==Ch2",
+                             "Ch1<=Ch2",
+                             "Ch1>=Ch2",
+                             "Ch1>Ch2",
+                             "Ch1<Ch2",
+                             "Ch1-Ch2",
+                             "Ch1+Ch2",
+                             "Ch1*Ch2",
+                             "Ch1 saferatio Ch2",
+                             "Ch1/Ch2",
+                             "-Ch1",
+                             "!Ch1",
+                             "value(Ch1,Ch2,Ch3)",
+                             "saturation(Ch1,Ch2,Ch3)",
+                             "hue(Ch1,Ch2,Ch3)",
+                             "length3(Ch1,Ch2,Ch3)",
+                             "length2(Ch1,Ch2)",
+                             "atan2(Ch1,Ch2)",
+                             "tan(Ch1)",
+                             "cos(Ch1)",
+                             "sin(Ch1)",
+                             "deg2rad(Ch1)",
+                             "log10(Ch1)",
+                             "log(Ch1)",
+                             "exp(Ch1)",
+                             "pow(Ch1,Ch2)",
+                             "sqrt(Ch1)",
+                             "pow(Ch1,2)",
+                             "pow(2,Ch1)",
+                             "value(1,Ch2,2)",
+                             "hue(Ch1,3,4)"}) {
         Line line = randomLine(random, 1500);
         for (Row& row : line.channelRows) {
             row.resize(1500);
@@ -211,8 +238,16 @@ TEST(ExpressionLine, FunctionsAreThoseOfThePixelForAnyArgument)
         for (std::size_t i = 0; i < row.size(); ++i)
             row[i] = i % 2 == 0 ? random.anyFloat() : random.value();
     using Limits = std::numeric_limits<float>;
-    const float special[] = {0.0f,          1.0f,          2.0f, 0.5f, Limits::infinity(),
-                             Limits::min(), Limits::max(), 88.0f, Limits::denorm_min(), 1e6f};
+    const float special[] = {0.0f,
+                             1.0f,
+                             2.0f,
+                             0.5f,
+                             Limits::infinity(),
+                             Limits::min(),
+                             Limits::max(),
+                             88.0f,
+                             Limits::denorm_min(),
+                             1e6f};
     std::size_t place = 0;
     for (const float a : special)
         for (const float b : special)
@@ -221,9 +256,10 @@ TEST(ExpressionLine, FunctionsAreThoseOfThePixelForAnyArgument)
                 line.channelRows[1][place] = signs / 2 == 0 ? b : -b;
             }
     line.channelRows[0][place] = Limits::quiet_NaN();
-    for (const char* text : {"tan(Ch1)", "cos(Ch1)", "sin(Ch1)", "log10(Ch1)", "log(Ch1)",
-                             "exp(Ch1)", "sqrt(Ch1)", "pow(Ch1,Ch2)", "pow(Ch1,0.5)", "pow(1.5,Ch1)",
-                             "pow(Ch1,2)", "atan2(Ch1,Ch2)", "atan2(Ch1,1)", "atan2(0,Ch1)"})
+    for (const char* text :
+         {"tan(Ch1)", "cos(Ch1)", "sin(Ch1)", "log10(Ch1)", "log(Ch1)", "exp(Ch1)", "sqrt(Ch1)",
+          "pow(Ch1,Ch2)", "pow(Ch1,0.5)", "pow(1.5,Ch1)", "pow(Ch1,2)", "atan2(Ch1,Ch2)",
+          "atan2(Ch1,1)", "atan2(0,Ch1)"})
         expectSame(text, line);
 }
 
@@ -316,7 +352,7 @@ TEST(ExpressionLine, TargetsThatAreComputedWork)
 {
     Line line(3, 2);
     line.channelRows[0] = {100.0f, 101.0f, 500.0f};  // channel 1, channel 2, register 1
-    const Compiled compiled("(0+Ch1)=9");  // the right side of a target is read
+    const Compiled compiled("(0+Ch1)=9");            // the right side of a target is read
     line.evaluate(compiled.stack);
     EXPECT_EQ(line.channelRows[0], Row({9.0f, 101.0f, 500.0f}));
     EXPECT_EQ(line.channelRows[1], Row({2.0f, 9.0f, 2.0f}));
@@ -354,7 +390,8 @@ TEST(ExpressionLine, TheResultMayTakeTheRowOfAnArgument)
 {
     for (const char* text : {"Ch1*Ch2+Ch1", "Ch1", "Ch2/Ch1-Ch2"}) {
         Line line(1200, 2);
-        for (std::size_t i = 0; i < 1200; ++i) line.channelRows[0][i] = static_cast<float>(i) + 1.0f;
+        for (std::size_t i = 0; i < 1200; ++i)
+            line.channelRows[0][i] = static_cast<float>(i) + 1.0f;
         Line separate = line;
         const Compiled compiled(text);
         separate.evaluate(compiled.stack);

@@ -116,8 +116,8 @@ TEST(ExpressionRandom, EvaluatesLikeTheNaiveOne)
         const float expected = naiveEvaluate(naive.items, pixel, failure);
         float value = 0;
         errno = 0;
-        const auto outcome = zel_test::run(
-            [&] { value = ZELEvaluateStack(&compiled.stack, &mirror.record); });
+        const auto outcome =
+            zel_test::run([&] { value = ZELEvaluateStack(&compiled.stack, &mirror.record); });
         ZELBindPixel(nullptr);
         ASSERT_EQ(outcome.ended, !failure.empty()) << text;
         ASSERT_NE((outcome.out + outcome.err).find(failure), std::string::npos) << text;
@@ -147,13 +147,20 @@ Tree randomTree(Random& random, int depth)
         return Tree{"(" + a.text + ")" + text + "(" + b.text + ")", value};
     };
     switch (random.below(7)) {
-    case 0: return joined("+", a.value + b.value);
-    case 1: return joined("-", a.value - b.value);
-    case 2: return joined("*", a.value * b.value);
-    case 3: return joined("/", a.value / b.value);
-    case 4: return joined("<", a.value < b.value ? 1.0f : 0.0f);
-    case 5: return {"-(" + a.text + ")", -a.value};
-    default: return {"length2(" + a.text + "," + b.text + ")", a.value * a.value + b.value * b.value};
+    case 0:
+        return joined("+", a.value + b.value);
+    case 1:
+        return joined("-", a.value - b.value);
+    case 2:
+        return joined("*", a.value * b.value);
+    case 3:
+        return joined("/", a.value / b.value);
+    case 4:
+        return joined("<", a.value < b.value ? 1.0f : 0.0f);
+    case 5:
+        return {"-(" + a.text + ")", -a.value};
+    default:
+        return {"length2(" + a.text + "," + b.text + ")", a.value * a.value + b.value * b.value};
     }
 }
 
@@ -167,7 +174,8 @@ TEST(ExpressionRandom, ParenthesesMakeAnyTree)
         const Compiled compiled(tree.text);
         ASSERT_EQ(compiled.status, 0) << tree.text;
         const float value = ZELEvaluateStack(&compiled.stack, &pixel);
-        ASSERT_TRUE(same(value, tree.value)) << tree.text << ": " << value << ", not " << tree.value;
+        ASSERT_TRUE(same(value, tree.value))
+            << tree.text << ": " << value << ", not " << tree.value;
     }
     ZELBindPixel(nullptr);
 }

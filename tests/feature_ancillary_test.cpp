@@ -139,8 +139,7 @@ TEST_F(FeatureAncillary, MissingFilesAreReportedAsErrorsAndFatalWhenUsed)
     for (const char* file : fileNames)
         expected += std::string("cannot open file /usr/local/zeldata/epa//") + file + "\n" +
                     noSuchFile + "ZELReadAncillaryFiles: Ancillary data file " + file +
-                    " not available.  Check path.\n" + noSuchFile +
-                    notAvailable(file, noSuchFile);
+                    " not available.  Check path.\n" + noSuchFile + notAvailable(file, noSuchFile);
     EXPECT_EQ(read.err, expected);
 
     errno = 0;
@@ -206,9 +205,8 @@ TEST_F(FeatureAncillary, AGridFileThatDoesNotOpenEndsTheProcess)
     const Outcome olson = zel_test::run([&] { ZELInitializeOlsonEcosystem(path.c_str()); });
     EXPECT_TRUE(olson.ended);
     EXPECT_EQ(olson.status, -1);
-    EXPECT_EQ(olson.err,
-              "ZELInitializeOlsonEcosystem: error: cannot read Olson Ecosystem file " + path +
-                  "\n" + noSuchFile);
+    EXPECT_EQ(olson.err, "ZELInitializeOlsonEcosystem: error: cannot read Olson Ecosystem file " +
+                             path + "\n" + noSuchFile);
     const Outcome terrain = zel_test::run([&] { ZELInitializeTerrain(path.c_str()); });
     EXPECT_TRUE(terrain.ended);
     EXPECT_EQ(terrain.status, -1);
@@ -275,9 +273,9 @@ protected:
     void expectUntouched() const
     {
         EXPECT_EQ(std::memcmp(pixel_.Registers, before_.Registers, sizeof before_.Registers), 0);
-        EXPECT_EQ(std::memcmp(pixel_.class_weights, before_.class_weights,
-                              sizeof before_.class_weights),
-                  0);
+        EXPECT_EQ(
+            std::memcmp(pixel_.class_weights, before_.class_weights, sizeof before_.class_weights),
+            0);
     }
 
     float channels_[3] = {1.0f, 2.0f, 3.0f};
@@ -318,8 +316,7 @@ TEST_F(FeaturePixel, APixelWithoutAPositionHasNoGround)
     provideGrids();
     ZELFeatureCreatePixel(0, 0, 0, 0U, channels_, 3, -999.0f, -999.0f, 30.0f, 20.0f, 100.0f, 1,
                           2001, &pixel_);
-    for (const float value :
-         {pixel_.olsonEco, pixel_.percentWater, pixel_.igbpEco, pixel_.terrain})
+    for (const float value : {pixel_.olsonEco, pixel_.percentWater, pixel_.igbpEco, pixel_.terrain})
         EXPECT_EQ(value, 255.0f);
     EXPECT_EQ(ZELGetBadLatLonCount(), 4);
 }

@@ -55,6 +55,13 @@ FEATURE_FLOORS = {
     "zel_variables": 0, "zel_expression": 0,
     # evaluating them
     "zel_arithmetic": 1, "zel_evaluate": 1, "zel_feature_ancillary": 1, "zel_pixel": 1,
+    # parameter files, pixel programs
+    "zel_parameter": 2, "zel_program": 2, "zel_truncate": 2,
+    # the files' encoding, headers, stored programs
+    "zel_feature_io": 3, "zel_feature_walk": 3, "zel_feature_records": 3, "zel_feature_header": 3,
+    "zel_program_file": 3,
+    # sample files
+    "zel_feature_file": 4, "zel_feature_sample": 4, "zel_feature_fetch": 4,
 }
 
 # The faces gather the public headers. The tool sees nothing else of the library.

@@ -149,16 +149,6 @@ TEST(OpenBlocks, BlocksOfAnAbsentSlotAreReadPast)
     EXPECT_STREQ(file->Channels[2].ChannelLabel, "third");
 }
 
-TEST(OpenBlocks, AChannelMaskIsRefusedWithMinusTwo)
-{
-    Scene scene = smallScene();
-    scene.slots[0].maskCount = 1;
-    OpenedFile file(build(scene).bytes);
-    EXPECT_EQ(file.result, -2);
-    EXPECT_FALSE(file.outcome.ended);
-    EXPECT_NE(file.outcome.out.find("mask"), std::string::npos) << file.outcome.out;
-}
-
 // A second file behind a first one, as a component lies in its container.
 class Component : public testing::Test {
 protected:

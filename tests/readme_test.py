@@ -217,9 +217,27 @@ class Commands(InDirectory):
         run(TOOL, *words, "-overwrite", cwd=self.dir)
         return (self.dir / words[words.index("-o") + 1]).read_bytes()
 
+    def test_the_class_map_of_the_readme(self):
+        section = read("README.md").split("\n## Adding a class map\n")[1].split("\n## ")[0]
+        demo = self.dir / "demo"
+        demo.mkdir()
+        shutil.copytree(ROOT / "examples", self.dir / "examples")
+        self.one_grid().rename(demo / "one_grid.zel")
+        definition, picture = code_blocks(section, "text")
+        (demo / "classes.py").write_text(code_blocks(section, "python")[0], encoding="utf-8")
+        (demo / "colours.txt").write_text(definition, encoding="utf-8")
+        run(sys.executable, "classes.py", cwd=demo)
+        words, = commands(code_blocks(section, "sh")[0])
+        run(TOOL, *words, cwd=demo)
+        shown = run(BIN / "examples" / "quicklook", "with_classes.zel", 4, 40, cwd=demo)
+        self.assertIn(picture, shown)
+        layout = zel_to_vrt.Layout(str(demo / "with_classes.zel"))
+        water = pixels_by_place(demo / "with_classes.zel", layout, 4).count(1)
+        self.assertIn("(%d pixels of water)" % water, section)
+
     def test_those_of_the_readme(self):
         blocks = [commands(block) for block in code_blocks(read("README.md"), "sh")]
-        (container,), (from_files, from_container) = [c for c in blocks if c]
+        (container,), (from_files, from_container), _ = [c for c in blocks if c]
         size = len(self.combine(container))
         inputs = [w for w in container if w.startswith("sample")]
         self.assertEqual(size, sum((self.dir / name).stat().st_size for name in inputs))

@@ -93,6 +93,7 @@ bool ClassMap::readTable(const char* comment, int& numClasses)
         classes.push_back(number(word));
     }
     std::copy(classes.begin(), classes.end(), ARFFToZELClass.begin());
+    hasTable_ = true;
     std::printf("%d classes:", numClasses);
     for (const int c : classes) std::printf(" %d", c);
     std::printf("\n");

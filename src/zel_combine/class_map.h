@@ -17,12 +17,16 @@ public:
     // length, else nothing. False, after a message, when the file or the table cannot be read.
     bool read(const char* featureHeader, std::optional<int>& numClasses);
 
+    // Whether a table was read.
+    bool hasTable() const { return hasTable_; }
+
     // Replaces each value by its class, a whole number; values that are no class pass unchanged.
     void translate(std::vector<float>& values) const;
 
 private:
     bool readTable(const char* comment, int& numClasses);
 
+    bool hasTable_ = false;
     std::array<int, 1000> ARFFToZELClass;  // indexed by the raster's class
 };
 

@@ -60,6 +60,18 @@ bool lutsFit(ZELType* out)
     return size <= limit;
 }
 
+bool hasLUT(const CommandLineStruct& info)
+{
+    return info.vornLUT || info.vornColorcubeFlag;
+}
+
+void warnOfNoTable(const CommandLineStruct& info)
+{
+    std::fprintf(stderr, "zel_combine: warning: feature header %s %s: classes are not translated\n",
+                 info.ZELFeatureHeader,
+                 hasLUT(info) ? "holds no table of classes" : "is not read without a LUT");
+}
+
 }  // namespace
 
 int VornChannels::setUp(const CommandLineStruct& info, ZELType* in, ZELType* out)
@@ -68,7 +80,9 @@ int VornChannels::setUp(const CommandLineStruct& info, ZELType* in, ZELType* out
         file_.open(info.vornFileName, ZELFetchNumberOfPixels(in), ZELFetchNumberOfLines(in));
     if (status != 0) return status;
     translated_ = info.ZELFeatureHeader != nullptr;
-    return findFreeChannels(in) && declareChannels(info, out) ? 0 : failed;
+    if (!findFreeChannels(in) || !declareChannels(info, out)) return failed;
+    if (translated_ && !classes_.hasTable()) warnOfNoTable(info);
+    return 0;
 }
 
 // The channels behind the last one in use; slot 0 is not looked at.
@@ -92,7 +106,7 @@ bool VornChannels::declareChannels(const CommandLineStruct& info, ZELType* out)
         const std::optional<std::string> label = makeLabel(info, header, c, file_.channels());
         if (!label) return false;
         makeRoom(out, firstChannel_ + c);
-        if (info.vornLUT || info.vornColorcubeFlag) {
+        if (hasLUT(info)) {
             if (!addLUTChannel(info, out, c, label->c_str())) return false;
         } else {
             ZELAddSpecialChannel(out, firstChannel_ + c, 0.0F, 0.0F, ZEL_STORED_FLOAT, 32,

@@ -57,12 +57,13 @@ int VornFile::open(const char* name, int pixels, int lines)
                     pixels, header->lines, header->pixels);
         return mismatched;
     }
+    name_ = name;
     channels_ = header->channels;
-    return openPlanes(name, pixels, lines);
+    return openPlanes(pixels, lines);
 }
 
 // One stream per channel, each at its plane.
-int VornFile::openPlanes(const char* name, int pixels, int lines)
+int VornFile::openPlanes(int pixels, int lines)
 {
     if (channels_ < 0) {
         std::printf("cannot allocate Vorn file pointers\n");
@@ -73,9 +74,9 @@ int VornFile::openPlanes(const char* name, int pixels, int lines)
     // No scene has room for more channels than that, whatever the header says.
     const int useful = std::min<int>(channels_, ZEL_MAX_CHANNELS - 1);
     for (int c = 0; c < useful; ++c) {
-        Stream stream(std::fopen(name, "rb"));
+        Stream stream(std::fopen(name_.c_str(), "rb"));
         if (!stream || fseeko(stream.get(), headerSize + c * plane, SEEK_SET) != 0) {
-            std::printf("Error: cannot open Vorn file %s, channel %d\n", name, c);
+            std::printf("Error: cannot open Vorn file %s, channel %d\n", name_.c_str(), c);
             return failed;
         }
         planes_.push_back(std::move(stream));
@@ -86,7 +87,14 @@ int VornFile::openPlanes(const char* name, int pixels, int lines)
 std::vector<float>& VornFile::readRow(int channel)
 {
     FILE* stream = planes_[static_cast<std::size_t>(channel)].get();
-    FileRead(row_.data(), sizeof(float), static_cast<int>(row_.size()), stream);
+    const int pixels = static_cast<int>(row_.size());
+    if (FileRead(row_.data(), sizeof(float), pixels, stream) != pixels && !cutShort_) {
+        cutShort_ = true;
+        std::fprintf(
+            stderr,
+            "zel_combine: warning: Vorn file %s is cut short: values read before are repeated\n",
+            name_.c_str());
+    }
     return row_;
 }
 

@@ -3,6 +3,7 @@
 #ifndef ZEL_COMBINE_VORN_FILE_H
 #define ZEL_COMBINE_VORN_FILE_H
 
+#include <string>
 #include <vector>
 
 #include "stream.h"
@@ -21,13 +22,16 @@ public:
     int channels() const { return channels_; }
 
     // The next row of a channel, one value per pixel; valid until the next call, for any channel. What
-    // the file is too short for keeps the values of the row read before.
+    // the file is too short for keeps the values of the row read before; the first time that is
+    // warned of.
     std::vector<float>& readRow(int channel);
 
 private:
-    int openPlanes(const char* name, int pixels, int lines);
+    int openPlanes(int pixels, int lines);
 
+    std::string name_;
     int channels_ = 0;
+    bool cutShort_ = false;
     std::vector<Stream> planes_;  // each at its channel's next row
     std::vector<float> row_;
 };

@@ -139,7 +139,7 @@ class ToolTest(unittest.TestCase):
         lines = done.stderr.decode(errors="replace").splitlines()
         self.assertEqual(len(lines), len(warns), lines[:20])
         for line, pattern in zip(lines, warns):
-            self.assertRegex(line, r"^ZEL\w+: warning: .*" + pattern)
+            self.assertRegex(line, r"^(ZEL\w+|zel_combine): warning: .*" + pattern)
         return done.returncode, done.stdout.decode("latin-1")
 
     def check(self, args, stdout, status=0, **how):

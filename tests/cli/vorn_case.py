@@ -17,6 +17,9 @@ NO_RASTER = "Error: cannot open Vorn file %s\n"
 BLACK = (0, 0, 0, b"None")                 # an entry as it is allocated
 TEXT = b"T\n0 1\n1\n1 1 1 0 : a\n"         # a definition file, and the entries of its LUT
 ENTRY = [(255, 255, 255, b"a")]
+CUT_SHORT = ["Vorn file v is cut short: values read before are repeated$"]
+NO_TABLE = ["feature header f holds no table of classes: classes are not translated$"]
+NOT_READ = ["feature header none is not read without a LUT: classes are not translated$"]
 
 
 def scene(**fields):
@@ -47,12 +50,13 @@ class VornTest(ToolTest):
             append(out, channel, values)
         return out
 
-    def appends(self, words, channels, luts=None, said=""):
-        """A run over a with the words that name the raster; said: what the set-up prints."""
+    def appends(self, words, channels, luts=None, said="", warns=()):
+        """A run over a with the words that name the raster; said: what the set-up prints; warns: as
+        of run_tool."""
         expected = self.made(channels, luts)
         words = words.split() if isinstance(words, str) else words
         self.check(["-overwrite", "-o", "out", "-i", "a"] + words,
-                   grids_missing() + said + report(expected) + progress(HEIGHT))
+                   grids_missing() + said + report(expected) + progress(HEIGHT), warns=warns)
         self.check_made("out", expected)
         return expected
 

@@ -178,14 +178,6 @@ void histogramBlock(Encoder& e, const std::optional<Histogram>& h, const std::st
         e.i32(numbered(name + ".count", i), h->counts[i]);
 }
 
-// The mask block belongs to a layer that stores its numbers big-endian in every file.
-void maskBlock(Encoder& e, int count, const std::string& name)
-{
-    Bytes bytes = littleEndian(static_cast<uint64_t>(count), 4);
-    std::reverse(bytes.begin(), bytes.end());
-    e.raw(name, bytes, 1);
-}
-
 void channelRecord(Encoder& e, const Slot& c, const std::string& name)
 {
     e.i32(name + ".ChannelPresentFlag", c.present);
@@ -199,7 +191,7 @@ void channelRecord(Encoder& e, const Slot& c, const std::string& name)
     if (e.since(111)) e.f32(name + ".ChannelWaveLength", c.wavelength);
     if (e.since(131)) e.i32(name + ".Units", c.units);
     if (e.since(132)) e.i32(name + ".BaseChannelFlag", c.baseFlag);
-    if (e.since(141)) maskBlock(e, c.maskCount, name + ".mask");
+    if (e.since(141)) e.raw(name + ".mask", c.mask, 1);
     if (e.since(211)) e.i16(name + ".NumTables", static_cast<long>(c.tables.size()));
     if (e.since(211)) tableRecords(e, c.tables, name + ".");
     if (e.since(121)) histogramBlock(e, c.histogram, name + ".histogram");

@@ -44,7 +44,7 @@ struct Slot {
     float wavelength = 0;
     int units = 0;
     int baseFlag = 0;
-    int maskCount = 0;  // classifiers of the mask; only 0 makes a whole mask block
+    Bytes mask = {0, 0, 0, 0};  // the mask block; see mask_bytes.hpp for one with a mask
     std::vector<Table> tables;
     std::optional<Histogram> histogram, standardHistogram;
 };

@@ -17,33 +17,50 @@ struct Op {
 
 const std::vector<Op>& operators()
 {
-    static const std::vector<Op> all = {
-        {"SKIP_PIXEL", "skip_pixel", 0, 0}, {"COMMA", ",", 0, 1},
-        {"SET_VARIABLE", "=", 2, 2},        {"OR", "||", 2, 3},
-        {"AND", "&&", 2, 4},                {"NOTEQUAL", "!=", 2, 5},
-        {"EQUAL", "==", 2, 5},              {"LESSTHANOREQUAL", "<=", 2, 6},
-        {"GREATERTHANOREQUAL", ">=", 2, 6}, {"GREATERTHAN", ">", 2, 6},
-        {"LESSTHAN", "<", 2, 6},            {"SUB", "-", 2, 7},
-        {"ADD", "+", 2, 7},                 {"MUL", "*", 2, 8},
-        {"RATIO", "saferatio", 2, 8},       {"DIV", "/", 2, 8},
-        {"NEGATIVE", "-", 1, 9},            {"NOT", "!", 1, 9},
-        {"VAL", "value", 3, 10},            {"SAT", "saturation", 3, 10},
-        {"HUE", "hue", 3, 10},              {"LENGTH3", "length3", 3, 10},
-        {"LENGTH2", "length2", 2, 10},      {"ATAN", "atan2", 2, 10},
-        {"TAN", "tan", 1, 10},              {"COS", "cos", 1, 10},
-        {"SIN", "sin", 1, 10},              {"D2RAD", "deg2rad", 1, 10},
-        {"LOG10", "log10", 1, 10},          {"LOG", "log", 1, 10},
-        {"EXP", "exp", 1, 10},              {"POW", "pow", 2, 10},
-        {"SQRT", "sqrt", 1, 10}};
+    static const std::vector<Op> all = {{"SKIP_PIXEL", "skip_pixel", 0, 0},
+                                        {"COMMA", ",", 0, 1},
+                                        {"SET_VARIABLE", "=", 2, 2},
+                                        {"OR", "||", 2, 3},
+                                        {"AND", "&&", 2, 4},
+                                        {"NOTEQUAL", "!=", 2, 5},
+                                        {"EQUAL", "==", 2, 5},
+                                        {"LESSTHANOREQUAL", "<=", 2, 6},
+                                        {"GREATERTHANOREQUAL", ">=", 2, 6},
+                                        {"GREATERTHAN", ">", 2, 6},
+                                        {"LESSTHAN", "<", 2, 6},
+                                        {"SUB", "-", 2, 7},
+                                        {"ADD", "+", 2, 7},
+                                        {"MUL", "*", 2, 8},
+                                        {"RATIO", "saferatio", 2, 8},
+                                        {"DIV", "/", 2, 8},
+                                        {"NEGATIVE", "-", 1, 9},
+                                        {"NOT", "!", 1, 9},
+                                        {"VAL", "value", 3, 10},
+                                        {"SAT", "saturation", 3, 10},
+                                        {"HUE", "hue", 3, 10},
+                                        {"LENGTH3", "length3", 3, 10},
+                                        {"LENGTH2", "length2", 2, 10},
+                                        {"ATAN", "atan2", 2, 10},
+                                        {"TAN", "tan", 1, 10},
+                                        {"COS", "cos", 1, 10},
+                                        {"SIN", "sin", 1, 10},
+                                        {"D2RAD", "deg2rad", 1, 10},
+                                        {"LOG10", "log10", 1, 10},
+                                        {"LOG", "log", 1, 10},
+                                        {"EXP", "exp", 1, 10},
+                                        {"POW", "pow", 2, 10},
+                                        {"SQRT", "sqrt", 1, 10}};
     return all;
 }
 
 const std::vector<std::string>& variables()
 {
     static const std::vector<std::string> all = {
-        "class",    "sz",  "solar_zenith", "vz",        "viewing_zenith", "az",       "azimuth",
-        "sg",       "sunglint", "lat",     "latitude",  "lon",            "longitude",
-        "olson_eco", "igbp_eco", "percent_water", "terrain", "julian_day", "year"};
+        "class",          "sz",         "solar_zenith", "vz",
+        "viewing_zenith", "az",         "azimuth",      "sg",
+        "sunglint",       "lat",        "latitude",     "lon",
+        "longitude",      "olson_eco",  "igbp_eco",     "percent_water",
+        "terrain",        "julian_day", "year"};
     return all;
 }
 
@@ -58,7 +75,10 @@ bool allDigits(const std::string& text)
     return text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-long count(const std::string& text, char c) { return std::count(text.begin(), text.end(), c); }
+long count(const std::string& text, char c)
+{
+    return std::count(text.begin(), text.end(), c);
+}
 
 // The parenthesis that opens the text is closed by its last character.
 bool enclosed(const std::string& text)
@@ -73,8 +93,8 @@ bool enclosed(const std::string& text)
 
 bool exponentSign(const std::string& text, std::size_t at)
 {
-    return at >= 2 && (text[at - 1] == 'e' || text[at - 1] == 'E') &&
-           text[at - 2] >= '0' && text[at - 2] <= '9';
+    return at >= 2 && (text[at - 1] == 'e' || text[at - 1] == 'E') && text[at - 2] >= '0' &&
+           text[at - 2] <= '9';
 }
 
 bool operatorBefore(const std::string& text, std::size_t at)
@@ -94,8 +114,7 @@ bool matchesHere(const Op& op, const std::string& text, std::size_t at)
         const char before = text[at - 1];
         return before != '=' && before != '!' && before != '<' && before != '>';
     }
-    if (op.label == "SUB")
-        return at != 0 && !operatorBefore(text, at) && !exponentSign(text, at);
+    if (op.label == "SUB") return at != 0 && !operatorBefore(text, at) && !exponentSign(text, at);
     if (op.label == "NEGATIVE") return at == 0 || !exponentSign(text, at);
     return true;
 }
@@ -186,7 +205,10 @@ int checked(const std::vector<NaiveItem>& items)
     return values != 1 ? 3 : assignments > 1 ? 5 : 0;
 }
 
-float logical(bool condition) { return condition ? 1.0f : 0.0f; }
+float logical(bool condition)
+{
+    return condition ? 1.0f : 0.0f;
+}
 
 float hue(float r, float g, float b)
 {
@@ -243,8 +265,8 @@ float apply(const std::string& label, float a, float b, float c)
 // Both names of a field.
 void setVariable(NaivePixel& pixel, int index, float value)
 {
-    static const std::map<int, int> other = {{1, 2},  {2, 1},  {3, 4},   {4, 3},   {5, 6},  {6, 5},
-                                             {7, 8},  {8, 7},  {9, 10},  {10, 9}, {11, 12}, {12, 11}};
+    static const std::map<int, int> other = {{1, 2}, {2, 1}, {3, 4},  {4, 3},  {5, 6},   {6, 5},
+                                             {7, 8}, {8, 7}, {9, 10}, {10, 9}, {11, 12}, {12, 11}};
     pixel.variables[static_cast<std::size_t>(index)] = value;
     const auto twin = other.find(index);
     if (twin != other.end()) pixel.variables[static_cast<std::size_t>(twin->second)] = value;

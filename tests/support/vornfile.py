@@ -21,8 +21,8 @@ def floats(values, order="<"):
 
 def raster(planes, order="<", rows="<", **header):
     """The bytes of a raster; planes: rows of values for each channel. order is the header's byte
-    order, rows that of the values. header: word, pixels, lines, channels in place of what planes has.
-    """
+    order, rows that of the values. header: word, pixels, lines, channels in place of the count of
+    what planes has."""
     h = dict(word=WORD, pixels=len(planes[0][0]) if planes else 0,
              lines=len(planes[0]) if planes else 0, channels=len(planes))
     h.update(header)
@@ -71,7 +71,7 @@ def append(out, channel, values):
     return slot
 
 
-# --- feature headers: numbers are big-endian, a text is its length with the terminator and its bytes
+# --- feature headers: numbers are big-endian, a text is its length with terminator and its bytes
 
 
 def _int(*values):
