@@ -34,8 +34,7 @@ protected:
     }
     Outcome copyParameters()
     {
-        return runFeature(
-            [this] { ZELFeatureCopyFileParameters(copy.get(), source.get()); });
+        return runFeature([this] { ZELFeatureCopyFileParameters(copy.get(), source.get()); });
     }
 
     TempDir dir;
@@ -161,9 +160,8 @@ TEST_F(Copying, WithoutDefinitionsThereAreNoNames)
     open(build(h).bytes);
     const Outcome outcome = copyParameters();
     EXPECT_TRUE(outcome.ended);
-    EXPECT_EQ(outcome.err,
-              "expression: double+1\n"
-              "parse error: illegal character in constant or unknown variable\n");
+    EXPECT_EQ(outcome.err, "expression: double+1\n"
+                           "parse error: illegal character in constant or unknown variable\n");
 }
 
 // Copying takes what the check of a file would refuse.
@@ -184,9 +182,8 @@ TEST_F(Copying, ACopiedFileIsWrittenWithItsOwnHeader)
     FeatureHeader h = fullHeader();
     open(build(h).bytes);
     const std::string output = dir.path("copy");
-    const Outcome outcome = runFeature([&] {
-        ZELFeatureCreateCopiedFile(copy.get(), source.get(), output.c_str());
-    });
+    const Outcome outcome =
+        runFeature([&] { ZELFeatureCreateCopiedFile(copy.get(), source.get(), output.c_str()); });
     ASSERT_FALSE(outcome.ended) << outcome.err;
     EXPECT_EQ(outcome.out, "");
     h.date = text(copy->Parameters.Header.DateTimeString);
@@ -199,6 +196,18 @@ TEST_F(Copying, ACopiedFileIsWrittenWithItsOwnHeader)
     EXPECT_EQ(copy->HeaderOffset, static_cast<int>(expected.size()));
     EXPECT_EQ(copy->AccessFlag, 2);
     EXPECT_EQ(copy->CurrentSample, 0);
+}
+
+TEST_F(Copying, WithoutANameTheCopiedOneStays)
+{
+    const std::string output = dir.path("copied name");
+    FeatureHeader h;
+    h.output = output;
+    open(build(h).bytes);
+    copyParameters();
+    EXPECT_FALSE(runFeature([&] { ZELFeatureOpenCopiedFile(copy.get(), nullptr); }).ended);
+    std::fflush(copy->fptr);
+    EXPECT_GT(zel_test::readFile(output).size(), 100u);
 }
 
 TEST_F(Copying, TheOutputOfACopyIsReplacedAfterAYesOnly)
@@ -227,9 +236,8 @@ TEST_F(Copying, AnOutputThatCannotBeCreatedEndsTheProcess)
         runFeature([&] { ZELFeatureOpenCopiedFile(copy.get(), "/nowhere/copy"); });
     EXPECT_TRUE(outcome.ended);
     EXPECT_EQ(outcome.status, -1);
-    EXPECT_EQ(outcome.err,
-              "cannot create output file /nowhere/copy\n"
-              "system error code:: No such file or directory\n");
+    EXPECT_EQ(outcome.err, "cannot create output file /nowhere/copy\n"
+                           "system error code:: No such file or directory\n");
 }
 
 // ---- Samples ----

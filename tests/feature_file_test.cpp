@@ -87,9 +87,8 @@ TEST_F(Samples, AFileThatDoesNotOpenEndsTheProcess)
     const Outcome outcome = file.open("/nowhere/f");
     EXPECT_TRUE(outcome.ended);
     EXPECT_EQ(outcome.status, -1);
-    EXPECT_EQ(outcome.err,
-              "ZELFeatureOpenFile: cannot open file /nowhere/f\n"
-              "system error code:: No such file or directory\n");
+    EXPECT_EQ(outcome.err, "ZELFeatureOpenFile: cannot open file /nowhere/f\n"
+                           "system error code:: No such file or directory\n");
 }
 
 TEST_F(Samples, AFailedOpenLeavesNothingOpen)
@@ -152,7 +151,8 @@ TEST_F(Samples, ASampleThatIsCutShortLeavesTheFieldsBeforeTheEndInPlace)
     const std::size_t second = static_cast<std::size_t>(headerSize(2)) + 52;
     for (std::size_t size = 0; size < 52; ++size) {
         TempDir own;
-        zel_test::writeFile(own.path("f"), Bytes(whole.begin(), whole.begin() + static_cast<long>(second + size)));
+        zel_test::writeFile(own.path("f"),
+                            Bytes(whole.begin(), whole.begin() + static_cast<long>(second + size)));
         FeatureFile cut;
         ASSERT_FALSE(cut.open(own.path("f")).ended);
         cut->Pixel.Class = 2.5f;
@@ -346,10 +346,9 @@ TEST_F(Samples, ClassesWithSamplesArePrinted)
     header.classes = {{3, {"water", 0, 10, 255}}, {4, {"land", 1, 1, 1}}};
     open(sampleFile(1, 0, header));
     const Outcome outcome = runFeature([&] { ZELFeaturePrintClassInfo(file.get()); });
-    EXPECT_EQ(outcome.out,
-              "Class 0 ->     count = 2  - R 0 G 0 B 0\n"
-              "Class 3 -> water    count = 258  - R 0 G 10 B 255\n"
-              "Class 999 ->     count = -1  - R 0 G 0 B 0\n");
+    EXPECT_EQ(outcome.out, "Class 0 ->     count = 2  - R 0 G 0 B 0\n"
+                           "Class 3 -> water    count = 258  - R 0 G 10 B 255\n"
+                           "Class 999 ->     count = -1  - R 0 G 0 B 0\n");
     EXPECT_EQ(outcome.err, "");
 }
 
@@ -359,9 +358,8 @@ TEST_F(Samples, TheRangesOfTheFeaturesArePrinted)
     file->Parameters.FeatureInfo.Max[0] = 1.5f;
     file->Parameters.FeatureInfo.Min[1] = -0.25f;
     const Outcome outcome = runFeature([&] { ZELFeaturePrintFeatureInfo(file.get()); });
-    EXPECT_EQ(outcome.out,
-              "Feature 1 -> Ch1 max = 1.500000, min = 0.000000\n"
-              "Feature 2 -> Ch2 max = 0.000000, min = -0.250000\n");
+    EXPECT_EQ(outcome.out, "Feature 1 -> Ch1 max = 1.500000, min = 0.000000\n"
+                           "Feature 2 -> Ch2 max = 0.000000, min = -0.250000\n");
 }
 
 // ---- Closing ----

@@ -195,9 +195,8 @@ TEST(FeatureHeader, WithoutDefinitionsALaterEntryMayUseAnEarlierOne)
     Header with(build(h).bytes);
     EXPECT_TRUE(with.outcome.ended);
     EXPECT_EQ(with.outcome.status, -1);
-    EXPECT_EQ(with.outcome.err,
-              "expression: double+1\n"
-              "parse error: illegal character in constant or unknown variable\n");
+    EXPECT_EQ(with.outcome.err, "expression: double+1\n"
+                                "parse error: illegal character in constant or unknown variable\n");
 }
 
 TEST(FeatureHeader, AnExpressionThatDoesNotCompileEndsTheProcess)
@@ -256,8 +255,7 @@ TEST(FeatureHeader, AHeaderIsWrittenAsItIsLaidOut)
     const Stream out;
     header->ClassOffset = header->FeatureOffset = -1;
     int length = 0;
-    const Outcome outcome =
-        runFeature([&] { length = ZELFeatureWriteHeader(out, header.get()); });
+    const Outcome outcome = runFeature([&] { length = ZELFeatureWriteHeader(out, header.get()); });
     EXPECT_FALSE(outcome.ended) << outcome.err;
     EXPECT_EQ(length, static_cast<int>(expected.bytes.size()));
     EXPECT_EQ(header->ClassOffset, static_cast<int>(expected.places.at("class counts")));

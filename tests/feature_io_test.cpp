@@ -33,8 +33,8 @@ TEST(FeatureIo, NumbersAreWrittenWithTheirHighestByteFirst)
     FileWrite(&many, 4, 1, stream);
     FileWrite(&half, 2, 1, stream);
     FileWrite(&wide, 8, 1, stream);
-    EXPECT_EQ(stream.bytes(), (Bytes{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFE, 1, 2, 0x3F, 0xF0, 0, 0,
-                                     0, 0, 0, 0}));
+    EXPECT_EQ(stream.bytes(),
+              (Bytes{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFE, 1, 2, 0x3F, 0xF0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST(FeatureIo, WhatIsWrittenStaysAsItIsInMemory)
@@ -164,8 +164,7 @@ TEST(FeatureIo, AStringIsItsLengthWithTheTerminatorAndItsBytes)
     WriteString(stream, "abc");
     WriteString(stream, "");
     WriteString(stream, nullptr);
-    EXPECT_EQ(stream.bytes(),
-              (Bytes{0, 0, 0, 4, 'a', 'b', 'c', 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}));
+    EXPECT_EQ(stream.bytes(), (Bytes{0, 0, 0, 4, 'a', 'b', 'c', 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}));
 }
 
 std::string readString(FILE* stream)
@@ -235,7 +234,8 @@ TEST(FeatureIo, AProgramTextIsItsLineCountAndItsLines)
     const zel_test::ProgramText text("class=1\n\nreturn\n");
     const Stream stream;
     ZELFeatureWriteProgramText(stream, text.first());
-    EXPECT_EQ(stream.bytes(), FeatureBytes().number(3).string("class=1").string("").string("return").bytes);
+    EXPECT_EQ(stream.bytes(),
+              FeatureBytes().number(3).string("class=1").string("").string("return").bytes);
     const Stream empty;
     ZELFeatureWriteProgramText(empty, nullptr);
     EXPECT_EQ(empty.bytes(), (Bytes{0, 0, 0, 0}));
@@ -243,7 +243,8 @@ TEST(FeatureIo, AProgramTextIsItsLineCountAndItsLines)
 
 TEST(FeatureIo, AProgramTextIsReadWithLinesNumberedFromOne)
 {
-    const Stream stream(FeatureBytes().number(2).string("class=1").string("return").number(0).bytes);
+    const Stream stream(
+        FeatureBytes().number(2).string("class=1").string("return").number(0).bytes);
     ProgramLines* text = ZELFeatureReadProgramText(stream);
     ASSERT_NE(text, nullptr);
     EXPECT_STREQ(text->text, "class=1");

@@ -51,10 +51,15 @@ TEST_F(Lists, AnEntrySaysWhatItHas)
     ZELWriteCommandList(stream, list.ListHead);
     ZELWriteCommandList(stream, list.List);
     EXPECT_EQ(stream.bytes(), FeatureBytes()
-                                  .number(1).string("name")
-                                  .number(1).string("Ch1 > 5")
-                                  .number(1).string("class=3")
-                                  .number(0).number(0).number(0)
+                                  .number(1)
+                                  .string("name")
+                                  .number(1)
+                                  .string("Ch1 > 5")
+                                  .number(1)
+                                  .string("class=3")
+                                  .number(0)
+                                  .number(0)
+                                  .number(0)
                                   .bytes);
 }
 
@@ -80,8 +85,15 @@ TEST_F(Lists, AListIsItsCountAndItsEntries)
     ZELWriteCommand(stream, nullptr);
     EXPECT_EQ(stream.bytes(), FeatureBytes()
                                   .number(2)
-                                  .number(1).string("a").number(1).string("Ch1").number(0)
-                                  .number(1).string("b").number(0).number(0)
+                                  .number(1)
+                                  .string("a")
+                                  .number(1)
+                                  .string("Ch1")
+                                  .number(0)
+                                  .number(1)
+                                  .string("b")
+                                  .number(0)
+                                  .number(0)
                                   .number(0)
                                   .bytes);
 }
@@ -90,8 +102,15 @@ Bytes twoEntries(const char* first, const char* second)
 {
     return FeatureBytes()
         .number(2)
-        .number(1).string("first").number(1).string(first).number(0)
-        .number(0).number(1).string(second).number(0)
+        .number(1)
+        .string("first")
+        .number(1)
+        .string(first)
+        .number(0)
+        .number(0)
+        .number(1)
+        .string(second)
+        .number(0)
         .bytes;
 }
 
@@ -114,8 +133,9 @@ TEST_F(Lists, WithoutDefinitionsTheFirstEntryHasNoNamesAndTheNextTheFirst)
     const Stream alone(twoEntries("first", "Ch1"));
     CommandStruct other{};
     const Outcome outcome = runFeature([&] { ZELReadCommand(alone, &other, nullptr); });
-    EXPECT_EQ(outcome.err,
-              "expression: first\nparse error: illegal character in constant or unknown variable\n");
+    EXPECT_EQ(
+        outcome.err,
+        "expression: first\nparse error: illegal character in constant or unknown variable\n");
     freeCommandList(&other);
 }
 
@@ -127,8 +147,7 @@ TEST_F(Lists, WithDefinitionsTheNamesAreTheirs)
     EXPECT_EQ(elements(entry(list, 0).Condition), "2:7");
     const Stream own(twoEntries("x", "first"));
     CommandStruct other{};
-    EXPECT_TRUE(
-        runFeature([&] { ZELReadCommand(own, &other, definitions.ListHead); }).ended);
+    EXPECT_TRUE(runFeature([&] { ZELReadCommand(own, &other, definitions.ListHead); }).ended);
     freeCommandList(&other);
 }
 
@@ -156,9 +175,12 @@ TEST_F(Lists, AStackIsItsTextAndItsElements)
     EXPECT_EQ(stream.bytes(), FeatureBytes()
                                   .string("Ch1 > 1.5")
                                   .number(3)
-                                  .number(2).number(1)
-                                  .number(1).word(0x3FC00000)
-                                  .number(0).number(9)
+                                  .number(2)
+                                  .number(1)
+                                  .number(1)
+                                  .word(0x3FC00000)
+                                  .number(0)
+                                  .number(9)
                                   .bytes);
 }
 
@@ -226,8 +248,8 @@ TEST(DamagedFeatureHeader, ALengthThatTheFileCannotHoldIsRefused)
             const Outcome outcome = read(bytes);
             EXPECT_TRUE(outcome.ended) << place;
             EXPECT_EQ(outcome.status, -1);
-            EXPECT_EQ(outcome.err, "ReadString error:status = 0, Length = " +
-                                       std::to_string(length) + "\n");
+            EXPECT_EQ(outcome.err,
+                      "ReadString error:status = 0, Length = " + std::to_string(length) + "\n");
         }
 }
 
@@ -237,8 +259,10 @@ TEST(DamagedFeatureHeader, AnItemThatIsCutShortIsNamed)
     const struct {
         const char* place;
         const char* item;
-    } rows[] = {{"class counts", "class counts"},   {"feature ranges", "feature maxima"},
-                {"random seed", "random seed"},     {"options", "entries"},
+    } rows[] = {{"class counts", "class counts"},
+                {"feature ranges", "feature maxima"},
+                {"random seed", "random seed"},
+                {"options", "entries"},
                 {"input files", "input files"}};
     for (const auto& row : rows) {
         const std::size_t place = built.places.at(row.place);

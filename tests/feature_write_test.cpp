@@ -104,9 +104,8 @@ TEST_F(Writing, AGivenNameReplacesThatOfTheParameterFile)
 {
     const Outcome outcome = file.create(dir.path("f.par"), dir.path("given.feat").c_str());
     EXPECT_FALSE(outcome.ended) << outcome.err;
-    EXPECT_EQ(outcome.out,
-              "Warning:  Parameter file specified outputfilename is being\n"
-              "overridden by command line specified outputfilename\n");
+    EXPECT_EQ(outcome.out, "Warning:  Parameter file specified outputfilename is being\n"
+                           "overridden by command line specified outputfilename\n");
     EXPECT_EQ(outcome.err, "");
     EXPECT_TRUE(written("given.feat") == build(header(dir.path("given.feat"))).bytes);
     struct stat status;
@@ -115,8 +114,7 @@ TEST_F(Writing, AGivenNameReplacesThatOfTheParameterFile)
 
 TEST_F(Writing, WithAGivenNameTheParameterFileNeedsNone)
 {
-    zel_test::writeFile(dir.path("f.par"),
-                        "inputfilename " + dir.path() + "\nfeature Ch1\n");
+    zel_test::writeFile(dir.path("f.par"), "inputfilename " + dir.path() + "\nfeature Ch1\n");
     EXPECT_TRUE(FeatureFile().create(dir.path("f.par")).ended);
     EXPECT_FALSE(file.create(dir.path("f.par"), dir.path("given.feat").c_str()).ended);
     EXPECT_STREQ(file->Parameters.IO.outputFilename, dir.path("given.feat").c_str());
@@ -138,9 +136,8 @@ TEST_F(Writing, AFaultyParameterFileEndsTheProcess)
 {
     const Outcome outcome = file.create("/nowhere/f.par");
     EXPECT_EQ(outcome.status, -1);
-    EXPECT_EQ(outcome.err,
-              "cannot open parameter filename /nowhere/f.par\n"
-              "system error code:: No such file or directory\n");
+    EXPECT_EQ(outcome.err, "cannot open parameter filename /nowhere/f.par\n"
+                           "system error code:: No such file or directory\n");
 }
 
 TEST_F(Writing, AnOutputThatCannotBeCreatedEndsTheProcess)
@@ -148,9 +145,8 @@ TEST_F(Writing, AnOutputThatCannotBeCreatedEndsTheProcess)
     const Outcome outcome = file.create(dir.path("f.par"), "/nowhere/out.feat");
     EXPECT_TRUE(outcome.ended);
     EXPECT_EQ(outcome.status, -1);
-    EXPECT_EQ(outcome.err,
-              "cannot create output file /nowhere/out.feat\n"
-              "system error code:: No such file or directory\n");
+    EXPECT_EQ(outcome.err, "cannot create output file /nowhere/out.feat\n"
+                           "system error code:: No such file or directory\n");
 }
 
 // ---- Replacing ----
@@ -161,9 +157,8 @@ TEST_F(Writing, AnExistingOutputIsReplacedAfterAYes)
     for (const char* answer : {"y\n", "Yes\n"}) {
         zel_test::writeFile(dir.path("own.feat"), std::string("old"));
         FeatureFile other;
-        const Outcome outcome = runWithInput(answer, [&] {
-            ZELFeatureCreateFile(dir.path("f.par").c_str(), other.get(), nullptr);
-        });
+        const Outcome outcome = runWithInput(
+            answer, [&] { ZELFeatureCreateFile(dir.path("f.par").c_str(), other.get(), nullptr); });
         EXPECT_FALSE(outcome.ended);
         EXPECT_EQ(outcome.out,
                   "output file " + dir.path("own.feat") + " exists!  overwrite?\n(y/n) \n");
@@ -178,9 +173,8 @@ TEST_F(Writing, AnExistingOutputStaysWithoutAYes)
     for (const char* answer : {"n\n", "", "\n", " y\n", "x"}) {
         zel_test::writeFile(dir.path("own.feat"), std::string("old"));
         FeatureFile other;
-        const Outcome outcome = runWithInput(answer, [&] {
-            ZELFeatureCreateFile(dir.path("f.par").c_str(), other.get(), nullptr);
-        });
+        const Outcome outcome = runWithInput(
+            answer, [&] { ZELFeatureCreateFile(dir.path("f.par").c_str(), other.get(), nullptr); });
         EXPECT_TRUE(outcome.ended) << answer;
         EXPECT_EQ(outcome.status, -1);
         EXPECT_EQ(outcome.out,

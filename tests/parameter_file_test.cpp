@@ -226,7 +226,8 @@ TEST(ParameterFile, AFeatureNeedsNoLabel)
 
 TEST(ParameterFile, ALabelWithoutQuotesIsTheWholeRest)
 {
-    CompleteParameters file("feature Ch1: a sum : of two\noption Ch2:x \"y\" z\nrequirement 1:\"q\n");
+    CompleteParameters file(
+        "feature Ch1: a sum : of two\noption Ch2:x \"y\" z\nrequirement 1:\"q\n");
     EXPECT_EQ(text(entry(file->Features).Label), " a sum : of two");
     EXPECT_EQ(text(entry(file->Options).Label), "y");
     EXPECT_EQ(text(entry(file->Requirements).Label), "q");
@@ -355,8 +356,9 @@ TEST(ParameterFile, WithoutOutputItEndsTheProcess)
     Parameters file("inputfilename @/f.par\nfeature Ch1\n");
     EXPECT_TRUE(file.outcome.ended);
     EXPECT_EQ(file.outcome.status, -1);
-    EXPECT_EQ(file.outcome.err,
-              "error: no output file specified in parameter file\n    add outputfilename <filename>\n");
+    EXPECT_EQ(
+        file.outcome.err,
+        "error: no output file specified in parameter file\n    add outputfilename <filename>\n");
 }
 
 TEST(ParameterFile, AnOutputSetByTheProgramStandsInForThatOfTheFile)

@@ -35,8 +35,7 @@ std::set<std::string> inputSet(Parameters& file)
 TEST(ParameterSettings, AnInputFileIsAdded)
 {
     Parameters file("inputfilename @/f.par\ninputfilename @\noutputfilename o\nfeature Ch1\n");
-    EXPECT_EQ(inputs(file),
-              (std::vector<std::string>{file.dir.path("f.par"), file.dir.path()}));
+    EXPECT_EQ(inputs(file), (std::vector<std::string>{file.dir.path("f.par"), file.dir.path()}));
     EXPECT_EQ(file->IO.numInputFiles, 2);
     EXPECT_EQ(file->IO.inputList->next, nullptr);
     EXPECT_EQ(text(file->IO.inputList->Filename), file.dir.path());
@@ -134,9 +133,8 @@ TEST_F(Directory, OneThatCannotBeListedEndsTheProcess)
         CompleteParameters file(std::string(word) + " /nowhere/at/all:.img\n");
         EXPECT_TRUE(file.outcome.ended);
         EXPECT_EQ(file.outcome.status, -1);
-        EXPECT_EQ(file.outcome.err,
-                  "cannot get listing of input directory /nowhere/at/all/\n"
-                  "system error code:: No such file or directory\n");
+        EXPECT_EQ(file.outcome.err, "cannot get listing of input directory /nowhere/at/all/\n"
+                                    "system error code:: No such file or directory\n");
     }
 }
 
@@ -149,8 +147,7 @@ TEST(ParameterSettings, TheOutputIsNamedOnce)
     CompleteParameters twice("outputfilename a\noutputfilename b\n");
     EXPECT_TRUE(twice.outcome.ended);
     EXPECT_EQ(twice.outcome.status, -1);
-    EXPECT_EQ(twice.outcome.err,
-              "line 2: outputfilename b\noutputfilename previously declared!\n");
+    EXPECT_EQ(twice.outcome.err, "line 2: outputfilename b\noutputfilename previously declared!\n");
 }
 
 // ---- Classes ----
@@ -205,9 +202,8 @@ TEST(ParameterSettings, AClassOutsideTheTableIsReportedAndIgnored)
 {
     CompleteParameters file("class 1000:\"a\":1 2 3\nclass -1:\"b\":1 2 3\n");
     EXPECT_FALSE(file.outcome.ended);
-    EXPECT_EQ(file.outcome.err,
-              "line 1: class 1000 is not in 0..999, ignored\n"
-              "line 2: class -1 is not in 0..999, ignored\n");
+    EXPECT_EQ(file.outcome.err, "line 1: class 1000 is not in 0..999, ignored\n"
+                                "line 2: class -1 is not in 0..999, ignored\n");
 }
 
 // ---- Settings ----
@@ -230,7 +226,7 @@ TEST(ParameterSettings, SubSamplingIsByNameOrEveryNth)
     const struct {
         const char* word;
         int method;
-    } rows[] = {{"none", 0}, {"log10", 1}, {"log", 2},    {"sqrt", 3},
+    } rows[] = {{"none", 0}, {"log10", 1}, {"log", 2},   {"sqrt", 3},
                 {"SQRT", 3}, {"4", -4},    {"other", 0}, {"99999999999", -INT_MAX}};
     for (const auto& row : rows)
         EXPECT_EQ(
@@ -277,10 +273,10 @@ TEST(ParameterSettings, TheSettingsHaveLabels)
     for (int i = 0; i < 4; ++i) EXPECT_STREQ(subSamplingMethodLabel[i], methods[i]);
     const char* const types[] = {"Pixel", "Primary", "Elementary"};
     for (int i = 0; i < 3; ++i) EXPECT_STREQ(classTypeLabel[i], types[i]);
-    const char* const sensors[] = {"Generic",       "AVHRR LAC",      "AVHRR GAC",   "MAS",
-                                   "VIRS",          "LANDSAT TM",     "GOES",        "MODIS",
-                                   "ASTER",         "Cirrovue VIRS",  "Cirrovue MODIS",
-                                   "Landsat MSS",   "IKONOS",         "Unsupported"};
+    const char* const sensors[] = {"Generic", "AVHRR LAC",     "AVHRR GAC",      "MAS",
+                                   "VIRS",    "LANDSAT TM",    "GOES",           "MODIS",
+                                   "ASTER",   "Cirrovue VIRS", "Cirrovue MODIS", "Landsat MSS",
+                                   "IKONOS",  "Unsupported"};
     for (int i = 0; i < 14; ++i) EXPECT_STREQ(dataTypeLabel[i], sensors[i]);
 }
 

@@ -15,12 +15,11 @@ TEST(ProgramLink, ABlockIfEndsAtItsEndif)
 {
     Program program("if (Ch1>5) then\nclass=1\nendif\nclass=class+10\n");
     EXPECT_EQ(program.outcome.err, "");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>5 T -> 1    F -> 3\n"
-              "1: THEN_STATEMENT T -> 2    F -> 2\n"
-              "2: OTHER_STATEMENT class=1 T -> 3    F -> 3\n"
-              "3: ENDIF_STATEMENT T -> 4    F -> 4\n"
-              "4: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 3\n"
+                                 "1: THEN_STATEMENT T -> 2    F -> 2\n"
+                                 "2: OTHER_STATEMENT class=1 T -> 3    F -> 3\n"
+                                 "3: ENDIF_STATEMENT T -> 4    F -> 4\n"
+                                 "4: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(9), 11.0f);
     EXPECT_EQ(program.classOf(1), 10.0f);
 }
@@ -29,15 +28,14 @@ TEST(ProgramLink, ABlockIfEndsAtItsEndif)
 TEST(ProgramLink, AStatementRightBeforeABlockElseGoesOnIntoItUnlessItsValueIsZero)
 {
     Program program("if (Ch1>5) then\nclass=Ch2\nelse\nclass=class+2\nendif\nclass=class+10\n");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>5 T -> 1    F -> 3\n"
-              "1: THEN_STATEMENT T -> 2    F -> 2\n"
-              "2: OTHER_STATEMENT class=Ch2 T -> 3    F -> 5\n"
-              "3: ELSE_STATEMENT T -> 3    F -> 3\n"
-              "3: ELSE_THEN_STATEMENT (implied) T -> 4    F -> 4\n"
-              "4: OTHER_STATEMENT class=class+2 T -> 5    F -> 5\n"
-              "5: ENDIF_STATEMENT T -> 6    F -> 6\n"
-              "6: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 3\n"
+                                 "1: THEN_STATEMENT T -> 2    F -> 2\n"
+                                 "2: OTHER_STATEMENT class=Ch2 T -> 3    F -> 5\n"
+                                 "3: ELSE_STATEMENT T -> 3    F -> 3\n"
+                                 "3: ELSE_THEN_STATEMENT (implied) T -> 4    F -> 4\n"
+                                 "4: OTHER_STATEMENT class=class+2 T -> 5    F -> 5\n"
+                                 "5: ENDIF_STATEMENT T -> 6    F -> 6\n"
+                                 "6: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(9, 1), 13.0f);
     EXPECT_EQ(program.classOf(9, 0), 10.0f);
     EXPECT_EQ(program.classOf(1, 1), 12.0f);
@@ -46,10 +44,9 @@ TEST(ProgramLink, AStatementRightBeforeABlockElseGoesOnIntoItUnlessItsValueIsZer
 TEST(ProgramLink, ASingleLineIfGoesOnBehindItsStatement)
 {
     Program program("if (Ch1>5) class=1\nclass=class+10\n");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>5 T -> 1    F -> 2\n"
-              "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
-              "2: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 2\n"
+                                 "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
+                                 "2: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(9), 11.0f);
     EXPECT_EQ(program.classOf(1), 10.0f);
 }
@@ -58,13 +55,12 @@ TEST(ProgramLink, ASingleLineIfWithASingleLineElse)
 {
     Program program("if (Ch1>5) class=1\nelse class=2\nclass=class+10\n");
     EXPECT_EQ(program.outcome.err, "");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>5 T -> 1    F -> 2\n"
-              "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
-              "2: IMPLIED_ENDIF_STATEMENT T -> 3    F -> 3\n"
-              "2: ELSE_STATEMENT T -> 2    F -> 2\n"
-              "2: OTHER_STATEMENT class=2 T -> 3    F -> 3\n"
-              "3: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 2\n"
+                                 "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
+                                 "2: IMPLIED_ENDIF_STATEMENT T -> 3    F -> 3\n"
+                                 "2: ELSE_STATEMENT T -> 2    F -> 2\n"
+                                 "2: OTHER_STATEMENT class=2 T -> 3    F -> 3\n"
+                                 "3: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(9), 11.0f);
     EXPECT_EQ(program.classOf(1), 12.0f);
 }
@@ -73,16 +69,15 @@ TEST(ProgramLink, ASingleLineIfWithABlockElse)
 {
     Program program("if (Ch1>5) class=1\nelse\nclass=2\nclass=class+3\nendif\nclass=class+10\n");
     EXPECT_EQ(program.outcome.err, "");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>5 T -> 1    F -> 2\n"
-              "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
-              "2: IMPLIED_ENDIF_STATEMENT T -> 5    F -> 5\n"
-              "2: ELSE_STATEMENT T -> 2    F -> 2\n"
-              "2: ELSE_THEN_STATEMENT (implied) T -> 3    F -> 3\n"
-              "3: OTHER_STATEMENT class=2 T -> 4    F -> 4\n"
-              "4: OTHER_STATEMENT class=class+3 T -> 5    F -> 5\n"
-              "5: ENDIF_STATEMENT T -> 6    F -> 6\n"
-              "6: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 2\n"
+                                 "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
+                                 "2: IMPLIED_ENDIF_STATEMENT T -> 5    F -> 5\n"
+                                 "2: ELSE_STATEMENT T -> 2    F -> 2\n"
+                                 "2: ELSE_THEN_STATEMENT (implied) T -> 3    F -> 3\n"
+                                 "3: OTHER_STATEMENT class=2 T -> 4    F -> 4\n"
+                                 "4: OTHER_STATEMENT class=class+3 T -> 5    F -> 5\n"
+                                 "5: ENDIF_STATEMENT T -> 6    F -> 6\n"
+                                 "6: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(9), 11.0f);
     EXPECT_EQ(program.classOf(1), 15.0f);
 }
@@ -91,13 +86,12 @@ TEST(ProgramLink, ABlockIfWithASingleLineElseNeedsNoEndif)
 {
     Program program("if (Ch1>5) then\nclass=1\nelse class=2\nclass=class+10\n");
     EXPECT_EQ(program.outcome.err, "");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>5 T -> 1    F -> 3\n"
-              "1: THEN_STATEMENT T -> 2    F -> 2\n"
-              "2: OTHER_STATEMENT class=1 T -> 4    F -> 4\n"
-              "3: ELSE_STATEMENT T -> 3    F -> 3\n"
-              "3: OTHER_STATEMENT class=2 T -> 4    F -> 4\n"
-              "4: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 3\n"
+                                 "1: THEN_STATEMENT T -> 2    F -> 2\n"
+                                 "2: OTHER_STATEMENT class=1 T -> 4    F -> 4\n"
+                                 "3: ELSE_STATEMENT T -> 3    F -> 3\n"
+                                 "3: OTHER_STATEMENT class=2 T -> 4    F -> 4\n"
+                                 "4: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(9), 11.0f);
     EXPECT_EQ(program.classOf(1), 12.0f);
 }
@@ -110,20 +104,19 @@ TEST(ProgramLink, OneEndifEndsAChainOfBlocks)
         "if (Ch1>9) then\nclass=1\nelse if (Ch1>5) then\nclass=2\nelse if (Ch1>3) then\n"
         "class=3\nendif\nclass=class+10\n");
     EXPECT_EQ(program.outcome.err, "");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>9 T -> 1    F -> 3\n"
-              "1: THEN_STATEMENT T -> 2    F -> 2\n"
-              "2: ELSE_IF_END_STATEMENT class=1 T -> 7    F -> 7\n"
-              "3: ELSE_STATEMENT T -> 3    F -> 3\n"
-              "3: IF_STATEMENT Ch1>5 T -> 3    F -> 5\n"
-              "3: THEN_STATEMENT T -> 4    F -> 4\n"
-              "4: ELSE_IF_END_STATEMENT class=2 T -> 7    F -> 7\n"
-              "5: ELSE_STATEMENT T -> 5    F -> 5\n"
-              "5: IF_STATEMENT Ch1>3 T -> 5    F -> 7\n"
-              "5: THEN_STATEMENT T -> 6    F -> 6\n"
-              "6: OTHER_STATEMENT class=3 T -> 7    F -> 7\n"
-              "7: ENDIF_STATEMENT T -> 8    F -> 8\n"
-              "8: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>9 T -> 1    F -> 3\n"
+                                 "1: THEN_STATEMENT T -> 2    F -> 2\n"
+                                 "2: ELSE_IF_END_STATEMENT class=1 T -> 7    F -> 7\n"
+                                 "3: ELSE_STATEMENT T -> 3    F -> 3\n"
+                                 "3: IF_STATEMENT Ch1>5 T -> 3    F -> 5\n"
+                                 "3: THEN_STATEMENT T -> 4    F -> 4\n"
+                                 "4: ELSE_IF_END_STATEMENT class=2 T -> 7    F -> 7\n"
+                                 "5: ELSE_STATEMENT T -> 5    F -> 5\n"
+                                 "5: IF_STATEMENT Ch1>3 T -> 5    F -> 7\n"
+                                 "5: THEN_STATEMENT T -> 6    F -> 6\n"
+                                 "6: OTHER_STATEMENT class=3 T -> 7    F -> 7\n"
+                                 "7: ENDIF_STATEMENT T -> 8    F -> 8\n"
+                                 "8: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(10), 11.0f);
     EXPECT_EQ(program.classOf(9), 12.0f);
     EXPECT_EQ(program.classOf(4), 13.0f);
@@ -135,19 +128,18 @@ TEST(ProgramLink, AChainOfBlocksWithABlockElse)
     Program program(
         "if (Ch1>9) then\nclass=1\nelse if (Ch1>5) then\nclass=Ch2\nelse\nclass=class+3\nendif\n"
         "class=class+10\n");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>9 T -> 1    F -> 3\n"
-              "1: THEN_STATEMENT T -> 2    F -> 2\n"
-              "2: ELSE_IF_END_STATEMENT class=1 T -> 7    F -> 7\n"
-              "3: ELSE_STATEMENT T -> 3    F -> 3\n"
-              "3: IF_STATEMENT Ch1>5 T -> 3    F -> 5\n"
-              "3: THEN_STATEMENT T -> 4    F -> 4\n"
-              "4: OTHER_STATEMENT class=Ch2 T -> 5    F -> 7\n"
-              "5: ELSE_STATEMENT T -> 5    F -> 5\n"
-              "5: ELSE_THEN_STATEMENT (implied) T -> 6    F -> 6\n"
-              "6: OTHER_STATEMENT class=class+3 T -> 7    F -> 7\n"
-              "7: ENDIF_STATEMENT T -> 8    F -> 8\n"
-              "8: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>9 T -> 1    F -> 3\n"
+                                 "1: THEN_STATEMENT T -> 2    F -> 2\n"
+                                 "2: ELSE_IF_END_STATEMENT class=1 T -> 7    F -> 7\n"
+                                 "3: ELSE_STATEMENT T -> 3    F -> 3\n"
+                                 "3: IF_STATEMENT Ch1>5 T -> 3    F -> 5\n"
+                                 "3: THEN_STATEMENT T -> 4    F -> 4\n"
+                                 "4: OTHER_STATEMENT class=Ch2 T -> 5    F -> 7\n"
+                                 "5: ELSE_STATEMENT T -> 5    F -> 5\n"
+                                 "5: ELSE_THEN_STATEMENT (implied) T -> 6    F -> 6\n"
+                                 "6: OTHER_STATEMENT class=class+3 T -> 7    F -> 7\n"
+                                 "7: ENDIF_STATEMENT T -> 8    F -> 8\n"
+                                 "8: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(10), 11.0f);
     EXPECT_EQ(program.classOf(7, 0), 10.0f);
     EXPECT_EQ(program.classOf(7, 2), 15.0f);  // into the else block, too
@@ -156,20 +148,18 @@ TEST(ProgramLink, AChainOfBlocksWithABlockElse)
 
 TEST(ProgramLink, AChainOfSingleLinesWithAnElse)
 {
-    Program program(
-        "if (Ch1>9) class=1\nelse if (Ch1>5) class=2\nelse class=3\nclass=class+10\n");
+    Program program("if (Ch1>9) class=1\nelse if (Ch1>5) class=2\nelse class=3\nclass=class+10\n");
     EXPECT_EQ(program.outcome.err, "");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>9 T -> 1    F -> 2\n"
-              "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
-              "2: ELSE_IF_END_STATEMENT T -> 3    F -> 3\n"
-              "2: ELSE_STATEMENT T -> 2    F -> 2\n"
-              "2: IF_STATEMENT Ch1>5 T -> 2    F -> 3\n"
-              "2: OTHER_STATEMENT class=2 T -> 3    F -> 3\n"
-              "3: IMPLIED_ENDIF_STATEMENT T -> 4    F -> 4\n"
-              "3: ELSE_STATEMENT T -> 3    F -> 3\n"
-              "3: OTHER_STATEMENT class=3 T -> 4    F -> 4\n"
-              "4: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>9 T -> 1    F -> 2\n"
+                                 "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
+                                 "2: ELSE_IF_END_STATEMENT T -> 3    F -> 3\n"
+                                 "2: ELSE_STATEMENT T -> 2    F -> 2\n"
+                                 "2: IF_STATEMENT Ch1>5 T -> 2    F -> 3\n"
+                                 "2: OTHER_STATEMENT class=2 T -> 3    F -> 3\n"
+                                 "3: IMPLIED_ENDIF_STATEMENT T -> 4    F -> 4\n"
+                                 "3: ELSE_STATEMENT T -> 3    F -> 3\n"
+                                 "3: OTHER_STATEMENT class=3 T -> 4    F -> 4\n"
+                                 "4: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     // The end of the first branch goes to the implied endif of the second, not to its else.
     const ProgramStruct* firstEnd = program.first->next->next;
     EXPECT_EQ(firstEnd->nextTrue->statementType, IMPLIED_ENDIF_STATEMENT);
@@ -181,14 +171,13 @@ TEST(ProgramLink, AChainOfSingleLinesWithAnElse)
 TEST(ProgramLink, AChainOfSingleLinesWithoutAnElse)
 {
     Program program("if (Ch1>9) class=1\nelse if (Ch1>5) class=2\nclass=class+10\n");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>9 T -> 1    F -> 2\n"
-              "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
-              "2: ELSE_IF_END_STATEMENT T -> 3    F -> 3\n"
-              "2: ELSE_STATEMENT T -> 2    F -> 2\n"
-              "2: IF_STATEMENT Ch1>5 T -> 2    F -> 3\n"
-              "2: OTHER_STATEMENT class=2 T -> 3    F -> 3\n"
-              "3: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>9 T -> 1    F -> 2\n"
+                                 "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
+                                 "2: ELSE_IF_END_STATEMENT T -> 3    F -> 3\n"
+                                 "2: ELSE_STATEMENT T -> 2    F -> 2\n"
+                                 "2: IF_STATEMENT Ch1>5 T -> 2    F -> 3\n"
+                                 "2: OTHER_STATEMENT class=2 T -> 3    F -> 3\n"
+                                 "3: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(10), 11.0f);
     EXPECT_EQ(program.classOf(7), 12.0f);
     EXPECT_EQ(program.classOf(1), 10.0f);
@@ -199,17 +188,16 @@ TEST(ProgramLink, AChainOfASingleLineAndABlockWithASingleLineElse)
     Program program(
         "if (Ch1>9) class=1\nelse if (Ch1>5) then\nclass=2\nelse class=3\nclass=class+10\n");
     EXPECT_EQ(program.outcome.err, "");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>9 T -> 1    F -> 2\n"
-              "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
-              "2: ELSE_IF_END_STATEMENT T -> 5    F -> 5\n"
-              "2: ELSE_STATEMENT T -> 2    F -> 2\n"
-              "2: IF_STATEMENT Ch1>5 T -> 2    F -> 4\n"
-              "2: THEN_STATEMENT T -> 3    F -> 3\n"
-              "3: OTHER_STATEMENT class=2 T -> 5    F -> 5\n"
-              "4: ELSE_STATEMENT T -> 4    F -> 4\n"
-              "4: OTHER_STATEMENT class=3 T -> 5    F -> 5\n"
-              "5: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>9 T -> 1    F -> 2\n"
+                                 "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
+                                 "2: ELSE_IF_END_STATEMENT T -> 5    F -> 5\n"
+                                 "2: ELSE_STATEMENT T -> 2    F -> 2\n"
+                                 "2: IF_STATEMENT Ch1>5 T -> 2    F -> 4\n"
+                                 "2: THEN_STATEMENT T -> 3    F -> 3\n"
+                                 "3: OTHER_STATEMENT class=2 T -> 5    F -> 5\n"
+                                 "4: ELSE_STATEMENT T -> 4    F -> 4\n"
+                                 "4: OTHER_STATEMENT class=3 T -> 5    F -> 5\n"
+                                 "5: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(10), 11.0f);
     EXPECT_EQ(program.classOf(7), 12.0f);
     EXPECT_EQ(program.classOf(1), 13.0f);
@@ -218,14 +206,13 @@ TEST(ProgramLink, AChainOfASingleLineAndABlockWithASingleLineElse)
 TEST(ProgramLink, AChainOfABlockAndASingleLine)
 {
     Program program("if (Ch1>9) then\nclass=1\nelse if (Ch1>5) class=2\nclass=class+10\n");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>9 T -> 1    F -> 3\n"
-              "1: THEN_STATEMENT T -> 2    F -> 2\n"
-              "2: ELSE_IF_END_STATEMENT class=1 T -> 4    F -> 4\n"
-              "3: ELSE_STATEMENT T -> 3    F -> 3\n"
-              "3: IF_STATEMENT Ch1>5 T -> 3    F -> 4\n"
-              "3: OTHER_STATEMENT class=2 T -> 4    F -> 4\n"
-              "4: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>9 T -> 1    F -> 3\n"
+                                 "1: THEN_STATEMENT T -> 2    F -> 2\n"
+                                 "2: ELSE_IF_END_STATEMENT class=1 T -> 4    F -> 4\n"
+                                 "3: ELSE_STATEMENT T -> 3    F -> 3\n"
+                                 "3: IF_STATEMENT Ch1>5 T -> 3    F -> 4\n"
+                                 "3: OTHER_STATEMENT class=2 T -> 4    F -> 4\n"
+                                 "4: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(10), 11.0f);
     EXPECT_EQ(program.classOf(7), 12.0f);
     EXPECT_EQ(program.classOf(1), 10.0f);
@@ -235,19 +222,17 @@ TEST(ProgramLink, AChainOfABlockAndASingleLine)
 
 TEST(ProgramLink, BlocksNest)
 {
-    Program program(
-        "if (Ch1>5) then\nif (Ch2>5) then\nclass=1\nendif\nclass=class+2\nendif\n"
-        "class=class+10\n");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>5 T -> 1    F -> 6\n"
-              "1: THEN_STATEMENT T -> 2    F -> 2\n"
-              "2: IF_STATEMENT Ch2>5 T -> 2    F -> 4\n"
-              "2: THEN_STATEMENT T -> 3    F -> 3\n"
-              "3: OTHER_STATEMENT class=1 T -> 4    F -> 4\n"
-              "4: ENDIF_STATEMENT T -> 5    F -> 5\n"
-              "5: OTHER_STATEMENT class=class+2 T -> 6    F -> 6\n"
-              "6: ENDIF_STATEMENT T -> 7    F -> 7\n"
-              "7: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    Program program("if (Ch1>5) then\nif (Ch2>5) then\nclass=1\nendif\nclass=class+2\nendif\n"
+                    "class=class+10\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 6\n"
+                                 "1: THEN_STATEMENT T -> 2    F -> 2\n"
+                                 "2: IF_STATEMENT Ch2>5 T -> 2    F -> 4\n"
+                                 "2: THEN_STATEMENT T -> 3    F -> 3\n"
+                                 "3: OTHER_STATEMENT class=1 T -> 4    F -> 4\n"
+                                 "4: ENDIF_STATEMENT T -> 5    F -> 5\n"
+                                 "5: OTHER_STATEMENT class=class+2 T -> 6    F -> 6\n"
+                                 "6: ENDIF_STATEMENT T -> 7    F -> 7\n"
+                                 "7: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(9, 9), 13.0f);
     EXPECT_EQ(program.classOf(9, 0), 12.0f);
     EXPECT_EQ(program.classOf(0, 9), 10.0f);
@@ -257,11 +242,10 @@ TEST(ProgramLink, BlocksNest)
 TEST(ProgramLink, ASingleLineIfBehindAnotherDoesNotGuardItsStatement)
 {
     Program program("if (Ch1>5) if (Ch2>5) class=1\nclass=class+10\n");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1>5 T -> 1    F -> 1\n"
-              "1: IF_STATEMENT Ch2>5 T -> 1    F -> 2\n"
-              "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
-              "2: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 1\n"
+                                 "1: IF_STATEMENT Ch2>5 T -> 1    F -> 2\n"
+                                 "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
+                                 "2: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(9, 9), 11.0f);
     EXPECT_EQ(program.classOf(9, 0), 10.0f);
     EXPECT_EQ(program.classOf(0, 0), 11.0f);
@@ -270,15 +254,14 @@ TEST(ProgramLink, ASingleLineIfBehindAnotherDoesNotGuardItsStatement)
 TEST(ProgramLink, BeginAndEndJustFollowEachOther)
 {
     Program program("begin\nclass=1\nend\nif (Ch1>5) begin\nclass=2\nend\nclass=class+10\n");
-    EXPECT_EQ(program.listing(),
-              "1: BEGIN_STATEMENT T -> 2    F -> 2\n"
-              "2: OTHER_STATEMENT class=1 T -> 3    F -> 3\n"
-              "3: END_STATEMENT T -> 4    F -> 4\n"
-              "4: IF_STATEMENT Ch1>5 T -> 4    F -> 5\n"
-              "4: BEGIN_STATEMENT T -> 5    F -> 5\n"
-              "5: OTHER_STATEMENT class=2 T -> 6    F -> 6\n"
-              "6: END_STATEMENT T -> 7    F -> 7\n"
-              "7: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: BEGIN_STATEMENT T -> 2    F -> 2\n"
+                                 "2: OTHER_STATEMENT class=1 T -> 3    F -> 3\n"
+                                 "3: END_STATEMENT T -> 4    F -> 4\n"
+                                 "4: IF_STATEMENT Ch1>5 T -> 4    F -> 5\n"
+                                 "4: BEGIN_STATEMENT T -> 5    F -> 5\n"
+                                 "5: OTHER_STATEMENT class=2 T -> 6    F -> 6\n"
+                                 "6: END_STATEMENT T -> 7    F -> 7\n"
+                                 "7: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(0), 12.0f);
 }
 
@@ -290,12 +273,10 @@ TEST(ProgramLink, AStatementRightBeforeABlockElseIsWarnedOf)
     EXPECT_EQ(program.outcome.err,
               "warning: line 2: a value other than 0 goes on into the else block\n");
     EXPECT_EQ(program.outcome.out, "");
-    const Program two(
-        "if (Ch1) then\nclass=1\nelse if (Ch2) then\nclass=2\nelse\nclass=3\nendif\n"
-        "if (Ch3) then\nweightclasses 1:2\nelse\nclass=2\nendif\n");
-    EXPECT_EQ(two.outcome.err,
-              "warning: line 4: a value other than 0 goes on into the else block\n"
-              "warning: line 9: the statement goes on into the else block\n");
+    const Program two("if (Ch1) then\nclass=1\nelse if (Ch2) then\nclass=2\nelse\nclass=3\nendif\n"
+                      "if (Ch3) then\nweightclasses 1:2\nelse\nclass=2\nendif\n");
+    EXPECT_EQ(two.outcome.err, "warning: line 4: a value other than 0 goes on into the else block\n"
+                               "warning: line 9: the statement goes on into the else block\n");
 }
 
 TEST(ProgramLink, ABlockThatEndsInAnotherIsWarnedOf)
@@ -308,9 +289,8 @@ TEST(ProgramLink, ABlockThatEndsInAnotherIsWarnedOf)
 
 TEST(ProgramLink, AReturnOrASkipRightBeforeABlockElseIsNoReasonToWarn)
 {
-    Program program(
-        "if (Ch1>5) then\nreturn\nelse\nclass=2\nendif\n"
-        "if (Ch1>3) then\nskip_pixel\nelse\nclass=class+3\nendif\n");
+    Program program("if (Ch1>5) then\nreturn\nelse\nclass=2\nendif\n"
+                    "if (Ch1>3) then\nskip_pixel\nelse\nclass=class+3\nendif\n");
     EXPECT_EQ(program.outcome.err, "");
     EXPECT_EQ(program.classOf(9), 0.0f);
     EXPECT_EQ(program.result, 0);
@@ -322,8 +302,7 @@ TEST(ProgramLink, AReturnOrASkipRightBeforeABlockElseIsNoReasonToWarn)
 // Before an else if the statement becomes an expression, whatever it was.
 TEST(ProgramLink, WeightsAndReturnsRightBeforeAnElseIfAreWarnedOf)
 {
-    Program weights(
-        "if (Ch1>5) then\nweightclasses 3:9\nelse if (Ch1>3) then\nclass=2\nendif\n");
+    Program weights("if (Ch1>5) then\nweightclasses 3:9\nelse if (Ch1>3) then\nclass=2\nendif\n");
     EXPECT_EQ(weights.outcome.err,
               "warning: line 2: weightclasses right before an else if sets no weights\n");
     weights.classOf(9);
@@ -353,11 +332,22 @@ Links linksOf(const ProgramStruct* statement, std::vector<int>& kinds)
 // to an end.
 TEST(ProgramLink, LinkingAgainChangesNothing)
 {
-    const char* const lines[] = {"if (Ch1>1) then", "if (Ch2) class=1", "else",
-                                 "else if (Ch1) then", "else if (Ch2>2) register1=1",
-                                 "else class=2", "endif", "endif", "class=class+1", "return",
-                                 "begin", "end", "weightclasses 1,2:3", "if (Ch3) return",
-                                 "if (Ch1) if (Ch2) class=0", "if (Ch1) else if (Ch2) then"};
+    const char* const lines[] = {"if (Ch1>1) then",
+                                 "if (Ch2) class=1",
+                                 "else",
+                                 "else if (Ch1) then",
+                                 "else if (Ch2>2) register1=1",
+                                 "else class=2",
+                                 "endif",
+                                 "endif",
+                                 "class=class+1",
+                                 "return",
+                                 "begin",
+                                 "end",
+                                 "weightclasses 1,2:3",
+                                 "if (Ch3) return",
+                                 "if (Ch1) if (Ch2) class=0",
+                                 "if (Ch1) else if (Ch2) then"};
     std::mt19937 random(20240611);
     int linked = 0, chains = 0;
     for (int i = 0; i < 12000; ++i) {

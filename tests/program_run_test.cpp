@@ -115,9 +115,8 @@ TEST(ProgramRun, AWeightThatSkipsThePixelIsAnError)
     program.pixel.class_weights[3] = 8;
     program.classOf(0);
     EXPECT_EQ(program.result, -1);
-    EXPECT_EQ(program.executed.err,
-              "executeProgram: invalid statement error:\n"
-              "skip_pixel statement cannot be used in a weightclasses\n");
+    EXPECT_EQ(program.executed.err, "executeProgram: invalid statement error:\n"
+                                    "skip_pixel statement cannot be used in a weightclasses\n");
     EXPECT_EQ(program.pixel.class_weights[3], 8.0f);
 }
 
@@ -234,24 +233,22 @@ TEST(ProgramRun, ASkippedPixelIsReportedAfterClassificationOnly)
     EXPECT_EQ(mask.pre().err, "");
     EXPECT_EQ(mask.result, 1);
     EXPECT_EQ(mask.program.pixel.Class, 0.0f);
-    EXPECT_EQ(mask.post().err,
-              "ZELPostProcessPixel: Error occurred during execution of program\n");
+    EXPECT_EQ(mask.post().err, "ZELPostProcessPixel: Error occurred during execution of program\n");
     EXPECT_EQ(mask.result, 1);
 }
 
 TEST(ProgramRun, AnErrorIsReportedByBoth)
 {
     Mask mask("weightclasses 3:skip_pixel\n");
-    const char* const error =
-        "executeProgram: invalid statement error:\n"
-        "skip_pixel statement cannot be used in a weightclasses\n";
-    EXPECT_EQ(mask.pre().err,
-              std::string(error) +
-                  "ZELPreProcessPixel: Error occurred during execution of program\n");
+    const char* const error = "executeProgram: invalid statement error:\n"
+                              "skip_pixel statement cannot be used in a weightclasses\n";
+    EXPECT_EQ(
+        mask.pre().err,
+        std::string(error) + "ZELPreProcessPixel: Error occurred during execution of program\n");
     EXPECT_EQ(mask.result, -1);
-    EXPECT_EQ(mask.post().err,
-              std::string(error) +
-                  "ZELPostProcessPixel: Error occurred during execution of program\n");
+    EXPECT_EQ(
+        mask.post().err,
+        std::string(error) + "ZELPostProcessPixel: Error occurred during execution of program\n");
     EXPECT_EQ(mask.result, -1);
 }
 

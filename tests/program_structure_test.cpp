@@ -62,10 +62,9 @@ TEST(ProgramStructure, OpenStatementsAtTheEndAreListedTheLastOneFirst)
     EXPECT_EQ(program.outcome.status, -1);
     EXPECT_EQ(program.outcome.err,
               "Stack Processing Error: programStackPtr 3 elseifCount 1\nMissing Endif\n");
-    EXPECT_EQ(program.outcome.out,
-              "6: IF_STATEMENT Ch3 T -> 6    F -> 6\n"
-              "5: ELSE_IF_END_STATEMENT class=2 T -> 6    F -> 6\n"
-              "2: OTHER_STATEMENT class=1 T -> 3    F -> 3\n");
+    EXPECT_EQ(program.outcome.out, "6: IF_STATEMENT Ch3 T -> 6    F -> 6\n"
+                                   "5: ELSE_IF_END_STATEMENT class=2 T -> 6    F -> 6\n"
+                                   "2: OTHER_STATEMENT class=1 T -> 3    F -> 3\n");
 }
 
 std::string nested(int depth)

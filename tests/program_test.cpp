@@ -60,9 +60,8 @@ TEST(Program, EachLineThatIsNotBlankIsAStatement)
     const Program program("class = 1\n\n   \t\n  register1 = Ch1 + 2  \n");
     EXPECT_EQ(program.outcome.err, "");
     EXPECT_EQ(program.outcome.out, "");
-    EXPECT_EQ(program.listing(),
-              "1: OTHER_STATEMENT class = 1 T -> 4    F -> 4\n"
-              "4: OTHER_STATEMENT register1 = Ch1 + 2 T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: OTHER_STATEMENT class = 1 T -> 4    F -> 4\n"
+                                 "4: OTHER_STATEMENT register1 = Ch1 + 2 T -> 0    F -> 0\n");
     EXPECT_EQ(elements(program.first->Statement), "4:0 1:1 0:2");
 }
 
@@ -76,16 +75,15 @@ TEST(Program, AnEmptyTextIsNoProgram)
 TEST(Program, KeywordsMatchWithoutRegardToCase)
 {
     const Program program("IF (Ch1) THEN\nBegin\nEND\nElse\nWeightClasses 1:2\nENDIF\nReturn\n");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1 T -> 1    F -> 4\n"
-              "1: THEN_STATEMENT T -> 2    F -> 2\n"
-              "2: BEGIN_STATEMENT T -> 3    F -> 3\n"
-              "3: END_STATEMENT T -> 4    F -> 6\n"
-              "4: ELSE_STATEMENT T -> 4    F -> 4\n"
-              "4: ELSE_THEN_STATEMENT (implied) T -> 5    F -> 5\n"
-              "5: WEIGHT_STATEMENT 1 2 T -> 6    F -> 6\n"
-              "6: ENDIF_STATEMENT T -> 7    F -> 7\n"
-              "7: RETURN_STATEMENT T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1 T -> 1    F -> 4\n"
+                                 "1: THEN_STATEMENT T -> 2    F -> 2\n"
+                                 "2: BEGIN_STATEMENT T -> 3    F -> 3\n"
+                                 "3: END_STATEMENT T -> 4    F -> 6\n"
+                                 "4: ELSE_STATEMENT T -> 4    F -> 4\n"
+                                 "4: ELSE_THEN_STATEMENT (implied) T -> 5    F -> 5\n"
+                                 "5: WEIGHT_STATEMENT 1 2 T -> 6    F -> 6\n"
+                                 "6: ENDIF_STATEMENT T -> 7    F -> 7\n"
+                                 "7: RETURN_STATEMENT T -> 0    F -> 0\n");
 }
 
 TEST(Program, AConditionRunsToItsMatchingParenthesis)
@@ -159,9 +157,8 @@ TEST(Program, ALineThatDoesNotCompileIsReportedAndEndsTheCompile)
 TEST(Program, WeightsAreDroppedFromAPostProcessingProgram)
 {
     const Program program("class=1\nweightclasses 3,5:0.5\nweightclasses without a colon\n", 1);
-    EXPECT_EQ(program.outcome.out,
-              "weightclasses found in postprocess... ignored\n"
-              "weightclasses found in postprocess... ignored\n");
+    EXPECT_EQ(program.outcome.out, "weightclasses found in postprocess... ignored\n"
+                                   "weightclasses found in postprocess... ignored\n");
     EXPECT_EQ(program.outcome.err, "");
     EXPECT_EQ(program.listing(), "1: OTHER_STATEMENT class=1 T -> 0    F -> 0\n");
 }
@@ -172,14 +169,13 @@ TEST(Program, AnIfOrElseWhoseWeightsWereDroppedDoesNothing)
     Program program("if (Ch1) weightclasses 3:1\nelse weightclasses 4:1\nclass=class+7\nreturn\n",
                     1);
     EXPECT_EQ(program.outcome.err, "");
-    EXPECT_EQ(program.listing(),
-              "1: IF_STATEMENT Ch1 T -> 1    F -> 2\n"
-              "1: IF_END_STATEMENT T -> 2    F -> 2\n"
-              "2: IMPLIED_ENDIF_STATEMENT T -> 3    F -> 3\n"
-              "2: ELSE_STATEMENT T -> 2    F -> 2\n"
-              "2: END_ELSE_STATEMENT T -> 3    F -> 3\n"
-              "3: OTHER_STATEMENT class=class+7 T -> 4    F -> 4\n"
-              "4: RETURN_STATEMENT T -> 0    F -> 0\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1 T -> 1    F -> 2\n"
+                                 "1: IF_END_STATEMENT T -> 2    F -> 2\n"
+                                 "2: IMPLIED_ENDIF_STATEMENT T -> 3    F -> 3\n"
+                                 "2: ELSE_STATEMENT T -> 2    F -> 2\n"
+                                 "2: END_ELSE_STATEMENT T -> 3    F -> 3\n"
+                                 "3: OTHER_STATEMENT class=class+7 T -> 4    F -> 4\n"
+                                 "4: RETURN_STATEMENT T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(0), 7.0f);
     EXPECT_EQ(program.classOf(1), 7.0f);
 }

@@ -130,7 +130,9 @@ void ZELAddMaskChannel(ZELType* ZELdata, ZELFeatureMaskType* FeatureMask, int Ch
                        const char* ChanComm)
 {
     requireSlot(*ZELdata, Channel, "ZELAddMaskChannel");
-    ZELdata->Channels[Channel].Mask = FeatureMask;
+    ZELChannelType& channel = ZELdata->Channels[Channel];
+    if (channel.Mask != FeatureMask) zel::freeMask(channel.Mask);
+    channel.Mask = FeatureMask;
     ZELAddLUTChannel(ZELdata, Channel, MaxVal, MinVal, ArchiveType, BitResolution, ChanLabel,
                      ChanComm);
 }

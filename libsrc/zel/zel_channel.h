@@ -18,7 +18,8 @@ void ZELAddChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, in
 void ZELAddLUTChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, int ArchiveType,
                       int BitResolution, const char* ChanLabel, const char* ChanComm);
 
-/* ZELAddLUTChannel with a classifier mask, which the file owns from then on. */
+/* ZELAddLUTChannel with a classifier mask, which the file owns from then on; a mask that the slot had
+   is freed. */
 void ZELAddMaskChannel(ZELType* ZELdata, ZELFeatureMaskType* FeatureMask, int Channel, float MaxVal,
                        float MinVal, int ArchiveType, int BitResolution, const char* ChanLabel,
                        const char* ChanComm);

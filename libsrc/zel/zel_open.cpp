@@ -217,8 +217,8 @@ int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, 
         zel::releaseData(*ZELdata);
         return -2;
     }
-    zel::noteByteOrder(*ZELdata);
     allocateBuffers(*ZELdata);
+    zel::noteByteOrder(*ZELdata);
     ZELAncillaryReadFiles();
     ZELClearBadLatLonCount();
     return 0;

@@ -125,6 +125,7 @@ public:
     }
 
     std::int64_t position() const { return position_; }
+    std::int64_t end() const { return end_; }  // of the file or component
     FILE* stream() const { return stream_; }
 
 private:

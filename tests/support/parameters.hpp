@@ -36,8 +36,8 @@ public:
         for (std::size_t at = written.find('@'); at != std::string::npos; at = written.find('@'))
             written.replace(at, 1, dir.path());
         writeFile(dir.path("f.par"), written);
-        outcome = runFeature(
-            [this] { ZELParseParameterFile(dir.path("f.par").c_str(), record_.get()); });
+        outcome =
+            runFeature([this] { ZELParseParameterFile(dir.path("f.par").c_str(), record_.get()); });
     }
     ~Parameters() { ZELFeatureFreeParameters(record_.get()); }
     Parameters(const Parameters&) = delete;
@@ -81,9 +81,8 @@ inline std::string elements(const ZELStackStruct* stack)
 {
     std::string all;
     for (const StackElementStruct* e = stack ? stack->stackHead : nullptr; e; e = e->nextElement) {
-        const std::string operand =
-            e->type == CON ? std::to_string(static_cast<int>(e->op.float_t))
-                           : std::to_string(e->op.int_t);
+        const std::string operand = e->type == CON ? std::to_string(static_cast<int>(e->op.float_t))
+                                                   : std::to_string(e->op.int_t);
         all += (all.empty() ? "" : " ") + std::to_string(e->type) + ":" + operand;
     }
     return all;

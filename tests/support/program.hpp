@@ -41,8 +41,8 @@ public:
                      const CommandListStruct* definitions = nullptr)
     {
         const ProgramText text(lines);
-        outcome = runFeature(
-            [&] { first = compileProgramText(text.first(), processFlag, definitions); });
+        outcome =
+            runFeature([&] { first = compileProgramText(text.first(), processFlag, definitions); });
         pixel.Channels = channels.data();
         pixel.numChannels = 3;
         ZELBindPixel(&pixel);
@@ -70,9 +70,9 @@ public:
         return pixel.Class;
     }
 
-    Outcome outcome;            // of compiling
+    Outcome outcome;  // of compiling
     ProgramStruct* first = nullptr;
-    Outcome executed;           // of the last execution
+    Outcome executed;  // of the last execution
     int result = -9;
     std::vector<float> channels = {0, 0, 0};
     ZELPixelStruct pixel{};

@@ -89,18 +89,16 @@ void ZELInitializeTerrain(const char* path)
 unsigned char FetchOlsonEcosystem(float lat, float lon)
 {
     if (!store.wasRead[zel::olsonGrid])
-        zel::failWithError(
-            "ZELFetchOlsonEcosystem: ecosystem data not initialized: "
-            "call ZELInitializeOlsonEcosystem first\n");
+        zel::failWithError("ZELFetchOlsonEcosystem: ecosystem data not initialized: "
+                           "call ZELInitializeOlsonEcosystem first\n");
     return FetchEPA(lat, lon, zel::olsonGrid);
 }
 
 unsigned char FetchTerrain(float lat, float lon)
 {
     if (!store.wasRead[zel::terrainGrid])
-        zel::failWithError(
-            "ZELFetchTerrain: terrain data not initialized: "
-            "call ZELInitiailizeTerrain first\n");
+        zel::failWithError("ZELFetchTerrain: terrain data not initialized: "
+                           "call ZELInitiailizeTerrain first\n");
     return FetchEPA(lat, lon, zel::terrainGrid);
 }
 

@@ -100,7 +100,8 @@ namespace zel {
 
 void openFeatureOutput(ZELFeatureFileStruct& file)
 {
-    const char* filename = file.Parameters.IO.outputFilename;
+    const char* name = file.Parameters.IO.outputFilename;
+    const char* filename = name ? name : "";
     confirmReplacing(filename);
     file.fptr = std::fopen(filename, "wb");
     if (!file.fptr) failWithError("cannot create output file %s\n", filename);

@@ -28,7 +28,8 @@ void ZELFeatureCopyParameter(ZELParameterStruct* DestParameter,
 void ZELFeatureCopyFileParameters(ZELFeatureFileStruct* DestFile,
                                   const ZELFeatureFileStruct* SrcFile);
 
-/* Creates the output of a prepared file object and writes its header. */
+/* Creates the output of a prepared file object and writes its header. Null keeps the name that was
+   copied. */
 void ZELFeatureOpenCopiedFile(ZELFeatureFileStruct* FeatureFile, const char* outputFilename);
 
 /* The two in turn. */

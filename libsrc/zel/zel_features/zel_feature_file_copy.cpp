@@ -83,7 +83,7 @@ void ZELFeatureCopyFileParameters(ZELFeatureFileStruct* DestFile,
 
 void ZELFeatureOpenCopiedFile(ZELFeatureFileStruct* FeatureFile, const char* outputFilename)
 {
-    zel::setString(FeatureFile->Parameters.IO.outputFilename, outputFilename);
+    if (outputFilename) zel::setString(FeatureFile->Parameters.IO.outputFilename, outputFilename);
     zel::openFeatureOutput(*FeatureFile);
     zel::allocateFeatures(*FeatureFile, "ZELFeatureOpenCopiedFile");
     zel::beginWriting(*FeatureFile);

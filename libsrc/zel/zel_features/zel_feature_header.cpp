@@ -13,17 +13,18 @@
 
 namespace {
 
+[[noreturn]] void failWithoutHeader()
+{
+    zel::failWithError("Error: file does not contain ZEL Feature header\n");
+}
+
 void readIdentifier(zel::FeatureReader& reader)
 {
     char identifier[zel::identifierSize] = "";
-    try {
-        zel::walkIdentifier(reader, identifier);
-    } catch (const zel::Damage&) {
-        identifier[0] = '\0';
-    }
-    const bool isHeader = std::equal(std::begin(identifier), std::end(identifier),
-                                     IdentifierString, IdentifierString + zel::identifierSize);
-    if (!isHeader) zel::failWithError("Error: file does not contain ZEL Feature header\n");
+    zel::walkIdentifier(reader, identifier);
+    const bool isHeader = std::equal(std::begin(identifier), std::end(identifier), IdentifierString,
+                                     IdentifierString + zel::identifierSize);
+    if (!isHeader) failWithoutHeader();
 }
 
 void readList(FILE* fptr, CommandStruct& list, bool check, const CommandListStruct* definitions)
@@ -136,6 +137,8 @@ int ZELFeatureWriteHeader(FILE* fptr, ZELParameterStruct* Parameters)
 int ZELFeatureReadHeader(FILE* fptr, ZELParameterStruct* Parameters)
 {
     return zel::readFeatures(fptr, [&](zel::FeatureReader& reader) {
+        std::memset(Parameters, 0, sizeof *Parameters);
+        if (reader.remaining() < zel::identifierSize) failWithoutHeader();
         zel::readFeatureHeader(reader, *Parameters);
         return static_cast<int>(reader.position());
     });

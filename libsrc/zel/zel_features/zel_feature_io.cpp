@@ -64,8 +64,7 @@ int FileRead(void* buffer, int size, int count, FILE* fptr)
 {
     if (size < 1 || count < 1) return 0;
     const auto elementSize = static_cast<std::size_t>(size);
-    const std::size_t got =
-        std::fread(buffer, elementSize, static_cast<std::size_t>(count), fptr);
+    const std::size_t got = std::fread(buffer, elementSize, static_cast<std::size_t>(count), fptr);
     if (got > 0 && isReversed(size))
         reverseElements(static_cast<unsigned char*>(buffer), elementSize, got);
     return static_cast<int>(got);

@@ -1,21 +1,33 @@
-// Reading masks that are part of something larger.
+// What the rooms that make, read and copy masks have in common.
 #ifndef ZEL_FEATURE_MASK_HPP
 #define ZEL_FEATURE_MASK_HPP
+
+#include <memory>
 
 #include "zel_feature_mask.h"
 #include "zel_feature_walk.hpp"
 
 namespace zel {
 
-// Reads a mask; null for the number 0. What is damaged is thrown as Damage.
-ZELFeatureMaskType* readMaskFile(FeatureReader& reader);
-
-// The definitions that a mask's filters and programs may use, made when there are none yet.
-CommandStruct& filterConditions(ZELMaskParameterType& parameters, const char* failure);
-
 struct FreeMask {
     void operator()(ZELFeatureMaskType* mask) const { ZELFeatureFreeMask(mask); }
 };
+
+// A mask that nobody else owns yet.
+using OwnedMask = std::unique_ptr<ZELFeatureMaskType, FreeMask>;
+
+// The definitions that a mask's filters and programs may use, made when there are none yet. Ends the
+// process (-1) with the message when memory fails.
+CommandStruct& filterConditions(ZELMaskParameterType& parameters, const char* failure);
+
+// Appends copies of the entries of a list, compiled as they are.
+void copyCommands(CommandStruct& to, const CommandStruct& from);
+
+// Reads a mask; null for the number 0. What is damaged is thrown as Damage.
+ZELFeatureMaskType* readMaskFile(FeatureReader& reader);
+
+// Reads the bytes that a classifier consists of.
+void readClassifierData(FeatureReader& reader, ZELClassifierList& classifier, int byteCount);
 
 }  // namespace zel
 

@@ -1,6 +1,5 @@
 #include <cerrno>
 #include <cstring>
-#include <memory>
 
 #include "zel_feature_header.hpp"
 #include "zel_feature_mask.hpp"
@@ -17,7 +16,10 @@ namespace {
 constexpr const char* maskIdentifier = "ZEL_MASK";
 constexpr const char* maskVersion = "1.2";
 
-using OwnedMask = std::unique_ptr<ZELFeatureMaskType, zel::FreeMask>;
+// What a classifier's header takes at least, and the classifier behind it.
+constexpr int smallestHeader = zel::identifierSize + 3 * zel::smallestString +
+                               ZEL_FEATURE_NUM_CLASSES * (16 + zel::smallestString) + 11 * 4;
+constexpr int smallestClassifier = smallestHeader + 8;
 
 // ---- A mask's records, in file order ----
 
@@ -92,15 +94,7 @@ void readClassifier(zel::FeatureReader& reader, ZELFeatureMaskType& mask)
     zel::readFeatureHeader(reader, *c.Parameters);
     int byteCount = 0;
     walkClassifier(reader, c, byteCount);
-    if (byteCount == 0) return;
-    c.Classifier = zel::allocate<unsigned char>(static_cast<std::size_t>(byteCount));
-    if (!c.Classifier) {
-        printError(zel::message("ZELFeatureReadMask: calloc error 2\n"));
-        zel::failWithError("ClassifierByteCount = %d ClassifierType = %d\n", byteCount,
-                           c.ClassifierType);
-    }
-    c.ClassifierByteCount = byteCount;
-    reader.array("classifier bytes", c.Classifier, byteCount);
+    zel::readClassifierData(reader, c, byteCount);
 }
 
 // ---- Writing ----
@@ -128,24 +122,29 @@ void writeClassifier(FILE* stream, ZELClassifierList& c)
 
 namespace zel {
 
-CommandStruct& filterConditions(ZELMaskParameterType& parameters, const char* failure)
+void readClassifierData(FeatureReader& reader, ZELClassifierList& c, int byteCount)
 {
-    if (!parameters.FilterConditions) parameters.FilterConditions = allocate<CommandStruct>(1);
-    if (!parameters.FilterConditions) failWithError("%s", failure);
-    return *parameters.FilterConditions;
+    if (byteCount == 0) return;
+    c.Classifier = allocate<unsigned char>(static_cast<std::size_t>(byteCount));
+    if (!c.Classifier) {
+        printError(message("ZELFeatureReadMask: calloc error 2\n"));
+        failWithError("ClassifierByteCount = %d ClassifierType = %d\n", byteCount,
+                      c.ClassifierType);
+    }
+    c.ClassifierByteCount = byteCount;
+    reader.array("classifier bytes", c.Classifier, byteCount);
 }
 
 ZELFeatureMaskType* readMaskFile(FeatureReader& reader)
 {
-    constexpr int smallestClassifier = 20;
     const int numClassifiers = reader.count("classifiers", 0, smallestClassifier);
     if (numClassifiers == 0) return nullptr;
     OwnedMask mask(ZELFeatureAllocateNewMask(0));
     readIdentifier(reader, *mask);
     walkMaskHeader(reader, *mask);
     ZELMaskParameterType& p = mask->MaskParameters;
-    CommandStruct& conditions = filterConditions(
-        p, "ZELFeatureReadMask: cannot allocate memory for FilterConditions\n");
+    CommandStruct& conditions =
+        filterConditions(p, "ZELFeatureReadMask: cannot allocate memory for FilterConditions\n");
     walkFilters(reader, p, conditions);
     readPrograms(reader, p, conditions.ListHead);
     walkMaskEnd(reader, p, conditions.ListHead);

@@ -82,9 +82,9 @@ void ZELFeatureWriteSampleToFile(ZELFeatureFileStruct* FeatureFile)
 int ZELFeatureReadSampleFromFile(ZELFeatureFileStruct* FeatureFile)
 {
     if (FeatureFile->AccessFlag == ZEL_FEATURE_WRITE)
-        zel::failWithError(-2,
-                           "ZELFeatureReadSampleFromFile:  error, Random access not allowed on this "
-                           "file\n");
+        zel::failWithError(
+            -2, "ZELFeatureReadSampleFromFile:  error, Random access not allowed on this "
+                "file\n");
     if (!standsAtCurrent(*FeatureFile))
         fseeko(FeatureFile->fptr,
                FeatureFile->HeaderOffset +
@@ -142,6 +142,7 @@ void ZELFeatureCopySample(ZELFeatureFileStruct* DestFile, const ZELFeatureFileSt
     to.year = from.year;
     to.BoxIndex = from.BoxIndex;
     to.Priority = from.Priority;
-    const int features = std::min(DestFile->Parameters.Features.num, SrcFile->Parameters.Features.num);
+    const int features =
+        std::min(DestFile->Parameters.Features.num, SrcFile->Parameters.Features.num);
     std::copy_n(SrcFile->Features, features, DestFile->Features);
 }

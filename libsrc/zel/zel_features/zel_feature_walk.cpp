@@ -29,9 +29,11 @@ double leadingNumber(std::string_view text)
     return number;
 }
 
-[[noreturn]] void throwStringDamage(std::int32_t length)
+[[noreturn]] void throwStringDamage(const char* name, std::int64_t at, std::int32_t length)
 {
     StringDamage damage{};
+    std::snprintf(damage.what, sizeof damage.what, "invalid length of %s %d", name, length);
+    damage.offset = at;
     damage.length = length;
     throw damage;
 }
@@ -48,9 +50,10 @@ void FeatureReader::setVersion(const char* text)
 
 void FeatureReader::string(const char* name, char*& text)
 {
+    const std::int64_t at = position();
     std::int32_t length = 0;
-    if (end_ - position() >= static_cast<std::int64_t>(sizeof length)) field(name, length);
-    if (length < 1 || length > end_ - position()) throwStringDamage(length);
+    if (remaining() >= static_cast<std::int64_t>(sizeof length)) field(name, length);
+    if (length < 1 || length > remaining()) throwStringDamage(name, at, length);
     Owned<char> content(allocate<char>(static_cast<std::size_t>(length) + 1));
     if (!content) failWithError("ReadString: cannot allocate memory\n");
     array(name, content.get(), length);
@@ -75,7 +78,7 @@ int FeatureReader::count(const char* name, int, int smallestItem)
     std::int32_t number = 0;
     const std::int64_t at = position();
     field(name, number);
-    if (number >= 0 && std::int64_t{smallestItem} * number <= end_ - position()) return number;
+    if (number >= 0 && std::int64_t{smallestItem} * number <= remaining()) return number;
     Damage damage{};
     std::snprintf(damage.what, sizeof damage.what, "invalid number of %s %d", name, number);
     damage.offset = at;

@@ -75,7 +75,7 @@ public:
     void place(int& offset);
 
     std::int64_t position() const { return ftello(stream_); }
-    FILE* stream() const { return stream_; }
+    std::int64_t remaining() const { return end_ - position(); }
 
 private:
     [[noreturn]] static void cutShort(const char* name, std::int64_t at);

@@ -1,5 +1,5 @@
-/* The feature layer of ZEL: expressions over pixels, feature parameters, pixel programs, and
-   feature files of samples.
+/* The feature layer of ZEL: expressions over pixels, feature parameters, pixel programs, classifier
+   masks, and feature files of samples.
 
    Conventions that hold everywhere:
     1. A caller owns the records that it passes in; what the library attaches to them it frees in
@@ -26,6 +26,7 @@
 #include "zel_feature_file.h"
 #include "zel_feature_header.h"
 #include "zel_feature_io.h"
+#include "zel_feature_mask.h"
 #include "zel_feature_report.h"
 #include "zel_feature_types.h"
 #include "zel_parameter.h"

@@ -16,8 +16,9 @@ const char* const VersionNumber = "1.2";
 const char* const subSamplingMethodLabel[4] = {"None", "Log10", "Log", "Sqrt"};
 const char* const classTypeLabel[3] = {"Pixel", "Primary", "Elementary"};
 const char* const dataTypeLabel[14] = {
-    "Generic", "AVHRR LAC", "AVHRR GAC",     "MAS",            "VIRS",        "LANDSAT TM", "GOES",
-    "MODIS",   "ASTER",     "Cirrovue VIRS", "Cirrovue MODIS", "Landsat MSS", "IKONOS",     "Unsupported",
+    "Generic",        "AVHRR LAC",   "AVHRR GAC", "MAS",         "VIRS",
+    "LANDSAT TM",     "GOES",        "MODIS",     "ASTER",       "Cirrovue VIRS",
+    "Cirrovue MODIS", "Landsat MSS", "IKONOS",    "Unsupported",
 };
 
 namespace {

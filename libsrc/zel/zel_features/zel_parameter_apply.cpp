@@ -1,3 +1,5 @@
+#include "zel_parameter_apply.hpp"
+
 #include "zel_evaluate.h"
 #include "zel_parameter.h"
 #include "zel_truncate.hpp"
@@ -19,6 +21,25 @@ bool holdForAll(const CommandStruct& list, ZELPixelStruct& pixel)
 
 }  // namespace
 
+namespace zel {
+
+bool filterHolds(const CommandListStruct& filter, ZELPixelStruct& pixel)
+{
+    return !truncatesToZero(valueOf(filter.Condition, pixel));
+}
+
+bool applyFilters(const CommandStruct& filters, ZELPixelStruct& pixel)
+{
+    for (const CommandListStruct* filter = filters.ListHead; filter; filter = filter->next) {
+        if (!filterHolds(*filter, pixel)) continue;
+        valueOf(filter->Action, pixel);
+        if (pixel.skipPixelFlag) return true;
+    }
+    return false;
+}
+
+}  // namespace zel
+
 int ZELFeatureCheckRequirements(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
 {
     return holdForAll(Parameters->Requirements, *pixel) ? 1 : 0;
@@ -31,10 +52,5 @@ int ZELFeatureCheckOptions(const ZELParameterStruct* Parameters, ZELPixelStruct*
 
 void ZELFeatureApplyFilters(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
 {
-    for (const CommandListStruct* filter = Parameters->Filters.ListHead; filter;
-         filter = filter->next) {
-        if (zel::truncatesToZero(valueOf(filter->Condition, *pixel))) continue;
-        valueOf(filter->Action, *pixel);
-        if (pixel->skipPixelFlag) return;
-    }
+    zel::applyFilters(Parameters->Filters, *pixel);
 }

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <climits>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "zel_feature_report.hpp"
@@ -18,19 +17,7 @@ namespace {
 using std::string_view;
 using zel::ParameterFile;
 using zel::ParameterLines;
-
-struct Word {
-    const char* text;
-    int value;
-};
-
-template <std::size_t N>
-std::optional<int> find(const Word (&words)[N], string_view text)
-{
-    for (const Word& word : words)
-        if (zel::sameIgnoringCase(text, word.text)) return word.value;
-    return std::nullopt;
-}
+using zel::Word;
 
 // ---- Expressions ----
 
@@ -225,13 +212,14 @@ void readClass(ParameterFile& file)
     zel::takeUpToColon(text);
     const int number = zel::leadingInteger(file.line.word(1));
     if (number < 0 || number >= ZEL_FEATURE_NUM_CLASSES) {
-        printError(zel::message("line %d: class %d is not in 0..999, ignored\n",
-                                file.line.number(), number));
+        printError(zel::message("line %d: class %d is not in 0..999, ignored\n", file.line.number(),
+                                number));
         return;
     }
     ZELClassStruct& classes = file.parameters.ClassInfo;
     zel::setString(classes.name[number], takeClassLabel(text));
-    for (int* colour : {classes.Red, classes.Green, classes.Blue}) colour[number] = takeInteger(text);
+    for (int* colour : {classes.Red, classes.Green, classes.Blue})
+        colour[number] = takeInteger(text);
 }
 
 constexpr Word subSamplingWords[] = {{"none", 0}, {"log10", 1}, {"log", 2}, {"sqrt", 3}};
@@ -240,7 +228,7 @@ constexpr Word subSamplingWords[] = {{"none", 0}, {"log10", 1}, {"log", 2}, {"sq
 void readSubSample(ParameterFile& file)
 {
     const string_view word = file.line.word(1);
-    const auto method = find(subSamplingWords, word);
+    const auto method = zel::find(subSamplingWords, word);
     file.parameters.SubSamplingMethod =
         method ? *method : -std::max(zel::leadingInteger(word), -INT_MAX);
 }
@@ -249,7 +237,7 @@ constexpr Word classTypeWords[] = {{"pixel", 0}, {"primary", 1}, {"elementary", 
 
 void readClassType(ParameterFile& file)
 {
-    if (const auto type = find(classTypeWords, file.line.word(1)))
+    if (const auto type = zel::find(classTypeWords, file.line.word(1)))
         file.parameters.ClassType = *type;
     else
         printError(zel::message("line %d: unknown class type\n", file.line.number()));
@@ -257,14 +245,14 @@ void readClassType(ParameterFile& file)
 
 // Not the order of the labels: files in use carry 13 for ikonos, and 14 has no label.
 constexpr Word dataTypeWords[] = {
-    {"generic", 0}, {"avhrr_lac", 1},   {"avhrr_gac", 2}, {"mas", 3},
-    {"virs", 4},    {"landsat_tm", 5},  {"goes", 6},      {"modis", 7},
+    {"generic", 0}, {"avhrr_lac", 1},    {"avhrr_gac", 2}, {"mas", 3},
+    {"virs", 4},    {"landsat_tm", 5},   {"goes", 6},      {"modis", 7},
     {"aster", 8},   {"landsat_mss", 11}, {"ikonos", 13},   {"msg", 14},
 };
 
 void readDataType(ParameterFile& file)
 {
-    if (const auto type = find(dataTypeWords, file.line.word(1)))
+    if (const auto type = zel::find(dataTypeWords, file.line.word(1)))
         file.parameters.DataType = *type;
     else
         printError(zel::message("line %d: unknown data type\n", file.line.number()));

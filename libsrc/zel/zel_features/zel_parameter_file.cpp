@@ -14,8 +14,7 @@ void requireInput(const zel::ParameterFile& file)
                                 : "error: no input files specified in parameter file\n"));
     printError(zel::message("add one of the following to the parameter file:\n"));
     printError(zel::message("   inputfilename <filename>\n"));
-    printError(
-        zel::message("   inputdirext <directory name>:<extension to match>, or\n"));
+    printError(zel::message("   inputdirext <directory name>:<extension to match>, or\n"));
     zel::failWithError(
         "   inputdirstr <directory name>:<string pattern to match anywhere in filename>\n");
 }

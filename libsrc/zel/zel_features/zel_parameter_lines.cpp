@@ -1,6 +1,9 @@
 #include "zel_parameter_lines.hpp"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <utility>
 
 #include "zel_expression.h"
 #include "zel_feature_report.hpp"
@@ -53,8 +56,7 @@ std::string_view ParameterLines::word(int n) const
         while (isBlank(*at)) ++at;
         const char* begin = at;
         while (*at && !isBlank(*at)) ++at;
-        if (n == 0 || at == begin)
-            return {begin, static_cast<std::size_t>(at - begin)};
+        if (n == 0 || at == begin) return {begin, static_cast<std::size_t>(at - begin)};
     }
 }
 
@@ -78,6 +80,19 @@ void printLine(const ParameterLines& line)
     printError(message("line %d: %s\n", line.number(), line.text().c_str()));
 }
 
+void failAtLine(const ParameterLines& line, const char* format, ...)
+{
+    char text[ZEL_FEATURE_LINE_SIZE + 1];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    const int error = std::exchange(errno, 0);  // goes with the message
+    printLine(line);
+    errno = error;
+    failWithError("%s", text);
+}
+
 std::string_view takeUpToColon(std::string_view& text)
 {
     const std::size_t colon = std::min(text.find(':'), text.size());
@@ -95,14 +110,18 @@ std::string_view unquoted(std::string_view text)
 }
 
 ZELStackStruct* compileFromLine(const ParameterLines& line, std::string_view text,
-                                const CommandStruct& definitions)
+                                const CommandStruct& definitions, const char* what, bool check)
 {
     int status = ZEL_PARSE_OK;
     ZELStackStruct* stack =
-        parseCondition(std::string(text).c_str(), &status, 1, definitions.ListHead);
+        parseCondition(std::string(text).c_str(), &status, check ? 1 : 0, definitions.ListHead);
     if (status == ZEL_PARSE_OK) return stack;
-    printLine(line);
-    failWithError("parse error: %s\n", ParseErrorMsgs[status]);
+    failParse(line, what, status);
+}
+
+void failParse(const ParameterLines& line, const char* what, int status)
+{
+    failAtLine(line, "%sparse error: %s\n", what, ParseErrorMsgs[status]);
 }
 
 void readDefinition(const ParameterLines& line, CommandStruct& definitions)

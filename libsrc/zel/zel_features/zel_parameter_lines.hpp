@@ -4,12 +4,21 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "zel_feature_text.hpp"
 #include "zel_feature_types.h"
 
 namespace zel {
+
+struct CloseFile {
+    void operator()(FILE* stream) const { std::fclose(stream); }
+};
+
+// A stream of one's own.
+using OpenedFile = std::unique_ptr<FILE, CloseFile>;
 
 // Reads a parameter file line by line. Blank lines and comments ("#") are counted and passed over.
 // A last line without a newline is not read. What is longer than 239 characters comes in pieces,
@@ -37,12 +46,9 @@ public:
     std::string_view after(std::string_view lowerCaseWord) const;
 
 private:
-    struct Close {
-        void operator()(FILE* stream) const { std::fclose(stream); }
-    };
     bool read();
 
-    std::unique_ptr<FILE, Close> stream_;
+    OpenedFile stream_;
     std::string text_;
     int number_ = 0;
 };
@@ -50,16 +56,39 @@ private:
 // "line <n>: <text>" on standard error; the messages of a faulty line begin with it.
 void printLine(const ParameterLines& line);
 
+// The line and the message, and an ending with status -1.
+[[noreturn, gnu::format(printf, 2, 3)]] void failAtLine(const ParameterLines& line,
+                                                        const char* format, ...);
+
 // Takes the part of text up to the first ":" away from it, with the ":".
 std::string_view takeUpToColon(std::string_view& text);
 
 // The part between the first two double quotes, or the whole text where there is none.
 std::string_view unquoted(std::string_view text);
 
-// Compiles a text, checked, with the definitions of a list at hand. Ends the process (-1) with the
-// line and the message when it does not compile.
+// Compiles a text, checked unless told otherwise, with the definitions of a list at hand. Ends the
+// process (-1) with the line and the message, which begins with what, when it does not compile.
 ZELStackStruct* compileFromLine(const ParameterLines& line, std::string_view text,
-                                const CommandStruct& definitions);
+                                const CommandStruct& definitions, const char* what = "",
+                                bool check = true);
+
+// Ends the process (-1) with the line and what the status of a compile says.
+[[noreturn]] void failParse(const ParameterLines& line, const char* what, int status);
+
+// A word of a command's argument, and what it stands for.
+struct Word {
+    const char* text;
+    int value;
+};
+
+// What the word that is written so, in any case, stands for.
+template <std::size_t N>
+std::optional<int> find(const Word (&words)[N], std::string_view text)
+{
+    for (const Word& word : words)
+        if (sameIgnoringCase(text, word.text)) return word.value;
+    return std::nullopt;
+}
 
 // The commands that define a name, and those that are text only.
 void readDefinition(const ParameterLines& line, CommandStruct& definitions);

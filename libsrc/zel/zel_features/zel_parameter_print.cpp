@@ -1,3 +1,5 @@
+#include "zel_parameter_print.hpp"
+
 #include "zel_feature_report.hpp"
 #include "zel_parameter.h"
 
@@ -21,53 +23,62 @@ void printList(const char* heading, const CommandStruct& list, Print print)
         printInfo(print(*entry));
 }
 
+}  // namespace
+
+namespace zel {
+
 void printExpressions(const char* heading, const CommandStruct& list)
 {
     printList(heading, list, [](const CommandListStruct& entry) {
-        return zel::message("  %s : %s\n", textOf(entry.Label), textOf(entry.Condition));
+        return message("  %s : %s\n", textOf(entry.Label), textOf(entry.Condition));
+    });
+}
+
+void printFilters(const char* heading, const CommandStruct& list)
+{
+    printList(heading, list, [](const CommandListStruct& entry) {
+        return message("  %s : %s : %s \n", textOf(entry.Label), textOf(entry.Condition),
+                       textOf(entry.Action));
     });
 }
 
 void printTexts(const char* heading, const CommandStruct& list)
 {
     printList(heading, list, [](const CommandListStruct& entry) {
-        return zel::message("  %s\n", textOf(entry.Label));
+        return message("  %s\n", textOf(entry.Label));
     });
 }
 
-}  // namespace
+}  // namespace zel
 
 void ZELFeaturePrintConditions(const ZELParameterStruct* Parameters)
 {
-    printExpressions("Conditions defined in parameter file:\n", Parameters->Conditions);
+    zel::printExpressions("Conditions defined in parameter file:\n", Parameters->Conditions);
 }
 
 void ZELFeaturePrintRequirements(const ZELParameterStruct* Parameters)
 {
-    printExpressions("Requirements applied:\n", Parameters->Requirements);
+    zel::printExpressions("Requirements applied:\n", Parameters->Requirements);
 }
 
 void ZELFeaturePrintOptions(const ZELParameterStruct* Parameters)
 {
-    printExpressions("Options included:\n", Parameters->Options);
+    zel::printExpressions("Options included:\n", Parameters->Options);
 }
 
 void ZELFeaturePrintFilters(const ZELParameterStruct* Parameters)
 {
-    printList("Filters applied:\n", Parameters->Filters, [](const CommandListStruct& entry) {
-        return zel::message("  %s : %s : %s \n", textOf(entry.Label), textOf(entry.Condition),
-                            textOf(entry.Action));
-    });
+    zel::printFilters("Filters applied:\n", Parameters->Filters);
 }
 
 void ZELFeaturePrintComments(const ZELParameterStruct* Parameters)
 {
-    printTexts("Comments:\n", Parameters->Comments);
+    zel::printTexts("Comments:\n", Parameters->Comments);
 }
 
 void ZELFeaturePrintTitle(const ZELParameterStruct* Parameters)
 {
-    printTexts("Title:\n", Parameters->Title);
+    zel::printTexts("Title:\n", Parameters->Title);
 }
 
 void ZELFeaturePrintHeader(const ZELParameterStruct* Parameters)

@@ -52,10 +52,11 @@ const char* expressionText(const ZELStackStruct* stack)
     return stack && stack->expression ? stack->expression : "";
 }
 
-ProgramLines* appendProgramLine(ProgramLines*& first, ProgramLines* last, int lineNumber)
+ProgramLines* appendProgramLine(ProgramLines*& first, ProgramLines* last, int lineNumber,
+                                const char* failure)
 {
     auto* line = allocate<ProgramLines>(1);
-    if (!line) failWithError("cannot allocate memory for a program line\n");
+    if (!line) failWithError("%s", failure);
     line->lineNumber = lineNumber;
     (first ? last->next : first) = line;
     return line;
@@ -119,7 +120,8 @@ void printProgramText(const ProgramLines* ProgramText)
 
 void printProgramLine(const ProgramStruct* Program)
 {
-    printInfo(zel::message("%d: %s ", Program->lineNum, zel::statementLabel(Program->statementType)));
+    printInfo(
+        zel::message("%d: %s ", Program->lineNum, zel::statementLabel(Program->statementType)));
     for (const ZELStackStruct* stack : {Program->ClassList, Program->Statement})
         if (stack) printInfo(zel::message("%s ", zel::expressionText(stack)));
     if (Program->nextTrue)

@@ -9,6 +9,7 @@
 #include "zel_feature_report.hpp"
 #include "zel_feature_text.hpp"
 #include "zel_program.h"
+#include "zel_program.hpp"
 
 namespace {
 
@@ -24,8 +25,8 @@ string_view trimmed(string_view text)
 // The word that a statement begins with ends at a blank or a "(": if(Ch1>5) is an if.
 string_view firstWord(string_view text)
 {
-    const auto end = std::find_if(text.begin(), text.end(),
-                                  [](char c) { return zel::isBlank(c) || c == '('; });
+    const auto end =
+        std::find_if(text.begin(), text.end(), [](char c) { return zel::isBlank(c) || c == '('; });
     return {text.begin(), end};
 }
 
@@ -284,11 +285,20 @@ ProgramStruct* ProgramCompiler::link()
 
 }  // namespace
 
+bool zel::compileProgram(const ProgramLines* text, int processFlag,
+                         const CommandListStruct* definitions, ProgramStruct*& program)
+{
+    ProgramCompiler compiler(processFlag, definitions);
+    for (; text; text = text->next)
+        if (!compiler.compileLine(*text)) return false;
+    program = compiler.link();
+    return true;
+}
+
 ProgramStruct* compileProgramText(const ProgramLines* ProgramText, int processFlag,
                                   const CommandListStruct* definedConditions)
 {
-    ProgramCompiler compiler(processFlag, definedConditions);
-    for (; ProgramText; ProgramText = ProgramText->next)
-        if (!compiler.compileLine(*ProgramText)) return nullptr;
-    return compiler.link();
+    ProgramStruct* program = nullptr;
+    zel::compileProgram(ProgramText, processFlag, definedConditions, program);
+    return program;
 }

@@ -3,6 +3,7 @@
 #include "zel_evaluate.h"
 #include "zel_feature_report.hpp"
 #include "zel_program.h"
+#include "zel_program.hpp"
 #include "zel_truncate.hpp"
 
 namespace {
@@ -22,8 +23,7 @@ float operandAsFloat(const StackElementStruct& element)
     return value;
 }
 
-// Sets the weight of the classes in the list, and of class 0 for each comma. False after an error,
-// which was printed.
+// False after an error, which was printed.
 bool setWeights(const ProgramStruct& statement, ZELPixelStruct& pixel)
 {
     if (!statement.ClassList) {
@@ -36,19 +36,23 @@ bool setWeights(const ProgramStruct& statement, ZELPixelStruct& pixel)
     }
     const float weight = ZELEvaluateStack(statement.Statement, &pixel);
     if (pixel.skipPixelFlag) {
-        failExecution(
-            "invalid statement error:\n"
-            "skip_pixel statement cannot be used in a weightclasses\n");
+        failExecution("invalid statement error:\n"
+                      "skip_pixel statement cannot be used in a weightclasses\n");
         return false;
     }
-    for (const StackElementStruct* e = statement.ClassList->stackHead; e; e = e->nextElement) {
-        const double number = operandAsFloat(*e);
-        ZELFeatureSetClassWeight(&pixel, zel::truncated(number + 0.5), weight);
-    }
+    zel::setListedWeights(*statement.ClassList, pixel, weight);
     return true;
 }
 
 }  // namespace
+
+void zel::setListedWeights(const ZELStackStruct& classList, ZELPixelStruct& pixel, float weight)
+{
+    for (const StackElementStruct* e = classList.stackHead; e; e = e->nextElement) {
+        const double number = operandAsFloat(*e);
+        ZELFeatureSetClassWeight(&pixel, truncated(number + 0.5), weight);
+    }
+}
 
 int executeProgram(const ProgramStruct* Program, ZELPixelStruct* Pixel)
 {
@@ -79,7 +83,8 @@ int ZELPreProcessPixel(const ZELMaskParameterType* Parameters, ZELPixelStruct* P
 {
     const int result = executeProgram(Parameters->PreProcessHead, Pixel);
     if (result < 0)
-        printError(zel::message("ZELPreProcessPixel: Error occurred during execution of program\n"));
+        printError(
+            zel::message("ZELPreProcessPixel: Error occurred during execution of program\n"));
     return result;
 }
 
