@@ -200,13 +200,17 @@ TEST(Mask, TheProgramsOfACopyRun)
     pixel.Channels = channels;
     pixel.numChannels = 3;
     ZELBindPixel(&pixel);
-    EXPECT_EQ(ZELPreProcessPixel(&copy->MaskParameters, &pixel), 0);
-    EXPECT_EQ(pixel.class_weights[8], 0.5f);
-    EXPECT_EQ(pixel.class_weights[9], 0.5f);
-    EXPECT_EQ(pixel.Registers[0], 0.0f);
-    channels[0] = 100;
-    EXPECT_EQ(ZELPreProcessPixel(&copy->MaskParameters, &pixel), 0);
-    EXPECT_EQ(pixel.Registers[0], 20.0f);
+    for (const float channel : {100.0f, 101.0f}) {
+        channels[0] = channel;
+        ZELFeatureClearClassWeights(&pixel, 1.0f);
+        pixel.Registers[0] = 0;
+        EXPECT_EQ(ZELPreProcessPixel(&copy->MaskParameters, &pixel), 0);
+        const float weight = channel > 100.0f ? 0.5f : 1.0f;
+        EXPECT_EQ(pixel.class_weights[8], weight) << channel;
+        EXPECT_EQ(pixel.class_weights[9], weight) << channel;
+        EXPECT_EQ(pixel.class_weights[7], 1.0f);
+        EXPECT_EQ(pixel.Registers[0], 20.0f) << channel;
+    }
     pixel.Class = 5;
     EXPECT_EQ(ZELPostProcessPixel(&copy->MaskParameters, &pixel), 0);
     EXPECT_EQ(pixel.Class, 6.0f);
@@ -218,15 +222,14 @@ TEST(Mask, TheProgramsOfACopyRun)
 TEST(Mask, CopyingSaysNothing)
 {
     zel_test::MaskRecord record = fullMask();
-    record.postProgram = {"weightclasses 3:1", "if (Ch1) then", "class=1", "else", "class=2",
-                          "endif"};
+    record.postProgram = {"weightclasses 3:1", "if (Ch1) then", "class=1", "else",
+                          "class=2",           "endif"};
     OwnedMask mask;
     const Outcome read = runFeature([&] { mask = readMask(record); });
     EXPECT_EQ(read.out, "weightclasses found in postprocess... ignored\n");
     EXPECT_NE(read.err.find("a value other than 0 goes on into the else block"), std::string::npos);
     OwnedMask copy;
-    const Outcome outcome =
-        runFeature([&] { copy.reset(ZELFeatureDuplicateMask(mask.get())); });
+    const Outcome outcome = runFeature([&] { copy.reset(ZELFeatureDuplicateMask(mask.get())); });
     EXPECT_EQ(outcome.out + outcome.err, "");
     EXPECT_EQ(textOf(copy.get()), textOf(mask.get()));
 }

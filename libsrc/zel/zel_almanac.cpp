@@ -104,4 +104,4 @@ const float delon[366] = {
 };
 // clang-format on
 
-const float earth_radius = 6371.03F;
+const double earth_radius = 6371.03;

@@ -79,7 +79,7 @@ Geometry geometryOf(int julian, double scanTime, double altitude, float nadirLat
     g.hourOffset = (scanTime - 12.0) * 15.0 - static_cast<double>(delon[julian - 1]);
     g.sinDeclination = std::sin(sun);
     g.cosDeclination = std::cos(sun);
-    g.satelliteRadius = altitude + static_cast<double>(earth_radius);
+    g.satelliteRadius = altitude + earth_radius;
     g.nadirLon = static_cast<double>(nadirLon);
     g.sinNadir = std::sin(nadir);
     g.cosNadir = std::cos(nadir);

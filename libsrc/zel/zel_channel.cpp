@@ -21,8 +21,10 @@ namespace {
 
 using zel::fail;
 
+// Misuse of a file that is read is told before a wrong slot.
 void requireSlot(const ZELType& file, int slot, const char* function)
 {
+    zel::requireWriteOnly(file, "ZELAddChannel can only be used on a write only ZEL file\n");
     if (slot < 0 || slot >= file.ZELHeader.MaxNumChan)
         fail("%s: channel index %d out of range\n", function, slot);
 }
@@ -96,11 +98,10 @@ void copyChannel(ZELChannelType& dest, ZELChannelType& src)
 void ZELAddChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, int ArchiveType,
                    int BitResolution, const char* ChanLabel, const char* ChanComm)
 {
-    zel::requireWriteOnly(*ZELdata, "ZELAddChannel can only be used on a write only ZEL file\n");
+    requireSlot(*ZELdata, Channel, "ZELAddChannel");
     if (ZELdata->FileOpened)
         fail("ZELAddChannel: Cannot add a channel to a Write Only file after the file is "
              "opened...exiting...\n");
-    requireSlot(*ZELdata, Channel, "ZELAddChannel");
     const int pixelSize = zel::storedPixelSize(ArchiveType);
     if (pixelSize == 0) fail("ZELAddChannel: invalid storage code %d\n", ArchiveType);
     ZELChannelType& channel = ZELdata->Channels[Channel];
@@ -193,8 +194,7 @@ void ZELLoadChannel(ZELType* ZELdata, int Channel, const float* Data)
 
 void ZELDeleteChannel(ZELType* ZELdata, int Channel)
 {
-    requireSlot(*ZELdata, Channel, "ZELDeleteChannel");
-    ZELChannelType& channel = ZELdata->Channels[Channel];
+    ZELChannelType& channel = zel::slotOf(ZELdata, Channel, "ZELDeleteChannel");
     zel::discard(channel.ChannelLUT);
     ZELFreeHistogram(channel.ChannelHistogram);
     ZELFreeHistogram(channel.ChannelStandardHistogram);

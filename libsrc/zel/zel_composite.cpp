@@ -154,11 +154,11 @@ bool needsPrefix(const ZELType& first)
 // Counted before anything is opened: each component takes a record and a stream.
 bool componentsFit(Inputs& inputs)
 {
-    int components = 0;
+    std::int64_t components = 0;
     for (int i = 0; i < inputs.count(); ++i) components += inputs.components(i);
     if (components <= ZEL_MAX_COMPONENTS) return true;
-    report("ZELCreateCompositeFile: Error: %d components, a file holds at most %d\n", components,
-           ZEL_MAX_COMPONENTS);
+    report("ZELCreateCompositeFile: Error: %lld components, a file holds at most %d\n",
+           static_cast<long long>(components), ZEL_MAX_COMPONENTS);
     return false;
 }
 

@@ -8,6 +8,13 @@
 extern "C" {
 #endif
 
+/* Names of files, none of which is changed. C takes no char** for the type that says so in full. */
+#ifdef __cplusplus
+typedef const char* const* ZELFileNames;
+#else
+typedef char* const* ZELFileNames;
+#endif
+
 /* Reads a file's prefix. offsets, resolution and size have room for 100 entries. Returns 1 for a
    composite; 0 for a plain file (index 0, one component; the tables are zeros when it has no prefix);
    -1, with nothing set, when the file cannot be opened. */
@@ -24,15 +31,16 @@ int ZELIsFileComposite(const char* RawFileName);
    ends the process (0) unless the answer begins with "y". Returns 0; -1 when the inputs cannot be read,
    do not describe one scene or do not fit in one container, or the output cannot be created. Ends the
    process (-1) on a write error. */
-int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles, int BaseFileIndex,
+int ZELCreateCompositeFile(ZELFileNames InputFileNames, int numInputFiles, int BaseFileIndex,
                            int UserBaseComponentIndex, const char* OutputFilename,
                            int overwritePrompt);
 
 /* Opens a container, or several files together, as one view at the resolution of a reference
-   component. Returns 0, or -1 when an input cannot be read or a single input is not a composite. Ends
+   component. Returns 0; -1 when an input cannot be read or a single input is not a composite; -2 when a
+   directory is damaged. Ends
    the process (-1, or -3 for a channel's line) when a component cannot be opened or memory fails. */
-int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, const char* const* InputFileNames,
-                                 int numInputFiles, int BaseFileIndex);
+int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, ZELFileNames InputFileNames, int numInputFiles,
+                                 int BaseFileIndex);
 
 #ifdef __cplusplus
 }

@@ -82,6 +82,16 @@ void reportTo(FILE* stream, const char* format, ...)
     va_end(arguments);
 }
 
+// A sink takes texts, in which a zero is the end.
+void reportCharacter(char character)
+{
+    const char text[] = {character, '\0'};
+    if (door().sink)
+        deliver(stdout, text);
+    else
+        std::fputc(character, stdout);
+}
+
 void print(FILE* stream, const char* format, ...)
 {
     va_list arguments;

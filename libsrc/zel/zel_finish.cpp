@@ -87,13 +87,15 @@ void ZELFinishWritingFile(ZELType* ZELdata)
 {
     zel::requireWriteOnly(*ZELdata,
                           "ZELFinishWritingFile can only be used on a write only ZEL file\n");
+    errno = 0;
     if (ZELdata->fptr && ZELdata->FileOpened) ZELUpdateAllHistograms(ZELdata);
+    const bool written = zel::closeStream(*ZELdata);
+    const int reason = errno != 0 ? errno : EIO;
     ZELdata->FileOpened = 0;
     zel::releaseData(*ZELdata);
     const int bad = ZELGetBadLatLonCount();
     if (bad != 0) zel::report("\nWARNING: %d Out of range lat/lon values detected\n", bad);
-    errno = 0;
-    if (!zel::closeStream(*ZELdata))
+    if (!written)
         zel::fail("ZELFinishWritingFile: write error on file %s: %s\n", ZELdata->ImageFilename,
-                  std::strerror(errno != 0 ? errno : EIO));
+                  std::strerror(reason));
 }

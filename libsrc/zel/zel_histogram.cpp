@@ -184,6 +184,9 @@ void ZELLoadStandardHistogram(ZELType* ZELdata, int channel, int NumBins, float 
     histogram->BinIncrement = increment(NumBins, max, min);
     for (int i = 0; i < NumBins; ++i) histogram->Histogram[i] = counts[i];
     histogram->NumPixels = countedPixels(*histogram);
+    // One of the same size takes the place that the one before it has in the file.
+    const ZELHistogramType* before = owner.ChannelStandardHistogram;
+    if (before && before->NumHistogramBins == NumBins) histogram->fileOffset = before->fileOffset;
     owner.ChannelStandardHistogram = histogram;
 }
 
@@ -210,7 +213,7 @@ ZELHistogramType* zel::readHistogram(RecordReader& reader, int fileOffset)
     const std::int64_t place = reader.position() - fileOffset;
     ZELHistogramType head{};
     walkHistogram(reader, head);
-    reader.require(head.NumHistogramBins > 0, "NumHistogramBins", head.NumHistogramBins);
+    reader.require(head.NumHistogramBins >= 0, "NumHistogramBins", head.NumHistogramBins);
     reader.requireBytes("histogram counts",
                         histogramRecordSize(head.NumHistogramBins) - histogramRecordSize(0));
     OwnedHistogram histogram(ZELCreateHistogram(head.NumHistogramBins));
@@ -241,6 +244,15 @@ void ZELWriteHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 void ZELUpdateHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 {
     if (!ZELdata->HistogramFlag) return;
+    // The file begins with its prefix: place 0 is that of a histogram without a record.
+    if (histogram->fileOffset <= 0) {
+        zel::reportTo(
+            stderr,
+            "ZELUpdateHistogram: warning: a histogram of file %s was made after its header "
+            "was written and is not kept\n",
+            ZELdata->ImageFilename);
+        return;
+    }
     const auto position = ftello(ZELdata->fptr);
     fseeko(ZELdata->fptr, static_cast<off_t>(ZELdata->fileOffset) + histogram->fileOffset,
            SEEK_SET);

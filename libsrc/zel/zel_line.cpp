@@ -91,13 +91,18 @@ void readRecord(ZELType& file)
     file.NadirLat = file.NadirLon = 0.0F;
     zel::walkScan(reader, file);
     zel::walkNavigation(reader, file);
+    int at = file.NavOffset;
     for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) {
         const ZELChannelType& channel = file.Channels[i];
         if (!channel.ChannelPresentFlag) continue;
+        // A channel that was deleted since the open still has its place in the file.
+        if (at != channel.DataOffset) fseeko(file.fptr, place + channel.DataOffset, SEEK_SET);
         const int pixels = file.ZELHeader.NPixelPerLine;
         if (ZELRead(file.PixBuf[i], channel.DataByteSize, pixels, file.fptr) != pixels)
             failReading(file);
+        at = channel.DataOffset + pixels * channel.DataByteSize;
     }
+    if (at != file.LineOffset) fseeko(file.fptr, place + file.LineOffset, SEEK_SET);
 }
 
 void decodeChannels(ZELType& file)

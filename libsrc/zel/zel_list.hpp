@@ -34,12 +34,12 @@ Node* unlinkNode(Node*& head, Node* Node::*next, Matches matches)
     return found;
 }
 
-// Appends a copy of each node of a list; end is the first pointer to fill.
+// Appends copies of the first count nodes of a list, which may be the list itself.
 template <class Node, class Copy>
-void appendCopies(Node** end, Node* Node::*next, Node* source, Copy copy)
+void appendCopies(Node** end, Node* Node::*next, Node* source, int count, Copy copy)
 {
     while (*end) end = &((*end)->*next);
-    for (; source; source = source->*next) {
+    for (; count > 0 && source; --count, source = source->*next) {
         *end = copy(source);
         end = &((*end)->*next);
     }

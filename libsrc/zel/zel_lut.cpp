@@ -114,12 +114,18 @@ bool mayCopy(const ZELType& dest, const ZELType& src, const CopyMessages& messag
     return true;
 }
 
-void replaceLUTs(ZELType* dest, ZELType* src)
+void appendCopies(ZELHeaderType& dest, ZELDisplayLUTType* source, int count)
 {
-    dest->ZELHeader.NumDisplayLUTs = src->ZELHeader.NumDisplayLUTs;
-    dest->ZELHeader.DisplayLUTHead = nullptr;
-    zel::appendCopies(&dest->ZELHeader.DisplayLUTHead, nextLUT, src->ZELHeader.DisplayLUTHead,
-                      ZELCopyLUT);
+    zel::appendCopies(&dest.DisplayLUTHead, nextLUT, source, count, ZELCopyLUT);
+}
+
+void replaceLUTs(ZELHeaderType& dest, const ZELHeaderType& src)
+{
+    ZELDisplayLUTType* source = src.DisplayLUTHead;
+    const int16_t count = src.NumDisplayLUTs;
+    dest.DisplayLUTHead = nullptr;
+    appendCopies(dest, source, count);
+    dest.NumDisplayLUTs = count;
 }
 
 void writeRecords(const ZELType& file)
@@ -155,7 +161,10 @@ void ZELDeAllocateLUT(ZELDisplayLUTType* lut)
 
 ZELDisplayLUTType* ZELAddLUT(ZELType* ZELdata, int key, int NumLUTValues, const char* label)
 {
-    if (key < INT16_MIN || key > INT16_MAX) fail("ZELAddLUT: invalid LUT key %d\n", key);
+    if (key < INT16_MIN || key > INT16_MAX) {
+        report("ZELAddLUT: invalid LUT key %d\n", key);
+        return nullptr;
+    }
     if (ZELdata->ZELHeader.NumDisplayLUTs == INT16_MAX)
         fail("ZELAddLUT: cannot add LUT %s: a file holds at most %d\n", label, INT16_MAX);
     if (findByKey(ZELdata, key)) {
@@ -274,7 +283,8 @@ void ZELCopyFileLUTs(ZELType* ZELdataDest, ZELType* ZELdataSrc)
         "ZELCopyFileLUTs: Cannot copy LUT to a Write Only file after the file is "
         "opened...exiting...\n",
         "ZELCopyFileLUTs: No LUT's to copy... continuing...\n"};
-    if (mayCopy(*ZELdataDest, *ZELdataSrc, messages)) replaceLUTs(ZELdataDest, ZELdataSrc);
+    if (mayCopy(*ZELdataDest, *ZELdataSrc, messages))
+        replaceLUTs(ZELdataDest->ZELHeader, ZELdataSrc->ZELHeader);
 }
 
 void ZELAppendFileLUTs(ZELType* ZELdataDest, ZELType* ZELdataSrc)
@@ -288,12 +298,11 @@ void ZELAppendFileLUTs(ZELType* ZELdataDest, ZELType* ZELdataSrc)
     ZELHeaderType& dest = ZELdataDest->ZELHeader;
     const int total = dest.NumDisplayLUTs + ZELdataSrc->ZELHeader.NumDisplayLUTs;
     if (!dest.DisplayLUTHead) {
-        replaceLUTs(ZELdataDest, ZELdataSrc);
+        replaceLUTs(ZELdataDest->ZELHeader, ZELdataSrc->ZELHeader);
         return;
     }
     if (total > INT16_MAX) fail("ZELAppendFileLUTs: a file holds at most %d LUTs\n", INT16_MAX);
-    zel::appendCopies(&dest.DisplayLUTHead, nextLUT, ZELdataSrc->ZELHeader.DisplayLUTHead,
-                      ZELCopyLUT);
+    appendCopies(dest, ZELdataSrc->ZELHeader.DisplayLUTHead, ZELdataSrc->ZELHeader.NumDisplayLUTs);
     dest.NumDisplayLUTs = static_cast<int16_t>(total);
 }
 

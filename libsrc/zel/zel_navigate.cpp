@@ -133,6 +133,7 @@ void copyPoints(ZELType& file, const Points& p)
 void ZELInterpolateLatLong(ZELType* ZELdata)
 {
     const Points p = pointsOf(*ZELdata);
+    if (!ZELdata->Lat || !ZELdata->Lon) zel::fail("ZELInterpolateLatLong: the file is not open\n");
     if (p.count < 1) {
         fillPosition(*ZELdata, noPosition, noPosition);
         return;
@@ -190,7 +191,7 @@ void zel::copyNavigationPoints(ZELType& dest, const ZELType& src, const char* fu
         dest.LatBuffer = dest.LonBuffer = nullptr;
         return;
     }
-    if (points != dest.ZELHeader.NumNavPoints)
+    if (points > dest.ZELHeader.NumNavPoints)
         fail("%s: the files have %d and %d navigation points\n", function, points,
              dest.ZELHeader.NumNavPoints);
     if (!src.LatBuffer || !src.LonBuffer || !dest.LatBuffer || !dest.LonBuffer)

@@ -13,7 +13,7 @@ extern const float declination[366];
 extern const float delon[366];
 
 /* Mean earth radius, km. */
-extern const float earth_radius;
+extern const double earth_radius;
 
 /* Fills Lat and Lon from the line's navigation points, linearly, across the date line too. Without
    navigation points every value is -9999; with exactly one, every pixel gets that point. */

@@ -7,7 +7,7 @@
 namespace zel {
 
 // Copies the navigation points of the current line, or forgets the destination's when the source has
-// none. Ends the process (-1) when the files have different numbers of points.
+// none. Ends the process (-1) when the destination has room for fewer points.
 void copyNavigationPoints(ZELType& dest, const ZELType& src, const char* function);
 
 // The current line's solar zenith angles alone, degrees: the line's own when all angles are valid,

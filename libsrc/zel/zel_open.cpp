@@ -95,7 +95,7 @@ void checkNavigation(RecordReader& reader, const ZELHeaderType& h)
     reader.require(h.NumNavPoints >= 0 && h.NumNavPoints <= INT16_MAX, "NumNavPoints",
                    h.NumNavPoints);
     const bool startsInside = h.StartNavPoint >= 0 && h.StartNavPoint < h.NPixelPerLine;
-    reader.require(h.NumNavPoints < 1 || startsInside, "StartNavPoint", h.StartNavPoint);
+    reader.require(h.NumNavPoints < 2 || startsInside, "StartNavPoint", h.StartNavPoint);
     reader.require(h.NumNavPoints < 2 || h.NavPointInterval >= 1, "NavPointInterval",
                    h.NavPointInterval);
 }
@@ -191,7 +191,10 @@ int versionAt(FILE* stream, int swap)
 int ZELOpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName)
 {
     zel::Directory directory;
-    if (!zel::readDirectory(RawFileName, directory)) return -1;
+    if (!zel::readDirectory(RawFileName, directory)) {
+        beginReading(*ZELdata, RawFileName, 0);
+        return -1;
+    }
     if (directory.isComposite)
         return zel::openComposite(ZELdata, RawFileName, directory.prefix.baseIndex);
     return OpenReadOnlyFile(ZELdata, RawFileName, 0, 0);

@@ -52,12 +52,12 @@ bool readDirectory(const char* filename, Directory& directory)
     return true;
 }
 
-bool checkDirectory(const char* filename, const Directory& directory)
+bool checkDirectory(const char* filename, const Directory& directory, bool usesBase)
 {
     const Prefix& p = directory.prefix;
     if (p.numComponents > ZEL_MAX_COMPONENTS)
         return refuse(filename, "number of components", p.numComponents, "number of components");
-    if (p.baseIndex < 0 || p.baseIndex >= p.numComponents)
+    if (usesBase && (p.baseIndex < 0 || p.baseIndex >= p.numComponents))
         return refuse(filename, "base component index", p.baseIndex, "base component index");
     for (int i = 0; i < p.numComponents; ++i) {
         if (p.offsets[i] < 0 || p.offsets[i] >= directory.fileSize)

@@ -18,8 +18,9 @@ struct Directory {
 // Reads the directory of a named file. False, after a message, when the file cannot be opened.
 bool readDirectory(const char* filename, Directory& directory);
 
-// Whether every component of a composite lies inside its file; a message says what does not.
-bool checkDirectory(const char* filename, const Directory& directory);
+// Whether every component of a composite lies inside its file, and the base index names one of them
+// where it is used; a message says what does not hold.
+bool checkDirectory(const char* filename, const Directory& directory, bool usesBase);
 
 // The directory of a file that holds itself alone, in the library's version.
 Prefix plainPrefix(float spatialResolution);

@@ -12,6 +12,9 @@ namespace zel {
 [[gnu::format(printf, 1, 2)]] void report(const char* format, ...);
 [[gnu::format(printf, 2, 3)]] void reportTo(FILE* stream, const char* format, ...);
 
+// One character of a text that may hold any, to standard output.
+void reportCharacter(char character);
+
 // Text that the caller asked for on a stream of its own, past the sink.
 [[gnu::format(printf, 2, 3)]] void print(FILE* stream, const char* format, ...);
 

@@ -77,10 +77,10 @@ void loadValues(TableType* table, const float* values)
     for (int i = 0; i < table->NumTableValues; ++i) table->Table[i] = values[i];
 }
 
-void appendCopies(TableListType* dest, TableListType* src)
+void appendCopies(TableListType* dest, TableType* source, int count)
 {
     if (dest->NumTables == 0) dest->TableHead = nullptr;
-    zel::appendCopies(&dest->TableHead, nextTable, firstOf(src), ZELCopyTable);
+    zel::appendCopies(&dest->TableHead, nextTable, source, count, ZELCopyTable);
 }
 
 bool isOpenForWriting(const ZELType& file)
@@ -144,7 +144,10 @@ void ZELDeAllocateTable(TableType* table)
 
 TableType* ZELAddTable(TableListType* list, int key, int NumTableValues, const char* label)
 {
-    if (key < INT16_MIN || key > INT16_MAX) fail("ZELAddTable: invalid Table key %d\n", key);
+    if (key < INT16_MIN || key > INT16_MAX) {
+        report("ZELAddTable: invalid Table key %d\n", key);
+        return nullptr;
+    }
     if (list->NumTables == INT16_MAX)
         fail("ZELAddTable: cannot add Table %s: a list holds at most %d\n", label, INT16_MAX);
     if (zel::findNode(firstOf(list), nextTable, hasKey(key))) {
@@ -235,9 +238,11 @@ TableType* ZELCopyTable(TableType* table)
 void ZELCopyTableList(TableListType* dest, TableListType* src)
 {
     if (src->NumTables == 0) return;
+    const int16_t count = src->NumTables;
+    TableType* source = src->TableHead;
     dest->NumTables = 0;
-    appendCopies(dest, src);
-    dest->NumTables = src->NumTables;
+    appendCopies(dest, source, count);
+    dest->NumTables = count;
 }
 
 void ZELAppendTableList(TableListType* dest, TableListType* src)
@@ -248,7 +253,7 @@ void ZELAppendTableList(TableListType* dest, TableListType* src)
     }
     const int total = dest->NumTables + src->NumTables;
     if (total > INT16_MAX) fail("ZELAppendTableList: a list holds at most %d Tables\n", INT16_MAX);
-    appendCopies(dest, src);
+    appendCopies(dest, src->TableHead, src->NumTables);
     dest->NumTables = static_cast<int16_t>(total);
 }
 

@@ -158,7 +158,7 @@ void ZELPrintMetadata(ZELType* ZELdata)
     if (h.MetaDataType == 0) zel::report("NONE\n");
     if (h.MetaDataType == 1) zel::report("NLAPS\n");
     for (int i = 0; i < h.MetaDataSize && i < ZEL_METADATA_SIZE; ++i)
-        zel::report("%c", h.MetaDataText[i]);
+        zel::reportCharacter(h.MetaDataText[i]);
     zel::report("\n");
     ZELdata->WritePrompt = 0;
 }

@@ -54,7 +54,8 @@ int countComponents(ZELType& view, Inputs& inputs, int baseFile)
                    inputs.names[i]);
             return unreadable;
         }
-        if (directory.isComposite && !zel::checkDirectory(inputs.names[i], directory))
+        if (directory.isComposite &&
+            !zel::checkDirectory(inputs.names[i], directory, inputs.count == 1 || i == baseFile))
             return damaged;
         const int stored = directory.isComposite ? directory.prefix.baseIndex : 0;
         if (i == baseFile) view.baseZELComponent = view.numZELComponents + stored;

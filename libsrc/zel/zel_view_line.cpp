@@ -148,6 +148,7 @@ void copyScan(ZELType& view, const ZELType& base)
 
 int ZELReadCompositeLine(ZELType* ZELdata, int scale)
 {
+    if (!ZELdata->ZELComponent) zel::fail("ZELReadCompositeLine: Error NULL ZELComponent\n");
     ZELdata->SolarAnglesCalculated = 0;
     ZELdata->LatLonInterpolated = 0;
     int slot = 0;

@@ -134,8 +134,7 @@ inline MaskRecord fullMask()
     m.conditions = {{"bright", "Ch1 > 100", {}}, {"cold", "bright && Ch2 < 250", {}}};
     m.preFilters = {{{}, "bright", "3,4"}, {"night", "sz > 90", "7"}};
     m.postFilters = {{{}, "cold", "class=5"}, {{}, "Ch3==0", "skip_pixel"}};
-    m.preProgram = {"if (bright) then", "  weightclasses 8,9:0.5", "else", "  register1=Ch2",
-                    "endif"};
+    m.preProgram = {"if (bright) then", "  weightclasses 8,9:0.5", "endif", "register1=Ch2"};
     m.postProgram = {"if (class==5) class=6", "register2=1"};
     m.type = 1;
     m.title = {{"the title", {}, {}}};

@@ -30,7 +30,10 @@ private:
     {
         out_ << path_ << name << " = " << value << '\n';
     }
-    void add(const std::string& name, const char* value) { add(name, std::string(value ? value : "")); }
+    void add(const std::string& name, const char* value)
+    {
+        add(name, std::string(value ? value : ""));
+    }
     void add(const std::string& name, int value) { add(name, std::to_string(value)); }
 
     // Adds what the function adds, one level down.

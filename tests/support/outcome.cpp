@@ -85,6 +85,12 @@ std::string withoutGridNotes(const std::string& text)
             line.starts_with("make sure environment variable ZEL_DATA_DIR") ||
             (line.starts_with("or file ") && line.find(" is in directory: ") != std::string::npos);
         if (note) continue;
+        // The question about overwriting ends without a newline; a note can follow it.
+        const std::size_t question = line.find("? (y/n) cannot open file ");
+        if (question != std::string::npos) {
+            kept += line.substr(0, line.find("cannot open file ", question));
+            continue;
+        }
         kept += line;
         if (!lines.eof()) kept += '\n';
     }

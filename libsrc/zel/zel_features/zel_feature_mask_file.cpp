@@ -179,11 +179,11 @@ void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr)
 
 void ZELFeatureSaveMask(ZELFeatureMaskType* mask, const char* filename)
 {
-    FILE* stream = std::fopen(filename, "w+b");
+    zel::OpenedFile stream(std::fopen(filename, "w+b"));
     if (!stream) zel::failWithError("ZELFeatureSaveMask: cannot open output file %s\n", filename);
-    ZELFeatureWriteMask(mask, stream);
+    ZELFeatureWriteMask(mask, stream.get());
     errno = 0;
-    const bool failed = std::ferror(stream) != 0;
-    if (std::fclose(stream) != 0 || failed)
+    const bool failed = std::ferror(stream.get()) != 0;
+    if (std::fclose(stream.release()) != 0 || failed)
         zel::failWithError("ZELFeatureSaveMask: write error on file %s\n", filename);
 }

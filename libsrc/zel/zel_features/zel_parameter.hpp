@@ -2,6 +2,8 @@
 #ifndef ZEL_PARAMETER_HPP
 #define ZEL_PARAMETER_HPP
 
+#include <cstdio>
+#include <memory>
 #include <string_view>
 
 #include "zel_parameter.h"
@@ -22,6 +24,13 @@ void setString(char*& field, std::string_view text);
 
 // The same, null included.
 void setNullable(char*& field, const char* text);
+
+struct CloseFile {
+    void operator()(FILE* stream) const { std::fclose(stream); }
+};
+
+// A stream that is closed however it is left.
+using OpenedFile = std::unique_ptr<FILE, CloseFile>;
 
 // Whether a file can be read; errno stays as it was.
 bool opensForReading(const char* filename);

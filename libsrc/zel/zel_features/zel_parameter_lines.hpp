@@ -2,23 +2,16 @@
 #ifndef ZEL_PARAMETER_LINES_HPP
 #define ZEL_PARAMETER_LINES_HPP
 
-#include <cstdio>
-#include <memory>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "zel_feature_text.hpp"
 #include "zel_feature_types.h"
+#include "zel_parameter.hpp"
 
 namespace zel {
-
-struct CloseFile {
-    void operator()(FILE* stream) const { std::fclose(stream); }
-};
-
-// A stream of one's own.
-using OpenedFile = std::unique_ptr<FILE, CloseFile>;
 
 // Reads a parameter file line by line. Blank lines and comments ("#") are counted and passed over.
 // A last line without a newline is not read. What is longer than 239 characters comes in pieces,

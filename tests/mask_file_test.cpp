@@ -1,0 +1,591 @@
+// Mask files: written, read in every version, damaged.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "support/mask_bytes.hpp"
+#include "support/mask_text.hpp"
+
+namespace {
+
+using zel_test::build;
+using zel_test::BuiltMask;
+using zel_test::Bytes;
+using zel_test::elements;
+using zel_test::entry;
+using zel_test::FeatureBytes;
+using zel_test::fullMask;
+using zel_test::MaskRecord;
+using zel_test::Outcome;
+using zel_test::OwnedMask;
+using zel_test::runFeature;
+using zel_test::Stream;
+using zel_test::text;
+using zel_test::textOf;
+
+// A mask read from bytes.
+class ReadMask {
+public:
+    explicit ReadMask(const Bytes& bytes) : stream(bytes)
+    {
+        outcome = runFeature([this] { mask.reset(ZELFeatureReadMask(stream)); });
+    }
+    ZELFeatureMaskType* operator->() { return mask.get(); }
+    ZELMaskParameterType& rules() { return mask->MaskParameters; }
+
+    Stream stream;
+    OwnedMask mask;
+    Outcome outcome;
+};
+
+Bytes written(ZELFeatureMaskType* mask)
+{
+    const Stream stream;
+    ZELFeatureWriteMask(mask, stream);
+    return stream.bytes();
+}
+
+// A mask with the strings and lists of a first read is a file of the date it was written at.
+Bytes withDateOf(const ZELFeatureMaskType* mask, MaskRecord record)
+{
+    record.date = mask->Header.DateTimeString;
+    return build(record).bytes;
+}
+
+char* owned(const char* characters)
+{
+    return strdup(characters);
+}
+
+ZELStackStruct* compiled(const char* expression, int check = 1)
+{
+    int status = -1;
+    ZELStackStruct* stack = parseCondition(expression, &status, check, nullptr);
+    EXPECT_EQ(status, 0) << expression;
+    return stack;
+}
+
+CommandListStruct* append(CommandStruct& list, const char* label, ZELStackStruct* condition,
+                          ZELStackStruct* action = nullptr)
+{
+    CommandListStruct* added = allocateNewCommand(&list);
+    if (label) added->Label = owned(label);
+    added->Condition = condition;
+    added->Action = action;
+    return added;
+}
+
+// ---- Writing ----
+
+TEST(MaskFile, AMissingMaskIsFourZeroBytes)
+{
+    EXPECT_EQ(written(nullptr), (Bytes{0, 0, 0, 0}));
+}
+
+// Typed number by number, from nothing but the list of items.
+TEST(MaskFile, TheItemsAreWrittenInTheirOrder)
+{
+    const OwnedMask mask(ZELFeatureAllocateNewMask(513));
+    mask->ZELChannelLabel = owned("lb");
+    ZELMaskParameterType& p = mask->MaskParameters;
+    p.FilterConditions = static_cast<CommandStruct*>(std::calloc(1, sizeof(CommandStruct)));
+    append(*p.FilterConditions, "d", compiled("Ch1"));
+    append(p.PreClassFilters, nullptr, compiled("Ch2"), compiled("3,4", 0));
+    append(p.PostClassFilters, "p", compiled("Ch3"), compiled("class=1"));
+    p.PreProcessProgramTextHead = static_cast<ProgramLines*>(std::calloc(1, sizeof(ProgramLines)));
+    p.PreProcessProgramTextHead->text = owned("Ch1=2");
+    p.PreProcessProgramTextHead->lineNumber = 77;
+    p.MaskType = 1;
+    append(p.Title, "t", nullptr);
+    append(p.Comments, "c1", nullptr);
+    append(p.Comments, "c2", nullptr);
+    ZELClassifierList* c = ZELFeatureNewClassifierListEntry(mask.get());
+    ZELFeatureInitializeParameters(c->Parameters);
+    zel_test::FeatureHeader header;
+    header.date = c->Parameters->Header.DateTimeString;
+    header.output = "";
+    header.inputs = {};
+    append(c->Parameters->Features, nullptr, compiled("Ch1"));
+    c->Parameters->FeatureInfo.Max = static_cast<float*>(std::calloc(1, sizeof(float)));
+    c->Parameters->FeatureInfo.Min = static_cast<float*>(std::calloc(1, sizeof(float)));
+    c->ClassifierType = 6;
+    c->ClassifierLevel = 7;
+    c->ClassifierByteCount = 3;
+    c->Classifier = static_cast<unsigned char*>(std::calloc(3, 1));
+    c->Classifier[0] = 9;
+    c->Classifier[2] = 8;
+
+    const Bytes bytes = written(mask.get());
+    FeatureBytes b;
+    b.raw({0, 0, 0, 1});                           // classifiers
+    b.raw({0, 0, 0, 9}).raw("ZEL_MASK").raw({0});  // identifier
+    b.raw({0, 0, 2, 1});                           // channel 513
+    b.raw({0, 0, 0, 4}).raw("1.2").raw({0});       // version
+    b.string(mask->Header.DateTimeString);         // date
+    b.raw({0, 0, 0, 3}).raw("lb").raw({0});        // label
+    b.raw({0, 0, 0, 1}).raw({0});                  // comment: null is empty
+    b.number(1).number(1).string("d").number(1).string("Ch1").number(0);
+    b.number(1).number(0).number(1).string("Ch2").number(1).string("3,4");
+    b.number(1).number(1).string("p").number(1).string("Ch3").number(1).string("class=1");
+    b.number(1).string("Ch1=2");                            // pre-processing program
+    b.number(0);                                            // post-processing program
+    b.number(1);                                            // type
+    b.number(1).number(1).string("t").number(0).number(0);  // title
+    b.number(2).number(1).string("c1").number(0).number(0).number(1).string("c2").number(0).number(
+        0);  // comments
+    const Bytes classifier = build(header).bytes;
+    b.bytes.insert(b.bytes.end(), classifier.begin(), classifier.end());
+    b.number(3).number(6).number(7).raw({9, 0, 8});
+    EXPECT_EQ(bytes, b.bytes);
+}
+
+// "12:34:56  Monday Jan 02 2006"
+TEST(MaskFile, WritingRenewsIdentifierVersionAndDate)
+{
+    MaskRecord record = fullMask();
+    record.version = "1.15";
+    const OwnedMask mask(std::move(ReadMask(build(record).bytes).mask));
+    EXPECT_STREQ(mask->Header.VersionNumber, "1.15");
+    EXPECT_STREQ(mask->Header.DateTimeString, "01:02:03  Monday Jan 01 2024");
+    const std::time_t before = std::time(nullptr);
+    const Bytes bytes = written(mask.get());
+    const std::time_t after = std::time(nullptr);
+    EXPECT_STREQ(mask->Header.IdentifierString, "ZEL_MASK");
+    EXPECT_STREQ(mask->Header.VersionNumber, "1.2");
+    std::tm read{};
+    const char* end = strptime(mask->Header.DateTimeString, "%T  %A %b %d %Y", &read);
+    ASSERT_NE(end, nullptr) << mask->Header.DateTimeString;
+    EXPECT_STREQ(end, "");
+    read.tm_isdst = -1;
+    const std::time_t then = std::mktime(&read);
+    EXPECT_GE(then, before);
+    EXPECT_LE(then, after);
+    record.version = "1.2";
+    EXPECT_EQ(bytes, withDateOf(mask.get(), record));
+}
+
+// Class counts included, which headers by themselves are written without.
+TEST(MaskFile, WhatIsReadAndWrittenAgainIsTheSameBytes)
+{
+    ReadMask mask(build(fullMask()).bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    const Bytes bytes = written(mask.mask.get());
+    EXPECT_EQ(bytes, withDateOf(mask.mask.get(), fullMask()));
+}
+
+TEST(MaskFile, AMaskIsWrittenWhereTheStreamStands)
+{
+    ReadMask mask(build(fullMask()).bytes);
+    const Stream stream(Bytes(1000, 0xEE));
+    std::fseek(stream, 100, SEEK_SET);
+    ZELFeatureWriteMask(mask.mask.get(), stream);
+    const Bytes expected = withDateOf(mask.mask.get(), fullMask());
+    EXPECT_EQ(std::ftell(stream), static_cast<long>(100 + expected.size()));
+    const Bytes bytes = stream.bytes();
+    EXPECT_EQ(Bytes(bytes.begin(), bytes.begin() + 100), Bytes(100, 0xEE));
+    EXPECT_EQ(Bytes(bytes.begin() + 100, bytes.end()), expected);
+}
+
+// The numbers of a scene file may be swapped; those of a mask never are.
+TEST(MaskFile, TheByteOrderOfSceneFilesDoesNotMatter)
+{
+    SwapByteOrdering = !SwapByteOrdering;
+    ReadMask mask(build(fullMask()).bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    const Bytes bytes = written(mask.mask.get());
+    EXPECT_EQ(bytes, withDateOf(mask.mask.get(), fullMask()));
+    CheckByteOrder();
+}
+
+// ---- Reading ----
+
+TEST(MaskFile, AZeroIsNoMaskAndNothingMoreIsRead)
+{
+    ReadMask mask(Bytes{0, 0, 0, 0, 1, 2, 3, 4});
+    EXPECT_FALSE(mask.outcome.ended);
+    EXPECT_EQ(mask.mask, nullptr);
+    EXPECT_EQ(std::ftell(mask.stream), 4);
+}
+
+TEST(MaskFile, EveryItemIsRead)
+{
+    BuiltMask built = build(fullMask());
+    const std::size_t size = built.bytes.size();
+    built.bytes.insert(built.bytes.end(), {1, 2, 3});
+    ReadMask mask(built.bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    EXPECT_EQ(mask.outcome.out + mask.outcome.err, "");
+    EXPECT_EQ(std::ftell(mask.stream), static_cast<long>(size)) << "not a byte too many";
+    EXPECT_STREQ(mask->Header.IdentifierString, "ZEL_MASK");
+    EXPECT_STREQ(mask->Header.VersionNumber, "1.2");
+    EXPECT_STREQ(mask->Header.DateTimeString, "01:02:03  Monday Jan 01 2024");
+    EXPECT_EQ(mask->ZELChannelIndex, 2);
+    EXPECT_STREQ(mask->ZELChannelLabel, "cloud mask");
+    EXPECT_STREQ(mask->ZELChannelComment, "of two classifiers");
+    EXPECT_EQ(mask->numClassifiers, 2);
+    EXPECT_EQ(mask->next, nullptr);
+    const ZELMaskParameterType& p = mask.rules();
+    ASSERT_NE(p.FilterConditions, nullptr);
+    EXPECT_EQ(p.FilterConditions->num, 2);
+    EXPECT_EQ(text(entry(*p.FilterConditions).Label), "bright");
+    EXPECT_EQ(text(entry(*p.FilterConditions).Condition), "Ch1 > 100");
+    EXPECT_EQ(p.PreClassFilters.num, 2);
+    EXPECT_EQ(entry(p.PreClassFilters).Label, nullptr);
+    EXPECT_EQ(text(entry(p.PreClassFilters, 1).Label), "night");
+    EXPECT_EQ(p.PostClassFilters.num, 2);
+    EXPECT_EQ(text(entry(p.PostClassFilters, 1).Action), "skip_pixel");
+    EXPECT_EQ(text(entry(p.Title).Label), "the title");
+    EXPECT_EQ(text(entry(p.Comments).Label), "a comment");
+    EXPECT_EQ(text(entry(p.Comments, 1).Label), "");
+    EXPECT_EQ(p.MaskType, 1);
+    EXPECT_EQ(p.IO.numInputFiles, 0);
+    EXPECT_EQ(p.IO.outputFilename, nullptr);
+}
+
+TEST(MaskFile, ClassifiersAreReadInTheirOrder)
+{
+    ReadMask mask(build(fullMask()).bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    const ZELClassifierList& first = *mask->ClassifierListHead;
+    ASSERT_NE(first.next, nullptr);
+    const ZELClassifierList& second = *first.next;
+    EXPECT_EQ(mask->ClassifierList, &second);
+    EXPECT_EQ(first.ClassifierType, 3);
+    EXPECT_EQ(first.ClassifierLevel, 0);
+    EXPECT_EQ(first.ClassifierIndex, 0);
+    ASSERT_EQ(first.ClassifierByteCount, 700);
+    for (int i = 0; i < 700; ++i) ASSERT_EQ(first.Classifier[i], i * 7 % 256) << i;
+    EXPECT_EQ(first.Parameters->RandomSeed, 7);
+    EXPECT_EQ(first.Parameters->ClassInfo.Count[3], 258);
+    EXPECT_STREQ(first.Parameters->ClassInfo.name[3], "water");
+    EXPECT_EQ(first.Parameters->Features.num, 3);
+    EXPECT_STREQ(first.Parameters->FeatureInfo.Label[0], "sum");
+    EXPECT_EQ(first.Parameters->FeatureInfo.Max[0], 1.5f);
+    EXPECT_EQ(second.ClassifierType, 1);
+    EXPECT_EQ(second.ClassifierLevel, 42);
+    EXPECT_EQ(second.ClassifierIndex, 1);
+    ASSERT_EQ(second.ClassifierByteCount, 6);
+    EXPECT_EQ(Bytes(second.Classifier, second.Classifier + 6), (Bytes{0, 255, 'Z', 'E', 'L', 0}));
+    EXPECT_STREQ(second.Parameters->IO.outputFilename, "second.feat");
+    EXPECT_EQ(second.next, nullptr);
+}
+
+TEST(MaskFile, FiltersAndProgramsMayUseTheDefinitions)
+{
+    ReadMask mask(build(fullMask()).bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    const ZELMaskParameterType& p = mask.rules();
+    EXPECT_EQ(elements(entry(*p.FilterConditions, 1).Condition),
+              "2:1 1:100 0:9 2:2 1:250 0:10 0:4");
+    EXPECT_EQ(elements(entry(p.PreClassFilters).Condition), "2:1 1:100 0:9");
+    EXPECT_EQ(elements(entry(p.PostClassFilters).Condition), "2:1 1:100 0:9 2:2 1:250 0:10 0:4");
+    ASSERT_NE(p.PreProcessHead, nullptr);
+    EXPECT_EQ(elements(p.PreProcessHead->Statement), "2:1 1:100 0:9");
+}
+
+// A list of classes has a comma too many for an expression with one value.
+TEST(MaskFile, OnlyPreClassFiltersAreReadAsClassLists)
+{
+    ReadMask lists(build(fullMask()).bytes);
+    EXPECT_EQ(elements(entry(lists.rules().PreClassFilters).Action), "1:3 1:4 0:1");
+    MaskRecord record = fullMask();
+    record.postFilters = {{{}, "Ch1", "3,4"}};
+    ReadMask action(build(record).bytes);
+    EXPECT_TRUE(action.outcome.ended);
+    EXPECT_EQ(action.outcome.status, -1);
+    EXPECT_EQ(action.outcome.err, "expression: 3,4\nparse error: syntax error\n");
+    record.postFilters = {};
+    record.conditions = {{"list", "3,4", {}}};
+    ReadMask definition(build(record).bytes);
+    EXPECT_EQ(definition.outcome.err, "expression: 3,4\nparse error: syntax error\n");
+}
+
+TEST(MaskFile, ProgramsAreCompiledAndTheirLinesCountedFromOne)
+{
+    ReadMask mask(build(fullMask()).bytes);
+    const ZELMaskParameterType& p = mask.rules();
+    int number = 0;
+    for (const ProgramLines* line = p.PreProcessProgramTextHead; line; line = line->next) {
+        EXPECT_EQ(line->text, fullMask().preProgram[static_cast<std::size_t>(number)]);
+        EXPECT_EQ(line->lineNumber, ++number);
+    }
+    EXPECT_EQ(number, 4);
+    const ProgramStruct* statement = p.PreProcessHead;
+    ASSERT_NE(statement, nullptr);
+    EXPECT_EQ(statement->statementType, IF_STATEMENT);
+    EXPECT_EQ(statement->next->statementType, THEN_STATEMENT);
+    EXPECT_EQ(statement->next->next->statementType, WEIGHT_STATEMENT);
+    EXPECT_EQ(statement->nextFalse->statementType, ENDIF_STATEMENT) << "the program is linked";
+    EXPECT_STREQ(p.PostProcessProgramTextHead->text, "if (class==5) class=6");
+    ASSERT_NE(p.PostProcessHead, nullptr);
+    EXPECT_EQ(p.PostProcessHead->statementType, IF_STATEMENT);
+}
+
+TEST(MaskFile, WeightsAreDroppedFromThePostProcessingProgramOnly)
+{
+    MaskRecord record = fullMask();
+    record.preProgram = record.postProgram = {"weightclasses 3:1"};
+    ReadMask mask(build(record).bytes);
+    EXPECT_FALSE(mask.outcome.ended);
+    EXPECT_EQ(mask.outcome.out, "weightclasses found in postprocess... ignored\n");
+    EXPECT_NE(mask.rules().PreProcessHead, nullptr);
+    EXPECT_EQ(mask.rules().PostProcessHead, nullptr);
+    EXPECT_STREQ(mask.rules().PostProcessProgramTextHead->text, "weightclasses 3:1");
+}
+
+TEST(MaskFile, OfAProgramThatDoesNotCompileTheTextRemains)
+{
+    MaskRecord record = fullMask();
+    record.preProgram = {"Ch1=1", "if Ch1 then"};
+    ReadMask mask(build(record).bytes);
+    EXPECT_FALSE(mask.outcome.ended);
+    EXPECT_EQ(mask.outcome.err,
+              "line 2: if Ch1 then\nparse error: Missing start Parenthesis in if condition\n");
+    EXPECT_EQ(mask.rules().PreProcessHead, nullptr);
+    EXPECT_STREQ(mask.rules().PreProcessProgramTextHead->next->text, "if Ch1 then");
+    EXPECT_NE(mask.rules().PostProcessHead, nullptr);
+    EXPECT_EQ(mask->numClassifiers, 2);
+}
+
+TEST(MaskFile, AnEmptyMaskHasEmptyLists)
+{
+    ReadMask mask(build(MaskRecord{}).bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    EXPECT_EQ(mask->numClassifiers, 1);
+    ASSERT_NE(mask.rules().FilterConditions, nullptr);
+    EXPECT_EQ(mask.rules().FilterConditions->num, 0);
+    EXPECT_EQ(mask.rules().PreProcessProgramTextHead, nullptr);
+    EXPECT_EQ(mask.rules().PreProcessHead, nullptr);
+    EXPECT_EQ(mask->ClassifierListHead->ClassifierByteCount, 0);
+    EXPECT_EQ(mask->ClassifierListHead->Classifier, nullptr);
+    const Bytes bytes = written(mask.mask.get());
+    EXPECT_EQ(bytes, withDateOf(mask.mask.get(), MaskRecord{}));
+}
+
+// ---- Versions ----
+
+struct Gate {
+    const char* version;
+    bool programs, type;
+};
+
+class MaskVersion : public testing::TestWithParam<Gate> {};
+
+TEST_P(MaskVersion, HasTheItemsOfItsTime)
+{
+    MaskRecord record = fullMask();
+    record.version = GetParam().version;
+    record.hasPrograms = GetParam().programs;
+    record.hasType = GetParam().type;
+    ReadMask mask(build(record).bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    EXPECT_STREQ(mask->Header.VersionNumber, GetParam().version);
+    const ZELMaskParameterType& p = mask.rules();
+    EXPECT_EQ(p.PreProcessProgramTextHead != nullptr, GetParam().programs);
+    EXPECT_EQ(p.PreProcessHead != nullptr, GetParam().programs);
+    EXPECT_EQ(p.PostProcessProgramTextHead != nullptr, GetParam().programs);
+    EXPECT_EQ(p.PostProcessHead != nullptr, GetParam().programs);
+    EXPECT_EQ(p.MaskType, GetParam().type ? 1 : 0);
+    EXPECT_EQ(text(entry(p.Title).Label), "the title");
+    EXPECT_EQ(p.Comments.num, 2);
+    EXPECT_EQ(mask->numClassifiers, 2);
+    EXPECT_EQ(mask->ClassifierList->ClassifierByteCount, 6);
+    const Bytes again = written(mask.mask.get());
+    record.version = "1.2";
+    if (!record.hasPrograms) record.preProgram = record.postProgram = {};
+    if (!record.hasType) record.type = 0;
+    record.hasPrograms = record.hasType = true;
+    EXPECT_EQ(again, withDateOf(mask.mask.get(), record)) << "everything is written";
+}
+
+// 1.15 times 100 is a little less than 115; 1.1 is not above 110.
+INSTANTIATE_TEST_SUITE_P(, MaskVersion,
+                         testing::Values(Gate{"1.0", false, false}, Gate{"0.9", false, false},
+                                         Gate{"1", false, false}, Gate{"old", false, false},
+                                         Gate{"1.009", false, false}, Gate{"1.01", true, false},
+                                         Gate{"1.05", true, false}, Gate{"1.1", true, false},
+                                         Gate{"1.109", true, false}, Gate{"1.11", true, true},
+                                         Gate{"1.2", true, true}, Gate{"2.0", true, true}),
+                         [](const auto& tested) {
+                             std::string name = tested.param.version;
+                             for (char& c : name)
+                                 if (c == '.') c = '_';
+                             return "Version" + name;
+                         });
+
+// The level belongs to the version of the classifier's own header, whatever the mask's is.
+TEST(MaskFile, TheLevelCameAfterVersion1_1OfTheClassifiersHeader)
+{
+    for (const char* maskVersion : {"1.1", "1.2"}) {
+        MaskRecord record = fullMask();
+        record.version = maskVersion;
+        record.hasType = std::string(maskVersion) == "1.2";
+        record.classifiers[0].level = 9;
+        record.classifiers[1].header.version = "1.1";
+        record.classifiers[1].header.hasOptions = false;
+        record.classifiers[1].hasLevel = false;
+        record.classifiers.push_back(fullMask().classifiers[1]);
+        record.classifiers[2].header.version = "1.11";
+        ReadMask mask(build(record).bytes);
+        ASSERT_FALSE(mask.outcome.ended) << maskVersion << mask.outcome.err;
+        const ZELClassifierList* c = mask->ClassifierListHead;
+        EXPECT_EQ(c->ClassifierLevel, 9);
+        c = c->next;
+        EXPECT_EQ(c->ClassifierLevel, 0);
+        EXPECT_EQ(c->ClassifierByteCount, 6);
+        EXPECT_EQ(c->Classifier[1], 255) << "the bytes begin where the level would be";
+        EXPECT_STREQ(c->Parameters->Header.VersionNumber, "1.1");
+        EXPECT_EQ(c->next->ClassifierLevel, 42);
+        const Bytes again = written(mask.mask.get());
+        for (zel_test::ClassifierRecord& classifier : record.classifiers) {
+            classifier.header.version = "1.2";
+            classifier.header.hasOptions = classifier.hasLevel = true;
+        }
+        record.classifiers[1].level = 0;
+        record.version = "1.2";
+        if (!record.hasType) record.type = 0;
+        record.hasType = true;
+        EXPECT_EQ(again, withDateOf(mask.mask.get(), record));
+    }
+}
+
+// ---- What is no mask, or a damaged one ----
+
+TEST(MaskFile, AnotherIdentifierEndsTheProcess)
+{
+    for (const char* identifier : {"ZEL_MASKS", "zel_mask", "", "ZEL_FEATURE_HEADER"}) {
+        MaskRecord record = fullMask();
+        record.identifier = identifier;
+        ReadMask mask(build(record).bytes);
+        EXPECT_TRUE(mask.outcome.ended) << identifier;
+        EXPECT_EQ(mask.outcome.status, -1);
+        EXPECT_EQ(mask.outcome.err, "Error:  file does not contain a ZEL mask\n");
+        EXPECT_EQ(mask.mask, nullptr);
+    }
+}
+
+TEST(MaskFile, AClassifierWithoutAHeaderEndsTheProcess)
+{
+    MaskRecord record = fullMask();
+    record.classifiers[1].header.identifier[0] = 'z';
+    ReadMask mask(build(record).bytes);
+    EXPECT_TRUE(mask.outcome.ended);
+    EXPECT_EQ(mask.outcome.err, "Error: file does not contain ZEL Feature header\n");
+}
+
+TEST(MaskFile, AProgramWithoutStructureEndsTheProcess)
+{
+    MaskRecord record = fullMask();
+    record.preProgram = {"endif"};
+    ReadMask mask(build(record).bytes);
+    EXPECT_TRUE(mask.outcome.ended);
+    EXPECT_EQ(mask.outcome.err, "Endif error: Missing If or Else before endif\n");
+}
+
+// In front of each item and one byte behind it.
+TEST(MaskFile, AFileThatIsCutShortEndsTheProcess)
+{
+    const BuiltMask built = build(fullMask());
+    for (const auto& [item, offset] : built.items) {
+        for (const std::size_t size : {offset, offset + 1}) {
+            if (size >= built.bytes.size()) continue;
+            ReadMask mask(built.upTo(size));
+            ASSERT_TRUE(mask.outcome.ended) << item;
+            EXPECT_EQ(mask.outcome.status, -1) << item;
+            EXPECT_EQ(mask.mask, nullptr);
+            const bool said = mask.outcome.err.starts_with("corrupt feature file: ") ||
+                              mask.outcome.err.starts_with("ReadString error:");
+            EXPECT_TRUE(said) << item << ": " << mask.outcome.err;
+        }
+    }
+}
+
+TEST(MaskFile, TheMessageSaysWhatIsWrongAndWhere)
+{
+    BuiltMask built = build(fullMask());
+    const auto place = [&](const char* item) { return std::to_string(built.place(item)); };
+    EXPECT_EQ(ReadMask(built.upTo(3)).outcome.err,
+              "corrupt feature file: cut short in classifiers at offset 0\n");
+    EXPECT_EQ(ReadMask(built.upTo(built.place("classifier 1 data") + 5)).outcome.err,
+              "corrupt feature file: cut short in classifier bytes at offset " +
+                  place("classifier 1 data") + "\n");
+    EXPECT_EQ(ReadMask(built.upTo(built.place("channel"))).outcome.err,
+              "corrupt feature file: invalid number of classifiers 2 at offset 0\n")
+        << "what is left cannot hold two";
+    BuiltMask text = built;
+    text.put("date", 100000);
+    EXPECT_EQ(ReadMask(text.bytes).outcome.err, "ReadString error:status = 0, Length = 100000\n");
+    built.put("count", 1 << 24);
+    EXPECT_EQ(ReadMask(built.bytes).outcome.err,
+              "corrupt feature file: invalid number of classifiers 16777216 at offset 0\n");
+    built.put("count", -1);
+    EXPECT_EQ(ReadMask(built.bytes).outcome.err,
+              "corrupt feature file: invalid number of classifiers -1 at offset 0\n");
+}
+
+TEST(MaskFile, LengthsLargerThanTheFileEndTheProcess)
+{
+    for (const char* item :
+         {"count", "identifier", "version", "date", "label", "comment", "conditions",
+          "pre-class filters", "post-class filters", "preprocess", "postprocess", "title",
+          "comments", "classifier 0 input files", "classifier 0 conditions",
+          "classifier 1 features", "classifier 0 size", "classifier 1 size"}) {
+        for (const int value : {0x7FFFFFFF, 1000000, -5}) {
+            BuiltMask built = build(fullMask());
+            built.put(item, value);
+            ReadMask mask(built.bytes);
+            EXPECT_TRUE(mask.outcome.ended) << item << " " << value;
+            EXPECT_EQ(mask.outcome.status, -1);
+            EXPECT_EQ(mask.mask, nullptr);
+        }
+    }
+}
+
+// ---- Saving ----
+
+TEST(MaskFile, SavingWritesAFileOfItsOwn)
+{
+    const zel_test::TempDir dir;
+    ReadMask mask(build(fullMask()).bytes);
+    zel_test::writeFile(dir.path("saved"), std::string(100000, 'x'));
+    const Outcome outcome =
+        runFeature([&] { ZELFeatureSaveMask(mask.mask.get(), dir.path("saved").c_str()); });
+    EXPECT_FALSE(outcome.ended);
+    EXPECT_EQ(zel_test::readFile(dir.path("saved")), withDateOf(mask.mask.get(), fullMask()));
+}
+
+TEST(MaskFile, SavingToAPlaceThatIsNoneEndsTheProcess)
+{
+    ReadMask mask(build(fullMask()).bytes);
+    const Outcome outcome =
+        runFeature([&] { ZELFeatureSaveMask(mask.mask.get(), "/nowhere/saved"); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.err, "ZELFeatureSaveMask: cannot open output file /nowhere/saved\n"
+                           "system error code:: No such file or directory\n");
+}
+
+// The end of the mask is in the stream's buffer until it is closed.
+TEST(MaskFile, SavingToAFullDeviceEndsTheProcess)
+{
+    if (FILE* full = std::fopen("/dev/full", "w"))
+        std::fclose(full);
+    else
+        GTEST_SKIP() << "no /dev/full";
+    ReadMask mask(build(fullMask()).bytes);
+    const int before = zel_test::openDescriptors();
+    const Outcome outcome = runFeature([] { ZELFeatureSaveMask(nullptr, "/dev/full"); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.err, "ZELFeatureSaveMask: write error on file /dev/full\n"
+                           "system error code:: No space left on device\n");
+    const Outcome large = runFeature([&] { ZELFeatureSaveMask(mask.mask.get(), "/dev/full"); });
+    EXPECT_TRUE(large.ended);
+    EXPECT_EQ(large.status, -1);
+    EXPECT_EQ(large.err, "FileWrite error:system error code:: No space left on device\n");
+    EXPECT_EQ(zel_test::openDescriptors(), before);
+}
+
+}  // namespace
