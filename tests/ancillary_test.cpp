@@ -113,7 +113,9 @@ TEST(AncillarySearch, ReadsTheFilesOfZelDataDirFromItsSubdirectory)
     inFreshProcess([] {
         DataDirectory data;
         data.addAll();
+        const int open = zel_test::openDescriptors();
         EXPECT_EQ(run(ZELAncillaryReadFiles).out, "");
+        EXPECT_EQ(zel_test::openDescriptors(), open);
         for (const int read : SuccessfullyRead) EXPECT_EQ(read, 1);
         for (int grid = 0; grid < 4; ++grid)
             EXPECT_EQ(lookups[grid](90.0f, 0.0f), cell(grid, 0, grid == 2 ? 0 : 1079));

@@ -418,6 +418,15 @@ TEST(HistogramCount, PositionsThatAreInterpolatedAreTakenAsTheyStand)
     EXPECT_EQ(counter.counted(), 2.0f);
 }
 
+TEST(HistogramRules, ASinglePointIsNavigationToo)
+{
+    Counter counter(4, 0, 1);
+    const float lat = 91, lon = 0;
+    ZELLoadNavigation(counter.writer().get(), 0.0, &lat, &lon);
+    counter.count({1, 2, 3, 0});
+    EXPECT_EQ(counter.counted(), 0.0f);
+}
+
 TEST(HistogramCount, WithoutAScanTimeALineIsDaylight)
 {
     Counter counter(4, 2, 4);

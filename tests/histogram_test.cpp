@@ -100,6 +100,16 @@ TEST(HistogramRescale, MovesCountsByTheLowerEdgeOfTheirBin)
     EXPECT_EQ(h->NumPixels, 45.0f);
 }
 
+TEST(HistogramRescale, BinsWiderOrNarrowerThanOneUnitMoveByTheirEdgesToo)
+{
+    const Owned wide = histogramOf(42.0f, 10.0f, {1, 2, 3, 4, 5, 6, 7, 8, 9});  // edges 10, 14 ...
+    ZELRescaleHistogram(wide.get(), 42.0f, -22.0f);                             // 8 units per bin
+    EXPECT_EQ(countsOf(*wide), (std::vector<int>{0, 0, 0, 0, 1 + 2, 3 + 4, 5 + 6, 7 + 8, 9}));
+    const Owned narrow = histogramOf(3.0f, 1.0f, {1, 2, 3, 4, 5, 6, 7, 8, 9});  // edges 1, 1.25 ...
+    ZELRescaleHistogram(narrow.get(), 5.0f, 1.0f);  // half a unit per bin
+    EXPECT_EQ(countsOf(*narrow), (std::vector<int>{1 + 2, 3 + 4, 5 + 6, 7 + 8, 9, 0, 0, 0, 0}));
+}
+
 TEST(HistogramRescale, MovesCountsUpWhenTheRangeGrowsDownwards)
 {
     const Owned h = histogramOf(8.0f, 0.0f, {1, 2, 3, 4, 5, 6, 7, 8, 9});

@@ -22,7 +22,8 @@ FLOORS = {
     "zel_door": 0, "zel_report": 0, "zel_io": 0, "zel_byte_order": 0, "zel_text": 0,
     "zel_memory": 0, "zel_same_file": 0,
     # records
-    "zel_types": 1, "zel_records": 1, "zel_walk": 1, "zel_list": 1, "zel_slot": 1, "zel_buffers": 1, "zel_pixels": 1,
+    "zel_types": 1, "zel_records": 1, "zel_walk": 1, "zel_list": 1, "zel_slot": 1, "zel_buffers": 1,
+    "zel_pixels": 1,
     # blocks
     "zel_lut": 2, "zel_class_tables": 2, "zel_table": 2, "zel_histogram": 2, "zel_ancillary": 2,
     "zel_mask": 2, "zel_prefix": 2,

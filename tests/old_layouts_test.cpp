@@ -45,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Layout{220, 1221 + 2046 + 20008 + 3 * 284, 40},
                     Layout{221, 1221 + 2046 + 20008 + 3 * 284, 48},
                     Layout{230, 1221 + 2046 + 20008 + 3 * 284, 48}),
-    [](const auto& info) { return "V" + std::to_string(info.param.version); });
+    [](const auto& test) { return "V" + std::to_string(test.param.version); });
 
 TEST_P(EveryVersion, HasItsOwnOffsets)
 {

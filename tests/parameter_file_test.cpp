@@ -113,6 +113,12 @@ TEST(ParameterFile, ALineOf239CharactersIsReadWhole)
     EXPECT_EQ(file.outcome.out, "");
 }
 
+TEST(ParameterFile, ALastPieceOf239CharactersWithoutANewlineIsLost)
+{
+    const Parameters file(Parameters::complete("") + std::string(239, 'x'));
+    EXPECT_EQ(file.outcome.out, "");
+}
+
 // The piece of 239 characters loses its last one; the rest is a line of its own.
 TEST(ParameterFile, ALongerLineComesInPiecesThatAreCounted)
 {

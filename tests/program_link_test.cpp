@@ -185,8 +185,8 @@ TEST(ProgramLink, AChainOfSingleLinesWithoutAnElse)
 
 TEST(ProgramLink, AChainOfASingleLineAndABlockWithASingleLineElse)
 {
-    Program program(
-        "if (Ch1>9) class=1\nelse if (Ch1>5) then\nclass=2\nelse class=3\nclass=class+10\n");
+    Program program("if (Ch1>9) class=1\nelse if (Ch1>5) then\nclass=2\nelse "
+                    "class=3\nclass=class+10\nreturn\n");
     EXPECT_EQ(program.outcome.err, "");
     EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>9 T -> 1    F -> 2\n"
                                  "1: OTHER_STATEMENT class=1 T -> 2    F -> 2\n"
@@ -197,7 +197,8 @@ TEST(ProgramLink, AChainOfASingleLineAndABlockWithASingleLineElse)
                                  "3: OTHER_STATEMENT class=2 T -> 5    F -> 5\n"
                                  "4: ELSE_STATEMENT T -> 4    F -> 4\n"
                                  "4: OTHER_STATEMENT class=3 T -> 5    F -> 5\n"
-                                 "5: OTHER_STATEMENT class=class+10 T -> 0    F -> 0\n");
+                                 "5: OTHER_STATEMENT class=class+10 T -> 6    F -> 6\n"
+                                 "6: RETURN_STATEMENT T -> 0    F -> 0\n");
     EXPECT_EQ(program.classOf(10), 11.0f);
     EXPECT_EQ(program.classOf(7), 12.0f);
     EXPECT_EQ(program.classOf(1), 13.0f);
@@ -285,6 +286,19 @@ TEST(ProgramLink, ABlockThatEndsInAnotherIsWarnedOf)
         "if (Ch1>5) then\nif (Ch2>5) then\nclass=1\nendif\nelse\nclass=class+2\nendif\n");
     EXPECT_EQ(program.outcome.err, "warning: line 4: the statement goes on into the else block\n");
     EXPECT_EQ(program.classOf(9, 9), 3.0f);
+}
+
+TEST(ProgramLink, AnEmptyBlockGoesOnIntoItsElse)
+{
+    Program program("if (Ch1>5) then\nelse\nclass=1\nendif\n");
+    EXPECT_EQ(program.outcome.err, "warning: line 1: the statement goes on into the else block\n");
+    EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 2\n"
+                                 "1: THEN_STATEMENT T -> 2    F -> 4\n"
+                                 "2: ELSE_STATEMENT T -> 2    F -> 2\n"
+                                 "2: ELSE_THEN_STATEMENT (implied) T -> 3    F -> 3\n"
+                                 "3: OTHER_STATEMENT class=1 T -> 4    F -> 4\n"
+                                 "4: ENDIF_STATEMENT T -> 0    F -> 0\n");
+    EXPECT_EQ(program.classOf(9), 1.0f);
 }
 
 TEST(ProgramLink, AReturnOrASkipRightBeforeABlockElseIsNoReasonToWarn)

@@ -43,7 +43,8 @@ class ColorCube(LutTest):
 
     def test_a_key_beyond_all_keys(self):
         self.with_luts(32767)
-        self.refused("-vorn v -vorn_lut_cc", "ZELAddLUT: invalid LUT key 32768\n")
+        self.refused("-vorn v -vorn_lut_cc", "ZELAddLUT: invalid LUT key 32768\n"
+                     "zel_combine: Error: no free key for the color cube\n")
 
     def test_the_flag_may_stand_before_the_raster(self):
         self.cubes("-vorn_lut_cc -vorn v", 0)

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <string>
 
+#include "support/mask_bytes.hpp"
 #include "support/parameters.hpp"
 
 namespace zel_test {
@@ -186,6 +187,35 @@ private:
 inline std::string textOf(const ZELFeatureMaskType* mask)
 {
     return MaskText(mask).all();
+}
+
+// A mask read from bytes.
+class ReadMask {
+public:
+    explicit ReadMask(const Bytes& bytes) : stream(bytes)
+    {
+        outcome = runFeature([this] { mask.reset(ZELFeatureReadMask(stream)); });
+    }
+    ZELFeatureMaskType* operator->() { return mask.get(); }
+    ZELMaskParameterType& rules() { return mask->MaskParameters; }
+
+    Stream stream;
+    OwnedMask mask;
+    Outcome outcome;
+};
+
+inline Bytes written(ZELFeatureMaskType* mask)
+{
+    const Stream stream;
+    ZELFeatureWriteMask(mask, stream);
+    return stream.bytes();
+}
+
+// A mask with the strings and lists of a first read is a file of the date it was written at.
+inline Bytes withDateOf(const ZELFeatureMaskType* mask, MaskRecord record)
+{
+    record.date = mask->Header.DateTimeString;
+    return build(record).bytes;
 }
 
 }  // namespace zel_test
