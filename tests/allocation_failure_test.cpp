@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <map>
 #include <utility>
 
+#include "support/allocation_failure.hpp"
 #include "support/feature_file.hpp"
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
@@ -13,57 +13,13 @@
 #include "zel_features/zel_features.h"
 #include "zel_features/zel_variables.hpp"
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define ZEL_TEST_OWN_ALLOCATOR 1
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || !defined(__GLIBC__)
-#define ZEL_TEST_OWN_ALLOCATOR 1
-#endif
-
 #ifndef ZEL_TEST_OWN_ALLOCATOR
 
 namespace {
-long allocationsUntilFailure = 0;  // 0: none fails
-}
 
-extern "C" void* __libc_calloc(size_t count, size_t size);
-
-extern "C" void* calloc(size_t count, size_t size)
-{
-    if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) return nullptr;
-    return __libc_calloc(count, size);
-}
-
-namespace {
-
-using zel_test::Outcome;
+using zel_test::allocationsUntilFailure;
+using zel_test::endings;
 using zel_test::run;
-
-// How the call ends for each allocation that fails, by message.
-std::map<std::string, int> endings(const std::function<void()>& call)
-{
-    std::map<std::string, int> all;
-    for (long n = 1; n < 10000; ++n) {
-        Outcome outcome;
-        bool failed = false;
-        outcome = run([&] {
-            allocationsUntilFailure = n;
-            call();
-        });
-        failed = allocationsUntilFailure == 0;
-        allocationsUntilFailure = 0;
-        if (!failed) return all;
-        const std::string out = zel_test::withoutGridNotes(outcome.out + outcome.err);
-        const std::size_t last = out.find_last_of('\n', out.size() - 2);
-        const std::string message = last == std::string::npos ? out : out.substr(last + 1);
-        EXPECT_TRUE(outcome.ended) << n << ": " << message;
-        all[message] = outcome.status;
-    }
-    ADD_FAILURE() << "there is no end of allocations";
-    return all;
-}
 
 TEST(AllocationFailure, EveryAllocationOfAnOpenEndsTheProcessWithItsMessage)
 {

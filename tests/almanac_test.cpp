@@ -55,7 +55,7 @@ TEST(Almanac, NeighbouringDaysDifferLittle)
 
 TEST(Almanac, TheEarthsMeanRadius)
 {
-    EXPECT_EQ(earth_radius, 6371.03f);
+    EXPECT_EQ(earth_radius, 6371.03);
 }
 
 std::string sharedDirectory()

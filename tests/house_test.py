@@ -61,7 +61,8 @@ FEATURE_FLOORS = {
     # the files' encoding, headers, stored programs
     "zel_feature_io": 3, "zel_feature_walk": 3, "zel_feature_records": 3, "zel_feature_header": 3,
     "zel_program_file": 3,
-    # sample files
+    # masks, sample files
+    "zel_feature_mask": 4, "zel_mask_parameter": 4,
     "zel_feature_file": 4, "zel_feature_sample": 4, "zel_feature_fetch": 4,
 }
 
@@ -211,9 +212,10 @@ def library_refusal(room, target):
 
 
 def check_floors(path, text, exists):
-    in_table = room_of(path, FLOORS) or os.path.basename(path) in FACES
-    if wing_of(path) == "library" and not in_table:
-        yield "%s: a room without a floor: add it to FLOORS in tests/house_test.py" % path
+    name, table = {"library": ("FLOORS", FLOORS),
+                   "features": ("FEATURE_FLOORS", FEATURE_FLOORS)}.get(wing_of(path), ("", None))
+    if table and not room_of(path, table) and os.path.basename(path) not in FACES:
+        yield "%s: a room without a floor: add it to %s in tests/house_test.py" % (path, name)
     for number, name, quoted in includes_of(text):
         target = resolve(path, name, exists)
         if target is None:
@@ -305,7 +307,7 @@ class Floors(unittest.TestCase):
     HOUSE = {"libsrc/zel/" + name for name in (
         "zel.h", "zel_types.h", "zel_io.h", "zel_lut.h", "zel_table.h", "zel_class_tables.hpp",
         "zel_open.h", "zel_line.h", "zel_composite.h", "zel_features/zel_features.h",
-        "zel_features/masks.h")} | {"src/zel_combine/options.hpp"}
+        "zel_features/zel_feature_mask.h")} | {"src/zel_combine/options.hpp"}
 
     def messages(self, path, text):
         return list(check_floors(path, text, self.HOUSE.__contains__))
@@ -352,12 +354,12 @@ class Floors(unittest.TestCase):
         self.assertEqual(self.messages("libsrc/zel/zel.h", text), [])
 
     def test_features_are_refused_in_the_library(self):
-        self.assert_refused("libsrc/zel/zel_composite.cpp", '#include "zel_features/masks.h"\n',
+        self.assert_refused("libsrc/zel/zel_composite.cpp", '#include "zel_features/zel_feature_mask.h"\n',
                             "does not see the feature wing")
 
     def test_features_see_channels_but_not_composites(self):
-        path = "libsrc/zel/zel_features/masks.cpp"
-        self.assertEqual(self.messages(path, '#include "zel_open.h"\n#include "masks.h"\n'), [])
+        path = "libsrc/zel/zel_features/zel_feature_mask.cpp"
+        self.assertEqual(self.messages(path, '#include "zel_open.h"\n#include "zel_feature_mask.h"\n'), [])
         self.assert_refused(path, '#include "zel_composite.h"\n', "does not see floor 6")
 
     def test_the_tool_sees_faces_and_its_own(self):
@@ -369,6 +371,12 @@ class Floors(unittest.TestCase):
 
     def test_an_unknown_room_is_refused(self):
         self.assert_refused("libsrc/zel/zel_cellar.cpp", "", "add it to FLOORS")
+        self.assert_refused("libsrc/zel/zel_features/zel_attic.cpp", "", "add it to FEATURE_FLOORS")
+
+    def test_feature_floors_are_held(self):
+        path = "libsrc/zel/zel_features/zel_pixel.cpp"
+        self.assert_refused(path, '#include "zel_feature_mask.h"\n',
+                            "feature floor 1 does not see feature floor 4")
 
     def test_an_unknown_header_is_refused(self):
         self.assert_refused("libsrc/zel/zel_open.cpp", '#include "zel_opne.h"\n', "no file of")
@@ -389,7 +397,7 @@ class Door(unittest.TestCase):
             self.assertEqual(self.count(code), 1, code)
 
     def test_the_feature_wing_is_held_to_it_too(self):
-        self.assertEqual(self.count("exit(1);", "libsrc/zel/zel_features/masks.cpp"), 1)
+        self.assertEqual(self.count("exit(1);", "libsrc/zel/zel_features/zel_feature_mask.cpp"), 1)
 
     def test_what_only_looks_like_one_is_left_alone(self):
         for code in ("// exit(1)", "/* abort() */", 'fail("exit(1)");', 'fprintf(file, "x");',

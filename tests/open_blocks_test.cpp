@@ -205,6 +205,26 @@ TEST_F(Component, ItsLinesAreReadFromInsideIt)
     EXPECT_EQ(record->Channels[0].ChannelData[0], 91.0f);
 }
 
+// What lies behind the component's end is none of its header.
+TEST_F(Component, ASizeThatEndsInsideTheHeaderIsRefused)
+{
+    const std::string name = dir.path("both.zel");
+    for (const char* field : {"MaxNumChan", "lut[0].entry[1].R", "table[0].value[0]",
+                              "MetaDataText", "channel[2].Type"}) {
+        auto cut = zel_test::junkRecord();
+        int refused = -9;
+        const Outcome outcome = run([&] {
+            refused = OpenReadOnlyFile(cut.get(), name.c_str(), start,
+                                       static_cast<int>(built.offset(field)));
+        });
+        EXPECT_EQ(refused, -2) << field;
+        EXPECT_NE(outcome.out.find("OpenReadOnlyFile: corrupt file " + name + ": "),
+                  std::string::npos)
+            << field << ": " << outcome.out;
+        if (refused == 0) run([&] { ZELFinishReadingFile(cut.get()); });
+    }
+}
+
 TEST(OpenBlocks, APrefixOfOneComponentIsAPlainFileWhateverItsDirectoryHolds)
 {
     for (int components : {1, 0, -3}) {
@@ -262,6 +282,7 @@ TEST(FinishReading, IsSilentWithoutInvalidPositionsAndClosesTheStream)
     auto record = zel_test::junkRecord();
     const int before = zel_test::openDescriptors();
     run([&] { ZELOpenReadOnlyFile(record.get(), name.c_str()); });
+    record->FileOpened = 1;
     EXPECT_EQ(zel_test::openDescriptors(), before + 1);
     const Outcome outcome = run([&] { ZELFinishReadingFile(record.get()); });
     EXPECT_EQ(outcome.out, "");
@@ -303,6 +324,7 @@ TEST(FreeData, LeavesTheStreamOpen)
     writeFile(dir.path("scene.zel"), build(sceneWithBlocks()).bytes);
     auto record = zel_test::junkRecord();
     run([&] { ZELOpenReadOnlyFile(record.get(), dir.path("scene.zel").c_str()); });
+    record->FileOpened = 1;
     const Outcome outcome = run([&] { ZELFreeData(record.get()); });
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(record->FileOpened, 0);

@@ -162,8 +162,9 @@ TEST(ParameterSettings, AClassHasANameAndAColour)
     EXPECT_EQ(classes.Red[3], 0);
     EXPECT_EQ(classes.Green[3], 10);
     EXPECT_EQ(classes.Blue[3], 255);
-    EXPECT_EQ(text(classes.name[0]), "zero: none");
-    EXPECT_EQ(classes.Red[0], 1);
+    // A colon ends a label inside its quotes too, and what follows it is no colour.
+    EXPECT_EQ(text(classes.name[0]), "zero");
+    EXPECT_EQ(classes.Red[0], 0);
     EXPECT_EQ(text(classes.name[999]), "last one");
     EXPECT_EQ(classes.Red[999], 7);
     EXPECT_EQ(classes.Green[999], 8);

@@ -39,15 +39,19 @@ int hostByteOrder()
     return -1;
 }
 
+void setByteOrder(int hostOrder)
+{
+    SwapByteOrdering = hostOrder >= 0 ? hostOrder : 0;
+    if (hostOrder >= 0) return;
+    report("CheckByteOrder: cannot determine byte ordering\n");
+    fail("using machine native format...\n");
+}
+
 }  // namespace zel
 
 void CheckByteOrder(void)
 {
-    SwapByteOrdering = zel::hostByteOrder();
-    if (SwapByteOrdering >= 0) return;
-    SwapByteOrdering = 0;
-    zel::report("CheckByteOrder: cannot determine byte ordering\n");
-    zel::fail("using machine native format...\n");
+    zel::setByteOrder(zel::hostByteOrder());
 }
 
 int checkRead(int swap, void* Buffer, int Size, int Count, FILE* fptr)

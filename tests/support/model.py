@@ -188,7 +188,8 @@ def as_read(f):
 
 def channel_as_read(f, v, slot, c):
     c = replace(c, label=c.label.split(b"\0")[0], comment=c.comment.split(b"\0")[0],
-                wavelength=c.wavelength if v >= 111 else 0.0, tables=c.tables if v >= 211 else [])
+                wavelength=c.wavelength if v >= 111 else 0.0, tables=c.tables if v >= 211 else [],
+                mask=c.mask if v >= 141 else None)
     if v < 131:
         w = f32(c.wavelength)
         c.units = 3 if 0 < w < 3.5 else 1 if w >= 3.5 else 0

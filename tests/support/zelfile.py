@@ -7,6 +7,8 @@ import struct
 from array import array
 from dataclasses import dataclass, field, replace
 
+from maskfile import Mask, mask_bytes, parse_mask
+
 PREFIX_SIZE = 1221   # bytes of the prefix
 DIRECTORY_AT = 13    # where base index, count and the three tables of 100 begin
 FLT_MAX = struct.unpack("<f", b"\xff\xff\x7f\x7f")[0]
@@ -48,6 +50,7 @@ class Channel:
     bits: int = 8
     present: int = 1
     byte_size: int = None          # None: as the storage code has it
+    mask: Mask = None
     tables: list = field(default_factory=list)
     histogram: Histogram = None
     standard: Histogram = None
@@ -144,7 +147,7 @@ class ZelFile:
         if v >= 132:
             out.append(struct.pack(o + "i", c.base_flag))
         if v >= 141:
-            out.append(struct.pack(o + "i", 0))           # no classifier mask
+            out.append(mask_bytes(c.mask))                # big-endian in every file
         if v >= 211:
             out.append(struct.pack(o + "h", len(c.tables)))
             out += [table_record(t, o) for t in c.tables]
@@ -311,8 +314,8 @@ def parse_channel(c, v):
     ch.wavelength = c.one("f") if v >= 111 else 0.0
     ch.units = c.one("i") if v >= 131 else 0
     ch.base_flag = c.one("i") if v >= 132 else 0
-    if v >= 141 and c.one("i") != 0:
-        raise ValueError("a classifier mask")
+    if v >= 141:
+        ch.mask, c.at = parse_mask(c.data, c.at)
     if v >= 211:
         ch.tables = [parse_table(c) for _ in range(c.one("h"))]
     if v >= 121:

@@ -163,7 +163,10 @@ void ZELFreeStack(ZELStackStruct* stack)
 
 void addStack(ZELStackStruct* stackTo, const ZELStackStruct* stackFrom)
 {
-    for (const StackElementStruct* e = stackFrom->stackHead; e; e = e->nextElement) {
+    // A stack may be appended to itself: the copies are not copied again.
+    const int count = stackFrom->numStackElements;
+    const StackElementStruct* e = stackFrom->stackHead;
+    for (int i = 0; i < count && e; ++i, e = e->nextElement) {
         StackElementStruct& copy = zel::appendElement(*stackTo);
         copy.type = e->type;
         copy.op = e->op;
@@ -178,8 +181,10 @@ void printStack(const ZELStackStruct* stack)
             printInfo(zel::message("%s %d\n", kind.label, e->op.int_t));
         else if (e->type == CON)
             printInfo(zel::message("%s %f\n", kind.label, static_cast<double>(e->op.float_t)));
-        else
+        else if (e->op.int_t >= 0 && e->op.int_t < numOperators)
             printInfo(zel::message("%s %s %s\n", kind.label, operatorLabels[e->op.int_t],
                                    Operators[e->op.int_t].name));
+        else
+            printInfo(zel::message("%s %d\n", kind.label, e->op.int_t));
     }
 }

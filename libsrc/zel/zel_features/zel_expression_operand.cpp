@@ -16,6 +16,9 @@ using std::string_view;
 constexpr string_view channelPrefix = "ch";
 constexpr string_view registerPrefix = "register";
 
+// Definitions of definitions double with every line; a text that means more than this is refused.
+constexpr int mostElements = 100000;
+
 const CommandListStruct* findDefinition(string_view label, const CommandListStruct* definitions)
 {
     for (; definitions; definitions = definitions->next)
@@ -32,9 +35,12 @@ void setRegister(StackElementStruct& element, string_view number, bool assigned)
 // A definition stands for its compiled expression, word for word. One whose text begins with
 // "register" is another name of that register, so that it can be assigned to; whatever follows the
 // number in its text is lost.
-void compileDefinition(const CommandListStruct& definition, ZELStackStruct& stack, bool assigned)
+int compileDefinition(const CommandListStruct& definition, ZELStackStruct& stack, bool assigned)
 {
-    if (!definition.Condition) return;  // the definition that is being compiled right now
+    // The definition that is being compiled right now.
+    if (!definition.Condition) return ZEL_PARSE_OK;
+    if (stack.numStackElements + definition.Condition->numStackElements > mostElements)
+        return ZEL_PARSE_SYNTAX_ERROR;
     std::string text = definition.Condition->expression ? definition.Condition->expression : "";
     std::erase_if(text, zel::isBlank);
     if (zel::startsWithIgnoringCase(text, registerPrefix))
@@ -42,6 +48,7 @@ void compileDefinition(const CommandListStruct& definition, ZELStackStruct& stac
                     assigned);
     else
         addStack(&stack, definition.Condition);
+    return ZEL_PARSE_OK;
 }
 
 bool compileVariable(string_view text, StackElementStruct& element, bool assigned)
@@ -108,10 +115,8 @@ namespace zel {
 int compileOperand(string_view text, ZELStackStruct& stack, bool assigned,
                    const CommandListStruct* definitions)
 {
-    if (const CommandListStruct* definition = findDefinition(text, definitions)) {
-        compileDefinition(*definition, stack, assigned);
-        return ZEL_PARSE_OK;
-    }
+    if (const CommandListStruct* definition = findDefinition(text, definitions))
+        return compileDefinition(*definition, stack, assigned);
     StackElementStruct& element = appendElement(stack);
     if (compileVariable(text, element, assigned) || compileChannel(text, element, assigned) ||
         compileRegister(text, element, assigned))

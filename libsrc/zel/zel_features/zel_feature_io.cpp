@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "zel_byte_order.hpp"
+#include "zel_feature_io.hpp"
 #include "zel_feature_report.hpp"
 #include "zel_memory.hpp"
 
@@ -52,12 +53,16 @@ const void* reversedCopy(const void* buffer, std::size_t size, std::size_t count
 
 }  // namespace
 
+void zel::setHostOS(int hostOrder)
+{
+    if (hostOrder < 0) failWithError("InitializeFileRead: cannot determine byte ordering\n");
+    HostOS = hostOrder == 0 ? 1 : 0;
+    OSInitialized = 1;
+}
+
 void InitializeFileRead(void)
 {
-    const int order = zel::hostByteOrder();
-    if (order < 0) zel::failWithError("InitializeFileRead: cannot determine byte ordering\n");
-    HostOS = order == 0 ? 1 : 0;
-    OSInitialized = 1;
+    zel::setHostOS(zel::hostByteOrder());
 }
 
 int FileRead(void* buffer, int size, int count, FILE* fptr)

@@ -28,7 +28,8 @@ void FileWrite(const void* buffer, int size, int count, FILE* fptr);
 /* Writes a string; null is written as an empty one. */
 void WriteString(FILE* fptr, const char* string);
 
-/* Reads a string, which the caller frees with free(). */
+/* Reads a string, which the caller frees with free(). The stream must be able to seek: a length is
+   held against what the file has before memory is taken for it. */
 char* ReadString(FILE* fptr);
 
 #ifdef __cplusplus

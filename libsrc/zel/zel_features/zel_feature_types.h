@@ -35,7 +35,7 @@ typedef union elementUnion {
    variables; targets likewise. */
 typedef struct StackElementStruct {
     int type;        /* element kind, zel_expression.h */
-    elementUnion op; /* as below */
+    elementUnion op; /* as above */
     struct StackElementStruct* nextElement;
 } StackElementStruct;
 

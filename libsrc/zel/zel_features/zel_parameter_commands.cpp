@@ -180,19 +180,18 @@ void readRandomSeed(ParameterFile& file)
     file.parameters.RandomSeed = zel::leadingInteger(file.line.word(1));
 }
 
-// The label runs to its closing quote, or to the ":" before the colours where it has no quotes.
+// The label runs to its closing quote or to the next ":", whichever comes first; the colours are
+// behind the ":".
 string_view takeClassLabel(string_view& text)
 {
     const std::size_t opening = text.find('"');
-    if (opening > text.find(':')) return zel::takeUpToColon(text);
-    if (opening != string_view::npos) {
-        text.remove_prefix(opening + 1);
-        const string_view label = text.substr(0, text.find('"'));
-        text.remove_prefix(std::min(label.size() + 1, text.size()));
-        zel::takeUpToColon(text);
-        return label;
-    }
-    return zel::takeUpToColon(text);
+    if (opening == string_view::npos || opening > text.find(':')) return zel::takeUpToColon(text);
+    text.remove_prefix(opening + 1);
+    const std::size_t end = std::min(text.find_first_of(":\""), text.size());
+    const string_view label = text.substr(0, end);
+    text.remove_prefix(end);
+    zel::takeUpToColon(text);
+    return label;
 }
 
 int takeInteger(string_view& text)

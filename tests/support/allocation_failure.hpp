@@ -1,0 +1,29 @@
+// Memory that cannot be had: allocations of the library that fail when a test wants them to.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+// The sanitizers, and other systems, have allocators of their own.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ZEL_TEST_OWN_ALLOCATOR 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || !defined(__GLIBC__)
+#define ZEL_TEST_OWN_ALLOCATOR 1
+#endif
+
+namespace zel_test {
+
+// How many allocations there are until one fails, that one included; 0: none fails.
+extern long allocationsUntilFailure;
+
+// How the call ends for each of its allocations that fails: its last message, and the status.
+std::map<std::string, int> endings(const std::function<void()>& call);
+
+// The function with no allocation failing in it, whatever the call around it is in for.
+void withMemory(const std::function<void()>& function);
+
+}  // namespace zel_test
