@@ -131,10 +131,9 @@ TEST_F(Report, TheHeaderBlockHasItsLinesInOrder)
 
 TEST_F(Report, TheHeaderOfAPlainFile)
 {
-    EXPECT_EQ(printed(ZELPrintHeader),
-              "ZEL lib version 2.3000\nMaximum allowed channels 6\n"
-              "\nZEL data header:\n" +
-                  headerBlock("30.000000"));
+    EXPECT_EQ(printed(ZELPrintHeader), "ZEL lib version 2.3000\nMaximum allowed channels 6\n"
+                                       "\nZEL data header:\n" +
+                                           headerBlock("30.000000"));
 }
 
 TEST_F(Report, TheHeaderOfACompositeShowsEachComponentFirst)
@@ -207,10 +206,10 @@ TEST_F(Report, EachUnitsCodeHasItsWordsAndAnyOtherIsUnknown)
 
 TEST_F(Report, HeaderAndChannelsOfAPlainFileTogether)
 {
-    EXPECT_EQ(printed(ZELPrintHeaderInfo),
-              "ZEL lib version 2.3000\nMaximum allowed channels 6\n"
-              "\nZEL data header:\n" +
-                  headerBlock("30.000000") + "\nChannels defined in zel file:\n" + red(1) + heat);
+    EXPECT_EQ(printed(ZELPrintHeaderInfo), "ZEL lib version 2.3000\nMaximum allowed channels 6\n"
+                                           "\nZEL data header:\n" +
+                                               headerBlock("30.000000") +
+                                               "\nChannels defined in zel file:\n" + red(1) + heat);
 }
 
 TEST_F(Report, HeadersAndChannelsOfACompositeTogether)

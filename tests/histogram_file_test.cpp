@@ -376,13 +376,12 @@ TEST(HistogramPrint, ListsRangeAndEveryBinOfPresentChannels)
     const int others[] = {8, 9};
     ZELLoadStandardHistogram(writer.get(), 3, 2, 110.0f, -10.0f, others);
     const auto outcome = run([&] { ZELPrintHistograms(writer.get()); });
-    EXPECT_EQ(outcome.out,
-              "Channel Standard Histogram 1:\n"
-              "Max  9.50,  Min  1.50,  Numpix 18.000000,  Increment 0.250000\n"
-              " 1.50 5,  5.50 6,  9.50 7, \b\n"
-              "Channel Standard Histogram 3:\n"
-              "Max 110.00,  Min -10.00,  Numpix 17.000000,  Increment 0.008333\n"
-              "-10.00 8, 110.00 9, \b\n");
+    EXPECT_EQ(outcome.out, "Channel Standard Histogram 1:\n"
+                           "Max  9.50,  Min  1.50,  Numpix 18.000000,  Increment 0.250000\n"
+                           " 1.50 5,  5.50 6,  9.50 7, \b\n"
+                           "Channel Standard Histogram 3:\n"
+                           "Max 110.00,  Min -10.00,  Numpix 17.000000,  Increment 0.008333\n"
+                           "-10.00 8, 110.00 9, \b\n");
     ZELFreeChannelHistograms(writer.get());
 }
 

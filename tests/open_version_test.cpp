@@ -21,9 +21,8 @@ using zel_test::TempDir;
 using zel_test::writeFile;
 
 const char* const tryingAnotherOrder = "OpenReadOnlyFile: Trying another byte ordering...\n";
-const char* const unsupported =
-    "OpenReadOnlyFile: Trying another byte ordering...\n"
-    "OpenReadOnlyFile: unsupported data type\n";
+const char* const unsupported = "OpenReadOnlyFile: Trying another byte ordering...\n"
+                                "OpenReadOnlyFile: unsupported data type\n";
 
 Bytes withVersionNumber(float version)
 {

@@ -95,17 +95,16 @@ TEST_F(TableBlock, ReadingFillsTheListAndTracesIt)
 {
     place(twoTablesOnDisk());
     const Outcome outcome = read(2);
-    EXPECT_EQ(outcome.out,
-              "ZELReadTables:NumTables 2\n"
-              "ZELReadTables:NumTableValues 2\n"
-              "ZELReadTables:TableKeyValue 300\n"
-              "ZELReadTables:TableLabel Gains\n"
-              "ZELReadTables:0: 1.000000\n"
-              "ZELReadTables:1: -2.500000\n"
-              "ZELReadTables:NumTableValues 0\n"
-              "ZELReadTables:TableKeyValue 2\n"
-              "ZELReadTables:TableLabel Empty\n"
-              "Table offset 816\n");
+    EXPECT_EQ(outcome.out, "ZELReadTables:NumTables 2\n"
+                           "ZELReadTables:NumTableValues 2\n"
+                           "ZELReadTables:TableKeyValue 300\n"
+                           "ZELReadTables:TableLabel Gains\n"
+                           "ZELReadTables:0: 1.000000\n"
+                           "ZELReadTables:1: -2.500000\n"
+                           "ZELReadTables:NumTableValues 0\n"
+                           "ZELReadTables:TableKeyValue 2\n"
+                           "ZELReadTables:TableLabel Empty\n"
+                           "Table offset 816\n");
     EXPECT_EQ(keys(list), (Keys{300, 2}));
     EXPECT_EQ(list.TableHead->NumTableValues, 2);
     EXPECT_STREQ(list.TableHead->TableLabel, "Gains");
@@ -198,16 +197,15 @@ TEST_F(TableBlock, WritingPutsTheRecordsBackToBackAndTracesThem)
     fillAsOnDisk(list);
     fputs("before", stream);
     const Outcome outcome = run([&] { ZELWriteTables(stream, &list); });
-    EXPECT_EQ(outcome.out,
-              "ZELWriteTables:NumTables 2\n"
-              "ZELWriteTables:NumTableValues 2\n"
-              "ZELWriteTables:TableKeyValue 300\n"
-              "ZELWriteTables:TableLabel Gains\n"
-              "ZELWriteTables:0: 1.000000\n"
-              "ZELWriteTables:1: -2.500000\n"
-              "ZELWriteTables:NumTableValues 0\n"
-              "ZELWriteTables:TableKeyValue 2\n"
-              "ZELWriteTables:TableLabel Empty\n");
+    EXPECT_EQ(outcome.out, "ZELWriteTables:NumTables 2\n"
+                           "ZELWriteTables:NumTableValues 2\n"
+                           "ZELWriteTables:TableKeyValue 300\n"
+                           "ZELWriteTables:TableLabel Gains\n"
+                           "ZELWriteTables:0: 1.000000\n"
+                           "ZELWriteTables:1: -2.500000\n"
+                           "ZELWriteTables:NumTableValues 0\n"
+                           "ZELWriteTables:TableKeyValue 2\n"
+                           "ZELWriteTables:TableLabel Empty\n");
     EXPECT_EQ(list.TableStartOffset, 6);
     const Bytes all = written();
     ASSERT_GT(all.size(), 6u);
@@ -239,15 +237,14 @@ TEST_F(TableBlock, UpdatingRewritesTheBlockInPlaceReturnsAndTraces)
     list.TableStartOffset = 100;
     fseek(stream, 7, SEEK_SET);
     const Outcome outcome = run([&] { ZELUpdateTables(stream, &list); });
-    EXPECT_EQ(outcome.out,
-              "ZELUpdateTables:NumTableValues 2\n"
-              "ZELUpdateTables:TableKeyValue 300\n"
-              "ZELUpdateTables:TableLabel Gains\n"
-              "ZELUpdateTables:0: 1.000000\n"
-              "ZELUpdateTables:1: -2.500000\n"
-              "ZELUpdateTables:NumTableValues 0\n"
-              "ZELUpdateTables:TableKeyValue 2\n"
-              "ZELUpdateTables:TableLabel Empty\n");
+    EXPECT_EQ(outcome.out, "ZELUpdateTables:NumTableValues 2\n"
+                           "ZELUpdateTables:TableKeyValue 300\n"
+                           "ZELUpdateTables:TableLabel Gains\n"
+                           "ZELUpdateTables:0: 1.000000\n"
+                           "ZELUpdateTables:1: -2.500000\n"
+                           "ZELUpdateTables:NumTableValues 0\n"
+                           "ZELUpdateTables:TableKeyValue 2\n"
+                           "ZELUpdateTables:TableLabel Empty\n");
     EXPECT_EQ(ftell(stream), 7);
     Bytes expected(100, 0xEE);
     const Bytes block = twoTablesOnDisk();

@@ -56,6 +56,7 @@ void CheckByteOrder(void)
 
 int checkRead(int swap, void* Buffer, int Size, int Count, FILE* fptr)
 {
+    if (Size < 1 || Count < 1) return 0;
     const std::size_t got =
         std::fread(Buffer, static_cast<std::size_t>(Size), static_cast<std::size_t>(Count), fptr);
     if (swap && Size != 1) reverseElements(Buffer, Size, Count);
@@ -69,6 +70,7 @@ int ZELRead(void* Buffer, int Size, int Count, FILE* fptr)
 
 int ZELWrite(const void* Buffer, int Size, int Count, FILE* fptr)
 {
+    if (Size < 1 || Count < 1) return 0;
     const auto size = static_cast<std::size_t>(Size);
     const auto count = static_cast<std::size_t>(Count);
     if (Size == 1 || !SwapByteOrdering)
