@@ -255,6 +255,65 @@ TEST(MaskParameter, AnEmptyProgramIsNone)
     EXPECT_EQ(none.rules().PreProcessHead, nullptr);
 }
 
+// ---- The guide ----
+
+// The parameter file of the guide, with classifier files that are there.
+std::string guideExample()
+{
+    std::string text = zel_test::readText(std::string(ZEL_SOURCE_DIR) + "/docs/masks.md");
+    const std::size_t begin = text.find("```mask\n") + 8;
+    text = text.substr(begin, text.find("```", begin) - begin);
+    for (const std::string name : {"surface.cls", "clouds.cls"})
+        text.replace(text.find(name), name.size(), "@/one");
+    return text;
+}
+
+TEST(MaskGuide, ItsExampleIsAMask)
+{
+    MaskParameters file(guideExample());
+    ASSERT_TRUE(file.succeeded());
+    EXPECT_EQ(file.outcome.out, "");
+    EXPECT_EQ(file.list.NumMasks, 1);
+    const ZELMaskParameterType& p = file.rules();
+    EXPECT_EQ(text(entry(p.Title).Label), "Clouds");
+    EXPECT_EQ(text(entry(p.Comments).Label), "trained on the gulf scenes");
+    EXPECT_EQ(p.MaskType, ZEL_MASK_HIERARCHICAL);
+    EXPECT_EQ(file.mask().numClassifiers, 2);
+    EXPECT_EQ(file.mask().ClassifierList->ClassifierType, 2);
+    EXPECT_EQ(file.mask().ClassifierList->ClassifierLevel, 1);
+    EXPECT_EQ(text(p.IO.outputFilename), "clouds.mask");
+}
+
+TEST(MaskGuide, ItsExampleDoesWhatItSays)
+{
+    MaskParameters file(guideExample());
+    ASSERT_TRUE(file.succeeded());
+    const ZELMaskParameterType& p = file.rules();
+    float channels[4] = {50, 20, 0, 260};
+    ZELPixelStruct pixel{};
+    pixel.Channels = channels;
+    pixel.numChannels = 4;
+    pixel.sz = 86;
+    ZELFeatureClearClassWeights(&pixel, 1);
+    ZELBindPixel(&pixel);
+    EXPECT_EQ(ZELPreProcessPixel(&p, &pixel), 0);
+    EXPECT_EQ(pixel.class_weights[7], 2.0f) << "bright and cold";
+    EXPECT_EQ(pixel.Registers[0], 30.0f);
+    ZELFeaturePreClassificationFilter(&p, &pixel);
+    EXPECT_EQ(pixel.class_weights[3] + pixel.class_weights[4], 0.0f) << "the sun is low";
+    EXPECT_EQ(pixel.class_weights[5], 1.0f);
+    pixel.Class = 7;
+    ZELFeaturePostClassificationFilter(&p, &pixel);
+    EXPECT_EQ(pixel.Class, 7.0f);
+    EXPECT_EQ(ZELPostProcessPixel(&p, &pixel), 0);
+    EXPECT_EQ(pixel.Class, 3.0f);
+    EXPECT_EQ(pixel.Registers[1], 3.0f);
+    channels[3] = 0;
+    ZELFeaturePostClassificationFilter(&p, &pixel);
+    EXPECT_EQ(pixel.Class, 0.0f);
+    ZELBindPixel(nullptr);
+}
+
 // ---- From the text to the file ----
 
 TEST(MaskParameter, AMaskIsTheSameWhenItWasSavedAndRead)

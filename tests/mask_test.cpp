@@ -1,7 +1,10 @@
 // Classifier masks: made, copied, freed, listed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <iterator>
 
 #include "support/mask_bytes.hpp"
 #include "support/mask_text.hpp"
@@ -27,6 +30,46 @@ OwnedMask readMask(const zel_test::MaskRecord& record)
 bool hasLine(const std::string& text, const std::string& line)
 {
     return ("\n" + text).find("\n" + line + "\n") != std::string::npos;
+}
+
+// ---- Records ----
+
+TEST(Mask, FieldsAreInTheirOrder)
+{
+    const std::size_t classifier[] = {offsetof(ZELClassifierList, Parameters),
+                                      offsetof(ZELClassifierList, ClassifierByteCount),
+                                      offsetof(ZELClassifierList, ClassifierType),
+                                      offsetof(ZELClassifierList, ClassifierLevel),
+                                      offsetof(ZELClassifierList, ClassifierIndex),
+                                      offsetof(ZELClassifierList, Classifier),
+                                      offsetof(ZELClassifierList, next)};
+    EXPECT_TRUE(std::is_sorted(std::begin(classifier), std::end(classifier)));
+    const std::size_t mask[] = {offsetof(ZELFeatureMaskType, Header),
+                                offsetof(ZELFeatureMaskType, ClassifierListHead),
+                                offsetof(ZELFeatureMaskType, ClassifierList),
+                                offsetof(ZELFeatureMaskType, MaskParameters),
+                                offsetof(ZELFeatureMaskType, numClassifiers),
+                                offsetof(ZELFeatureMaskType, ZELChannelIndex),
+                                offsetof(ZELFeatureMaskType, ZELChannelLabel),
+                                offsetof(ZELFeatureMaskType, ZELChannelComment),
+                                offsetof(ZELFeatureMaskType, next)};
+    EXPECT_TRUE(std::is_sorted(std::begin(mask), std::end(mask)));
+    const std::size_t rules[] = {offsetof(ZELMaskParameterType, IO),
+                                 offsetof(ZELMaskParameterType, FilterConditions),
+                                 offsetof(ZELMaskParameterType, PreClassFilters),
+                                 offsetof(ZELMaskParameterType, PostClassFilters),
+                                 offsetof(ZELMaskParameterType, Comments),
+                                 offsetof(ZELMaskParameterType, Title),
+                                 offsetof(ZELMaskParameterType, PostProcessProgramTextHead),
+                                 offsetof(ZELMaskParameterType, PostProcessHead),
+                                 offsetof(ZELMaskParameterType, PreProcessProgramTextHead),
+                                 offsetof(ZELMaskParameterType, PreProcessHead),
+                                 offsetof(ZELMaskParameterType, MaskType)};
+    EXPECT_TRUE(std::is_sorted(std::begin(rules), std::end(rules)));
+    const std::size_t list[] = {
+        offsetof(ZELFeatureMaskListType, Conditions), offsetof(ZELFeatureMaskListType, MaskHead),
+        offsetof(ZELFeatureMaskListType, Mask), offsetof(ZELFeatureMaskListType, NumMasks)};
+    EXPECT_TRUE(std::is_sorted(std::begin(list), std::end(list)));
 }
 
 // ---- Life ----

@@ -78,17 +78,23 @@ void ZELFeatureFreeMaskList(ZELFeatureMaskListType* list);
 
 /* ---- Files ---- */
 
-/* Writes a mask at the stream's position: version "1.2", with the date of now, which also replace
-   the mask's Header. Null is written as the single number 0. */
+/* Writes a mask at the position of a stream that can be positioned: version "1.2", with the date of
+   now, which also replace the mask's Header. Null is written as the single number 0; that is also how
+   a mask without classifiers begins, so that nobody reads it again. */
 void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr);
 
-/* Reads a mask at the stream's position; the caller's. Null for the number 0. */
+/* Reads a mask at the position of a stream that can be positioned; the caller's. Null for the number
+   0. The text of a program that does not compile is kept, without its statements, after a message;
+   every other error ends the process (-1). */
 ZELFeatureMaskType* ZELFeatureReadMask(FILE* fptr);
 
 /* Writes a mask to a file of its own. */
 void ZELFeatureSaveMask(ZELFeatureMaskType* mask, const char* filename);
 
-/* Reads a mask parameter file into the list, whose previous content is not freed. */
+/* Reads a mask parameter file into the list, whose previous content is not freed. The masks take
+   channels 0, 1 and so on. The names of a mask's classifier files become the input files of its IO,
+   the name to save it under the output file. Every error prints its message, behind the line where
+   there is one, and ends the process (-1); unknown commands are reported and passed over. */
 void ZELParseMaskParameterFile(const char* filename, ZELFeatureMaskListType* list);
 
 /* ---- Use ---- */

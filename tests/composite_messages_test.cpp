@@ -1,0 +1,287 @@
+// Messages of containers and views: what is refused, warned of and gone wrong on the way.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "support/file_builder.hpp"
+#include "support/outcome.hpp"
+
+namespace {
+
+using zel_test::build;
+using zel_test::Bytes;
+using zel_test::Outcome;
+using zel_test::run;
+using zel_test::Scene;
+using zel_test::smallScene;
+using zel_test::withoutGridNotes;
+
+Scene sceneAt(float resolution, int version = 230)
+{
+    Scene scene = smallScene(version);
+    scene.resolution = resolution;
+    return scene;
+}
+
+class Messages : public testing::Test {
+protected:
+    std::string path(const std::string& name) const { return dir.path(name); }
+    void put(const std::string& name, const Bytes& content) const
+    {
+        zel_test::writeFile(path(name), content);
+    }
+    void put(const std::string& name, const Scene& scene) const { put(name, build(scene).bytes); }
+
+    static std::vector<const char*> pointers(const std::vector<std::string>& names)
+    {
+        std::vector<const char*> all;
+        for (const std::string& name : names) all.push_back(name.c_str());
+        return all;
+    }
+    std::vector<std::string> paths(const std::vector<std::string>& names) const
+    {
+        std::vector<std::string> all;
+        for (const std::string& name : names) all.push_back(path(name));
+        return all;
+    }
+
+    Outcome create(const std::vector<std::string>& names, const std::string& output = "out")
+    {
+        const std::vector<std::string> files = paths(names);
+        const std::string target = path(output);
+        return call([&] {
+            return ZELCreateCompositeFile(pointers(files).data(), static_cast<int>(names.size()), 0,
+                                          0, target.c_str(), 0);
+        });
+    }
+
+    // A view that did open is finished.
+    Outcome view(const std::vector<std::string>& names, int base = 0)
+    {
+        const std::vector<std::string> files = paths(names);
+        const auto record = zel_test::junkRecord();
+        const Outcome outcome = call([&] {
+            return ZELOpenCompositeReadOnlyFile(record.get(), pointers(files).data(),
+                                                static_cast<int>(names.size()), base);
+        });
+        if (!outcome.ended) run([&] { ZELFinishReadingFile(record.get()); });
+        return outcome;
+    }
+
+    const zel_test::TempDir dir;
+    int result = -9;
+
+private:
+    Outcome call(const std::function<int()>& function)
+    {
+        result = -9;
+        Outcome outcome = run([&] { result = function(); });
+        outcome.out = withoutGridNotes(outcome.out);
+        return outcome;
+    }
+};
+
+// ---- Containers ----
+
+using ContainerMessages = Messages;
+
+TEST_F(ContainerMessages, MoreComponentsThanADirectoryHolds)
+{
+    put("full", zel_test::buildComposite(std::vector<Scene>(100, sceneAt(30))));
+    put("a", sceneAt(30));
+    EXPECT_EQ(create({"full", "a"}).out,
+              "ZELCreateCompositeFile: Error: 101 components, a file holds at most 100\n");
+    EXPECT_EQ(result, -1);
+}
+
+TEST_F(ContainerMessages, TheOutputIsAnInput)
+{
+    put("a", sceneAt(30));
+    put("b", sceneAt(60));
+    EXPECT_EQ(create({"a", "b"}, "b").out, "ZELCreateCompositeFile: Error: output file " +
+                                               path("b") + " is one of the input files\n");
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(zel_test::readFile(path("b")), build(sceneAt(60)).bytes);
+}
+
+// Files of holes, which take no room.
+TEST_F(ContainerMessages, AContainerThatIsTooLarge)
+{
+    put("a", sceneAt(30));
+    put("b", sceneAt(60));
+    for (const char* name : {"a", "b"}) std::filesystem::resize_file(path(name), 1500000000);
+    EXPECT_EQ(create({"a", "b"}).out, "ZELCreateCompositeFile: Error: file " + path("out") +
+                                          " would hold 3000000000 bytes, at most 2147483647 fit\n");
+    EXPECT_EQ(result, -1);
+    EXPECT_FALSE(std::filesystem::exists(path("out")));
+}
+
+TEST_F(ContainerMessages, AFileOfTheOtherByteOrder)
+{
+    Scene swapped = sceneAt(60, 142);
+    swapped.bigEndian = true;
+    put("a", sceneAt(30));
+    put("b", swapped);
+    EXPECT_EQ(create({"a", "b"}).err,
+              "ZELCreateCompositeFile: warning: file " + path("b") +
+                  " is of the other byte order and cannot be read again in a container\n");
+    EXPECT_EQ(result, 0);
+    CheckByteOrder();
+}
+
+TEST_F(ContainerMessages, AnOldFileBehindANewPrefix)
+{
+    put("a", sceneAt(30, 120));
+    put("b", sceneAt(60));
+    const Outcome outcome = create({"a", "b"});
+    EXPECT_EQ(outcome.err,
+              "ZELCreateCompositeFile: warning: file " + path("a") +
+                  " is of an old version and cannot be read again behind a prefix: write it with "
+                  "-same_res first\n");
+    EXPECT_EQ(result, 0);
+}
+
+// The base index is the place of the file among the inputs, and one too many passes.
+TEST_F(ContainerMessages, ABaseThatTheContainerLacks)
+{
+    put("a", sceneAt(30));
+    put("b", sceneAt(60));
+    const std::string names[] = {path("a"), path("b")};
+    const char* inputs[] = {names[0].c_str(), names[1].c_str()};
+    const Outcome outcome =
+        run([&] { result = ZELCreateCompositeFile(inputs, 2, 2, 0, path("out").c_str(), 0); });
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(outcome.err, "ZELCreateCompositeFile: warning: file " + path("out") +
+                               " names component 2 as its base and has 2, counted from 0: it "
+                               "cannot be opened\n");
+}
+
+// Told of the first file, the test removes the second one.
+TEST_F(ContainerMessages, AnInputThatIsGoneWhenItsTurnComes)
+{
+    put("a", sceneAt(30));
+    put("b", zel_test::buildComposite({sceneAt(60), sceneAt(90)}));
+    const std::string second = path("b");
+    ZELSetProgressSink(
+        [](void* name, const char*, double, double) {
+            std::filesystem::remove(*static_cast<const std::string*>(name));
+        },
+        const_cast<std::string*>(&second));
+    const Outcome outcome = create({"a", "b"});
+    ZELSetProgressSink(nullptr, nullptr);
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.out, "ZELCreateCompositeFile: Error: cannot read file " + path("b") + "\n");
+}
+
+// A pipe takes the bytes, but there is no going back to the directory.
+TEST_F(ContainerMessages, AnOutputWithoutAWayBack)
+{
+    Scene scene = sceneAt(30);
+    put("a", scene);
+    scene.resolution = 60;
+    put("b", scene);
+    ASSERT_EQ(mkfifo(path("out").c_str(), 0600), 0);
+    const int pipe = open(path("out").c_str(), O_RDWR);
+    ASSERT_GE(pipe, 0);
+    const auto size = static_cast<int>(2 * build(scene).bytes.size());
+    if (fcntl(pipe, F_SETPIPE_SZ, size) < size) {
+        close(pipe);
+        GTEST_SKIP() << "no pipe of that size";
+    }
+    const Outcome outcome = create({"a", "b"});
+    close(pipe);
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.out, "ZELCreateCompositeFile: Error:  seek error\n");
+}
+
+// ---- Views ----
+
+using ViewMessages = Messages;
+
+TEST_F(ViewMessages, NoInput)
+{
+    EXPECT_EQ(view({}).out, "ZELOpenCompositeReadOnlyFile: Error: no input files\n");
+    EXPECT_EQ(result, -1);
+}
+
+TEST_F(ViewMessages, ABaseThatIsNone)
+{
+    put("a", sceneAt(30));
+    put("b", sceneAt(30));
+    for (const int base : {-1, 2, 99}) {
+        EXPECT_EQ(view({"a", "b"}, base).out,
+                  "ZELOpenCompositeReadOnlyFile: Error: invalid base file index " +
+                      std::to_string(base) + "\n");
+        EXPECT_EQ(result, -1);
+    }
+}
+
+TEST_F(ViewMessages, MoreChannelsThanAViewHolds)
+{
+    Scene scene = sceneAt(30);
+    scene.slots.assign(501, zel_test::channel(3, "one of many"));
+    put("a", scene);
+    put("b", scene);
+    EXPECT_EQ(
+        view({"a", "b"}).out,
+        "ZELOpenCompositeReadOnlyFile: Error: the components have 1002 channels, at most 1000 "
+        "fit\n");
+    EXPECT_EQ(result, -1);
+}
+
+TEST_F(ViewMessages, ResolutionsWhoseRatioIsNoWholeNumber)
+{
+    put("a", sceneAt(30));
+    put("b", sceneAt(75));
+    EXPECT_EQ(view({"a", "b"}).err,
+              "ZELOpenCompositeReadOnlyFile: warning: the resolutions of file " + path("b") +
+                  " and of the base have the ratio 2.500000: 2 is used, and pixels drift apart\n");
+    EXPECT_EQ(result, 0);
+}
+
+TEST_F(ViewMessages, ResolutionsThatCannotBelongTogether)
+{
+    put("a", sceneAt(30));
+    put("b", sceneAt(-30));
+    EXPECT_EQ(view({"a", "b"}).out,
+              "ZELOpenCompositeReadOnlyFile: Error: resolutions -30.000000 of file " + path("b") +
+                  " and 30.000000 of the base do not belong to one scene\n");
+    EXPECT_EQ(result, -1);
+}
+
+// Offsets 13, 17 and 21, 821: base index, number and tables of a directory.
+TEST_F(ViewMessages, ADirectoryThatIsDamaged)
+{
+    const Bytes whole = zel_test::buildComposite({sceneAt(30), sceneAt(60)});
+    const auto damagedAt = [&](std::size_t offset, unsigned char value) {
+        Bytes bytes = whole;
+        bytes[offset] = value;
+        put("c", bytes);
+        return view({"c"}).out;
+    };
+    const std::string begin = "OpenReadOnlyFile: corrupt file " + path("c") + ": invalid ";
+    EXPECT_EQ(damagedAt(17, 101), "OpenReadOnlyFile: corrupt file " + path("c") +
+                                      ": invalid number of components 101 at offset 17\n");
+    EXPECT_EQ(result, -2);
+    EXPECT_EQ(damagedAt(13, 2), begin + "base component index 2 at offset 13\n");
+    EXPECT_EQ(damagedAt(24, 0x80), begin + "component offset -2147483648 at offset 21\n");
+    EXPECT_EQ(damagedAt(824, 0x80).substr(0, begin.size() + 16), begin + "component size -");
+}
+
+TEST_F(ViewMessages, AViewWithoutComponents)
+{
+    const auto record = zel_test::zeroRecord();
+    record->numZELComponents = 2;
+    const Outcome outcome = run([&] { ZELReadCompositeLine(record.get(), 1); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.out, "ZELReadCompositeLine: Error NULL ZELComponent\n");
+}
+
+}  // namespace

@@ -1,0 +1,107 @@
+// The one way out: endings with and without a handler, and progress.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "support/file_builder.hpp"
+#include "support/outcome.hpp"
+
+namespace {
+
+// A call that the library ends.
+void misuse()
+{
+    ZELSetMessageSink([](void*, FILE*, const char*) {}, nullptr);
+    ZELAllocateLUT(-1);
+}
+
+TEST(Door, AnEndingEndsTheProcessWithItsStatus)
+{
+    EXPECT_EXIT(misuse(), testing::ExitedWithCode(255), "");
+}
+
+TEST(Door, AnExitHandlerIsCalledWithTheStatusAndMayLeave)
+{
+    const auto leave = [](void* userData, int status) {
+        std::_Exit(status == -1 ? *static_cast<int*>(userData) : 1);
+    };
+    int code = 42;
+    EXPECT_EXIT(
+        {
+            ZELSetExitHandler(leave, &code);
+            misuse();
+        },
+        testing::ExitedWithCode(42), "");
+}
+
+TEST(Door, AnExitHandlerThatReturnsLetsTheProcessEnd)
+{
+    EXPECT_EXIT(
+        {
+            ZELSetExitHandler([](void*, int) { std::fputs("told", stderr); }, nullptr);
+            misuse();
+        },
+        testing::ExitedWithCode(255), "^told$");
+}
+
+TEST(Door, WithoutAHandlerAgainItIsNotCalled)
+{
+    EXPECT_EXIT(
+        {
+            ZELSetExitHandler([](void*, int) { std::_Exit(7); }, nullptr);
+            ZELSetExitHandler(nullptr, nullptr);
+            misuse();
+        },
+        testing::ExitedWithCode(255), "");
+}
+
+TEST(Door, AGuardedCallIsNotAnEnding)
+{
+    bool called = false;
+    ZELSetExitHandler([](void* userData, int) { *static_cast<bool*>(userData) = true; }, &called);
+    const zel_test::Outcome outcome = zel_test::run([] { ZELAllocateLUT(-1); });
+    ZELSetExitHandler(nullptr, nullptr);
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_FALSE(called);
+}
+
+struct Told {
+    std::string units;
+    double done = 0, total = 0;
+    int calls = 0;
+};
+
+void tell(void* userData, const char* unit, double done, double total)
+{
+    Told& told = *static_cast<Told*>(userData);
+    EXPECT_GT(done, told.done) << "it grows";
+    told = {unit, done, total, told.calls + 1};
+}
+
+TEST(Door, ProgressOfAContainerIsToldInBytes)
+{
+    const zel_test::TempDir dir;
+    const zel_test::Bytes bytes = build(zel_test::smallScene()).bytes;
+    const std::string names[] = {dir.path("a"), dir.path("b")};
+    for (const std::string& name : names) zel_test::writeFile(name, bytes);
+    const char* inputs[] = {names[0].c_str(), names[1].c_str()};
+    Told told;
+    const auto create = [&] {
+        zel_test::run([&] {
+            EXPECT_EQ(ZELCreateCompositeFile(inputs, 2, 0, 0, dir.path("out").c_str(), 0), 0);
+        });
+    };
+    ZELSetProgressSink(tell, &told);
+    create();
+    ZELSetProgressSink(nullptr, nullptr);
+    EXPECT_EQ(told.units, "bytes");
+    EXPECT_EQ(told.calls, 2);
+    EXPECT_EQ(told.done, 2.0 * static_cast<double>(bytes.size()));
+    EXPECT_EQ(told.total, told.done);
+    create();
+    EXPECT_EQ(told.calls, 2) << "nobody is told any more";
+}
+
+}  // namespace
