@@ -173,6 +173,21 @@ TEST(MaskChannel, AMaskWithoutClassifiersIsLeftOut)
     EXPECT_STREQ(file->Channels[1].ChannelLabel, "channel");
 }
 
+// A record of an empty slot has its mask too.
+TEST(MaskChannel, ADeletedChannelKeepsItsMask)
+{
+    Writer writer(4, 0, 3);
+    ZELAddMaskChannel(writer.get(), newMask(fullMask()), 1, 9, 1, 3, 8, "l", "c");
+    writer.add(2, 3, 1, 0);
+    ZELDeleteChannel(writer.get(), 1);
+    writer.open();
+    writer.finish();
+    OpenedFile file(writer.bytes());
+    ASSERT_EQ(file.result, 0) << file.outcome.out;
+    EXPECT_EQ(file->Channels[1].ChannelPresentFlag, 0);
+    EXPECT_EQ(textOf(file->Channels[1].Mask), textOfFullMask());
+}
+
 // ---- Copies and views ----
 
 TEST(MaskChannel, CopiedHeadersHaveMasksOfTheirOwn)

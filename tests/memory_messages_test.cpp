@@ -196,10 +196,12 @@ TEST(MemoryMessages, OpeningANewFile)
     const zel_test::TempDir dir;
     const std::string path = dir.path("new");
     const auto record = zel_test::zeroRecord();
+    constexpr int navigationPoints = 2;
     const auto open = [&] {
         withMemory([&] {
             if (record->FileOpened) run([&] { ZELFinishWritingFile(record.get()); });
-            ZELInitNewWriteOnlyFile(record.get(), 5, "", 2001, 123, 7, 4, 0, 0, 1, 705, 30);
+            ZELInitNewWriteOnlyFile(record.get(), 5, "", 2001, 123, 7, 4, navigationPoints, 0, 1,
+                                    705, 30);
             ZELAddChannel(record.get(), 7, 1, 0, 3, 8, "channel", "");
             ZELSetOverwritePromptOff(record.get());
             ZELSetHistogramFlag(record.get(), 0);
@@ -211,6 +213,14 @@ TEST(MemoryMessages, OpeningANewFile)
     run([&] { ZELFinishWritingFile(record.get()); });
     EXPECT_TRUE(endsWith(all, "ZELOpenWriteOnlyFile: cannot allocate memory for channel 7\n", -3));
     EXPECT_TRUE(endsWith(all, "ZELOpenWriteOnlyFile: cannot allocate memory for PixBuf\n", -8));
+    for (const char* buffer : {"latitude", "longitude"})
+        EXPECT_TRUE(endsWith(
+            all, std::string("ZELOpenWriteOnlyFileHist: cannot allocate ") + buffer + " buffer\n"));
+    for (const char* buffer :
+         {"solar zenith", "viewing zenith", "solar azimuth", "latitude", "longitude", "Sunglint",
+          "Olson Ecosystem", "Percent Water", "IGBP Ecosystem", "Terrain"})
+        EXPECT_TRUE(endsWith(
+            all, std::string("ZELOpenWriteOnlyFile: cannot allocate ") + buffer + " buffer\n"));
 }
 
 // The first line needs room for its values, the second one for wider bins too.
