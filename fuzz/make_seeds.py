@@ -167,7 +167,7 @@ def vorn_files():
     features = compact(header_bytes(FeatureHeader(comments=[Entry(b"ARFF_TO_ZEL 3 9 8 7")])))
     save_all("vorn_fuzz", {
         "one_channel": vorn_input(one), "two_channels": vorn_input(two),
-        "other_order": vorn_input(raster(planes(1), ">", ">")),
+        "other_order": vorn_input(raster(planes(1), ">")),
         "no_channels": vorn_input(raster(planes(1), channels=0)),
         "negative_channels": vorn_input(raster(planes(1), channels=-1)),
         "more_channels_than_values": vorn_input(raster(planes(1), channels=40)),

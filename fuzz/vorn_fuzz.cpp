@@ -16,6 +16,7 @@ namespace {
 
 constexpr int pixels = 4;
 constexpr int lines = 3;
+constexpr int channels = 2;  // of the scene; the raster's are behind them
 
 enum Use {
     useHeader = 1,
@@ -52,29 +53,27 @@ Input split(const std::uint8_t* data, std::size_t size)
     return input;
 }
 
-bool isReversed(const std::string& raster)
-{
-    std::int32_t word = 0;
-    std::memcpy(&word, raster.data(), std::min(raster.size(), sizeof word));
-    return word != 0xABCD;
-}
-
-// The 32-bit word at a place of the raster, as its header says that words are stored.
 std::uint32_t wordAt(const std::string& raster, std::size_t at)
 {
     std::uint32_t word = 0;
-    if (at + sizeof word > raster.size()) return 0;
-    std::memcpy(&word, raster.data() + at, sizeof word);
-    return isReversed(raster) ? __builtin_bswap32(word) : word;
+    if (at + sizeof word <= raster.size()) std::memcpy(&word, raster.data() + at, sizeof word);
+    return word;
+}
+
+// The header follows its byte-order word. The values do not: they are in the order of the outputs.
+int channelsIn(const std::string& raster)
+{
+    const std::uint32_t word = wordAt(raster, 12);
+    return static_cast<int>(wordAt(raster, 0) == 0xABCD ? word : __builtin_bswap32(word));
 }
 
 // A LUT for each of many channels is a large output; and a table of classes for more than one may set up
 // channels until no LUT can be added, which takes minutes.
 bool takesLong(const Input& input)
 {
-    const auto channels = static_cast<std::int32_t>(wordAt(input.raster, 12));
+    const int appended = channelsIn(input.raster);
     const int most = input.uses & useFeatures ? 1 : input.uses & (useLUT | useCube) ? 4 : 40;
-    return channels > most && channels < ZEL_MAX_CHANNELS;
+    return appended > most && appended < ZEL_MAX_CHANNELS;
 }
 
 zel_fuzz::File file(const char* name, const std::string& bytes)
@@ -89,7 +88,8 @@ const char* scene()
         const auto out = std::make_unique<ZELType>();
         ZELInitNewWriteOnlyFile(out.get(), ZEL_SENSOR_GENERIC, "scene", 2024, 172, 1, pixels, 2, 0,
                                 pixels - 1, 705.0F, 1000.0F);
-        ZELAddChannel(out.get(), 0, 255.0F, 0.0F, ZEL_STORED_BYTE, 8, "label", "comment");
+        for (int c = 0; c < channels; ++c)
+            ZELAddChannel(out.get(), c, 255.0F, 0.0F, ZEL_STORED_BYTE, 8, "label", "comment");
         ZELSetOverwritePromptOff(out.get());
         ZELOpenWriteOnlyFile(out.get(), theFile.path());
         const float lat[] = {10.0F, 10.0F};
@@ -97,7 +97,7 @@ const char* scene()
         for (int line = 0; line < lines; ++line) {
             const float values[pixels] = {1.0F, 2.0F, 3.0F, 4.0F};
             ZELLoadNavigation(out.get(), 12.0, lat, lon);
-            ZELLoadChannel(out.get(), 0, values);
+            for (int c = 0; c < channels; ++c) ZELLoadChannel(out.get(), c, values);
             ZELWriteLine(out.get());
         }
         ZELFinishWritingFile(out.get());
@@ -140,12 +140,12 @@ bool append(const Input& input, const char* output)
 void checkValues(ZELType* out, const Input& input, int line)
 {
     if (input.uses & (useLUT | useCube | useFeatures)) return;
-    const int channels = static_cast<int>(wordAt(input.raster, 12));
-    for (int c = 0; c < channels; ++c) {
+    const int appended = channelsIn(input.raster);
+    for (int c = 0; c < appended; ++c) {
         const std::size_t plane = 16 + std::size_t{4} * pixels * lines * static_cast<unsigned>(c);
         const std::size_t row = plane + std::size_t{4} * pixels * static_cast<unsigned>(line);
         if (row + std::size_t{4} * pixels > input.raster.size()) return;
-        const float* values = ZELFetchChannel(out, 1 + c);
+        const float* values = ZELFetchChannel(out, channels + c);
         for (std::size_t x = 0; x < pixels; ++x) {
             const auto expected = std::bit_cast<float>(wordAt(input.raster, row + 4 * x));
             const bool isSame =
