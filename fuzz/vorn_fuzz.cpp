@@ -88,6 +88,7 @@ const char* scene()
         const auto out = std::make_unique<ZELType>();
         ZELInitNewWriteOnlyFile(out.get(), ZEL_SENSOR_GENERIC, "scene", 2024, 172, 1, pixels, 2, 0,
                                 pixels - 1, 705.0F, 1000.0F);
+        out->ZELHeader.MaxNumChan = channels;  // no 1000 records in each output
         for (int c = 0; c < channels; ++c)
             ZELAddChannel(out.get(), c, 255.0F, 0.0F, ZEL_STORED_BYTE, 8, "label", "comment");
         ZELSetOverwritePromptOff(out.get());
