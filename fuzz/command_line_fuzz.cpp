@@ -193,10 +193,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     constexpr std::size_t longest = 4000;
     if (size > longest) return 0;
+    Directory& files = directory();
     auto arguments = argumentsOf(std::string(reinterpret_cast<const char*>(data), size));
     const int status = runTool(arguments);
     if (status == 0 && !CommandLineInfo.compositeFlag)
         requireReadable(CommandLineInfo.OutputFileName);
-    requireUnharmed(directory().tidy());
+    requireUnharmed(files.tidy());
     return 0;
 }
