@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include <zel/zel.h>
@@ -44,6 +45,28 @@ bool guarded(Action action)
     ZELSetMessageSink([](void*, FILE*, const char*) {}, nullptr);
     const auto call = [](void* theAction) { (*static_cast<Action*>(theAction))(); };
     return ZELGuardedCall(call, &action, nullptr) == 0;
+}
+
+// The same with the messages appended to said.
+template <class Action>
+bool guarded(Action action, std::string& said)
+{
+    const auto note = [](void* text, FILE*, const char* message) {
+        *static_cast<std::string*>(text) += message;
+    };
+    ZELSetMessageSink(note, &said);
+    const auto call = [](void* theAction) { (*static_cast<Action*>(theAction))(); };
+    const bool returned = ZELGuardedCall(call, &action, nullptr) == 0;
+    ZELSetMessageSink([](void*, FILE*, const char*) {}, nullptr);
+    return returned;
+}
+
+// Ends the run, with the input kept, when what must hold does not.
+inline void require(bool holds, const char* otherwise)
+{
+    if (holds) return;
+    dprintf(STDERR_FILENO, "%s\n", otherwise);  // the streams may lead nowhere
+    std::abort();
 }
 
 }  // namespace zel_fuzz

@@ -439,6 +439,18 @@ TEST(ExpressionCompile, ADefinitionBeingCompiledStandsForNothing)
     expectStatuses({{"self", 3}, {"self+1", 3}}, &entry);
 }
 
+TEST(ExpressionCompile, ADefinitionWithoutATextStandsForItsElements)
+{
+    const Compiled sum("Ch1+2");
+    ZELStackStruct elements = sum.stack;
+    elements.expression = nullptr;
+    CommandListStruct entry = {};
+    char label[] = "sum";
+    entry.Label = label;
+    entry.Condition = &elements;
+    expectDumps({{"sum", "CHAN 1;CON 2.000000;OPER ADD +;"}}, &entry);
+}
+
 TEST(ExpressionCompile, EntriesWithoutALabelArePassedOver)
 {
     CommandListStruct entry = {};

@@ -399,6 +399,48 @@ TEST(ExpressionEvaluate, UnknownOperatorsEndTheProcess)
     }
 }
 
+// A list that no compiler made.
+Outcome outcomeOfElement(int type, int operand)
+{
+    Scene scene;
+    Compiled compiled("1");
+    compiled.stack.stackHead->type = type;
+    compiled.stack.stackHead->op.int_t = operand;
+    errno = 0;
+    return zel_test::run([&] { ZELEvaluateStack(&compiled.stack, &scene.pixel); });
+}
+
+TEST(ExpressionEvaluate, AVariableThatIsNoneEndsTheProcess)
+{
+    constexpr int most = std::numeric_limits<int>::max();
+    for (const int index : {-most - 1, -1, 19, most}) {
+        const Outcome outcome = outcomeOfElement(VAR, index);
+        EXPECT_TRUE(outcome.ended);
+        EXPECT_EQ(outcome.status, -1);
+        EXPECT_EQ(outcome.err,
+                  "ZELEvaluateStack: error variable index " + std::to_string(index) + "\n");
+    }
+    for (const int index : {0, 18}) EXPECT_FALSE(outcomeOfElement(VAR, index).ended);
+}
+
+TEST(ExpressionEvaluate, NoNumberOfAChannelIsTooSmallOrTooLargeForItsError)
+{
+    constexpr int most = std::numeric_limits<int>::max();
+    for (const int type : {CHAN, CHAN_LVALUE}) {
+        EXPECT_EQ(outcomeOfElement(type, -most - 1).err,
+                  "ZELEvaluateStack: error channel index -2147483648 < 1\n");
+        EXPECT_EQ(outcomeOfElement(type, most).err,
+                  "ZELEvaluateStack: error channel index 2147483647 > numChannels 5\n");
+    }
+}
+
+TEST(ExpressionEvaluate, ElementsOfNoKindEndTheProcess)
+{
+    for (const int type : {-1, 8})
+        EXPECT_EQ(outcomeOfElement(type, 1).err,
+                  "ZELEvaluateStack: illegal operator or function\n");
+}
+
 TEST(ExpressionEvaluate, TwoHundredValuesMayBePending)
 {
     std::string hundred = "1";

@@ -447,6 +447,30 @@ TEST(ExpressionLine, FailuresAreThoseOfTheFirstPixel)
     }
 }
 
+TEST(ExpressionLine, FailuresOfAListThatNoCompilerMadeAreThoseOfThePixelToo)
+{
+    constexpr int most = std::numeric_limits<int>::max();
+    const std::pair<int, int> elements[] = {{VAR, -1},         {VAR, 19},
+                                            {VAR, most},       {CHAN, -most - 1},
+                                            {CHAN, most},      {CHAN_LVALUE, -most - 1},
+                                            {REG, -most - 1},  {REG_LVALUE, most},
+                                            {OPER, -most - 1}, {8, 0}};
+    for (const auto& [type, operand] : elements) {
+        const Compiled compiled("Ch1");
+        compiled.stack.stackHead->type = type;
+        compiled.stack.stackHead->op.int_t = operand;
+        Line line(4), pixels(4);
+        errno = 0;
+        const Outcome all = zel_test::run([&] { line.evaluate(compiled.stack); });
+        const Outcome one = zel_test::run([&] { pixels.evaluateByPixels(compiled.stack); });
+        ZELBindPixel(nullptr);
+        EXPECT_TRUE(all.ended) << type << " " << operand;
+        EXPECT_EQ(all.status, -1);
+        EXPECT_EQ(all.err, one.err);
+        EXPECT_NE(all.err, "");
+    }
+}
+
 TEST(ExpressionLine, NoPixelsAreNoWork)
 {
     Line line(0);

@@ -16,31 +16,30 @@ namespace {
 constexpr int failed = -1;
 constexpr int linesBetweenReports = 50;
 
-// A record is too large for a stack, and is finished however the run ends.
-template <void (*finish)(ZELType*)>
+// A record is too large for a stack, and what became of it is finished however the run ends.
+template <int mode, void (*finish)(ZELType*)>
 struct Finish {
     void operator()(ZELType* file) const
     {
-        finish(file);
+        if (file->ReadWriteFlag == mode) finish(file);
         delete file;
     }
 };
-using InputFile = std::unique_ptr<ZELType, Finish<ZELFinishReadingFile>>;
-using OutputFile = std::unique_ptr<ZELType, Finish<ZELFinishWritingFile>>;
+using InputFile = std::unique_ptr<ZELType, Finish<ZEL_READ_ONLY, ZELFinishReadingFile>>;
+using OutputFile = std::unique_ptr<ZELType, Finish<ZEL_WRITE_ONLY, ZELFinishWritingFile>>;
 
 // The view to read, or none.
 InputFile openInput(const CommandLineStruct& info)
 {
-    auto in = std::make_unique<ZELType>();
+    InputFile in(new ZELType{});
     if (info.numInputFiles == 1) {
-        if (ZELOpenReadOnlyFile(in.get(), info.InputFileName[0]) == 0)
-            return InputFile(in.release());
+        if (ZELOpenReadOnlyFile(in.get(), info.InputFileName[0]) == 0) return in;
         std::printf("Cannot open input ZEL file %s\n", info.InputFileName[0]);
         return nullptr;
     }
     if (ZELOpenCompositeReadOnlyFile(in.get(), info.InputFileName, info.numInputFiles,
                                      info.BaseFile) == 0)
-        return InputFile(in.release());
+        return in;
     std::printf("Cannot open composite ZEL file \n");
     return nullptr;
 }
@@ -48,7 +47,7 @@ InputFile openInput(const CommandLineStruct& info)
 // A file to be written with the header and channels of the view.
 OutputFile copyHeaders(ZELType* in)
 {
-    OutputFile out(new ZELType);
+    OutputFile out(new ZELType{});
     ZELCopyFileHeaders(out.get(), in);
     return out;
 }

@@ -59,10 +59,11 @@ const Option* findOption(const char* word)
     return nullptr;
 }
 
-// A copy of the text for the rest of the run.
+// The texts of the present command line.
+std::deque<std::string> kept;
+
 char* keep(const char* text)
 {
-    static std::deque<std::string> kept;
     return kept.emplace_back(text).data();
 }
 
@@ -134,6 +135,7 @@ void setDefaults(CommandLineStruct& info)
 {
     const int argc = info.Argc;
     char** argv = info.Argv;
+    kept.clear();
     info = CommandLineStruct{};
     info.Argc = argc;
     info.Argv = argv;

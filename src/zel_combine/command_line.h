@@ -8,7 +8,7 @@ namespace zel_combine {
 
 inline constexpr int maxInputFiles = 20;
 
-// What the arguments ask for. Texts live to the end of the run.
+// What the arguments ask for. Texts live to the end of the run, or until the next command line.
 struct CommandLineStruct {
     int Argc;
     char** Argv;

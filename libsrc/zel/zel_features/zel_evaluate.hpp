@@ -17,7 +17,7 @@ namespace zel {
 // is let through.
 inline void requireChannel(int channel, int numChannels)
 {
-    if (channel - 1 > numChannels)
+    if (static_cast<long long>(channel) - 1 > numChannels)
         failWithError("ZELEvaluateStack: error channel index %d > numChannels %d\n", channel,
                       numChannels);
     if (channel < 1) failWithError("ZELEvaluateStack: error channel index %d < 1\n", channel);
@@ -29,6 +29,12 @@ inline void requireRegister(int number)
         failWithError("ZELEvaluateStack: error register index %d > ZEL_FEATURE_NUM_REGISTERS %d\n",
                       number, ZEL_FEATURE_NUM_REGISTERS);
     if (number < 1) failWithError("ZELEvaluateStack: error register index %d < 1\n", number);
+}
+
+// The compiler makes no others; a list may have come together in another way.
+inline void requireVariable(int index)
+{
+    if (!isVariable(index)) failWithError("ZELEvaluateStack: error variable index %d\n", index);
 }
 
 [[noreturn]] inline void failStack(int error)
@@ -139,6 +145,7 @@ float evaluate(const StackElementStruct* element, Pixel& pixel, int& skipped)
             values.push(channelValue(pixel, n - 1));
             break;
         case VAR:
+            requireVariable(n);
             values.push(*pixel.variable(n));
             break;
         case LVALUE:

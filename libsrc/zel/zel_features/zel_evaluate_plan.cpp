@@ -41,7 +41,7 @@ public:
         case CHAN:
             return isChannel(n) && push({channelPlace(n - 1), 0.0f});
         case VAR:
-            return pushVariable(n);
+            return zel::isVariable(n) && pushVariable(n);
         case LVALUE:
             return push(static_cast<float>(n));
         case CHAN_LVALUE:
