@@ -63,15 +63,6 @@ private:
     std::unique_ptr<FILE, int (*)(FILE*)> stream_;
 };
 
-// Ends the run where something that must hold does not.
-inline void require(bool holds, const char* what)
-{
-    if (holds) return;
-    // Past streams that are silenced.
-    dprintf(2, "does not hold: %s\n", what);
-    std::abort();
-}
-
 // The pixel that every evaluation is given, as it was at first.
 inline ZELPixelStruct& freshPixel()
 {
