@@ -120,10 +120,11 @@ void loadPosition(ZELType* file, const Resolution& r, int line)
 {
     const double km = static_cast<double>(r.metres) / 1000.0;
     const double south = (line + 0.5) * km;
+    const int interval = r.pixels / (navPoints - 1);
     float lat[navPoints];
     float lon[navPoints];
     for (int k = 0; k < navPoints; ++k) {
-        const double east = (k * (r.pixels / (navPoints - 1)) + 0.5) * km;
+        const double east = (k * interval + 0.5) * km;
         lat[k] = static_cast<float>(north - south * degreesPerKm);
         lon[k] = static_cast<float>(west + east * degreesPerKm / 0.72);
     }

@@ -27,7 +27,7 @@ bool refuse(const char* filename, const char* what, int value, const char* field
     LayoutSize layout(currentVersion, field);
     walkPrefix(layout, prefix);
     report("OpenReadOnlyFile: corrupt file %s: invalid %s %d at offset %lld\n", filename, what,
-           value, static_cast<long long>(layout.place() + 4 * entry));
+           value, static_cast<long long>(layout.place()) + 4 * entry);
     return false;
 }
 

@@ -177,11 +177,9 @@ void printStack(const ZELStackStruct* stack)
 {
     for (const StackElementStruct* e = stack->stackHead; e; e = e->nextElement) {
         const zel::KindRow& kind = zel::kindRows[e->type];
-        if (kind.numbered)
-            printInfo(zel::message("%s %d\n", kind.label, e->op.int_t));
-        else if (e->type == CON)
+        if (!kind.numbered && e->type == CON)
             printInfo(zel::message("%s %f\n", kind.label, static_cast<double>(e->op.float_t)));
-        else if (e->op.int_t >= 0 && e->op.int_t < numOperators)
+        else if (!kind.numbered && e->op.int_t >= 0 && e->op.int_t < numOperators)
             printInfo(zel::message("%s %s %s\n", kind.label, operatorLabels[e->op.int_t],
                                    Operators[e->op.int_t].name));
         else
