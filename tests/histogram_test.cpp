@@ -118,6 +118,15 @@ TEST(HistogramRescale, MovesCountsUpWhenTheRangeGrowsDownwards)
     EXPECT_EQ(h->Min, -8.0f);
 }
 
+// A file can say of any bin that it is full.
+TEST(HistogramRescale, CountsThatComeTogetherAreNoMoreThanABinHolds)
+{
+    constexpr int most = 2147483647;
+    const Owned h = histogramOf(8.0f, 0.0f, {most, 1, most, most, -most, -most, 3, -4, 9});
+    ZELRescaleHistogram(h.get(), 16.0f, 0.0f);
+    EXPECT_EQ(countsOf(*h), (std::vector<int>{most, most, -most - 1, -1, 9, 0, 0, 0, 0}));
+}
+
 void expectUnchanged(float newMax, float newMin, const std::vector<int>& counts)
 {
     const Owned h = histogramOf(8.0f, 0.0f, counts);
