@@ -27,7 +27,7 @@ Owned histogramOf(float max, float min, const std::vector<int>& counts)
     h->Max = max;
     h->Min = min;
     h->BinIncrement = static_cast<float>(counts.size() - 1) / (max - min);
-    h->NumPixels = static_cast<float>(std::accumulate(counts.begin(), counts.end(), 0));
+    h->NumPixels = std::accumulate(counts.begin(), counts.end(), 0.0F);
     std::copy(counts.begin(), counts.end(), h->Histogram);
     return h;
 }
