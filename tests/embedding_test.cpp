@@ -158,6 +158,7 @@ void combine(const char* const* names, const TempDir& dir, ZELType& in, ZELType&
     const std::string output = dir.path("combined");
     run([&] { ZELCreateCompositeFile(names, 2, 0, -1, output.c_str(), 0); });
     readScene(output, in);
+    std::filesystem::remove(output);
     copyView(names, output.c_str(), in, out);
     std::filesystem::remove(output);
 }
@@ -173,6 +174,7 @@ void combineSeed(const std::string& path, const TempDir& dir, ZELType& in, ZELTy
         bytes.begin() + 4 + std::min<long>(split, static_cast<long>(bytes.size()) - 4);
     const std::string first = dir.path("first");
     const std::string second = dir.path("second");
+    for (const std::string& file : {first, second}) std::filesystem::remove(file);
     zel_test::writeFile(first, Bytes(bytes.begin() + 4, middle));
     zel_test::writeFile(second, Bytes(middle, bytes.end()));
     const char* names[] = {first.c_str(), second.c_str()};

@@ -116,6 +116,16 @@ TEST(HistogramCount, AWiderLineRescalesWhatWasCounted)
     EXPECT_EQ(counter.counted(), 6.0f);
 }
 
+TEST(HistogramCount, AFullBinStaysFull)
+{
+    Counter counter(4);
+    counter.count({0, 51, 255, 0});
+    counter.histogram().Histogram[51] = 2147483646;
+    counter.count({51, 51, 51, 0});
+    EXPECT_EQ(counter.bin(51), 2147483647);
+    EXPECT_EQ(counter.counted(), 6.0f);
+}
+
 TEST(HistogramCount, ALineInsideTheRangeDoesNotRescale)
 {
     Counter counter(4);

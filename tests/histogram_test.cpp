@@ -27,7 +27,7 @@ Owned histogramOf(float max, float min, const std::vector<int>& counts)
     h->Max = max;
     h->Min = min;
     h->BinIncrement = static_cast<float>(counts.size() - 1) / (max - min);
-    h->NumPixels = static_cast<float>(std::accumulate(counts.begin(), counts.end(), 0));
+    h->NumPixels = std::accumulate(counts.begin(), counts.end(), 0.0F);
     std::copy(counts.begin(), counts.end(), h->Histogram);
     return h;
 }
@@ -116,6 +116,15 @@ TEST(HistogramRescale, MovesCountsUpWhenTheRangeGrowsDownwards)
     ZELRescaleHistogram(h.get(), 8.0f, -8.0f);
     EXPECT_EQ(countsOf(*h), (std::vector<int>{0, 0, 0, 0, 1 + 2, 3 + 4, 5 + 6, 7 + 8, 9}));
     EXPECT_EQ(h->Min, -8.0f);
+}
+
+// A file can say of any bin that it is full.
+TEST(HistogramRescale, CountsThatComeTogetherAreNoMoreThanABinHolds)
+{
+    constexpr int most = 2147483647;
+    const Owned h = histogramOf(8.0f, 0.0f, {most, 1, most, most, -most, -most, 3, -4, 9});
+    ZELRescaleHistogram(h.get(), 16.0f, 0.0f);
+    EXPECT_EQ(countsOf(*h), (std::vector<int>{most, most, -most - 1, -1, 9, 0, 0, 0, 0}));
 }
 
 void expectUnchanged(float newMax, float newMin, const std::vector<int>& counts)

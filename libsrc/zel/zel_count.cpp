@@ -57,7 +57,7 @@ void addToBins(ZELHistogramType& histogram, const float* values, int count)
     for (int i = 0; i < count; ++i) {
         const int bin = binAt((values[i] - histogram.Min) * histogram.BinIncrement);
         if (bin < 0 || bin >= histogram.NumHistogramBins) continue;
-        ++histogram.Histogram[bin];
+        addToBin(histogram.Histogram[bin], 1);
         histogram.NumPixels += 1.0F;
     }
 }

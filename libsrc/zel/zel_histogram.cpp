@@ -154,7 +154,7 @@ void ZELRescaleHistogram(ZELHistogramType* histogram, float newMax, float newMin
             const int bin = zel::binAt((value - newMin) * newIncrement);
             // The bound is inclusive: a count that lands on numBins moves to the spare bin.
             if (bin < 0 || bin > numBins) return;
-            bins.get()[bin] += histogram->Histogram[i];
+            zel::addToBin(bins.get()[bin], histogram->Histogram[i]);
         }
         zel::release(histogram->Histogram);
         histogram->Histogram = bins.release();

@@ -2,6 +2,9 @@
 #ifndef ZEL_HISTOGRAM_BLOCK_HPP
 #define ZEL_HISTOGRAM_BLOCK_HPP
 
+#include <algorithm>
+#include <cstdint>
+
 #include "zel_types.h"
 #include "zel_walk.hpp"
 
@@ -18,6 +21,13 @@ ZELHistogramType* duplicateHistogram(ZELHistogramType* histogram);
 inline int binAt(float position)
 {
     return position > -1.0F && position < 65536.0F ? static_cast<int>(position) : -1;
+}
+
+// A bin holds at most what its number can; a file may have said that it is full.
+inline void addToBin(int32_t& bin, int32_t count)
+{
+    const std::int64_t sum = std::int64_t{bin} + count;
+    bin = static_cast<int32_t>(std::clamp<std::int64_t>(sum, INT32_MIN, INT32_MAX));
 }
 
 // sum + value + value + ... with count additions, each rounded to float, in a bounded number of steps.

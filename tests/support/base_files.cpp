@@ -64,20 +64,21 @@ BaseFile padded(const Scene& scene)
     return file;
 }
 
-BaseComposite compositeOf(int pixels, int base)
-{
-    Scene coarse = sceneOf(230, false, pixels, 3);
-    coarse.resolution = 1000;
-    Scene fine = sceneOf(230, false, 2 * pixels, 6);
-    fine.resolution = 500;
-    return {buildComposite({coarse, fine}, base), build(coarse).bytes.size()};
-}
-
 MaskRecord maskOfChannel()
 {
     MaskRecord mask = fullMask();
     for (ClassifierRecord& c : mask.classifiers) c.data.resize(16);
     return mask;
+}
+
+BaseComposite compositeOf(int pixels, int base, const Bytes& mask = {0, 0, 0, 0})
+{
+    Scene coarse = sceneOf(230, false, pixels, 3);
+    coarse.resolution = 1000;
+    coarse.slots[2].mask = mask;
+    Scene fine = sceneOf(230, false, 2 * pixels, 6);
+    fine.resolution = 500;
+    return {buildComposite({coarse, fine}, base), build(coarse).bytes.size()};
 }
 
 }  // namespace
@@ -97,6 +98,18 @@ BaseFile maskedBaseFile(int version, bool bigEndian)
     Scene scene = sceneOf(version, bigEndian, 4, 2);
     scene.slots[2].mask = build(maskOfChannel()).bytes;
     return padded(scene);
+}
+
+BaseFile baseFileOf(int version, float resolution)
+{
+    Scene scene = sceneOf(version, false, 8, 6);
+    scene.resolution = resolution;
+    return padded(scene);
+}
+
+BaseComposite maskedBaseComposite()
+{
+    return compositeOf(4, 0, build(maskOfChannel()).bytes);
 }
 
 BaseComposite baseComposite(int base)

@@ -33,6 +33,9 @@ BaseFile wideBaseFile(int version, bool bigEndian);
 // The first with a mask in a channel; from version 1.41 on.
 BaseFile maskedBaseFile(int version, bool bigEndian);
 
+// The first at that resolution, in metres; from version 1.11 on.
+BaseFile baseFileOf(int version, float resolution);
+
 // Two components of 1000 and of 500 metres; base is the index of the one whose grid counts.
 struct BaseComposite {
     Bytes bytes;
@@ -40,5 +43,6 @@ struct BaseComposite {
 };
 BaseComposite baseComposite(int base);
 BaseComposite wideBaseComposite(int base);
+BaseComposite maskedBaseComposite();
 
 }  // namespace zel_test

@@ -110,11 +110,18 @@ void FileUnderTest::cut(std::size_t size)
         throw std::runtime_error("cannot cut " + path_);
 }
 
+int FileUnderTest::open()
+{
+    if (first_.empty()) return ZELOpenReadOnlyFile(record_.get(), path_.c_str());
+    const char* names[] = {first_.c_str(), path_.c_str()};
+    return ZELOpenCompositeReadOnlyFile(record_.get(), names, 2, 0);
+}
+
 Reading FileUnderTest::read(const std::function<void()>& action)
 {
     Reading reading;
     const Outcome outcome = run([&] {
-        reading.result = ZELOpenReadOnlyFile(record_.get(), path_.c_str());
+        reading.result = open();
         action();
         if (reading.result == 0) readLines(*record_, reading);
     });

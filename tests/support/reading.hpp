@@ -38,9 +38,15 @@ public:
     // Opens, reads every line, prints every report, finishes. The action happens behind the open.
     Reading read(const std::function<void()>& action = [] {});
 
+    // From now on it is read as the second file of a view, of which this is the first one.
+    void viewBehind(const std::string& first) { first_ = first; }
+
 private:
+    int open();
+
     TempDir dir_;
     std::string path_ = dir_.path("scene.zel");
+    std::string first_;
     int descriptor_;
     std::unique_ptr<ZELType> record_ = junkRecord();
 };
