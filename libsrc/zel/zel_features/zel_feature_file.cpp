@@ -87,9 +87,10 @@ private:
 
 void countSamples(ZELFeatureFileStruct& file)
 {
-    fseeko(file.fptr, 0, SEEK_END);
-    const off_t size = ftello(file.fptr);
-    fseeko(file.fptr, file.HeaderOffset, SEEK_SET);
+    std::int64_t size = 0;
+    zel::readFeatures(file.fptr, [&](zel::FeatureReader& reader) {
+        size = reader.position() + reader.remaining();
+    });
     const off_t samples = (size - file.HeaderOffset) / file.SampleLength;
     file.NumberOfSamples = static_cast<int>(std::min<off_t>(samples, INT_MAX));
 }

@@ -9,6 +9,7 @@
 #include "zel_feature_report.hpp"
 #include "zel_memory.hpp"
 #include "zel_parameter.hpp"
+#include "zel_same_file.hpp"
 
 const char* const IdentifierString = "ZEL_FEATURE_HEADER";
 const char* const VersionNumber = "1.2";
@@ -88,10 +89,9 @@ void setNullable(char*& field, const char* text)
 bool opensForReading(const char* filename)
 {
     const int error = errno;
-    FILE* stream = std::fopen(filename, "rb");
-    if (stream) std::fclose(stream);
+    const bool opens = isReadable(filename);
     errno = error;
-    return stream != nullptr;
+    return opens;
 }
 
 void freeFeatureInfo(ZELParameterStruct& parameters)

@@ -20,11 +20,21 @@ bool isAtEnd(FILE* stream)
     return c == EOF || std::ungetc(c, stream) == EOF;
 }
 
+// A file that cannot be read on has not ended.
+[[nodiscard]] bool end(FILE* stream, const char* filename)
+{
+    if (std::ferror(stream)) zel::failWithError("read error on parameter file %s\n", filename);
+    return false;
+}
+
 }  // namespace
 
 namespace zel {
 
-ParameterLines::ParameterLines(const char* filename) : stream_(std::fopen(filename, "r")) {}
+ParameterLines::ParameterLines(const char* filename)
+    : filename_(filename), stream_(std::fopen(filename, "r"))
+{
+}
 
 bool ParameterLines::read()
 {
@@ -32,10 +42,10 @@ bool ParameterLines::read()
     int c = '\0';
     while (c != '\n' && text_.size() < longestLine) {
         c = std::fgetc(stream_.get());
-        if (c == EOF) return false;
+        if (c == EOF) return end(stream_.get(), filename_);
         text_ += static_cast<char>(c);
     }
-    if (c != '\n' && isAtEnd(stream_.get())) return false;
+    if (c != '\n' && isAtEnd(stream_.get())) return end(stream_.get(), filename_);
     text_.pop_back();
     text_.resize(std::min(text_.size(), text_.find('\0')));
     ++number_;

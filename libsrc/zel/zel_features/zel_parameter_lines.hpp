@@ -21,7 +21,8 @@ public:
     explicit ParameterLines(const char* filename);
     bool isOpen() const { return stream_ != nullptr; }
 
-    // Goes on to the next line; false at the end of the file.
+    // Goes on to the next line; false at the end of the file. Ends the process (-1) when the file cannot
+    // be read.
     bool next();
 
     int number() const { return number_; }  // from 1
@@ -41,6 +42,7 @@ public:
 private:
     bool read();
 
+    const char* filename_;
     OpenedFile stream_;
     std::string text_;
     int number_ = 0;
