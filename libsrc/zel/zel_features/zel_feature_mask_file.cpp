@@ -103,8 +103,9 @@ void renewHeader(InfoStruct& header)
 {
     zel::setString(header.IdentifierString, maskIdentifier);
     zel::setString(header.VersionNumber, maskVersion);
+    char* now = zel::currentDateTime();
     zel::release(header.DateTimeString);
-    header.DateTimeString = zel::currentDateTime();
+    header.DateTimeString = now;
 }
 
 // A header is written with empty class counts; a trained classifier keeps its own.

@@ -80,7 +80,7 @@ std::string_view ParameterLines::afterCommand() const
 std::string_view ParameterLines::after(std::string_view lowerCaseWord) const
 {
     const std::size_t found = text_.find(lowerCaseWord);
-    if (found == std::string::npos) failWithError("syntax error line %d\n", number_);
+    if (found == zel::Text::npos) failWithError("syntax error line %d\n", number_);
     const std::size_t begin = found + lowerCaseWord.size() + 1;
     return std::string_view(text_).substr(std::min(begin, text_.size()));
 }
@@ -124,7 +124,7 @@ ZELStackStruct* compileFromLine(const ParameterLines& line, std::string_view tex
 {
     int status = ZEL_PARSE_OK;
     ZELStackStruct* stack =
-        parseCondition(std::string(text).c_str(), &status, check ? 1 : 0, definitions.ListHead);
+        parseCondition(zel::Text(text).c_str(), &status, check ? 1 : 0, definitions.ListHead);
     if (status == ZEL_PARSE_OK) return stack;
     failParse(line, what, status);
 }

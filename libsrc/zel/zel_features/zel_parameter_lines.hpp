@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "zel_feature_text.hpp"
@@ -26,7 +25,7 @@ public:
     bool next();
 
     int number() const { return number_; }  // from 1
-    const std::string& text() const { return text_; }
+    const Text& text() const { return text_; }
     std::string_view command() const { return word(0); }
 
     // The n-th word, empty when there is none.
@@ -44,7 +43,7 @@ private:
 
     const char* filename_;
     OpenedFile stream_;
-    std::string text_;
+    Text text_;
     int number_ = 0;
 };
 
