@@ -36,6 +36,13 @@ else()
     endforeach()
 endif()
 
+# Preloaded into the tool by a test. The sanitizers want to be the first in a program themselves.
+if(CMAKE_SYSTEM_NAME STREQUAL Linux AND NOT ZEL_SANITIZE)
+    add_library(failing_calls MODULE tests/support/failing_calls.c)
+    set_target_properties(failing_calls PROPERTIES
+        LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+endif()
+
 # Installs into an empty place and builds a C program against what it finds there.
 string(REPLACE ";" " " zel_consumer_flags "${zel_instrumentation}")
 add_test(NAME install_consumer COMMAND sh ${PROJECT_SOURCE_DIR}/tests/install/install_consumer.sh)

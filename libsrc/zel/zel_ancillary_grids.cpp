@@ -1,7 +1,9 @@
 #include "zel_ancillary_grids.hpp"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
+#include <cstring>
 
 namespace zel {
 namespace {
@@ -79,10 +81,11 @@ const char* gridFileName(int grid)
     return fileNames[grid];
 }
 
-void readGrid(FILE* stream, unsigned char (&cells)[gridRows][gridColumns])
+bool readGrid(FILE* stream, unsigned char (&cells)[gridRows][gridColumns])
 {
     for (auto& row : cells)
-        if (std::fread(row, 1, gridColumns, stream) == 0) return;
+        if (std::fread(row, 1, gridColumns, stream) == 0) break;
+    return !std::ferror(stream);
 }
 
 void findGrids(GridCells& cells, int (&wasRead)[numGrids], PrintText print)
@@ -94,9 +97,13 @@ void findGrids(GridCells& cells, int (&wasRead)[numGrids], PrintText print)
             reportUnreadable(grid, path, print);
             continue;
         }
-        readGrid(stream, cells[grid]);
+        const bool read = readGrid(stream, cells[grid]);
+        if (read)
+            wasRead[grid] = 1;
+        else
+            printFormatted(print, "ZELReadAncillaryFiles: read error on file %s: %s\n", path,
+                           std::strerror(errno));
         std::fclose(stream);
-        wasRead[grid] = 1;
     }
 }
 

@@ -18,8 +18,9 @@ using PrintText = void (*)(const char* text);
 
 const char* gridFileName(int grid);
 
-// Fills one grid from a stream of gridRows x gridColumns bytes; what the stream lacks stays as it is.
-void readGrid(FILE* stream, unsigned char (&cells)[gridRows][gridColumns]);
+// Fills one grid from a stream of gridRows x gridColumns bytes; what the stream lacks stays as it is. False
+// when the stream cannot be read.
+bool readGrid(FILE* stream, unsigned char (&cells)[gridRows][gridColumns]);
 
 // Looks for each grid's file and reads it, marking it in wasRead; a missing one is told to print.
 void findGrids(GridCells& cells, int (&wasRead)[numGrids], PrintText print);

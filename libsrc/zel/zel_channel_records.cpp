@@ -192,7 +192,9 @@ void writeChannels(ZELType& file)
     for (int slot = 0; slot < file.ZELHeader.MaxNumChan; ++slot) {
         ZELChannelType& c = file.Channels[slot];
         walkChannel(writer, c);
-        writeMask(file.fptr, c.Mask);
+        if (!writeMask(file.fptr, c.Mask))
+            fail("ZELOpenWriteOnlyFile: write error on file %s: %s\n", file.ImageFilename,
+                 std::strerror(errno));
         writer.field("channel NumTables", c.TableList.NumTables);
         if (c.TableList.NumTables > 0) ZELWriteTables(file.fptr, &c.TableList);
         writeOptionalHistogram(file, file.HistogramFlag ? c.ChannelHistogram : nullptr);

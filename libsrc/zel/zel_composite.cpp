@@ -1,8 +1,10 @@
 #include "zel_composite.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "zel_buffers.hpp"
 #include "zel_finish.h"
@@ -54,9 +56,13 @@ public:
         return directory(i).isComposite ? directory(i).prefix.numComponents : 1;
     }
 
-    void readDirectories()
+    // False when one is not known; its open has more to say.
+    bool readDirectories()
     {
-        for (int i = 0; i < count_; ++i) zel::readDirectory(names_[i], directory(i));
+        bool known = true;
+        for (int i = 0; i < count_; ++i)
+            if (!zel::readDirectory(names_[i], directory(i))) known = false;
+        return known;
     }
 
     // Opens every input and reads its first line, which has the scene's start time.
@@ -64,6 +70,11 @@ public:
     {
         for (int i = 0; i < count_; ++i) {
             if (ZELOpenReadOnlyFile(&record(i), names_[i]) < 0) return false;
+            if (record(i).numZELComponents != components(i)) {
+                report("ZELCreateCompositeFile: Error: file %s changes while it is read\n",
+                       names_[i]);
+                return false;
+            }
             ZELReadLine(&record(i));
         }
         return true;
@@ -85,6 +96,7 @@ private:
 
 // The container that is being written.
 struct Container {
+    const char* name = "";
     FILE* stream = nullptr;
     zel::Prefix directory{};
     int components = 0;
@@ -191,42 +203,64 @@ std::int64_t containerSize(Inputs& inputs)
 void openOutput(Container& container, const char* name, int overwritePrompt)
 {
     constexpr int answerSize = 9;
-    if (FILE* existing = std::fopen(name, "rb")) {
-        std::fclose(existing);
-        if (overwritePrompt) zel::confirmOverwrite(name, answerSize);
-    }
+    if (overwritePrompt && zel::isReadable(name)) zel::confirmOverwrite(name, answerSize);
+    container.name = name;
     container.stream = std::fopen(name, "w+b");
     if (!container.stream) report("ZELCreateCompositeFile: cannot create file %s\n", name);
 }
 
-[[noreturn]] void failWriting()
+[[noreturn]] void failWriting(const char* name)
 {
+    zel::reportTo(stderr, "ZELCreateCompositeFile: write error on file %s: %s\n", name,
+                  std::strerror(errno));
     fail("ZELCreateCompositeFile: Error:  write error copying files\n");
 }
 
-// Copies what is left of the input; returns its bytes. Blocks are large and go past the output's
-// buffer, which holds nothing else at that time.
-std::int64_t copyRest(Container& container, FILE* input, const char* name)
+[[noreturn]] void failSeeking(const char* name)
+{
+    zel::reportTo(stderr, "ZELCreateCompositeFile: write error on file %s: %s\n", name,
+                  std::strerror(errno));
+    fail("ZELCreateCompositeFile: Error:  seek error\n");
+}
+
+[[noreturn]] void failReading(const char* name, const char* reason)
+{
+    zel::reportTo(stderr, "ZELCreateCompositeFile: read error on file %s: %s\n", name, reason);
+    fail("ZELCreateCompositeFile: Error: cannot read file %s\n", name);
+}
+
+// Goes to a place of the input, to be copied from there.
+void begin(FILE* input, const char* name, off_t place)
+{
+    if (fseeko(input, place, SEEK_SET) != 0) failReading(name, std::strerror(errno));
+}
+
+// Copies what is left of the input, as many bytes at least as it had before; returns how many. Blocks
+// are large and go past the output's buffer, which holds nothing else at that time.
+std::int64_t copyRest(Container& container, FILE* input, const char* name, std::int64_t atLeast)
 {
     std::int64_t total = 0;
     unsigned char* block = container.block.get();
     while (const std::size_t got = std::fread(block, 1, blockSize, input)) {
-        if (std::fwrite(block, 1, got, container.stream) != got) failWriting();
+        if (std::fwrite(block, 1, got, container.stream) != got) failWriting(container.name);
         total += static_cast<std::int64_t>(got);
         container.copied += static_cast<std::int64_t>(got);
         zel::progress("bytes", static_cast<double>(container.copied),
                       static_cast<double>(container.expected));
     }
-    if (std::ferror(input)) fail("ZELCreateCompositeFile: Error: cannot read file %s\n", name);
+    if (std::ferror(input)) failReading(name, std::strerror(errno));
+    if (total < atLeast) failReading(name, "unexpected end of file");
     return total;
 }
 
-void appendPlain(Container& container, const ZELType& input, std::int64_t prefixSize)
+void appendPlain(Container& container, const ZELType& input, const char* name,
+                 std::int64_t fileSize, std::int64_t prefixSize)
 {
-    std::rewind(input.fptr);
-    const std::int64_t size = prefixSize + copyRest(container, input.fptr, input.ImageFilename);
+    begin(input.fptr, name, 0);
+    const std::int64_t size = prefixSize + copyRest(container, input.fptr, name, fileSize);
     container.addEntry(container.start, input.ZELHeader.SpatialResolution, size);
     container.start = ftello(container.stream);
+    if (container.start < 0) failSeeking(container.name);
 }
 
 // A composite goes in with its own directory reduced to one component, and its entries follow each
@@ -234,7 +268,7 @@ void appendPlain(Container& container, const ZELType& input, std::int64_t prefix
 void appendComposite(Container& container, const char* name, const Directory& directory)
 {
     FILE* input = std::fopen(name, "rb");
-    if (!input) fail("ZELCreateCompositeFile: Error: cannot read file %s\n", name);
+    if (!input) failReading(name, std::strerror(errno));
     zel::RecordWriter writer(container.stream);
     unsigned char magicAndVersion[compositeVersionOffset];
     const bool whole =
@@ -242,8 +276,10 @@ void appendComposite(Container& container, const char* name, const Directory& di
     writer.array("magic and version text", magicAndVersion, sizeof magicAndVersion);
     zel::Prefix single = zel::plainPrefix(directory.prefix.resolutions[0]);
     zel::walkDirectory(writer, single);
-    if (!whole || fseeko(input, compositeHeaderOffset, SEEK_SET) != 0) failWriting();
-    copyRest(container, input, name);
+    if (!whole)
+        failReading(name, std::ferror(input) ? std::strerror(errno) : "unexpected end of file");
+    begin(input, name, compositeHeaderOffset);
+    copyRest(container, input, name, directory.fileSize - compositeHeaderOffset);
     std::fclose(input);
     for (int k = 0; k < directory.prefix.numComponents; ++k) {
         const std::int64_t size = directory.prefix.sizes[k];
@@ -292,7 +328,8 @@ void appendInputs(Container& container, Inputs& inputs, int baseFile, int baseCo
     for (int i = 0; i < inputs.count(); ++i) {
         const Directory& directory = inputs.directory(i);
         if (!directory.isComposite) {
-            appendPlain(container, inputs.record(i), prefixSize);
+            appendPlain(container, inputs.record(i), inputs.name(i), directory.fileSize,
+                        prefixSize);
         } else {
             if (i == baseFile)
                 container.directory.baseIndex =
@@ -313,14 +350,14 @@ void patchDirectory(Container& container, const char* name)
                       "ZELCreateCompositeFile: warning: file %s names component %d as its base and "
                       "has %d, counted from 0: it cannot be opened\n",
                       name, container.directory.baseIndex, container.components);
-    if (fseeko(container.stream, compositeVersionOffset, SEEK_SET) != 0)
-        fail("ZELCreateCompositeFile: Error:  seek error\n");
+    if (fseeko(container.stream, compositeVersionOffset, SEEK_SET) != 0) failSeeking(name);
     zel::RecordWriter writer(container.stream);
     zel::walkDirectory(writer, container.directory);
     FILE* stream = container.stream;
     container.stream = nullptr;
+    errno = EIO;
     const bool failed = std::ferror(stream) != 0;
-    if (std::fclose(stream) != 0 || failed) failWriting();
+    if (std::fclose(stream) != 0 || failed) failWriting(name);
 }
 
 // Which input and which of its components is the base; what was asked for and cannot be is replaced.
@@ -361,9 +398,9 @@ int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles,
     Inputs inputs(InputFileNames, numInputFiles);
     CheckByteOrder();
     Base base = chooseFile({BaseFileIndex, UserBaseComponentIndex}, numInputFiles);
-    inputs.readDirectories();
+    const bool known = inputs.readDirectories();
     base = chooseComponent(base, inputs);
-    if (!componentsFit(inputs) || !inputs.open() || !showOneScene(inputs)) return -1;
+    if (!componentsFit(inputs) || !inputs.open() || !known || !showOneScene(inputs)) return -1;
     const std::int64_t size = containerSize(inputs);
     if (!sparesInputs(inputs, OutputFilename) || !sizeFits(OutputFilename, size)) return -1;
     Container container;

@@ -6,6 +6,7 @@
 #include "zel_ancillary.h"
 #include "zel_buffers.hpp"
 #include "zel_histogram.h"
+#include "zel_histogram_block.hpp"
 #include "zel_lut.h"
 #include "zel_mask.hpp"
 #include "zel_memory.hpp"
@@ -88,9 +89,12 @@ void ZELFinishWritingFile(ZELType* ZELdata)
     zel::requireWriteOnly(*ZELdata,
                           "ZELFinishWritingFile can only be used on a write only ZEL file\n");
     errno = 0;
-    if (ZELdata->fptr && ZELdata->FileOpened) ZELUpdateAllHistograms(ZELdata);
-    const bool written = zel::closeStream(*ZELdata);
-    const int reason = errno != 0 ? errno : EIO;
+    const bool open = ZELdata->fptr && ZELdata->FileOpened;
+    const bool updated = !open || zel::updateAllHistograms(*ZELdata);
+    const int updateError = errno;
+    const bool written = zel::closeStream(*ZELdata) && updated;
+    const int error = updated ? errno : updateError;
+    const int reason = error != 0 ? error : EIO;
     ZELdata->FileOpened = 0;
     zel::releaseData(*ZELdata);
     const int bad = ZELGetBadLatLonCount();

@@ -1,7 +1,9 @@
 #include "zel_histogram.h"
 
+#include <cerrno>
 #include <cfloat>
 #include <cmath>
+#include <cstring>
 
 #include "zel_histogram_block.hpp"
 #include "zel_memory.hpp"
@@ -86,6 +88,11 @@ void forPresentChannels(ZELType* file, Action action)
 {
     for (int i = 0; i < file->ZELHeader.MaxNumChan; ++i)
         if (file->Channels[i].ChannelPresentFlag) action(i);
+}
+
+[[noreturn]] void failWriting(const ZELType& file, const char* function)
+{
+    fail("%s: write error on file %s: %s\n", function, file.ImageFilename, std::strerror(errno));
 }
 
 void freeHistograms(ZELChannelType& channel)
@@ -235,39 +242,51 @@ ZELHistogramType* ZELReadHistogram(ZELType* ZELdata)
 
 void ZELWriteHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 {
-    histogram->fileOffset = static_cast<int32_t>(ftello(ZELdata->fptr) - ZELdata->fileOffset);
+    const auto place = ftello(ZELdata->fptr);
+    if (place < 0) failWriting(*ZELdata, "ZELWriteHistogram");
+    histogram->fileOffset = static_cast<int32_t>(place - ZELdata->fileOffset);
     zel::RecordWriter writer(ZELdata->fptr);
     zel::walkHistogram(writer, *histogram);
     writer.array("histogram counts", histogram->Histogram, histogram->NumHistogramBins);
+    if (!writer.isWhole()) failWriting(*ZELdata, "ZELWriteHistogram");
 }
 
-void ZELUpdateHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
+bool zel::updateHistogram(ZELType& file, ZELHistogramType& histogram)
 {
-    if (!ZELdata->HistogramFlag) return;
+    if (!file.HistogramFlag) return true;
     // The file begins with its prefix: place 0 is that of a histogram without a record.
-    if (histogram->fileOffset <= 0) {
+    if (histogram.fileOffset <= 0) {
         zel::reportTo(
             stderr,
             "ZELUpdateHistogram: warning: a histogram of file %s was made after its header "
             "was written and is not kept\n",
-            ZELdata->ImageFilename);
-        return;
+            file.ImageFilename);
+        return true;
     }
-    const auto position = ftello(ZELdata->fptr);
-    fseeko(ZELdata->fptr, static_cast<off_t>(ZELdata->fileOffset) + histogram->fileOffset,
-           SEEK_SET);
-    ZELWriteHistogram(ZELdata, histogram);
-    fseeko(ZELdata->fptr, position, SEEK_SET);
+    const std::int64_t place = std::int64_t{file.fileOffset} + histogram.fileOffset;
+    return rewriteAt(file.fptr, place, [&] { ZELWriteHistogram(&file, &histogram); });
+}
+
+bool zel::updateAllHistograms(ZELType& file)
+{
+    for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) {
+        const ZELChannelType& channel = file.Channels[i];
+        if (!channel.ChannelPresentFlag) continue;
+        for (ZELHistogramType* histogram :
+             {channel.ChannelHistogram, channel.ChannelStandardHistogram})
+            if (histogram && !updateHistogram(file, *histogram)) return false;
+    }
+    return true;
+}
+
+void ZELUpdateHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
+{
+    if (!zel::updateHistogram(*ZELdata, *histogram)) failWriting(*ZELdata, "ZELUpdateHistogram");
 }
 
 void ZELUpdateAllHistograms(ZELType* ZELdata)
 {
-    forPresentChannels(ZELdata, [&](int i) {
-        const ZELChannelType& channel = ZELdata->Channels[i];
-        if (channel.ChannelHistogram) ZELUpdateHistogram(ZELdata, channel.ChannelHistogram);
-        if (channel.ChannelStandardHistogram)
-            ZELUpdateHistogram(ZELdata, channel.ChannelStandardHistogram);
-    });
+    if (!zel::updateAllHistograms(*ZELdata)) failWriting(*ZELdata, "ZELUpdateAllHistograms");
 }
 
 void ZELPrintHistograms(ZELType* ZELdata)

@@ -13,6 +13,11 @@ namespace zel {
 // Reads a record of a file that starts at fileOffset, and computes its statistics. The caller owns it.
 ZELHistogramType* readHistogram(RecordReader& reader, int fileOffset);
 
+// Write a histogram, or all of a file, again where they stand. False, with errno, when the stream does
+// not go there or back.
+bool updateHistogram(ZELType& file, ZELHistogramType& histogram);
+bool updateAllHistograms(ZELType& file);
+
 // A new histogram with the range and counts of another; null for null.
 ZELHistogramType* duplicateHistogram(ZELHistogramType* histogram);
 

@@ -13,6 +13,7 @@
 #include "zel_prefix.hpp"
 #include "zel_release.hpp"
 #include "zel_report.hpp"
+#include "zel_same_file.hpp"
 #include "zel_table.h"
 #include "zel_text.hpp"
 
@@ -104,13 +105,6 @@ void writeHeader(ZELType& file)
     zel::walkHeaderEnd(writer, file.ZELHeader);
 }
 
-bool exists(const char* filename)
-{
-    FILE* stream = std::fopen(filename, "rb");
-    if (stream) std::fclose(stream);
-    return stream != nullptr;
-}
-
 void allocateBuffers(ZELType& file)
 {
     for (int slot = 0; slot < file.ZELHeader.MaxNumChan; ++slot)
@@ -122,8 +116,9 @@ void allocateBuffers(ZELType& file)
 // Why the header did not reach the file, or null when it did.
 const char* writeError(ZELType& file)
 {
-    errno = 0;
-    if (std::fflush(file.fptr) == 0 && !std::ferror(file.fptr)) return nullptr;
+    const bool written = std::fflush(file.fptr) == 0 && !std::ferror(file.fptr);
+    // What has no places, as a pipe has none, cannot be patched when it is finished.
+    if (written && ftello(file.fptr) >= 0) return nullptr;
     return std::strerror(errno != 0 ? errno : EIO);
 }
 
@@ -201,7 +196,8 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     ZELdata->LatLonInterpolated = 0;
     zel::copyText(ZELdata->ImageFilename, RawFileName);
     constexpr int answerSize = 10;
-    if (exists(RawFileName) && ZELdata->WritePrompt) zel::confirmOverwrite(RawFileName, answerSize);
+    if (ZELdata->WritePrompt && zel::isReadable(RawFileName))
+        zel::confirmOverwrite(RawFileName, answerSize);
     ZELdata->fptr = std::fopen(RawFileName, "w+b");
     if (!ZELdata->fptr) {
         zel::report("ZELOpenWriteOnlyFile: cannot open file %s\n", RawFileName);
@@ -209,6 +205,7 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     }
     ZELdata->FileOpened = 1;
     ZELdata->fileOffset = 0;
+    errno = 0;  // so that it is the write error's, if there is one
     writeHeader(*ZELdata);
     if (ZELdata->HistogramFlag) ZELCreateChannelHistograms(ZELdata);
     zel::writeChannels(*ZELdata);

@@ -42,15 +42,25 @@ off_t placeOfLine(const ZELType& file, int line)
            static_cast<off_t>(line) * file.LineOffset;
 }
 
-[[noreturn]] void failReading(const ZELType& file)
+[[noreturn]] void failReading(const ZELType& file, const char* reason)
 {
     fail("ZELReadLine: read error on file %s, line %d: %s\n", file.ImageFilename, file.CurrentLine,
-         std::ferror(file.fptr) ? std::strerror(errno) : "unexpected end of file");
+         reason);
 }
 
-void checkWritten(const ZELType& file)
+[[noreturn]] void failReading(const ZELType& file)
 {
-    if (std::ferror(file.fptr))
+    failReading(file, std::ferror(file.fptr) ? std::strerror(errno) : "unexpected end of file");
+}
+
+void goTo(const ZELType& file, off_t place)
+{
+    if (fseeko(file.fptr, place, SEEK_SET) != 0) failReading(file, std::strerror(errno));
+}
+
+void checkWritten(const ZELType& file, bool isWhole)
+{
+    if (!isWhole || std::ferror(file.fptr))
         fail("ZELWriteLine: write error on file %s: %s\n", file.ImageFilename,
              std::strerror(errno));
 }
@@ -96,13 +106,13 @@ void readRecord(ZELType& file)
         const ZELChannelType& channel = file.Channels[i];
         if (!channel.ChannelPresentFlag) continue;
         // A channel that was deleted since the open still has its place in the file.
-        if (at != channel.DataOffset) fseeko(file.fptr, place + channel.DataOffset, SEEK_SET);
+        if (at != channel.DataOffset) goTo(file, place + channel.DataOffset);
         const int pixels = file.ZELHeader.NPixelPerLine;
         if (ZELRead(file.PixBuf[i], channel.DataByteSize, pixels, file.fptr) != pixels)
             failReading(file);
         at = channel.DataOffset + pixels * channel.DataByteSize;
     }
-    if (at != file.LineOffset) fseeko(file.fptr, place + file.LineOffset, SEEK_SET);
+    if (at != file.LineOffset) goTo(file, place + file.LineOffset);
 }
 
 void decodeChannels(ZELType& file)
@@ -112,17 +122,18 @@ void decodeChannels(ZELType& file)
             zel::decodeLine(file.Channels[i], file.PixBuf[i], file.ZELHeader.NPixelPerLine);
 }
 
-void writeScan(ZELType& file)
+bool writeScan(ZELType& file)
 {
     zel::RecordWriter writer(file.fptr);
     zel::walkScan(writer, file);
-    if (file.ZELHeader.NumNavPoints <= 0) return;
+    if (file.ZELHeader.NumNavPoints <= 0) return writer.isWhole();
     if (!file.LatBuffer || !file.LonBuffer)
         fail("ZELWriteLine: no navigation points loaded for line %d\n", file.CurrentLine);
     zel::walkNavigation(writer, file);
+    return writer.isWhole();
 }
 
-void writeChannel(ZELType& file, int index, zel::LineCounter& counter)
+bool writeChannel(ZELType& file, int index, zel::LineCounter& counter)
 {
     ZELChannelType& channel = file.Channels[index];
     const int pixels = file.ZELHeader.NPixelPerLine;
@@ -131,8 +142,8 @@ void writeChannel(ZELType& file, int index, zel::LineCounter& counter)
         zel::encodeLine(channel, file.PixBuf[index], pixels);
     }
     counter.count(index);
-    ZELWrite(file.PixBuf[index], channel.DataByteSize, pixels, file.fptr);
     channel.LoadChannelFlag = 0;
+    return ZELWrite(file.PixBuf[index], channel.DataByteSize, pixels, file.fptr) == pixels;
 }
 
 // A line further on or back; the end of the file is as far as it goes.
@@ -204,7 +215,7 @@ int ReadLine(ZELType* ZELdata, int scale)
     if (ZELdata->CurrentLine != ZELdata->PreviousLine) {
         forgetDerived(*ZELdata);
         if (ZELdata->CurrentLine - ZELdata->PreviousLine != 1)
-            fseeko(ZELdata->fptr, placeOfLine(*ZELdata, ZELdata->CurrentLine), SEEK_SET);
+            goTo(*ZELdata, placeOfLine(*ZELdata, ZELdata->CurrentLine));
         // Nothing is held until the line is there.
         ZELdata->PreviousLine = -2;
         if (endsHere(*ZELdata)) return 0;
@@ -226,11 +237,12 @@ void ZELWriteLine(ZELType* ZELdata)
     zel::requireWriteOnly(*ZELdata, "ZELWriteLine can only be used on a write only ZEL file\n");
     if (!ZELdata->FileOpened) fail("ZELWriteLine: the file is not open for writing\n");
     forgetDerived(*ZELdata);
-    writeScan(*ZELdata);
+    bool isWhole = writeScan(*ZELdata);
     zel::LineCounter counter(*ZELdata);
     for (int i = 0; i < ZELdata->ZELHeader.MaxNumChan; ++i)
-        if (ZELdata->Channels[i].ChannelPresentFlag) writeChannel(*ZELdata, i, counter);
-    checkWritten(*ZELdata);
+        if (ZELdata->Channels[i].ChannelPresentFlag)
+            isWhole = writeChannel(*ZELdata, i, counter) && isWhole;
+    checkWritten(*ZELdata, isWhole);
     ZELdata->CurrentLine += 1;
     ZELdata->NumLines = ZELdata->CurrentLine;
     resetLine(*ZELdata);

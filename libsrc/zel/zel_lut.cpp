@@ -1,5 +1,8 @@
 #include "zel_lut.h"
 
+#include <cerrno>
+#include <cstring>
+
 #include "zel_list.hpp"
 #include "zel_lut_block.hpp"
 #include "zel_memory.hpp"
@@ -369,10 +372,9 @@ void ZELUpdateLUTs(ZELType* ZELdata)
         return;
     }
     if (hasNoLUTs(ZELdata, "ZELUpdateLUTs")) return;
-    const auto position = ftello(ZELdata->fptr);
-    fseeko(ZELdata->fptr, ZELdata->LUTStartOffset, SEEK_SET);
-    writeRecords(*ZELdata);
-    fseeko(ZELdata->fptr, position, SEEK_SET);
+    if (!zel::rewriteAt(ZELdata->fptr, ZELdata->LUTStartOffset, [&] { writeRecords(*ZELdata); }))
+        fail("ZELUpdateLUTs: write error on file %s: %s\n", ZELdata->ImageFilename,
+             std::strerror(errno));
 }
 
 void ZELPrintLUTs(ZELType* ZELdata)

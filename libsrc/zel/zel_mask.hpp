@@ -11,8 +11,9 @@ namespace zel {
 // Reads a mask block; null for the block of a channel without a mask.
 ZELFeatureMaskType* readMask(RecordReader& reader);
 
-// Writes a mask block; a null mask is the single number 0.
-void writeMask(FILE* stream, ZELFeatureMaskType* mask);
+// Writes a mask block; a null mask is the single number 0. False, with errno, when that fails; a message
+// says what with.
+bool writeMask(FILE* stream, ZELFeatureMaskType* mask);
 
 // A deep copy, and release; both take null.
 ZELFeatureMaskType* duplicateMask(ZELFeatureMaskType* mask);

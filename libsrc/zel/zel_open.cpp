@@ -43,8 +43,7 @@ void beginReading(ZELType& file, const char* filename, int fileOffset)
 void readPrefix(RecordReader& reader, const ZELType& file)
 {
     zel::Prefix prefix{};
-    reader.requireBytes("magic", 3);
-    ZELRead(prefix.magic, 1, 3, reader.stream());
+    reader.array("magic", prefix.magic, 3);
     reader.seek(file.fileOffset);
     if (std::strcmp(prefix.magic, ZELString) != 0) return;
     zel::walkMagic(reader, prefix);
@@ -164,12 +163,6 @@ void allocateBuffers(ZELType& file)
         file, {function, h.SZChannelIndex < 0, h.VZChannelIndex < 0, h.AZChannelIndex < 0});
 }
 
-std::int64_t fileLength(FILE* stream)
-{
-    fseeko(stream, 0, SEEK_END);
-    return ftello(stream);
-}
-
 int localByteOrder()
 {
     const int order = SwapByteOrdering;
@@ -210,7 +203,7 @@ int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, 
         return -1;
     }
     try {
-        const std::int64_t length = fileLength(ZELdata->fptr);
+        const std::int64_t length = zel::lengthOf(ZELdata->fptr);
         const std::int64_t end = static_cast<std::int64_t>(fileOffset) + numBytes;
         if (!readFile(*ZELdata, numBytes != 0 && end < length ? end : length)) return -2;
     } catch (const zel::Damage& damage) {

@@ -1,5 +1,6 @@
 #include "zel_prefix.hpp"
 
+#include <cerrno>
 #include <cstring>
 
 #include "zel_io.h"
@@ -19,6 +20,20 @@ bool readPrefix(RecordReader& reader, Prefix& prefix)
     } catch (const Damage&) {
         return false;  // a plain file, whose open will say what it lacks
     }
+}
+
+// False when it cannot be told what the file is: the start of a composite would pass for a plain file.
+bool readFrom(FILE* stream, Directory& directory)
+{
+    try {
+        directory.fileSize = lengthOf(stream);
+    } catch (const Damage&) {
+        return false;
+    }
+    RecordReader reader(stream, currentVersion, 0, directory.fileSize);
+    if (!readPrefix(reader, directory.prefix)) directory.prefix = Prefix{};
+    directory.isComposite = directory.prefix.numComponents > 1;
+    return !std::ferror(stream) && !std::feof(stream);
 }
 
 bool refuse(const char* filename, const char* what, int value, const char* field, int entry = 0)
@@ -42,14 +57,12 @@ bool readDirectory(const char* filename, Directory& directory)
         report("ZELReadCompositeInfo: cannot open file %s\n", filename);
         return false;
     }
-    fseeko(stream, 0, SEEK_END);
-    directory.fileSize = ftello(stream);
-    fseeko(stream, 0, SEEK_SET);
-    RecordReader reader(stream, currentVersion, 0, directory.fileSize);
-    if (!readPrefix(reader, directory.prefix)) directory.prefix = Prefix{};
-    directory.isComposite = directory.prefix.numComponents > 1;
+    const bool known = readFrom(stream, directory);
+    if (!known)
+        report("ZELReadCompositeInfo: cannot read file %s: %s\n", filename,
+               std::feof(stream) ? "unexpected end of file" : std::strerror(errno));
     std::fclose(stream);
-    return true;
+    return known;
 }
 
 bool checkDirectory(const char* filename, const Directory& directory, bool usesBase)

@@ -15,7 +15,7 @@ struct Directory {
     std::int64_t fileSize;
 };
 
-// Reads the directory of a named file. False, after a message, when the file cannot be opened.
+// Reads the directory of a named file. False, after a message, when the file cannot be opened or read.
 bool readDirectory(const char* filename, Directory& directory);
 
 // Whether every component of a composite lies inside its file, and the base index names one of them

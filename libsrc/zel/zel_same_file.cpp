@@ -1,6 +1,7 @@
 #include "zel_same_file.hpp"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace zel {
 
@@ -10,6 +11,11 @@ bool isSameFile(const char* a, const char* b)
     struct stat second;
     if (stat(a, &first) != 0 || stat(b, &second) != 0) return false;
     return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+bool isReadable(const char* name)
+{
+    return access(name, R_OK) == 0;
 }
 
 }  // namespace zel

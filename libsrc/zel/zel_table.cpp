@@ -1,5 +1,8 @@
 #include "zel_table.h"
 
+#include <cerrno>
+#include <cstring>
+
 #include "zel_list.hpp"
 #include "zel_memory.hpp"
 #include "zel_records.hpp"
@@ -328,10 +331,9 @@ void ZELWriteTables(FILE* fptr, TableListType* list)
 void ZELUpdateTables(FILE* fptr, TableListType* list)
 {
     if (hasNoTables(list, "ZELUpdateTables")) return;
-    const auto position = ftello(fptr);
-    fseeko(fptr, list->TableStartOffset, SEEK_SET);
-    writeRecords(fptr, list, "ZELUpdateTables");
-    fseeko(fptr, position, SEEK_SET);
+    const auto write = [&] { writeRecords(fptr, list, "ZELUpdateTables"); };
+    if (!zel::rewriteAt(fptr, list->TableStartOffset, write))
+        fail("ZELUpdateTables: write error: %s\n", std::strerror(errno));
 }
 
 void ZELAddTestTables(ZELType* ZELdata)

@@ -1,5 +1,6 @@
 #include "zel_util.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "zel_report.hpp"
@@ -145,7 +146,12 @@ int ZELLoadMetadata(ZELType* ZELdata, const char* FileName, int type)
         std::memcpy(h.MetaDataText + total, chunk, got);
         total += got;
     }
+    const bool failed = std::ferror(stream) != 0;
+    if (failed)
+        zel::report("ZELLoadMetadata:  read error on file %s: %s\n", FileName,
+                    std::strerror(errno));
     std::fclose(stream);
+    if (failed) return -1;
     h.MetaDataType = type;
     h.MetaDataSize = static_cast<int32_t>(total);
     return h.MetaDataSize;

@@ -1,10 +1,24 @@
 #include "zel_walk.hpp"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "zel_report.hpp"
 
 namespace zel {
+
+namespace {
+
+Damage unreachable(std::int64_t position)
+{
+    Damage damage{};
+    std::snprintf(damage.what, sizeof damage.what, "cannot go on reading: %s",
+                  std::strerror(errno));
+    damage.offset = position;
+    return damage;
+}
+
+}  // namespace
 
 void RecordReader::skip(const char* name, std::int64_t size)
 {
@@ -14,7 +28,7 @@ void RecordReader::skip(const char* name, std::int64_t size)
 
 void RecordReader::seek(std::int64_t position)
 {
-    fseeko(stream_, position, SEEK_SET);
+    if (fseeko(stream_, position, SEEK_SET) != 0) throw unreachable(position);
     position_ = position;
 }
 
@@ -32,7 +46,11 @@ std::int64_t RecordReader::placeOf(const char* name) const
 void RecordReader::cutShort(const char* name) const
 {
     Damage damage{};
-    std::snprintf(damage.what, sizeof damage.what, "cut short in %s", name);
+    if (std::ferror(stream_))
+        std::snprintf(damage.what, sizeof damage.what, "cannot read %s: %s", name,
+                      std::strerror(errno));
+    else
+        std::snprintf(damage.what, sizeof damage.what, "cut short in %s", name);
     damage.offset = placeOf(name);
     throw damage;
 }
@@ -45,13 +63,19 @@ void RecordReader::refuse(const char* name, double value) const
     throw damage;
 }
 
+std::int64_t lengthOf(FILE* stream)
+{
+    const off_t position = ftello(stream);
+    if (position < 0 || fseeko(stream, 0, SEEK_END) != 0) throw unreachable(position);
+    const off_t end = ftello(stream);
+    if (end < 0 || fseeko(stream, position, SEEK_SET) != 0) throw unreachable(position);
+    return end;
+}
+
 RecordReader readerAt(FILE* stream)
 {
-    const std::int64_t position = ftello(stream);
-    fseeko(stream, 0, SEEK_END);
-    const std::int64_t end = ftello(stream);
-    fseeko(stream, position, SEEK_SET);
-    return RecordReader(stream, currentVersion, position, end);
+    const std::int64_t end = lengthOf(stream);
+    return RecordReader(stream, currentVersion, ftello(stream), end);
 }
 
 void failDamaged(const char* function, const Damage& damage)

@@ -145,7 +145,22 @@ private:
     std::size_t numFields_ = 0;
 };
 
-// Writes fields in the current layout. Write errors stay with the stream.
+// The bytes that a stream has in all; it stands where it stood. One that cannot say is thrown as Damage.
+std::int64_t lengthOf(FILE* stream);
+
+// Writes at another place of a stream and goes back. False, with errno, when it would not go there or
+// back; other write errors stay with the stream.
+template <class Write>
+bool rewriteAt(FILE* stream, std::int64_t place, Write write)
+{
+    const off_t position = ftello(stream);
+    if (position < 0 || fseeko(stream, place, SEEK_SET) != 0) return false;
+    write();
+    return fseeko(stream, position, SEEK_SET) == 0;
+}
+
+// Writes fields in the current layout. Write errors stay with the stream, but for a stream that does not
+// go where it was sent, which only the count of what was written tells.
 class RecordWriter {
 public:
     explicit RecordWriter(FILE* stream) : stream_(stream) {}
@@ -154,7 +169,7 @@ public:
     template <class T>
     void field(const char*, T& value)
     {
-        ZELWrite(&value, sizeof(T), 1, stream_);
+        write(&value, sizeof(T), 1);
     }
     // What lies behind the terminator is written as zeros.
     template <std::size_t N>
@@ -163,17 +178,26 @@ public:
         static constexpr char zeros[N] = {};
         const auto size = static_cast<std::size_t>(width);
         const std::size_t length = strnlen(buffer, size);
-        ZELWrite(buffer, 1, static_cast<int>(length), stream_);
-        ZELWrite(zeros, 1, static_cast<int>(size - length), stream_);
+        write(buffer, 1, static_cast<int>(length));
+        write(zeros, 1, static_cast<int>(size - length));
     }
     template <class T>
     void array(const char*, T* values, int count)
     {
-        if (count > 0) ZELWrite(values, sizeof(T), count, stream_);
+        write(values, sizeof(T), count);
     }
 
+    // Whether the stream took all.
+    bool isWhole() const { return isWhole_; }
+
 private:
+    void write(const void* values, int size, int count)
+    {
+        if (count > 0 && ZELWrite(values, size, count, stream_) != count) isWhole_ = false;
+    }
+
     FILE* stream_;
+    bool isWhole_ = true;
 };
 
 // A reader at the stream's position, up to the end of the file.

@@ -7,8 +7,10 @@
 #include <cstring>
 #include <memory>
 #include <numeric>
+#include <utility>
 
 #include "stream.h"
+#include "zel.h"
 #include "zel_features/zel_features.h"
 
 namespace zel_combine {
@@ -24,14 +26,32 @@ struct FreeParameters {
 
 using Parameters = std::unique_ptr<ZELParameterStruct, FreeParameters>;
 
-// The header of a feature file; none when the file does not open.
+// The header of a feature file that does not end in the middle; the library, which knows no name of the
+// file, has said what is wrong.
+struct Header {
+    const char* name;
+    Stream stream;
+    Parameters parameters;
+};
+
+void readHeader(void* data)
+{
+    const auto& header = *static_cast<Header*>(data);
+    ZELFeatureReadHeader(header.stream.get(), header.parameters.get());
+}
+
+// None, after a message, when the file does not open or cannot be read.
 Parameters readHeader(const char* name)
 {
-    const Stream stream(std::fopen(name, "rb"));
-    if (!stream) return nullptr;
-    Parameters parameters(new ZELParameterStruct{});
-    ZELFeatureReadHeader(stream.get(), parameters.get());
-    return parameters;
+    Header header{name, Stream(std::fopen(name, "rb")), nullptr};
+    if (!header.stream) {
+        std::printf("cannot read zel_feature header file %s\n", name);
+        return nullptr;
+    }
+    header.parameters.reset(new ZELParameterStruct{});
+    if (ZELGuardedCall(readHeader, &header, nullptr) == 0) return std::move(header.parameters);
+    std::fprintf(stderr, "zel_combine: Error: cannot read zel_feature header file %s\n", name);
+    return nullptr;
 }
 
 const char* findTable(const ZELParameterStruct& parameters)
@@ -66,10 +86,7 @@ ClassMap::ClassMap()
 bool ClassMap::read(const char* featureHeader, std::optional<int>& numClasses)
 {
     const Parameters parameters = readHeader(featureHeader);
-    if (!parameters) {
-        std::printf("cannot read zel_feature header file %s\n", featureHeader);
-        return false;
-    }
+    if (!parameters) return false;
     numClasses.reset();
     const char* comment = findTable(*parameters);
     if (!comment) return true;

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "progress.h"
@@ -95,14 +96,15 @@ bool openOutput(const CommandLineStruct& info, ZELType* out)
     return false;
 }
 
-int copyLines(ZELType* out, ZELType* in, VornChannels& vorn)
+// The lines copied; nothing, after a message, when one cannot be.
+std::optional<int> copyLines(ZELType* out, ZELType* in, VornChannels& vorn)
 {
     Progress progress;
     const double total = ZELFetchNumberOfLines(in);
     int line = 0;
     while (ZELReadLine(in)) {
         ZELCopyLine(out, in);
-        vorn.loadLine(out);
+        if (!vorn.loadLine(out)) return std::nullopt;
         ZELWriteLine(out);
         ++line;
         if (line % linesBetweenReports == 0) std::printf("line %d\n", line);
@@ -136,10 +138,11 @@ int writeSameResolution(CommandLineStruct& info)
     }
     if (!openOutput(info, out.get())) return failed;
     ZELPrintHeader(out.get(), stdout);
-    const int lines = copyLines(out.get(), in.get(), vorn);
+    const std::optional<int> lines = copyLines(out.get(), in.get(), vorn);
+    if (!lines) return failed;
     in.reset();
     out.reset();
-    std::printf("%d lines processed\n", lines);
+    std::printf("%d lines processed\n", *lines);
     return 0;
 }
 

@@ -13,6 +13,7 @@ namespace {
 
 // A file that is being read. A number that a line lacks keeps the value of the line before.
 struct LutText {
+    const char* name;
     Stream stream;
     char line[lutLineSize] = "";
     int linesRead = 0;
@@ -38,6 +39,7 @@ bool nextContent(LutText& text)
 
 bool failParsing(const LutText& text)
 {
+    if (failedReading(text.stream.get(), "LUT definition file", text.name)) return false;
     std::printf("error parsing LUT file line %d\n", text.linesRead);
     return false;
 }
@@ -114,8 +116,7 @@ int ReadLutLine(FILE* fptr, char* line)
 
 ZELDisplayLUTType* ReadLUT(const char* filename, ZELType* ZELdata)
 {
-    LutText text;
-    text.stream.reset(std::fopen(filename, "r"));
+    LutText text{filename, Stream(std::fopen(filename, "r"))};
     if (!text.stream) {
         std::printf("Cannot open LUT definition file %s\n", filename);
         return nullptr;
@@ -126,6 +127,7 @@ ZELDisplayLUTType* ReadLUT(const char* filename, ZELType* ZELdata)
         lut = addLUT(text, ZELdata, ++key);
         if (!lut) return nullptr;
     }
+    if (failedReading(text.stream.get(), "LUT definition file", filename)) return nullptr;
     if (!lut) std::printf("zel_combine: Error: no LUT in LUT definition file %s\n", filename);
     return lut;
 }

@@ -13,6 +13,10 @@ struct CloseStream {
 
 using Stream = std::unique_ptr<FILE, CloseStream>;
 
+// Whether what was read last from a stream could not be had; a message then names the file and says what
+// it is and why. The end of a file is no such failure.
+bool failedReading(FILE* stream, const char* what, const char* name);
+
 }  // namespace zel_combine
 
 #endif

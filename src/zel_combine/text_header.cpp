@@ -20,6 +20,7 @@ void skipLines(FILE* stream, int count)
 
 bool TextHeader::open(const char* name)
 {
+    name_ = name;
     stream_.reset(std::fopen(name, "r"));
     if (!stream_) std::printf("Error: cannot open Vorn file %s\n", name);
     return stream_ != nullptr;
@@ -32,10 +33,12 @@ std::optional<std::string> TextHeader::nextLabel()
     const char* blank =
         std::fgets(line, lineSize, stream_.get()) ? std::strchr(line, ' ') : nullptr;
     if (!blank) {
+        failedReading(stream_.get(), "Vorn header file", name_);
         std::printf("error reading header file\n");
         return std::nullopt;
     }
     skipLines(stream_.get(), linesAfterLabel);
+    if (failedReading(stream_.get(), "Vorn header file", name_)) return std::nullopt;
     return blank + 1;
 }
 

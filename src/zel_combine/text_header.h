@@ -23,6 +23,7 @@ public:
     explicit operator bool() const { return stream_ != nullptr; }
 
 private:
+    const char* name_ = "";
     Stream stream_;
 };
 

@@ -135,13 +135,15 @@ bool VornChannels::addLUTChannel(const CommandLineStruct& info, ZELType* out, in
     return true;
 }
 
-void VornChannels::loadLine(ZELType* out)
+bool VornChannels::loadLine(ZELType* out)
 {
     for (int c = 0; c < file_.channels(); ++c) {
-        std::vector<float>& row = file_.readRow(c);
-        if (translated_) classes_.translate(row);
-        ZELLoadChannel(out, firstChannel_ + c, row.data());
+        std::vector<float>* row = file_.readRow(c);
+        if (!row) return false;
+        if (translated_) classes_.translate(*row);
+        ZELLoadChannel(out, firstChannel_ + c, row->data());
     }
+    return true;
 }
 
 }  // namespace zel_combine

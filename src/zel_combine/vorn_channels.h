@@ -16,8 +16,9 @@ public:
     // exit status.
     int setUp(const CommandLineStruct& info, ZELType* in, ZELType* out);
 
-    // Hands the next row of each channel over to out. Nothing is done before a set-up.
-    void loadLine(ZELType* out);
+    // Hands the next row of each channel over to out. Nothing is done before a set-up. False, after a
+    // message, when a row cannot be read.
+    bool loadLine(ZELType* out);
 
 private:
     bool findFreeChannels(ZELType* in);

@@ -33,11 +33,13 @@ std::optional<VornHeader> readHeader(const char* name)
         return std::nullopt;
     }
     std::int32_t word = 0;
-    if (std::fread(&word, sizeof word, 1, stream.get()) != 1 || word != byteOrderWord)
-        SwapByteOrdering = 1;
+    const bool told = std::fread(&word, sizeof word, 1, stream.get()) == 1;
+    if (failedReading(stream.get(), "Vorn file", name)) return std::nullopt;
+    if (!told || word != byteOrderWord) SwapByteOrdering = 1;
     VornHeader header;
     for (std::int32_t* field : {&header.pixels, &header.lines, &header.channels})
         if (FileRead(field, sizeof *field, 1, stream.get()) != 1) *field = 0;
+    if (failedReading(stream.get(), "Vorn file", name)) return std::nullopt;
     return header;
 }
 
@@ -84,18 +86,20 @@ int VornFile::openPlanes(int pixels, int lines)
     return 0;
 }
 
-std::vector<float>& VornFile::readRow(int channel)
+std::vector<float>* VornFile::readRow(int channel)
 {
     FILE* stream = planes_[static_cast<std::size_t>(channel)].get();
     const int pixels = static_cast<int>(row_.size());
-    if (FileRead(row_.data(), sizeof(float), pixels, stream) != pixels && !cutShort_) {
+    const bool whole = FileRead(row_.data(), sizeof(float), pixels, stream) == pixels;
+    if (failedReading(stream, "Vorn file", name_.c_str())) return nullptr;
+    if (!whole && !cutShort_) {
         cutShort_ = true;
         std::fprintf(
             stderr,
             "zel_combine: warning: Vorn file %s is cut short: values read before are repeated\n",
             name_.c_str());
     }
-    return row_;
+    return &row_;
 }
 
 }  // namespace zel_combine

@@ -23,8 +23,8 @@ public:
 
     // The next row of a channel, one value per pixel; valid until the next call, for any channel. What
     // the file is too short for keeps the values of the row read before; the first time that is
-    // warned of.
-    std::vector<float>& readRow(int channel);
+    // warned of. Null, after a message, when the file cannot be read.
+    std::vector<float>* readRow(int channel);
 
 private:
     int openPlanes(int pixels, int lines);

@@ -198,11 +198,6 @@ class OneGridFailures(ToolTest):
                    + "ZELOpenWriteOnlyFile: cannot open file no/out\n"
                    + "Cannot create ZEL output file no/out\n", 255)
 
-    def test_an_output_that_takes_no_bytes(self):
-        status, out = self.run_tool(*"-same_res -overwrite -i a -o /dev/full".split())
-        self.assertEqual(status, 255)
-        self.assertNotIn("lines processed", out)
-
     def damaged(self, data):
         self.put("bad", data)
         status, out = self.run_tool(*"-same_res -i bad -o out".split())

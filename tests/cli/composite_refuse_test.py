@@ -94,11 +94,6 @@ class Refused(Create):
         self.check("-i a -i b -o no/out", CREATING + grids_missing()
                    + "ZELCreateCompositeFile: cannot create file no/out\n" + FAILED)
 
-    def test_an_output_that_takes_no_bytes(self):
-        self.scenes(1000.0, 500.0)
-        self.check("-overwrite -i a -i b -o /dev/full", CREATING + grids_missing()
-                   + "ZELCreateCompositeFile: Error:  write error copying files\n", 255)
-
     def test_an_unreadable_second_input_is_met_at_the_prefix_and_at_the_open(self):
         self.scenes(1000.0)
         self.check("-i a -i none -o out",

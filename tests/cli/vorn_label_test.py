@@ -151,7 +151,8 @@ class TextHeader(VornTest):
     def test_a_directory(self):
         (self.dir / "d").mkdir()
         self.rasters()
-        self.refused("-vorn v -vorn_hdr d", NO_LABEL)
+        self.refused("-vorn v -vorn_hdr d", "zel_combine: Error: cannot read Vorn header file d: "
+                     "Is a directory\n" + NO_LABEL)
 
     def test_it_is_not_opened_when_there_is_no_raster_to_label(self):
         self.check("-same_res -i a -o out -vorn_hdr none",

@@ -170,7 +170,8 @@ class Blocks(LutTest):
 
     def test_a_directory(self):
         (self.dir / "l").mkdir()
-        self.refused("-vorn v -vorn_lut l", "zel_combine: Error: no LUT in LUT definition file l\n")
+        self.refused("-vorn v -vorn_lut l", "zel_combine: Error: cannot read LUT definition file l: "
+                     "Is a directory\n")
 
     def test_missing_file(self):
         self.refused("-vorn v -vorn_lut none", "Cannot open LUT definition file none\n")

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <utility>
@@ -10,51 +11,55 @@
 
 #ifndef ZEL_TEST_OWN_ALLOCATOR
 
+extern "C" void* __libc_malloc(size_t size);
+extern "C" void* __libc_calloc(size_t count, size_t size);
+extern "C" void* __libc_realloc(void* memory, size_t size);
+extern "C" void __libc_free(void* memory);
+
 namespace {
 
-long blocks = 0;
+long live = 0;
+bool allFail = false;  // not only the library's own
+
+bool fails()
+{
+    long& left = zel_test::allocationsUntilFailure;
+    if (left <= 0 || --left > 0) return false;
+    if (allFail) errno = ENOMEM;
+    return true;
+}
 
 void* counted(void* memory)
 {
-    if (memory != nullptr) ++blocks;
+    if (memory) ++live;
     return memory;
 }
 
 }  // namespace
 
-extern "C" {
-
-void* __libc_malloc(size_t size);
-void* __libc_calloc(size_t count, size_t size);
-void* __libc_realloc(void* memory, size_t size);
-void __libc_free(void* memory);
-
-void* malloc(size_t size)
+extern "C" void* calloc(size_t count, size_t size)
 {
-    return counted(__libc_malloc(size));
+    return fails() ? nullptr : counted(__libc_calloc(count, size));
 }
 
-void* calloc(size_t count, size_t size)
+extern "C" void* malloc(size_t size)
 {
-    long& left = zel_test::allocationsUntilFailure;
-    if (left > 0 && --left == 0) return nullptr;
-    return counted(__libc_calloc(count, size));
+    return allFail && fails() ? nullptr : counted(__libc_malloc(size));
 }
 
-void* realloc(void* memory, size_t size)
+extern "C" void* realloc(void* memory, size_t size)
 {
-    if (memory == nullptr) return counted(__libc_realloc(nullptr, size));
-    if (size == 0) --blocks;
+    if (allFail && fails()) return nullptr;
+    if (!memory) return counted(__libc_realloc(nullptr, size));
+    if (size == 0) --live;
     return __libc_realloc(memory, size);
 }
 
-void free(void* memory)
+extern "C" void free(void* memory)
 {
-    if (memory != nullptr) --blocks;
+    if (memory) --live;
     __libc_free(memory);
 }
-
-}  // extern "C"
 
 #endif
 
@@ -67,7 +72,7 @@ long blocksInUse()
 #ifdef ZEL_TEST_OWN_ALLOCATOR
     return 0;
 #else
-    return blocks;
+    return live;
 #endif
 }
 
@@ -94,6 +99,85 @@ std::map<std::string, int> endings(const std::function<void()>& call)
     ADD_FAILURE() << "there is no end of allocations";
     return all;
 }
+
+#ifndef ZEL_TEST_OWN_ALLOCATOR
+
+namespace {
+
+// What was said, in no memory of its own; of much, the end.
+struct Said {
+    char text[2000] = "";
+
+    void keep(const Outcome& outcome)
+    {
+        const std::string all = withoutGridNotes(outcome.out + outcome.err);
+        const std::size_t begin = all.size() < sizeof text ? 0 : all.size() - sizeof text + 1;
+        std::snprintf(text, sizeof text, "%s", all.c_str() + begin);
+    }
+};
+
+bool speaksOfMemory(const std::string& message)
+{
+    for (const char* words :
+         {"allocate", "alloc error", "cannot open", "Cannot allocate memory", "cannot create",
+          "cannot get listing", "ClassifierByteCount = ", "ReadString"})
+        if (message.find(words) != std::string::npos) return true;
+    return false;
+}
+
+int statusOf(const std::string& message)
+{
+    if (message.find("cannot allocate memory for channel") != std::string::npos) return -3;
+    return message.find("cannot allocate memory for PixBuf") != std::string::npos ? -8 : -1;
+}
+
+}  // namespace
+
+long everyFailure(const std::function<bool()>& call, const std::function<void()>& finish)
+{
+    const auto tryCall = [&](long failing, Said& said, bool& done) {
+        done = false;
+        const Outcome outcome = run([&] {
+            errno = 0;
+            allocationsUntilFailure = failing;
+            allFail = true;
+            done = call();
+        });
+        allFail = false;
+        said.keep(outcome);
+        return std::pair(outcome.ended, outcome.status);
+    };
+    Said said;
+    bool done = false;
+    tryCall(0, said, done);  // makes what is made once in a process
+    EXPECT_TRUE(done) << said.text;
+    run(finish);
+    for (long n = 1; n < 20000; ++n) {
+        const long before = live;
+        const auto [ended, status] = tryCall(n, said, done);
+        const bool failed = allocationsUntilFailure == 0;
+        allocationsUntilFailure = 0;
+        run(finish);
+        const long after = live;  // less where room that is kept for the next time was lost
+        EXPECT_LE(after, before) << "allocation " << n << " leaves memory behind: " << said.text;
+        if (!failed) {
+            EXPECT_TRUE(done) << said.text;
+            testing::Test::RecordProperty("allocations", static_cast<int>(n - 1));
+            return n - 1;
+        }
+        EXPECT_TRUE(done || speaksOfMemory(said.text)) << "allocation " << n << ": " << said.text;
+        EXPECT_EQ(status, ended ? statusOf(said.text) : 0) << said.text;
+        tryCall(0, said, done);
+        EXPECT_TRUE(done) << "not after the failure of allocation " << n << ": " << said.text;
+        run(finish);
+        EXPECT_LE(live, before) << "allocation " << n << ", second try";
+        if (testing::Test::HasFailure()) return n;
+    }
+    ADD_FAILURE() << "there is no end of allocations";
+    return 0;
+}
+
+#endif
 
 void withMemory(const std::function<void()>& function)
 {

@@ -11,14 +11,19 @@
 #include <stdexcept>
 #include <utility>
 
+#include "support/allocation_failure.hpp"
+
 namespace zel_test {
 
 namespace {
 
+// Has memory, whatever the library is in for.
 void collect(void* userData, FILE* stream, const char* text)
 {
     auto& outcome = *static_cast<Outcome*>(userData);
+    const long armed = std::exchange(allocationsUntilFailure, 0);
     (stream == stderr ? outcome.err : outcome.out) += text;
+    allocationsUntilFailure = armed;
 }
 
 void call(void* userData)

@@ -1,7 +1,6 @@
 // Operands: named definitions, variables, channels, registers and constants, tried in this order.
 #include <charconv>
 #include <cmath>
-#include <string>
 #include <string_view>
 
 #include "zel_expression.h"
@@ -41,7 +40,7 @@ int compileDefinition(const CommandListStruct& definition, ZELStackStruct& stack
     if (!definition.Condition) return ZEL_PARSE_OK;
     if (stack.numStackElements + definition.Condition->numStackElements > mostElements)
         return ZEL_PARSE_SYNTAX_ERROR;
-    std::string text = definition.Condition->expression ? definition.Condition->expression : "";
+    zel::Text text = definition.Condition->expression ? definition.Condition->expression : "";
     std::erase_if(text, zel::isBlank);
     if (zel::startsWithIgnoringCase(text, registerPrefix))
         setRegister(zel::appendElement(stack), string_view(text).substr(registerPrefix.size()),

@@ -34,8 +34,9 @@ void initializeGrid(int grid, const char* path, const char* failure)
 {
     FILE* stream = std::fopen(path, "rb");
     if (!stream) zel::failWithError("%s %s\n", failure, path);
-    zel::readGrid(stream, store.cells[grid]);
+    const bool read = zel::readGrid(stream, store.cells[grid]);
     std::fclose(stream);
+    if (!read) zel::failWithError("%s %s\n", failure, path);
     store.wasRead[grid] = 1;
 }
 

@@ -4,7 +4,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <string>
 #include <utility>
 
 #include "zel_evaluate.h"
@@ -22,30 +21,18 @@ namespace {
 // The name that an output is given in place of the one in its parameter file.
 class GivenName {
 public:
-    explicit GivenName(const char* name)
-        : previous_(copyOf(zel::outputFilenameOverride())), name_(name ? copyOf(name) : previous_)
+    explicit GivenName(const char* name) : previous_(zel::outputFilenameOverride())
     {
-        ZELFeatureSetOutputFilename(get());
+        if (name) zel::outputFilenameOverride() = {true, zel::Text(name)};
     }
-    ~GivenName() { ZELFeatureSetOutputFilename(textOf(previous_)); }
+    ~GivenName() { std::swap(zel::outputFilenameOverride(), previous_); }
     GivenName(const GivenName&) = delete;
     GivenName& operator=(const GivenName&) = delete;
 
-    const char* get() const { return textOf(name_); }
+    const char* get() const { return zel::outputFilenameOverride().get(); }
 
 private:
-    struct Name {
-        bool isGiven = false;
-        std::string text;
-    };
-    static Name copyOf(const char* text) { return {text != nullptr, text ? text : ""}; }
-    static const char* textOf(const Name& name)
-    {
-        return name.isGiven ? name.text.c_str() : nullptr;
-    }
-
-    const Name previous_;
-    const Name name_;
+    zel::OutputName previous_;
 };
 
 void confirmReplacing(const char* filename)
@@ -87,9 +74,10 @@ private:
 
 void countSamples(ZELFeatureFileStruct& file)
 {
-    fseeko(file.fptr, 0, SEEK_END);
-    const off_t size = ftello(file.fptr);
-    fseeko(file.fptr, file.HeaderOffset, SEEK_SET);
+    std::int64_t size = 0;
+    zel::readFeatures(file.fptr, [&](zel::FeatureReader& reader) {
+        size = reader.position() + reader.remaining();
+    });
     const off_t samples = (size - file.HeaderOffset) / file.SampleLength;
     file.NumberOfSamples = static_cast<int>(std::min<off_t>(samples, INT_MAX));
 }

@@ -37,8 +37,10 @@ void copyList(CommandStruct& to, const CommandStruct& from, const CommandStruct&
 void copyFiles(IOStruct& to, const IOStruct& from)
 {
     to.outputFilename = zel::copyNullable(from.outputFilename);
-    for (const InputStruct* input = from.inputListHead; input; input = input->next)
-        allocateNewInput(&to)->Filename = zel::copyNullable(input->Filename);
+    for (const InputStruct* input = from.inputListHead; input; input = input->next) {
+        InputStruct* copy = allocateNewInput(&to);
+        copy->Filename = zel::copyNullable(input->Filename);
+    }
 }
 
 void copyClasses(ZELClassStruct& to, const ZELClassStruct& from)

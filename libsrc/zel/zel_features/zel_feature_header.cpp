@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <string>
+#include <utility>
 
 #include "zel_feature_header.hpp"
 #include "zel_feature_records.hpp"
@@ -34,6 +34,21 @@ void readList(FILE* fptr, CommandStruct& list, bool check, const CommandListStru
         zel::walkList(reader, list, definitions);
     });
 }
+
+// Labels that nobody owns yet.
+struct NewLabels {
+    char** all = nullptr;
+    int count = 0;
+
+    NewLabels() = default;
+    NewLabels(const NewLabels&) = delete;
+    NewLabels& operator=(const NewLabels&) = delete;
+    ~NewLabels()
+    {
+        for (int i = 0; all && i < count; ++i) zel::release(all[i]);
+        zel::release(all);
+    }
+};
 
 // What was written before has to reach the file first.
 void goTo(FILE* fptr, off_t position)
@@ -71,7 +86,7 @@ void writeFeatureHeader(FeatureWriter& writer, ZELParameterStruct& p, ClassCount
     if (p.Features.num > 0 && (!p.FeatureInfo.Max || !p.FeatureInfo.Min))
         failWithError("ZELFeatureWriteHeader: %d features without ranges\n", p.Features.num);
     ZELParameterStruct stored = p;
-    std::string version = VersionNumber;
+    Text version = VersionNumber;
     stored.Header.VersionNumber = version.data();
     if (counts == ClassCounts::none)
         std::fill(std::begin(stored.ClassInfo.Count), std::end(stored.ClassInfo.Count), 0);
@@ -165,12 +180,13 @@ void ZELFeatureUpdateHeaderInfo(FILE* fptr, const ZELParameterStruct* Parameters
 
 char** CreateLabels(const CommandStruct* Command)
 {
-    char** labels = zel::allocate<char*>(static_cast<std::size_t>(Command->num));
-    if (!labels) zel::failWithError("CreateLabels: cannot allocate memory\n");
-    int i = 0;
-    for (const CommandListStruct* entry = Command->ListHead; entry; entry = entry->next, ++i) {
+    NewLabels labels;
+    labels.all = zel::allocate<char*>(static_cast<std::size_t>(Command->num));
+    if (!labels.all) zel::failWithError("CreateLabels: cannot allocate memory\n");
+    for (const CommandListStruct* entry = Command->ListHead; entry; entry = entry->next) {
         const char* text = entry->Condition ? entry->Condition->expression : nullptr;
-        labels[i] = zel::copyNullable(entry->Label ? entry->Label : text);
+        labels.all[labels.count] = zel::copyNullable(entry->Label ? entry->Label : text);
+        ++labels.count;
     }
-    return labels;
+    return std::exchange(labels.all, nullptr);
 }

@@ -1,8 +1,10 @@
 // Deep copies of masks.
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <iterator>
 #include <map>
+#include <utility>
 
 #include "zel_expression.h"
 #include "zel_feature_file.h"
@@ -26,8 +28,10 @@ void copyStack(ZELStackStruct*& to, const ZELStackStruct* from)
 void copyFiles(IOStruct& to, const IOStruct& from)
 {
     zel::setNullable(to.outputFilename, from.outputFilename);
-    for (const InputStruct* input = from.inputListHead; input; input = input->next)
-        allocateNewInput(&to)->Filename = zel::copyNullable(input->Filename);
+    for (const InputStruct* input = from.inputListHead; input; input = input->next) {
+        InputStruct* copy = allocateNewInput(&to);
+        copy->Filename = zel::copyNullable(input->Filename);
+    }
 }
 
 void copyInfo(InfoStruct& to, const InfoStruct& from)
@@ -41,7 +45,9 @@ void copyInfo(InfoStruct& to, const InfoStruct& from)
 // would say again what there was to say about it.
 void copyProgram(ProgramStruct*& to, const ProgramStruct* from)
 {
-    std::map<const ProgramStruct*, ProgramStruct*> copies{{nullptr, nullptr}};
+    using Copy = std::pair<const ProgramStruct* const, ProgramStruct*>;
+    std::map<const ProgramStruct*, ProgramStruct*, std::less<>, zel::Allocator<Copy>> copies;
+    copies.emplace(nullptr, nullptr);
     ProgramStruct* last = nullptr;
     for (const ProgramStruct* source = from; source; source = source->next) {
         last = addProgamStatement(last, source->statementType, source->lineNum);

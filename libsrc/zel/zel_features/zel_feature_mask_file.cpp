@@ -104,8 +104,9 @@ void renewHeader(InfoStruct& header)
 {
     zel::setString(header.IdentifierString, maskIdentifier);
     zel::setString(header.VersionNumber, maskVersion);
+    char* now = zel::currentDateTime();
     zel::release(header.DateTimeString);
-    header.DateTimeString = zel::currentDateTime();
+    header.DateTimeString = now;
 }
 
 void writeClassifier(zel::FeatureWriter& writer, ZELClassifierList& c)

@@ -1,7 +1,24 @@
 // The masks of channels, for the library below.
+#include "zel_door.h"
 #include "zel_feature_mask.hpp"
 #include "zel_mask.hpp"
 #include "zel_report.hpp"
+
+namespace {
+
+// The feature layer ends the process, and knows no name of the file.
+struct Writing {
+    FILE* stream;
+    ZELFeatureMaskType* mask;
+};
+
+void write(void* data)
+{
+    const auto& writing = *static_cast<Writing*>(data);
+    ZELFeatureWriteMask(writing.mask, writing.stream);
+}
+
+}  // namespace
 
 namespace zel {
 
@@ -20,7 +37,7 @@ ZELFeatureMaskType* readMask(RecordReader& reader)
 }
 
 // A mask without classifiers is no mask to a reader, who would take the rest of it for the next field.
-void writeMask(FILE* stream, ZELFeatureMaskType* mask)
+bool writeMask(FILE* stream, ZELFeatureMaskType* mask)
 {
     const bool empty = mask && mask->numClassifiers == 0;
     if (empty)
@@ -28,7 +45,8 @@ void writeMask(FILE* stream, ZELFeatureMaskType* mask)
                  "ZELOpenWriteOnlyFile: warning: the mask of channel %d has no classifiers "
                  "and is left out\n",
                  mask->ZELChannelIndex);
-    ZELFeatureWriteMask(empty ? nullptr : mask, stream);
+    Writing writing{stream, empty ? nullptr : mask};
+    return ZELGuardedCall(write, &writing, nullptr) == 0;
 }
 
 ZELFeatureMaskType* duplicateMask(ZELFeatureMaskType* mask)

@@ -49,6 +49,19 @@ bool standsAtCurrent(const ZELFeatureFileStruct& file)
     return file.CurrentSample - file.PreviousSample == 1 && ftello(file.fptr) != file.HeaderOffset;
 }
 
+[[noreturn]] void failReading(const ZELFeatureFileStruct& file)
+{
+    zel::failWithError("ZELFeatureReadSampleFromFile: read error on sample %d\n",
+                       file.CurrentSample);
+}
+
+void goToCurrent(ZELFeatureFileStruct& file)
+{
+    const off_t place =
+        file.HeaderOffset + static_cast<off_t>(file.CurrentSample) * file.SampleLength;
+    if (fseeko(file.fptr, place, SEEK_SET) != 0) failReading(file);
+}
+
 void count(ZELFeatureFileStruct& file, int classNumber)
 {
     if (classNumber >= 0 && classNumber < ZEL_FEATURE_NUM_CLASSES)
@@ -85,17 +98,14 @@ int ZELFeatureReadSampleFromFile(ZELFeatureFileStruct* FeatureFile)
         zel::failWithError(
             -2, "ZELFeatureReadSampleFromFile:  error, Random access not allowed on this "
                 "file\n");
-    if (!standsAtCurrent(*FeatureFile))
-        fseeko(FeatureFile->fptr,
-               FeatureFile->HeaderOffset +
-                   static_cast<off_t>(FeatureFile->CurrentSample) * FeatureFile->SampleLength,
-               SEEK_SET);
+    if (!standsAtCurrent(*FeatureFile)) goToCurrent(*FeatureFile);
     SampleReader reader(FeatureFile->fptr);
     std::int32_t classNumber = 0;
     zel::walkSample(reader, classNumber, FeatureFile->Pixel);
     if (!reader.isEmpty()) FeatureFile->Pixel.Class = static_cast<float>(classNumber);
     for (int i = 0; i < FeatureFile->Parameters.Features.num; ++i)
         reader.field("feature", FeatureFile->Features[i]);
+    if (std::ferror(FeatureFile->fptr)) failReading(*FeatureFile);
     if (!reader.isWhole()) return 0;
     FeatureFile->PreviousSample = FeatureFile->CurrentSample++;
     return 1;

@@ -1,15 +1,41 @@
-// Reading pieces of text, the same in every locale.
+// Texts that grow, and reading pieces of them, the same in every locale.
 #ifndef ZEL_FEATURE_TEXT_HPP
 #define ZEL_FEATURE_TEXT_HPP
 
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <string>
 #include <string_view>
 
+#include "zel_feature_report.hpp"
+#include "zel_memory.hpp"
 #include "zel_text.hpp"
 
 namespace zel {
+
+// Memory for containers. What cannot be had ends the process like all other memory: an exception would
+// not get through the callers, who may be C.
+template <class T>
+struct Allocator {
+    using value_type = T;
+
+    Allocator() = default;
+    template <class U>
+    Allocator(const Allocator<U>&)
+    {
+    }
+    T* allocate(std::size_t count)
+    {
+        void* memory = std::calloc(count, sizeof(T));
+        if (!memory) failWithError("cannot allocate memory for a text\n");
+        return static_cast<T*>(memory);
+    }
+    void deallocate(T* memory, std::size_t) { release(memory); }
+    friend bool operator==(const Allocator&, const Allocator&) { return true; }
+};
+
+using Text = std::basic_string<char, std::char_traits<char>, Allocator<char>>;
 
 inline bool isBlank(char c)
 {

@@ -1,6 +1,7 @@
 #include "zel_feature_walk.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 
 #include "zel_expression.h"
@@ -11,15 +12,6 @@
 namespace zel {
 
 namespace {
-
-std::int64_t endOf(FILE* stream)
-{
-    const std::int64_t position = ftello(stream);
-    fseeko(stream, 0, SEEK_END);
-    const std::int64_t end = ftello(stream);
-    fseeko(stream, position, SEEK_SET);
-    return end;
-}
 
 double leadingNumber(std::string_view text)
 {
@@ -40,7 +32,7 @@ double leadingNumber(std::string_view text)
 
 }  // namespace
 
-FeatureReader::FeatureReader(FILE* stream) : FeatureReader(stream, endOf(stream)) {}
+FeatureReader::FeatureReader(FILE* stream) : FeatureReader(stream, lengthOf(stream)) {}
 
 void FeatureReader::setVersion(const char* text)
 {
@@ -96,10 +88,21 @@ void FeatureReader::place(int& offset)
     offset = static_cast<int>(position());
 }
 
-void FeatureReader::cutShort(const char* name, std::int64_t at)
+std::int64_t FeatureReader::position() const
+{
+    const off_t position = ftello(stream_);
+    if (position < 0) cutShort("the place in the file", position);
+    return position;
+}
+
+void FeatureReader::cutShort(const char* name, std::int64_t at) const
 {
     Damage damage{};
-    std::snprintf(damage.what, sizeof damage.what, "cut short in %s", name);
+    if (at < 0 || std::ferror(stream_))
+        std::snprintf(damage.what, sizeof damage.what, "cannot read %s: %s", name,
+                      std::strerror(errno));
+    else
+        std::snprintf(damage.what, sizeof damage.what, "cut short in %s", name);
     damage.offset = at;
     throw damage;
 }

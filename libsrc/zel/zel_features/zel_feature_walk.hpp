@@ -76,11 +76,11 @@ public:
     void bound(const char* name, int number, int smallestItem, std::int64_t at) const;
     void place(int& offset);
 
-    std::int64_t position() const { return ftello(stream_); }
+    std::int64_t position() const;
     std::int64_t remaining() const { return end_ - position(); }
 
 private:
-    [[noreturn]] static void cutShort(const char* name, std::int64_t at);
+    [[noreturn]] void cutShort(const char* name, std::int64_t at) const;
 
     FILE* stream_;
     std::int64_t end_;

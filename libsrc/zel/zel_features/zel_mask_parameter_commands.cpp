@@ -3,7 +3,6 @@
 #include <charconv>
 #include <climits>
 #include <cstdio>
-#include <string>
 
 #include "zel_expression.h"
 #include "zel_feature_header.h"
@@ -167,12 +166,12 @@ void readClassifierFile(const ParameterLines& line, ZELClassifierList& classifie
 void readClassifierName(MaskFile& file)
 {
     ZELMaskParameterType& p = file.mask->MaskParameters;
-    const std::string name(file.line.word(1));
+    const zel::Text name(file.line.word(1));
     const int type = integerAt(file.line, 2);
     const int level = integerAt(file.line, 3);
     if (type < 0)
         failAtLine(file.line, "invalid classifier type: %s\n",
-                   std::string(file.line.word(2)).c_str());
+                   zel::Text(file.line.word(2)).c_str());
     if (!isLevelOf(file.typeGiven ? p.MaskType : ZEL_MASK_HIERARCHICAL, level))
         failAtLine(file.line, "invalid classifier level %d\n", level);
     const zel::OpenedFile stream(std::fopen(name.c_str(), "rb"));
@@ -181,7 +180,8 @@ void readClassifierName(MaskFile& file)
     classifier.ClassifierType = type;
     classifier.ClassifierLevel = level;
     readClassifierFile(file.line, classifier, stream.get());
-    allocateNewInput(&p.IO)->Filename = zel::copyString(name);
+    InputStruct* input = allocateNewInput(&p.IO);
+    input->Filename = zel::copyString(name);
 }
 
 constexpr zel::Word maskTypeWords[] = {{"case", ZEL_MASK_CASE},
@@ -190,7 +190,7 @@ constexpr zel::Word maskTypeWords[] = {{"case", ZEL_MASK_CASE},
 
 void readMaskType(MaskFile& file)
 {
-    const std::string word(file.line.word(1));
+    const zel::Text word(file.line.word(1));
     const auto type = zel::find(maskTypeWords, word);
     if (!type) {
         zel::printLine(file.line);

@@ -3,12 +3,12 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <string>
 
 #include "zel_expression.h"
 #include "zel_feature_report.hpp"
 #include "zel_memory.hpp"
 #include "zel_parameter.hpp"
+#include "zel_same_file.hpp"
 
 const char* const IdentifierString = "ZEL_FEATURE_HEADER";
 const char* const VersionNumber = "1.2";
@@ -24,18 +24,6 @@ const char* const dataTypeLabel[14] = {
 namespace {
 
 constexpr int defaultRandomSeed = 82497;
-
-// What parameter files get instead of an output file name of their own.
-struct Override {
-    bool isSet = false;
-    std::string filename;
-};
-
-Override& outputOverride()
-{
-    static Override theOverride;
-    return theOverride;
-}
 
 template <class Record>
 Record& newRecord(const char* name)
@@ -66,8 +54,9 @@ char* currentDateTime()
 {
     char text[ZEL_FEATURE_LINE_SIZE + 1] = "";
     const std::time_t now = std::time(nullptr);
-    if (const std::tm* local = std::localtime(&now))
-        std::strftime(text, sizeof text, "%T  %A %b %d %Y", local);
+    // Not localtime, which reads the time zone each time anew and takes memory for it.
+    std::tm local{};
+    if (localtime_r(&now, &local)) std::strftime(text, sizeof text, "%T  %A %b %d %Y", &local);
     return copyString(text);
 }
 
@@ -88,10 +77,9 @@ void setNullable(char*& field, const char* text)
 bool opensForReading(const char* filename)
 {
     const int error = errno;
-    FILE* stream = std::fopen(filename, "rb");
-    if (stream) std::fclose(stream);
+    const bool opens = isReadable(filename);
     errno = error;
-    return stream != nullptr;
+    return opens;
 }
 
 void freeFeatureInfo(ZELParameterStruct& parameters)
@@ -103,16 +91,17 @@ void freeFeatureInfo(ZELParameterStruct& parameters)
     discard(info.Min);
 }
 
-const char* outputFilenameOverride()
+OutputName& outputFilenameOverride()
 {
-    return outputOverride().isSet ? outputOverride().filename.c_str() : nullptr;
+    static OutputName theOverride;
+    return theOverride;
 }
 
 }  // namespace zel
 
 void ZELFeatureSetOutputFilename(const char* filename)
 {
-    outputOverride() = {filename != nullptr, filename ? filename : ""};
+    zel::outputFilenameOverride() = {filename != nullptr, zel::Text(filename ? filename : "")};
 }
 
 void ZELFeatureInitializeParameters(ZELParameterStruct* Parameters)

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string_view>
 
+#include "zel_feature_text.hpp"
 #include "zel_parameter.h"
 
 namespace zel {
@@ -38,8 +39,13 @@ bool opensForReading(const char* filename);
 // Frees the labels and ranges of the features; their definitions stay.
 void freeFeatureInfo(ZELParameterStruct& parameters);
 
-// The output file name set for parameter files; null for none.
-const char* outputFilenameOverride();
+// What parameter files get instead of an output file name of their own.
+struct OutputName {
+    bool isGiven = false;
+    Text text;
+    const char* get() const { return isGiven ? text.c_str() : nullptr; }
+};
+OutputName& outputFilenameOverride();
 
 }  // namespace zel
 

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <climits>
 #include <memory>
-#include <string>
 
 #include "zel_feature_report.hpp"
 #include "zel_feature_text.hpp"
@@ -88,7 +87,7 @@ void addInput(ZELParameterStruct& parameters, string_view filename)
 
 void readInputFilename(ParameterFile& file)
 {
-    const std::string name(file.line.word(1));
+    const zel::Text name(file.line.word(1));
     if (FILE* stream = std::fopen(name.c_str(), "rb")) {
         std::fclose(stream);
         addInput(file.parameters, name);
@@ -110,8 +109,8 @@ struct CloseDirectory {
 
 // The name of the directory, and what its entries are compared with.
 struct Listing {
-    std::string directory;
-    std::string pattern;
+    zel::Text directory;
+    zel::Text pattern;
 };
 
 Listing readListing(const ParameterLines& line)
@@ -120,7 +119,7 @@ Listing readListing(const ParameterLines& line)
     if (pattern.find(':') == string_view::npos) failWithoutColon(line);
     zel::takeUpToColon(pattern);
     string_view word = line.word(1);
-    Listing listing{std::string(zel::takeUpToColon(word)), std::string(pattern)};
+    Listing listing{zel::Text(zel::takeUpToColon(word)), zel::Text(pattern)};
     if (!listing.directory.ends_with('/')) listing.directory += '/';
     std::erase_if(listing.pattern, zel::isBlank);
     return listing;

@@ -21,7 +21,7 @@ void requireInput(const zel::ParameterFile& file)
 
 void requireOutput(const ZELParameterStruct& parameters)
 {
-    if (parameters.IO.outputFilename || zel::outputFilenameOverride()) return;
+    if (parameters.IO.outputFilename || zel::outputFilenameOverride().isGiven) return;
     printError(zel::message("error: no output file specified in parameter file\n"));
     zel::failWithError("    add outputfilename <filename>\n");
 }

@@ -20,11 +20,21 @@ bool isAtEnd(FILE* stream)
     return c == EOF || std::ungetc(c, stream) == EOF;
 }
 
+// A file that cannot be read on has not ended.
+[[nodiscard]] bool end(FILE* stream, const char* filename)
+{
+    if (std::ferror(stream)) zel::failWithError("read error on parameter file %s\n", filename);
+    return false;
+}
+
 }  // namespace
 
 namespace zel {
 
-ParameterLines::ParameterLines(const char* filename) : stream_(std::fopen(filename, "r")) {}
+ParameterLines::ParameterLines(const char* filename)
+    : filename_(filename), stream_(std::fopen(filename, "r"))
+{
+}
 
 bool ParameterLines::read()
 {
@@ -32,10 +42,10 @@ bool ParameterLines::read()
     int c = '\0';
     while (c != '\n' && text_.size() < longestLine) {
         c = std::fgetc(stream_.get());
-        if (c == EOF) return false;
+        if (c == EOF) return end(stream_.get(), filename_);
         text_ += static_cast<char>(c);
     }
-    if (c != '\n' && isAtEnd(stream_.get())) return false;
+    if (c != '\n' && isAtEnd(stream_.get())) return end(stream_.get(), filename_);
     text_.pop_back();
     text_.resize(std::min(text_.size(), text_.find('\0')));
     ++number_;
@@ -70,7 +80,7 @@ std::string_view ParameterLines::afterCommand() const
 std::string_view ParameterLines::after(std::string_view lowerCaseWord) const
 {
     const std::size_t found = text_.find(lowerCaseWord);
-    if (found == std::string::npos) failWithError("syntax error line %d\n", number_);
+    if (found == zel::Text::npos) failWithError("syntax error line %d\n", number_);
     const std::size_t begin = found + lowerCaseWord.size() + 1;
     return std::string_view(text_).substr(std::min(begin, text_.size()));
 }
@@ -114,7 +124,7 @@ ZELStackStruct* compileFromLine(const ParameterLines& line, std::string_view tex
 {
     int status = ZEL_PARSE_OK;
     ZELStackStruct* stack =
-        parseCondition(std::string(text).c_str(), &status, check ? 1 : 0, definitions.ListHead);
+        parseCondition(zel::Text(text).c_str(), &status, check ? 1 : 0, definitions.ListHead);
     if (status == ZEL_PARSE_OK) return stack;
     failParse(line, what, status);
 }

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "zel_feature_text.hpp"
@@ -21,11 +20,12 @@ public:
     explicit ParameterLines(const char* filename);
     bool isOpen() const { return stream_ != nullptr; }
 
-    // Goes on to the next line; false at the end of the file.
+    // Goes on to the next line; false at the end of the file. Ends the process (-1) when the file cannot
+    // be read.
     bool next();
 
     int number() const { return number_; }  // from 1
-    const std::string& text() const { return text_; }
+    const Text& text() const { return text_; }
     std::string_view command() const { return word(0); }
 
     // The n-th word, empty when there is none.
@@ -41,8 +41,9 @@ public:
 private:
     bool read();
 
+    const char* filename_;
     OpenedFile stream_;
-    std::string text_;
+    Text text_;
     int number_ = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "zel_program.h"
 
+#include <utility>
+
 #include "zel_expression.h"
 #include "zel_feature_report.hpp"
 #include "zel_memory.hpp"
@@ -90,13 +92,13 @@ void ZELFeatureFreeProgram(ProgramStruct* Program)
 
 ProgramLines* ZELFeatureDuplicateProgramText(const ProgramLines* ProgramText)
 {
-    ProgramLines* first = nullptr;
+    zel::OwnedProgramText copy;
     ProgramLines* last = nullptr;
     for (; ProgramText; ProgramText = ProgramText->next) {
-        last = zel::appendProgramLine(first, last, ProgramText->lineNumber);
+        last = zel::appendProgramLine(copy.first, last, ProgramText->lineNumber);
         last->text = zel::copyNullable(ProgramText->text);
     }
-    return first;
+    return std::exchange(copy.first, nullptr);
 }
 
 void ZELFeatureFreeProgramText(ProgramLines* ProgramText)

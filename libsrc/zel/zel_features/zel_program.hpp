@@ -3,6 +3,7 @@
 #define ZEL_PROGRAM_HPP
 
 #include "zel_feature_types.h"
+#include "zel_program.h"
 
 namespace zel {
 
@@ -25,6 +26,15 @@ bool compileProgram(const ProgramLines* text, int processFlag, const CommandList
 
 // Sets the weight of the classes in a compiled list, and of class 0 for each comma in it.
 void setListedWeights(const ZELStackStruct& classList, ZELPixelStruct& pixel, float weight);
+
+// A text that nobody owns yet.
+struct OwnedProgramText {
+    ProgramLines* first = nullptr;
+    OwnedProgramText() = default;
+    OwnedProgramText(const OwnedProgramText&) = delete;
+    OwnedProgramText& operator=(const OwnedProgramText&) = delete;
+    ~OwnedProgramText() { ZELFeatureFreeProgramText(first); }
+};
 
 }  // namespace zel
 

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -201,7 +200,7 @@ ZELStackStruct* ProgramCompiler::compile(string_view text, int checkFlag, const 
 {
     int status = ZEL_PARSE_OK;
     ZELStackStruct* stack =
-        parseCondition(std::string(text).c_str(), &status, checkFlag, definitions_);
+        parseCondition(zel::Text(text).c_str(), &status, checkFlag, definitions_);
     if (stack) return stack;
     fail("");
     printError(zel::message("%s parse error: %s\n", what, ParseErrorMsgs[status]));
@@ -272,7 +271,7 @@ private:
         warnings_.push_back({statement.lineNum, text});
     }
 
-    std::vector<Warning> warnings_;
+    std::vector<Warning, zel::Allocator<Warning>> warnings_;
 };
 
 ProgramStruct* ProgramCompiler::link()

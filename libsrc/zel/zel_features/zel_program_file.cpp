@@ -3,27 +3,14 @@
 #include <utility>
 
 #include "zel_feature_records.hpp"
-#include "zel_program.h"
+#include "zel_program.hpp"
 #include "zel_program_file.hpp"
-
-namespace {
-
-// A text that nobody owns yet.
-struct OwnedText {
-    ProgramLines* first = nullptr;
-    OwnedText() = default;
-    OwnedText(const OwnedText&) = delete;
-    OwnedText& operator=(const OwnedText&) = delete;
-    ~OwnedText() { ZELFeatureFreeProgramText(first); }
-};
-
-}  // namespace
 
 namespace zel {
 
 ProgramLines* readProgramText(FeatureReader& reader)
 {
-    OwnedText text;
+    OwnedProgramText text;
     walkProgramText(reader, text.first, 0);
     return std::exchange(text.first, nullptr);
 }
