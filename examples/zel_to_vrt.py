@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Makes GDAL read a plain ZEL file: zel_to_vrt.py FILE writes FILE.vrt, which names the place of each
-channel in FILE and ties some of its pixels to the ground. No pixel is copied."""
+channel in FILE, ties some of its pixels to the ground, and gives a channel whose comment is the label of
+a LUT the colours and names of its classes. No pixel is copied."""
 import os
 import struct
 import sys
@@ -9,6 +10,7 @@ from xml.sax.saxutils import escape
 BYTES = {1: 1, 2: 2, 3: 1, 4: 4, 5: 2}  # of a stored pixel, by storage code
 TYPES = {1: "Byte", 2: "UInt16", 3: "Byte", 4: "Float32", 5: "UInt16"}
 STEPS = {1: 255, 2: 65535}              # of the scaled codes
+MOST_COLOURS = {"Byte": 256, "UInt16": 65536}
 TIED_LINES = 20
 
 
@@ -27,12 +29,14 @@ class Layout:
             self.nav_points, self.nav_start, self.nav_interval = self.take("iii")
             self.file.seek(1221 + 2036)
             luts, tables = self.take("hh")
+            self.luts = {}  # by label: (red, green, blue, name) of each class
             for _ in range(luts):
-                self.skip(2 + 200 + 203 * self.take("h")[0])
+                self.read_lut()
             self.skip_tables(tables)
             self.skip(14 + 20000)
             self.line_offset = 32 + 8 * self.nav_points
             self.channels = []  # (label, storage code, min, max, offset in the line)
+            self.classes = []   # the LUT of each of them, or None
             for _ in range(slots):
                 self.read_channel(path)
             self.header_offset = self.file.tell()
@@ -44,14 +48,23 @@ class Layout:
     def skip(self, size):
         self.file.seek(size, 1)
 
+    def take_text(self, size):
+        return self.file.read(size).split(b"\0")[0].decode("latin-1")
+
+    def read_lut(self):
+        size, _ = self.take("hh")
+        label = self.take_text(200)
+        entries = [self.take("3B") + (self.take_text(200),) for _ in range(size)]
+        self.luts.setdefault(label, entries)
+
     def skip_tables(self, count):
         for _ in range(count):
             self.skip(2 + 200 + 4 * self.take("h")[0])
 
     def read_channel(self, path):
         present, high, low, code, _, _ = self.take("iffiii")
-        label = self.file.read(120).split(b"\0")[0].decode("latin-1")
-        self.skip(120 + 12)
+        label, comment = self.take_text(120), self.take_text(120)
+        self.skip(12)
         if self.take("i")[0]:
             raise SystemExit(path + ": has a classifier mask")
         self.skip_tables(self.take("h")[0])
@@ -60,6 +73,7 @@ class Layout:
                 self.skip(8 + 4 * self.take("h")[0])
         if present:
             self.channels.append((label, code, low, high, self.line_offset))
+            self.classes.append(None if code in STEPS else self.luts.get(comment))
             self.line_offset += BYTES[code] * self.pixels
 
 
@@ -72,6 +86,15 @@ def positions(path, layout):
             for k in range(layout.nav_points):
                 yield (layout.nav_start + k * layout.nav_interval + 0.5, n + 0.5, points[k],
                        points[layout.nav_points + k])
+
+
+def colours(entries, kind):
+    """What GDAL shows a band of classes with."""
+    names, table = ["<CategoryNames>"], ["<ColorTable>"]
+    for red, green, blue, name in entries[:MOST_COLOURS.get(kind, 0)]:
+        names.append("<Category>%s</Category>" % escape(name))
+        table.append('<Entry c1="%d" c2="%d" c3="%d" c4="255"/>' % (red, green, blue))
+    return ["<ColorInterp>Palette</ColorInterp>"] + names + ["</CategoryNames>"] + table + ["</ColorTable>"]
 
 
 def vrt(path):
@@ -88,6 +111,8 @@ def vrt(path):
         out.append("<Description>%s</Description>" % escape(label))
         if code in STEPS:
             out.append("<Offset>%r</Offset><Scale>%r</Scale>" % (low, (high - low) / STEPS[code]))
+        if layout.classes[band - 1]:
+            out += colours(layout.classes[band - 1], TYPES[code])
         out.append('<SourceFilename relativeToVRT="1">%s</SourceFilename>'
                    % escape(os.path.basename(path)))
         out.append("<ImageOffset>%d</ImageOffset><PixelOffset>%d</PixelOffset>"

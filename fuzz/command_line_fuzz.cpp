@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "combine.h"
-#include "command_line.h"
 #include "fuzz_support.hpp"
+#include "zel_combine/combine.h"
+#include "zel_combine/command_line.h"
 #include "zel_lut_block.hpp"
 
 namespace {

@@ -4,13 +4,18 @@ that the command lines of command_line_fuzz name."""
 import os
 import struct
 import sys
+from dataclasses import replace
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "tests", "support"))
 
+from maskfile import (Classifier, Entry, FeatureHeader, Mask, full_mask, header_bytes,  # noqa: E402
+                      mask_bytes)
 from sample import sample  # noqa: E402
 from vornfile import feature_header, labels_file, plane, raster  # noqa: E402
 from zelfile import Histogram, Lut, Table, container  # noqa: E402
+
+EMPTY_CLASSES = bytes(4000) + (b"\0\0\0\1" + bytes(13)) * 1000
 
 
 def save(target, name, data):
@@ -27,6 +32,154 @@ def with_blocks():
     f.channels[0].tables = [Table(key=2, label=b"own", values=[2.5])]
     f.channels[0].histogram = Histogram(max=330.0, min=180.0, counts=[1, 2, 3, 4])
     return f
+
+
+def save_all(target, seeds):
+    for name, data in seeds.items():
+        save(target, name, data)
+
+
+def compact(data):
+    """The bytes with the word that the targets take for an empty class table in place of each."""
+    return data.replace(EMPTY_CLASSES, b"CLASSES!")
+
+
+def lut_files():
+    entry = b"1 0.5 0 0 : a\n"
+    save_all("lut_file_fuzz", {
+        "one_entry": b"Title\n0 1\n1\n" + entry,
+        "two_luts": (b"Title\n0 1\n1\n" + entry) * 2,
+        "comments": b"# one\n\nTitle\n0 255\n2\n# two\n1 2 3 0 : a\n\n4 5 6 1 : b\n",
+        "no_entries": b"Title\n0 1\n0\n",
+        "more_entries_than_lines": b"Title\n0 1\n32767\n" + entry,
+        "index_beyond": b"Title\n0 1\n1\n1 1 1 2 : a\n",
+        "negative_count": b"Title\n0 1\n-1\n",
+        "numbers_left_out": b"Title\n\n\n:\n",
+        "scale_without_width": b"Title\n1 1\n1\n1e38 nan -inf 0 : a\n",
+        "long_line": b"T" * 300 + b"\n0 1\n1\n" + entry,
+        "no_last_newline": b"Title\n0 1\n1\n1 0.5 0 0 : a"})
+
+
+PARAMETERS = (b"inputfilename /dev/null\noutputfilename out.feat\nfeature Ch1:\"first\"\n")
+PARAMETER_LINES = {
+    "definitions": b"condition bright: Ch1>50\nvariable twice: bright*2\ndefine x: twice\n",
+    "requirement": b"requirement Ch1>0:\"positive\"\n", "option": b"option Ch2<9\n",
+    "filter": b"filter Ch3==0:skip_pixel:\"dark\"\n", "comment": b"comment \"said\"\n",
+    "title": b"title \"Title\"\n", "directory": b"inputdirstr /dev/shm:no such\n",
+    "extension": b"inputdirext /dev/shm:.zel\n", "seed": b"randomseed -7\n",
+    "class": b"class 3:\"water\":1 2 300\n", "class_beyond": b"class 1000:x:1 2 3\n",
+    "subsample": b"subsample 4\n", "subsample_word": b"subsample log10\n",
+    "types": b"classtype primary\ndatatype modis\n", "ignore": b"ignorerequirements\n",
+    "unknown": b"nothing known\n# comment\n\n"}
+
+
+def parameter_files():
+    save("parameter_file_fuzz", "complete", PARAMETERS)
+    for name, lines in PARAMETER_LINES.items():
+        save("parameter_file_fuzz", name, lines + PARAMETERS)
+
+
+MASK_LINES = {
+    "plain": b"", "type": b"masktype hier\nclassifiername @ 2 99\n",
+    "texts": b"title \"Title\"\ncomment said\n", "name": b"savemaskfilename mask\n",
+    "definition": b"condition cold: Ch3<280\npreclassfilter cold:3,4-7:\"label\"\n",
+    "filter_before": b"preclassfilter Ch1>0:5\n",
+    "filter_behind": b"postclassfilter Ch2:class=7\npostclassfilter 1:skip_pixel\n",
+    "program_before": b"beginpreprocess\nif (Ch1) then\nweightclasses 8,9:0.5\nendif\n"
+                      b"endpreprocess\n",
+    "program_behind": b"beginpostprocess\nif (class==4) class=6\nelse\nreturn\nendif\n"
+                      b"endpostprocess\n",
+    "unknown": b"nothing known\n"}
+
+
+def mask_parameter_files():
+    for name, lines in MASK_LINES.items():
+        save("mask_parameter_fuzz", name,
+             b"beginmask\n" + lines + b"classifiername @\nendmask\n")
+    save("mask_parameter_fuzz", "two_masks",
+         b"define x: 4\n" + b"beginmask\nclassifiername @ 1\nendmask\n" * 2)
+
+
+def feature_headers():
+    full = full_mask().classifiers[0].header
+    plain = FeatureHeader()
+    headers = {"plain": plain, "no_features": FeatureHeader(features=[], maxima=[], minima=[]),
+               "version_110": replace(plain, version=b"1.1", options=None)}
+    for name in ("inputs", "conditions", "requirements", "filters", "comments", "title", "options",
+                 "numbers"):
+        headers[name] = replace(plain, conditions=full.conditions, **{
+            k: getattr(full, k) for k in [name] if k != "conditions"})
+    headers["features"] = replace(plain, conditions=full.conditions, features=full.features,
+                                  maxima=full.maxima, minima=full.minima)
+    for name, header in headers.items():
+        save("feature_header_fuzz", name, compact(header_bytes(header)))
+    save("feature_header_fuzz", "classes", header_bytes(replace(plain, classes=full.classes)))
+
+
+def sample_files():
+    def sample_bytes(features, number, numbers=(7, 1)):
+        return (struct.pack(">2i5fiI2f", *numbers, 1.5, -2.5, 30.0, 40.0, 50.0, 3, 9, 171.5, 2024.0)
+                + struct.pack(">%df" % features, *[number + k / 4 for k in range(features)]))
+
+    plain = compact(header_bytes(FeatureHeader()))
+    three = compact(header_bytes(FeatureHeader(features=[Entry(b"f", b"Ch1")] * 3,
+                                               maxima=[1.0] * 3, minima=[0.0] * 3)))
+    save_all("sample_file_fuzz", {
+        "no_samples": plain, "one_sample": plain + sample_bytes(1, 0),
+        "three_samples": plain + b"".join(sample_bytes(1, k) for k in range(3)),
+        "three_features": three + sample_bytes(3, 0) * 2,
+        "last_sample_cut_short": plain + sample_bytes(1, 0) + sample_bytes(1, 1)[:-1],
+        "class_beyond": plain + sample_bytes(1, 0, (1000, -1))})
+
+
+def mask_blocks():
+    full = full_mask()
+    small = Mask(classifiers=[Classifier(data=b"data")])
+    masks = {"none": None, "plain": small,
+             "two_classifiers": replace(small, classifiers=small.classifiers * 2),
+             "version_100": replace(small, version=b"1.0", pre_program=None, post_program=None,
+                                    type=None),
+             "version_110": replace(small, version=b"1.1", type=None),
+             "header_110": replace(small, classifiers=[Classifier(
+                 FeatureHeader(version=b"1.1", options=None), level=None)])}
+    for name in ("label", "comment", "conditions", "pre_filters", "post_filters", "pre_program",
+                 "post_program", "type", "title", "comments"):
+        masks[name] = replace(small, conditions=full.conditions, **{
+            k: getattr(full, k) for k in [name] if k != "conditions"})
+    for name, mask in masks.items():
+        save("mask_block_fuzz", name, compact(mask_bytes(mask)))
+    save("mask_block_fuzz", "full", mask_bytes(full))
+
+
+def vorn_input(data=b"", header=b"", lut=b"", features=b"", words=0):
+    """A raster and what comes with it, behind which of them are used (bits) and their sizes."""
+    return struct.pack("<B3H", words, len(data), len(header), len(lut)) + data + header + lut + features
+
+
+HEADER, LUT, CUBE, FEATURES, LABEL, PREPEND = (1 << k for k in range(6))
+
+
+def vorn_files():
+    def planes(count):
+        return [plane(4, 3, k) for k in range(count)]
+
+    one, two = raster(planes(1)), raster(planes(2))
+    lut = b"Title\n0 1\n1\n1 0.5 0 0 : a\n"
+    features = compact(header_bytes(FeatureHeader(comments=[Entry(b"ARFF_TO_ZEL 3 9 8 7")])))
+    save_all("vorn_fuzz", {
+        "one_channel": vorn_input(one), "two_channels": vorn_input(two),
+        "other_order": vorn_input(raster(planes(1), ">")),
+        "no_channels": vorn_input(raster(planes(1), channels=0)),
+        "negative_channels": vorn_input(raster(planes(1), channels=-1)),
+        "more_channels_than_values": vorn_input(raster(planes(1), channels=40)),
+        "too_many_channels": vorn_input(raster(planes(1), channels=0x7FFFFFFF)),
+        "cut_short": vorn_input(one[:-1]), "header_only": vorn_input(one[:16]),
+        "other_size": vorn_input(raster(planes(1), lines=4)),
+        "labels": vorn_input(two, labels_file(["a b", "c"]), words=HEADER | PREPEND),
+        "label": vorn_input(two, words=LABEL), "lut": vorn_input(one, lut=lut, words=LUT),
+        "color_cube": vorn_input(one, words=CUBE),
+        "classes": vorn_input(one, features=features, words=CUBE | FEATURES),
+        "classes_without_lut": vorn_input(one, features=features, words=FEATURES)})
 
 
 EXPRESSIONS = {
@@ -157,6 +310,13 @@ def main():
     save("scene_fuzz", "composite", container([(coarse, 1000.0), (fine, 500.0)]))
     save("combine_fuzz", "coarse_and_fine", struct.pack("<I", len(coarse)) + coarse + fine)
     save("combine_fuzz", "fine_and_coarse", struct.pack("<I", len(fine)) + fine + coarse)
+    lut_files()
+    vorn_files()
+    parameter_files()
+    mask_parameter_files()
+    feature_headers()
+    sample_files()
+    mask_blocks()
     for name, text in EXPRESSIONS.items():
         save("expression_fuzz", name, text.encode())
     for name, text in PROGRAMS.items():

@@ -6,7 +6,8 @@ python3 tests/coverage_map.py          writes docs/coverage.md
 python3 tests/coverage_map.py --check  fails when it is not what would be written, or has a gap
 
 Operations are the functions that the public headers declare. Messages are the texts in the sources
-that are handed to one of the functions that report, or that end with a line. A test quotes a message
+that are handed to one of the functions that report, or that end with a line; what a user sees of those
+that are put together, as of the name of a function and a text, is in a list. A test quotes a message
 when one of its own texts has the message's fixed parts in their order, with anything in the places of
 the values. Texts that are joined from pieces count as one, with a gap for what is no text.
 """
@@ -20,6 +21,7 @@ import sys
 ROOT = os.environ.get("ZEL_SOURCE_DIR") or os.path.dirname(
     os.path.dirname(os.path.abspath(__file__)))
 MAP = "docs/coverage.md"
+WHOLE = "tests/whole_messages.txt"
 
 HEADERS = ["libsrc/zel/*.h", "libsrc/zel/zel_features/*.h"]
 SOURCES = ["libsrc/zel/*.[ch]pp", "libsrc/zel/zel_features/*.[ch]pp", "src/zel_combine/*.cpp",
@@ -381,6 +383,13 @@ def message_rows(gaps):
         if rows:
             yield "\n### %s\n\n| message | quoted by |\n| --- | --- |" % os.path.basename(source)
             yield from rows
+    yield "\n### Put together\n\n| message | quoted by |\n| --- | --- |"
+    for line in read(WHOLE).splitlines():
+        message = line.replace("\\n", "\n")
+        test = quoting_test(message, texts)
+        if not test:
+            gaps.append("%s: no test quotes %r" % (WHOLE, message))
+        yield "| %s | %s |" % (shown(message), test or "none")
     gaps += ["CANNOT_HAPPEN has %r for nothing" % message for message in sorted(idle)]
 
 

@@ -1,6 +1,8 @@
 // Masks that channels carry: in scene files, their copies and views.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "support/file_builder.hpp"
 #include "support/mask_bytes.hpp"
 #include "support/mask_text.hpp"
@@ -171,6 +173,21 @@ TEST(MaskChannel, AMaskWithoutClassifiersIsLeftOut)
     ASSERT_EQ(file.result, 0) << file.outcome.out;
     EXPECT_EQ(file->Channels[0].Mask, nullptr);
     EXPECT_STREQ(file->Channels[1].ChannelLabel, "channel");
+}
+
+// A record of an empty slot has its mask too.
+TEST(MaskChannel, ADeletedChannelKeepsItsMask)
+{
+    Writer writer(4, 0, 3);
+    ZELAddMaskChannel(writer.get(), newMask(fullMask()), 1, 9, 1, 3, 8, "l", "c");
+    writer.add(2, 3, 1, 0);
+    ZELDeleteChannel(writer.get(), 1);
+    writer.open();
+    writer.finish();
+    OpenedFile file(writer.bytes());
+    ASSERT_EQ(file.result, 0) << file.outcome.out;
+    EXPECT_EQ(file->Channels[1].ChannelPresentFlag, 0);
+    EXPECT_EQ(textOf(file->Channels[1].Mask), textOfFullMask());
 }
 
 // ---- Copies and views ----
@@ -354,6 +371,29 @@ TEST_F(MaskDamage, WhatIsNoMaskEndsTheProcess)
     EXPECT_TRUE(outcome.ended);
     EXPECT_EQ(outcome.status, -1);
     EXPECT_EQ(outcome.err, "Error:  file does not contain a ZEL mask\n");
+}
+
+// The words of the feature layer name no file, and would go on with the system's last error.
+TEST_F(MaskDamage, AMaskThatEndsTheProcessIsNamedByItsFileAndPlace)
+{
+    Scene scene = maskedScene();
+    MaskRecord wrong = fullMask();
+    wrong.conditions[0].condition = "Ch1 +* 2";
+    scene.slots[0].mask = build(wrong).bytes;
+    const BuiltFile built = build(scene);
+    zel_test::writeFile(path, built.bytes);
+    outcome = run([&] {
+        errno = ENOENT;
+        OpenReadOnlyFile(record.get(), path.c_str(), 0, 0);
+    });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.err, "expression: Ch1 +* 2\nparse error: syntax error\n");
+    EXPECT_TRUE(outcome.out.ends_with("OpenReadOnlyFile: file " + path +
+                                      ": cannot read classifier mask at offset " +
+                                      std::to_string(built.offset("channel[0].mask")) + "\n"))
+        << outcome.out;
+    run([&] { ZELFinishReadingFile(record.get()); });
 }
 
 // A wrong byte may leave a mask that can be read, one that is refused, or one that ends the process

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <utility>
 
 #include "support/mask_bytes.hpp"
 #include "support/mask_text.hpp"
@@ -337,7 +338,74 @@ TEST(MaskFile, AnEmptyMaskHasEmptyLists)
     EXPECT_EQ(bytes, withDateOf(mask.mask.get(), MaskRecord{}));
 }
 
+TEST(MaskFile, LaterFiltersMayUseEarlierOnesWhereNothingIsDefined)
+{
+    MaskRecord record = fullMask();
+    record.conditions = {};
+    record.preFilters = {{"low", "sz > 80", "3"}, {{}, "low", "4"}};
+    record.postFilters = {{"wet", "Ch1 < 5", "class=2"}, {{}, "wet && Ch2 > 1", "class=1"}};
+    record.preProgram = record.postProgram = {};
+    ReadMask mask(build(record).bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    float channels[] = {1, 2};
+    ZELPixelStruct pixel{};
+    pixel.Channels = channels;
+    pixel.numChannels = 2;
+    pixel.sz = 85;
+    ZELFeatureClearClassWeights(&pixel, 1);
+    ZELFeaturePreClassificationFilter(&mask.rules(), &pixel);
+    EXPECT_EQ(pixel.class_weights[4], 0.0f);
+    EXPECT_EQ(pixel.class_weights[5], 1.0f);
+    ZELFeaturePostClassificationFilter(&mask.rules(), &pixel);
+    EXPECT_EQ(pixel.Class, 1.0f);
+}
+
 // ---- Saving ----
+
+TEST(MaskFile, AMaskCanBeAppended)
+{
+    const zel_test::TempDir dir;
+    ReadMask mask(build(fullMask()).bytes);
+    zel_test::writeFile(dir.path("two"), std::string("before"));
+    FILE* const stream = std::fopen(dir.path("two").c_str(), "ab");
+    ASSERT_NE(stream, nullptr);
+    const Outcome outcome = runFeature([&] { ZELFeatureWriteMask(mask.mask.get(), stream); });
+    std::fclose(stream);
+    EXPECT_FALSE(outcome.ended) << outcome.err;
+    Bytes expected = {'b', 'e', 'f', 'o', 'r', 'e'};
+    const Bytes bytes = withDateOf(mask.mask.get(), fullMask());
+    expected.insert(expected.end(), bytes.begin(), bytes.end());
+    EXPECT_EQ(zel_test::readFile(dir.path("two")), expected);
+}
+
+TEST(MaskFile, AClassifierWithoutFeaturesCannotBeWritten)
+{
+    MaskRecord record = fullMask();
+    record.classifiers[1].header.features = {};
+    ReadMask mask(build(record).bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    const Stream stream;
+    errno = ENOENT;  // of something long before
+    const Outcome outcome = runFeature([&] { ZELFeatureWriteMask(mask.mask.get(), stream); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.err, "FileWrite error:");
+}
+
+TEST(MaskFile, FeaturesWithoutRangesEndTheProcess)
+{
+    ReadMask mask(build(fullMask()).bytes);
+    ZELParameterStruct& p = *mask->ClassifierListHead->Parameters;
+    float* const maxima = std::exchange(p.FeatureInfo.Max, nullptr);
+    const Stream stream;
+    errno = 0;
+    const Outcome outcome = runFeature([&] { ZELFeatureWriteMask(mask.mask.get(), stream); });
+    p.FeatureInfo.Max = maxima;
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.err, "ZELFeatureWriteHeader: " + std::to_string(p.Features.num) +
+                               " features without ranges\n");
+}
 
 TEST(MaskFile, SavingWritesAFileOfItsOwn)
 {

@@ -316,6 +316,19 @@ TEST(MaskGuide, ItsExampleDoesWhatItSays)
 
 // ---- From the text to the file ----
 
+TEST(MaskParameter, AMaskIsSavedToTheFileThatItNames)
+{
+    Block file("savemaskfilename @/saved\n");
+    ASSERT_TRUE(file.succeeded());
+    ZELFeatureMaskType& mask = file.mask();
+    zel_test::runFeature([&] { ZELFeatureSaveMask(&mask, mask.MaskParameters.IO.outputFilename); });
+    const zel_test::Bytes saved = zel_test::readFile(file.dir.path("saved"));
+    ASSERT_FALSE(saved.empty());
+    zel_test::ReadMask read(saved);
+    EXPECT_FALSE(read.outcome.ended) << read.outcome.err;
+    EXPECT_EQ(read->numClassifiers, 1);
+}
+
 TEST(MaskParameter, AMaskIsTheSameWhenItWasSavedAndRead)
 {
     Block file("define bright:Ch1 > 100\npreclassfilter bright:3,4\npostclassfilter 1:class=5\n"

@@ -119,6 +119,16 @@ TEST(MaskFile, AnotherIdentifierEndsTheProcess)
     }
 }
 
+TEST(MaskFile, AFileOfAnotherKindIsToldHoweverShort)
+{
+    for (const int count : {1, 1000000, -1}) {
+        ReadMask mask(zel_test::FeatureBytes().number(count).string("NOT_MASK").bytes);
+        EXPECT_TRUE(mask.outcome.ended);
+        EXPECT_EQ(mask.outcome.status, -1);
+        EXPECT_EQ(mask.outcome.err, "Error:  file does not contain a ZEL mask\n") << count;
+    }
+}
+
 TEST(MaskFile, AClassifierWithoutAHeaderEndsTheProcess)
 {
     MaskRecord record = fullMask();

@@ -196,10 +196,12 @@ TEST(MemoryMessages, OpeningANewFile)
     const zel_test::TempDir dir;
     const std::string path = dir.path("new");
     const auto record = zel_test::zeroRecord();
+    constexpr int navigationPoints = 2;
     const auto open = [&] {
         withMemory([&] {
             if (record->FileOpened) run([&] { ZELFinishWritingFile(record.get()); });
-            ZELInitNewWriteOnlyFile(record.get(), 5, "", 2001, 123, 7, 4, 0, 0, 1, 705, 30);
+            ZELInitNewWriteOnlyFile(record.get(), 5, "", 2001, 123, 7, 4, navigationPoints, 0, 1,
+                                    705, 30);
             ZELAddChannel(record.get(), 7, 1, 0, 3, 8, "channel", "");
             ZELSetOverwritePromptOff(record.get());
             ZELSetHistogramFlag(record.get(), 0);
@@ -211,6 +213,21 @@ TEST(MemoryMessages, OpeningANewFile)
     run([&] { ZELFinishWritingFile(record.get()); });
     EXPECT_TRUE(endsWith(all, "ZELOpenWriteOnlyFile: cannot allocate memory for channel 7\n", -3));
     EXPECT_TRUE(endsWith(all, "ZELOpenWriteOnlyFile: cannot allocate memory for PixBuf\n", -8));
+    for (const char* message : {
+             "ZELOpenWriteOnlyFileHist: cannot allocate latitude buffer\n",
+             "ZELOpenWriteOnlyFileHist: cannot allocate longitude buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate solar zenith buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate viewing zenith buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate solar azimuth buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate latitude buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate longitude buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate Sunglint buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate Olson Ecosystem buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate Percent Water buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate IGBP Ecosystem buffer\n",
+             "ZELOpenWriteOnlyFile: cannot allocate Terrain buffer\n",
+         })
+        EXPECT_TRUE(endsWith(all, message));
 }
 
 // The first line needs room for its values, the second one for wider bins too.

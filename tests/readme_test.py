@@ -11,6 +11,7 @@ import sys
 import tempfile
 import unittest
 import xml.etree.ElementTree as ElementTree
+import zlib
 from pathlib import Path
 
 sys.dont_write_bytecode = True
@@ -204,6 +205,35 @@ def mean_by_place(path, layout, channel):
     return sum(single(k * step + low) for k in raw) / len(raw)
 
 
+def rgb_picture(path):
+    """Width and colours of a PNG file of 8-bit red, green and blue."""
+    data = Path(path).read_bytes()
+    chunks, at = {}, 8
+    while at < len(data):
+        size, kind = struct.unpack_from(">I4s", data, at)
+        chunks[kind] = chunks.get(kind, b"") + data[at + 8:at + 8 + size]
+        at += size + 12
+    width, height, depth, colour, _, _, interlace = struct.unpack(">2I5B", chunks[b"IHDR"])
+    if (depth, colour, interlace) != (8, 2, 0):
+        raise AssertionError("%s: another kind of picture" % path)
+    raw, above, out = zlib.decompress(chunks[b"IDAT"]), bytes(3 * width), []
+    for y in range(height):
+        row = raw[y * (3 * width + 1):][:3 * width + 1]
+        above = unfiltered(row[0], row[1:], above)
+        out += zip(above[0::3], above[1::3], above[2::3])
+    return width, out
+
+
+def unfiltered(kind, row, above):
+    out = bytearray(3) + bytearray(row)
+    above = bytes(3) + above
+    for i in range(3, len(out)):
+        left, up, corner = out[i - 3], above[i], above[i - 3]
+        nearest = min((left, up, corner), key=lambda n: abs(left + up - corner - n))
+        out[i] = (out[i] + (0, left, up, (left + up) // 2, nearest)[kind]) & 255
+    return bytes(out[3:])
+
+
 SAMPLE = BIN / "examples" / "make_sample_scene"
 
 
@@ -234,6 +264,23 @@ class Commands(InDirectory):
         layout = zel_to_vrt.Layout(str(demo / "with_classes.zel"))
         water = pixels_by_place(demo / "with_classes.zel", layout, 4).count(1)
         self.assertIn("(%d pixels of water)" % water, section)
+        self.check_colours(demo / "with_classes.zel", layout, definition)
+
+    def check_colours(self, path, layout, definition):
+        """The virtual raster and the picture show what the definition file says."""
+        lines = [line.partition(":") for line in definition.splitlines() if ":" in line][1:]
+        want = [tuple(int(n) for n in numbers.split()[:3]) for numbers, _, _ in lines]
+        names = [name.strip() for _, _, name in lines]
+        run(sys.executable, SCRIPT, path)
+        band = list(ElementTree.parse(str(path) + ".vrt").getroot().iter("VRTRasterBand"))[4]
+        self.assertEqual([c.text for c in band.find("CategoryNames")], names)
+        self.assertEqual([tuple(int(e.get(c)) for c in ("c1", "c2", "c3"))
+                          for e in band.find("ColorTable")], want)
+        width, picture = rgb_picture(ROOT / "docs" / "class_map.png")
+        self.assertEqual((width, len(picture)), (3 * layout.pixels, 9 * layout.pixels * layout.lines))
+        for k, number in enumerate(pixels_by_place(path, layout, 4)):
+            y, x = divmod(k, layout.pixels)
+            self.assertEqual(picture[3 * y * width + 3 * x], want[number])
 
     def test_those_of_the_readme(self):
         blocks = [commands(block) for block in code_blocks(read("README.md"), "sh")]

@@ -1,7 +1,9 @@
 #include "zel_channel_records.hpp"
 
+#include <cerrno>
 #include <cstring>
 
+#include "zel_door.h"
 #include "zel_histogram.h"
 #include "zel_histogram_block.hpp"
 #include "zel_mask.hpp"
@@ -101,6 +103,30 @@ void allocateChannel(ZELType& file, int slot)
     c.ChannelLUT = createScalingTable(c);
 }
 
+struct MaskReading {
+    RecordReader& reader;
+    ZELFeatureMaskType* mask;
+};
+
+void readMaskBlock(void* data)
+{
+    auto& reading = *static_cast<MaskReading*>(data);
+    reading.mask = readMask(reading.reader);
+}
+
+// The feature layer ends the process with words that name no file, and with the system's last error.
+ZELFeatureMaskType* readMaskOf(RecordReader& reader, const ZELType& file)
+{
+    const auto place = static_cast<long long>(reader.position());
+    MaskReading reading{reader, nullptr};
+    int status = 0;
+    errno = 0;
+    if (ZELGuardedCall(readMaskBlock, &reading, &status) != 0)
+        failWith(status, "OpenReadOnlyFile: file %s: cannot read classifier mask at offset %lld\n",
+                 file.ImageFilename, place);
+    return reading.mask;
+}
+
 void clearTexts(ZELChannelType& c)
 {
     std::memset(c.ChannelLabel, 0, sizeof c.ChannelLabel);
@@ -114,7 +140,7 @@ std::int64_t readSlot(RecordReader& reader, ZELType& file, int slot)
     walkChannel(reader, c);
     if (c.ChannelPresentFlag) checkStorage(reader, c);
     supplyOldFields(reader, file.ZELHeader, c, slot);
-    if (reader.since(141)) c.Mask = readMask(reader);
+    if (reader.since(141)) c.Mask = readMaskOf(reader, file);
     if (reader.since(211)) readChannelTables(reader, c);
     std::int64_t length = channelRecordSize(layoutVersion(file.ZELHeader.VersionNumber));
     if (reader.since(121)) length += readHistograms(reader, file, c);

@@ -8,8 +8,12 @@ from model import one_grid
 from sample import sample
 from zelfile import PREFIX_SIZE, ZelFile, container, directory, parse_all, read_directory
 
-MISMATCH = ("ZELCreateCompositeFile: %s mismatch\n"
-            "ZELCreateCompositeFile: Error:  ZEL file headers do not match\n"
+DATA_TYPE = "ZELCreateCompositeFile: DataType mismatch\n"
+YEAR = "ZELCreateCompositeFile: year mismatch\n"
+JULIAN = "ZELCreateCompositeFile: julian mismatch\n"
+SATELLITE = "ZELCreateCompositeFile: Satellite number mismatch\n"
+START_TIME = "ZELCreateCompositeFile: start time mismatch\n"
+MISMATCH = ("ZELCreateCompositeFile: Error:  ZEL file headers do not match\n"
             "The files are from different images (date/time) or are incompatible data types\n" + FAILED)
 
 
@@ -168,25 +172,25 @@ def mismatch(self, what, *changes):
                 setattr(f, key, value)
         self.put(name, f)
     words = "".join("-i %s " % n for n in "abc"[:len(changes)])
-    self.check(words + "-o out", CREATING + grids_missing() + (MISMATCH % what if what else ""))
+    self.check(words + "-o out", CREATING + grids_missing() + (what + MISMATCH if what else ""))
     self.assertEqual((self.dir / "out").exists(), not what)
 
 
 SAME = {}
 SCENE_CHECK = {
-    "data type": ("DataType", SAME, {"data_type": 5}),
-    "year": ("year", SAME, {"year": 2002}),
-    "julian": ("julian", SAME, {"julian": 101}),
-    "satellite": ("Satellite number", SAME, {"satellite": 8}),
-    "start time": ("start time", SAME, {"time": 12.35}),
-    "later pairs are checked": ("julian", SAME, SAME, {"julian": 99}),
-    "pairs of the first file come first": ("julian", SAME, {"julian": 99}, {"data_type": 1}),
-    "data type before year": ("DataType", SAME, {"year": 2002, "data_type": 5}),
-    "year before julian": ("year", SAME, {"julian": 5, "year": 2002}),
-    "julian before satellite": ("julian", SAME, {"satellite": 8, "julian": 5}),
-    "satellite before time": ("Satellite number", SAME, {"time": 1.0, "satellite": 8}),
+    "data type": (DATA_TYPE, SAME, {"data_type": 5}),
+    "year": (YEAR, SAME, {"year": 2002}),
+    "julian": (JULIAN, SAME, {"julian": 101}),
+    "satellite": (SATELLITE, SAME, {"satellite": 8}),
+    "start time": (START_TIME, SAME, {"time": 12.35}),
+    "later pairs are checked": (JULIAN, SAME, SAME, {"julian": 99}),
+    "pairs of the first file come first": (JULIAN, SAME, {"julian": 99}, {"data_type": 1}),
+    "data type before year": (DATA_TYPE, SAME, {"year": 2002, "data_type": 5}),
+    "year before julian": (YEAR, SAME, {"julian": 5, "year": 2002}),
+    "julian before satellite": (JULIAN, SAME, {"satellite": 8, "julian": 5}),
+    "satellite before time": (SATELLITE, SAME, {"time": 1.0, "satellite": 8}),
     "times of one tenth match": (None, {"time": 100.04}, {"time": 100.06}),
-    "times of two tenths do not": ("start time", {"time": 100.09}, {"time": 100.11}),
+    "times of two tenths do not": (START_TIME, {"time": 100.09}, {"time": 100.11}),
     "tenths are truncated, not rounded": (None, {"time": 7.51}, {"time": 7.59}),
     "truncation is toward zero": (None, {"time": -0.09}, {"time": 0.09}),
     "resolution may differ": (None, {"resolution": 7.0}, {"resolution": 9.0}),
@@ -201,13 +205,13 @@ class SceneCheck(Create):
         a, b = sample(year=97), sample(500, 16, 12, year=97)
         self.put("a", a)
         self.put("p", container([(a.bytes(), 1000.0), (b.bytes(), 500.0)]))
-        self.check("-i a -i p -o out", CREATING + grids_missing() + MISMATCH % "year")
+        self.check("-i a -i p -o out", CREATING + grids_missing() + YEAR + MISMATCH)
 
     def test_a_composite_is_checked_by_its_base_component(self):
         a, b = sample(), sample(500, 16, 12)
         for line in b.lines:
             line.time += 1
-        for base, what in ((0, ""), (1, MISMATCH % "start time")):
+        for base, what in ((0, ""), (1, START_TIME + MISMATCH)):
             self.put("a", a)
             self.put("p", container([(a.bytes(), 1000.0), (b.bytes(), 500.0)], base))
             self.check("-overwrite -i a -i p -o out", CREATING + grids_missing() + what)
@@ -216,7 +220,7 @@ class SceneCheck(Create):
         self.put("a", sample())
         self.put("b", sample(julian=3))
         self.put("out", b"old")
-        self.check("-i a -i b -o out", CREATING + grids_missing() + MISMATCH % "julian")
+        self.check("-i a -i b -o out", CREATING + grids_missing() + JULIAN + MISMATCH)
         self.assertEqual(self.got("out"), b"old")
 
 

@@ -10,20 +10,66 @@
 
 #ifndef ZEL_TEST_OWN_ALLOCATOR
 
-extern "C" void* __libc_calloc(size_t count, size_t size);
+namespace {
 
-extern "C" void* calloc(size_t count, size_t size)
+long blocks = 0;
+
+void* counted(void* memory)
+{
+    if (memory != nullptr) ++blocks;
+    return memory;
+}
+
+}  // namespace
+
+extern "C" {
+
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* memory, size_t size);
+void __libc_free(void* memory);
+
+void* malloc(size_t size)
+{
+    return counted(__libc_malloc(size));
+}
+
+void* calloc(size_t count, size_t size)
 {
     long& left = zel_test::allocationsUntilFailure;
     if (left > 0 && --left == 0) return nullptr;
-    return __libc_calloc(count, size);
+    return counted(__libc_calloc(count, size));
 }
+
+void* realloc(void* memory, size_t size)
+{
+    if (memory == nullptr) return counted(__libc_realloc(nullptr, size));
+    if (size == 0) --blocks;
+    return __libc_realloc(memory, size);
+}
+
+void free(void* memory)
+{
+    if (memory != nullptr) --blocks;
+    __libc_free(memory);
+}
+
+}  // extern "C"
 
 #endif
 
 namespace zel_test {
 
 long allocationsUntilFailure = 0;
+
+long blocksInUse()
+{
+#ifdef ZEL_TEST_OWN_ALLOCATOR
+    return 0;
+#else
+    return blocks;
+#endif
+}
 
 std::map<std::string, int> endings(const std::function<void()>& call)
 {

@@ -1,4 +1,5 @@
-// Memory that cannot be had: allocations of the library that fail when a test wants them to.
+// Memory that cannot be had: allocations of the library that fail when a test wants them to. And memory
+// that is kept: how much of it is in use.
 #pragma once
 
 #include <functional>
@@ -19,6 +20,9 @@ namespace zel_test {
 
 // How many allocations there are until one fails, that one included; 0: none fails.
 extern long allocationsUntilFailure;
+
+// Blocks of memory that are in use: had from the C library and not released.
+long blocksInUse();
 
 // How the call ends for each of its allocations that fails: its last message, and the status.
 std::map<std::string, int> endings(const std::function<void()>& call);

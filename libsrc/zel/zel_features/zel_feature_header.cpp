@@ -66,6 +66,25 @@ void readFeatureHeader(FeatureReader& reader, ZELParameterStruct& p)
     walkHeaderEnd(reader, p);
 }
 
+void writeFeatureHeader(FeatureWriter& writer, ZELParameterStruct& p, ClassCounts counts)
+{
+    if (p.Features.num > 0 && (!p.FeatureInfo.Max || !p.FeatureInfo.Min))
+        failWithError("ZELFeatureWriteHeader: %d features without ranges\n", p.Features.num);
+    ZELParameterStruct stored = p;
+    std::string version = VersionNumber;
+    stored.Header.VersionNumber = version.data();
+    if (counts == ClassCounts::none)
+        std::fill(std::begin(stored.ClassInfo.Count), std::end(stored.ClassInfo.Count), 0);
+    char identifier[identifierSize];
+    std::memcpy(identifier, IdentifierString, sizeof identifier);
+
+    walkIdentifier(writer, identifier);
+    walkHeader(writer, stored);
+    walkHeaderEnd(writer, stored);
+    p.ClassOffset = stored.ClassOffset;
+    p.FeatureOffset = stored.FeatureOffset;
+}
+
 }  // namespace zel
 
 // Nothing reads this form.
@@ -119,18 +138,7 @@ void ZELReadList(FILE* fptr, CommandStruct* Command, const CommandListStruct* de
 int ZELFeatureWriteHeader(FILE* fptr, ZELParameterStruct* Parameters)
 {
     zel::FeatureWriter writer(fptr);
-    ZELParameterStruct stored = *Parameters;
-    std::string version = VersionNumber;
-    stored.Header.VersionNumber = version.data();
-    std::fill(std::begin(stored.ClassInfo.Count), std::end(stored.ClassInfo.Count), 0);
-    char identifier[zel::identifierSize];
-    std::memcpy(identifier, IdentifierString, sizeof identifier);
-
-    zel::walkIdentifier(writer, identifier);
-    zel::walkHeader(writer, stored);
-    zel::walkHeaderEnd(writer, stored);
-    Parameters->ClassOffset = stored.ClassOffset;
-    Parameters->FeatureOffset = stored.FeatureOffset;
+    zel::writeFeatureHeader(writer, *Parameters, zel::ClassCounts::none);
     return static_cast<int>(std::ftell(fptr));
 }
 

@@ -1,4 +1,4 @@
-// Reading feature headers that are part of something larger.
+// Feature headers that are part of something larger.
 #ifndef ZEL_FEATURE_HEADER_HPP
 #define ZEL_FEATURE_HEADER_HPP
 
@@ -10,6 +10,12 @@ namespace zel {
 // Reads a header into a record, whose previous content is not freed. What is damaged is thrown as
 // Damage; the record can be freed then.
 void readFeatureHeader(FeatureReader& reader, ZELParameterStruct& parameters);
+
+// What a header that is written says of its classes: nothing yet, as a file of samples that begins, or
+// their counts, as a classifier that is trained.
+enum class ClassCounts { none, kept };
+
+void writeFeatureHeader(FeatureWriter& writer, ZELParameterStruct& parameters, ClassCounts counts);
 
 // Labels the features and gives them empty ranges. Ends the process (-1) with one of the messages
 // when memory fails.

@@ -1,6 +1,7 @@
 #include "zel_feature_io.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 
@@ -77,7 +78,10 @@ int FileRead(void* buffer, int size, int count, FILE* fptr)
 
 void FileWrite(const void* buffer, int size, int count, FILE* fptr)
 {
-    if (count < 1) failWriting();
+    if (count < 1) {
+        errno = 0;  // nothing that the system refused
+        failWriting();
+    }
     const auto elementSize = static_cast<std::size_t>(size);
     const auto wanted = static_cast<std::size_t>(count);
     if (isReversed(size)) buffer = reversedCopy(buffer, elementSize, wanted);

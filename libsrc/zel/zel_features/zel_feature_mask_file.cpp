@@ -71,6 +71,7 @@ void walkClassifier(Walker& w, ZELClassifierList& c, int& byteCount)
 
 // ---- Reading ----
 
+// The identifier comes behind the count, but a count means nothing in a file of another kind.
 void readIdentifier(zel::FeatureReader& reader, ZELFeatureMaskType& mask)
 {
     reader.string("mask identifier", mask.Header.IdentifierString);
@@ -107,12 +108,9 @@ void renewHeader(InfoStruct& header)
     header.DateTimeString = zel::currentDateTime();
 }
 
-// A header is written with empty class counts; a trained classifier keeps its own.
-void writeClassifier(FILE* stream, ZELClassifierList& c)
+void writeClassifier(zel::FeatureWriter& writer, ZELClassifierList& c)
 {
-    ZELFeatureWriteHeader(stream, c.Parameters);
-    ZELFeatureUpdateHeaderInfo(stream, c.Parameters);
-    zel::FeatureWriter writer(stream);
+    zel::writeFeatureHeader(writer, *c.Parameters, zel::ClassCounts::kept);
     int byteCount = c.ClassifierByteCount;
     walkClassifier(writer, c, byteCount);
     if (byteCount > 0) writer.array("classifier bytes", c.Classifier, byteCount);
@@ -137,10 +135,13 @@ void readClassifierData(FeatureReader& reader, ZELClassifierList& c, int byteCou
 
 ZELFeatureMaskType* readMaskFile(FeatureReader& reader)
 {
-    const int numClassifiers = reader.count("classifiers", 0, smallestClassifier);
+    const std::int64_t start = reader.position();
+    std::int32_t numClassifiers = 0;
+    reader.field("classifiers", numClassifiers);
     if (numClassifiers == 0) return nullptr;
     OwnedMask mask(ZELFeatureAllocateNewMask(0));
     readIdentifier(reader, *mask);
+    reader.bound("classifiers", numClassifiers, smallestClassifier, start);
     walkMaskHeader(reader, *mask);
     ZELMaskParameterType& p = mask->MaskParameters;
     CommandStruct& conditions =
@@ -174,7 +175,8 @@ void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr)
     ZELFeatureWriteProgramText(fptr, p.PreProcessProgramTextHead);
     ZELFeatureWriteProgramText(fptr, p.PostProcessProgramTextHead);
     walkMaskEnd(writer, p, conditions.ListHead);
-    for (ZELClassifierList* c = mask->ClassifierListHead; c; c = c->next) writeClassifier(fptr, *c);
+    for (ZELClassifierList* c = mask->ClassifierListHead; c; c = c->next)
+        writeClassifier(writer, *c);
 }
 
 void ZELFeatureSaveMask(ZELFeatureMaskType* mask, const char* filename)

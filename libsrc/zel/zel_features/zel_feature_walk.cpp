@@ -78,7 +78,13 @@ int FeatureReader::count(const char* name, int, int smallestItem)
     std::int32_t number = 0;
     const std::int64_t at = position();
     field(name, number);
-    if (number >= 0 && std::int64_t{smallestItem} * number <= remaining()) return number;
+    bound(name, number, smallestItem, at);
+    return number;
+}
+
+void FeatureReader::bound(const char* name, int number, int smallestItem, std::int64_t at) const
+{
+    if (number >= 0 && std::int64_t{smallestItem} * number <= remaining()) return;
     Damage damage{};
     std::snprintf(damage.what, sizeof damage.what, "invalid number of %s %d", name, number);
     damage.offset = at;

@@ -72,6 +72,8 @@ public:
     }
     // The count of the file; the record's own is for the writer, a reader counts as it appends.
     int count(const char* name, int, int smallestItem);
+    // Refuses a number of items, found at an offset, that the rest of the file has no room for.
+    void bound(const char* name, int number, int smallestItem, std::int64_t at) const;
     void place(int& offset);
 
     std::int64_t position() const { return ftello(stream_); }

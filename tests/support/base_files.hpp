@@ -1,0 +1,44 @@
+// Small valid files with every record of their layout, to be damaged field by field or byte by byte.
+#pragma once
+
+#include <vector>
+
+#include "support/file_builder.hpp"
+
+namespace zel_test {
+
+// Versions of the layout, as a hundredfold: the first and the last one of each.
+inline constexpr int everyLayout[] = {100, 101, 110, 111, 120, 121, 130, 131, 132, 140, 141,
+                                      142, 150, 151, 200, 201, 210, 211, 220, 221, 230};
+
+// The other way round, 2.11 is 0.03, which is between 0.01 and 2.30 as well: such a file is not taken for
+// one of the other byte order.
+inline bool isReadable(int version, bool bigEndian)
+{
+    return version != 211 || !bigEndian;
+}
+
+struct BaseFile {
+    Bytes bytes;
+    std::size_t padding = 0;  // between the last channel record and the first line
+};
+
+// Channels of every storage code, LUTs, tables, histograms, metadata, navigation points and three lines.
+// A big-endian file has no prefix, since none with one can be read.
+BaseFile baseFile(int version, bool bigEndian);
+
+// The same with lines that no stream holds whole.
+BaseFile wideBaseFile(int version, bool bigEndian);
+
+// The first with a mask in a channel; from version 1.41 on.
+BaseFile maskedBaseFile(int version, bool bigEndian);
+
+// Two components of 1000 and of 500 metres; base is the index of the one whose grid counts.
+struct BaseComposite {
+    Bytes bytes;
+    std::size_t second = 0;  // where the second component begins
+};
+BaseComposite baseComposite(int base);
+BaseComposite wideBaseComposite(int base);
+
+}  // namespace zel_test
