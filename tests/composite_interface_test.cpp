@@ -1,6 +1,8 @@
 // Composites through the functions themselves, where the tool's command line does not reach.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
 #include "zel/zel.h"
@@ -235,11 +237,45 @@ TEST(CompositeOpen, TheViewLooksAtTheLineOfTheReference)
     const View view(files, 1);
     ASSERT_EQ(view.result, 0);
     const ZELType& reference = view.record->ZELComponent[1];
+    EXPECT_NE(reference.Lat, nullptr);
     EXPECT_EQ(view.record->LatBuffer, reference.LatBuffer);
+    EXPECT_EQ(view.record->LonBuffer, reference.LonBuffer);
     EXPECT_EQ(view.record->Lat, reference.Lat);
+    EXPECT_EQ(view.record->Lon, reference.Lon);
     EXPECT_EQ(view.record->SolarZenith, reference.SolarZenith);
+    EXPECT_EQ(view.record->ViewZenith, reference.ViewZenith);
+    EXPECT_EQ(view.record->Azimuth, reference.Azimuth);
     EXPECT_EQ(view.record->Sunglint, reference.Sunglint);
+    EXPECT_EQ(view.record->OlsonEcosystem, reference.OlsonEcosystem);
+    EXPECT_EQ(view.record->PercentWater, reference.PercentWater);
+    EXPECT_EQ(view.record->IGBPEcosystem, reference.IGBPEcosystem);
     EXPECT_EQ(view.record->Terrain, reference.Terrain);
+}
+
+TEST(CompositeOpen, AHistogramComesWithItsCountsAndWithoutItsStatistics)
+{
+    const Files files;
+    Scene scene = sceneOf(1000, 4, 2);
+    scene.slots[0].histogram = zel_test::Histogram{9.0f, 1.0f, {0, 3, 5}};
+    scene.slots[0].standardHistogram = zel_test::Histogram{7.0f, 2.0f, {4, 6}};
+    zel_test::writeFile(files.coarse, zel_test::build(scene).bytes);
+    const View view(files, 0);
+    ASSERT_EQ(view.result, 0);
+    const ZELChannelType& own = view.record->ZELComponent[0].Channels[0];
+    const ZELChannelType& channel = view.record->Channels[0];
+    EXPECT_GT(own.ChannelHistogram->Mean, 1.0f);
+    ASSERT_NE(channel.ChannelHistogram, own.ChannelHistogram);
+    for (const auto& [copy, numPixels, last] :
+         {std::tuple(channel.ChannelHistogram, 8.0f, 5),
+          std::tuple(channel.ChannelStandardHistogram, 10.0f, 6)}) {
+        ASSERT_NE(copy, nullptr);
+        EXPECT_EQ(copy->NumPixels, numPixels);
+        EXPECT_EQ(copy->Histogram[copy->NumHistogramBins - 1], last);
+        EXPECT_EQ(copy->Mean, 0.0f);
+        EXPECT_EQ(copy->Sigma, 0.0f);
+        EXPECT_EQ(copy->fileOffset, 0);
+    }
+    EXPECT_EQ(channel.UpdateChannelHistogramFlag, 0);
 }
 
 TEST(CompositeRead, ALineForgetsPositionsAndAnglesOfTheLineBefore)

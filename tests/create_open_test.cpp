@@ -220,6 +220,20 @@ TEST(CreateOpen, WithoutHistogramsBothPresenceBytesAreZero)
     EXPECT_EQ(bytes[bytes.size() - 1], 0);
 }
 
+TEST(CreateOpen, AChannelHistogramThatIsNotKeptIsNotAnnounced)
+{
+    Writer writer(4, 0, 1);
+    writer.add(0, 3, 0, 0);
+    ZELCreateChannelHistograms(writer.get());
+    ASSERT_NE(writer.slot(0).ChannelHistogram, nullptr);
+    ZELSetHistogramFlag(writer.get(), 0);
+    writer.open();
+    const Bytes bytes = writer.bytes();
+    ASSERT_EQ(bytes.size(), 1221 + headerSize + slotSize);
+    EXPECT_EQ(bytes[bytes.size() - 2], 0);
+    EXPECT_EQ(bytes[bytes.size() - 1], 0);
+}
+
 TEST(CreateOpen, AStandardHistogramIsWrittenEvenWhenHistogramsAreNotKept)
 {
     Writer writer(4, 0, 1);
@@ -359,6 +373,55 @@ TEST(CreateOpen, ReturnsMinusOneWhenTheFileCannotBeCreated)
     EXPECT_FALSE(outcome.ended);
     EXPECT_EQ(result, -1);
     EXPECT_EQ(outcome.out, "ZELOpenWriteOnlyFile: cannot open file " + path + "\n");
+}
+
+struct Navigation {
+    int points, start, interval;
+};
+
+// Opens a writer of 4 pixels with that navigation over an existing file.
+int openWith(const Navigation& navigation, zel_test::Outcome& outcome, std::string& after)
+{
+    TempDir dir;
+    const std::string path = dir.path("old.zel");
+    zel_test::writeFile(path, std::string("old content"));
+    auto record = zel_test::writeOnlyRecord();
+    ZELSetOverwritePromptOff(record.get());
+    record->ZELHeader.NumNavPoints = navigation.points;
+    record->ZELHeader.StartNavPoint = navigation.start;
+    record->ZELHeader.NavPointInterval = navigation.interval;
+    int result = 99;
+    outcome = run([&] { result = ZELOpenWriteOnlyFile(record.get(), path.c_str()); });
+    if (result == 0) run([&] { ZELFinishWritingFile(record.get()); });
+    after = zel_test::readText(path).substr(0, 11);
+    return result;
+}
+
+TEST(CreateOpen, NavigationPointsThatNoReaderTakesAreRefusedBeforeTheFileIsTouched)
+{
+    for (const Navigation n : {Navigation{-1, 0, 1}, Navigation{32768, 0, 1}, Navigation{2, -1, 1},
+                               Navigation{2, 4, 1}, Navigation{2, 0, 0}, Navigation{2, 0, -3}}) {
+        zel_test::Outcome outcome;
+        std::string after;
+        EXPECT_EQ(openWith(n, outcome, after), -1);
+        EXPECT_FALSE(outcome.ended);
+        EXPECT_EQ(outcome.out,
+                  "ZELOpenWriteOnlyFile: invalid navigation points: " + std::to_string(n.points) +
+                      " from pixel " + std::to_string(n.start) + ", interval " +
+                      std::to_string(n.interval) + "\n");
+        EXPECT_EQ(after, "old content");
+    }
+}
+
+TEST(CreateOpen, NavigationPointsThatAReaderTakesAreNotRefused)
+{
+    for (const Navigation n :
+         {Navigation{0, -1, 0}, Navigation{1, 9, 0}, Navigation{2, 3, 1}, Navigation{5, 0, 100}}) {
+        zel_test::Outcome outcome;
+        std::string after;
+        EXPECT_EQ(openWith(n, outcome, after), 0) << n.points;
+        EXPECT_NE(after, "old content");
+    }
 }
 
 TEST(CreateOpen, ReturnsMinusOneWhenTheHeaderCannotBeWritten)

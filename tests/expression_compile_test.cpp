@@ -451,6 +451,32 @@ TEST(ExpressionCompile, ADefinitionWithoutATextStandsForItsElements)
     expectDumps({{"sum", "CHAN 1;CON 2.000000;OPER ADD +;"}}, &entry);
 }
 
+// Elements that no compiler made.
+TEST(ExpressionCompile, ADefinitionWithAnUnknownOperatorIsASyntaxErrorForTheCheck)
+{
+    for (const int index : {-1, 33}) {
+        Compiled sum("Ch1+2");
+        sum.stack.stackElements->op.int_t = index;
+        CommandListStruct entry = {};
+        char label[] = "sum";
+        entry.Label = label;
+        entry.Condition = &sum.stack;
+        expectStatuses({{"sum", 3}}, &entry);
+        EXPECT_EQ(Compiled("sum", false, &entry).status, 0);
+    }
+}
+
+TEST(ExpressionCompile, ElementsOfNoKindAreListedByNumber)
+{
+    Compiled one("1");
+    one.stack.stackHead->op.int_t = 7;
+    for (const int type : {-1, 8}) {
+        one.stack.stackHead->type = type;
+        EXPECT_EQ(zel_test::run([&] { printStack(&one.stack); }).out,
+                  std::to_string(type) + " 7\n");
+    }
+}
+
 TEST(ExpressionCompile, EntriesWithoutALabelArePassedOver)
 {
     CommandListStruct entry = {};

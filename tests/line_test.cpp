@@ -11,6 +11,14 @@
 #include "support/file_builder.hpp"
 #include "support/writer.hpp"
 
+// Every seek of the library comes through here.
+static int seeks = 0;
+extern "C" int fseeko(FILE* stream, off_t offset, int whence)
+{
+    ++seeks;
+    return fseek(stream, offset, whence);
+}
+
 namespace {
 
 using zel_test::Bytes;
@@ -73,6 +81,19 @@ TEST(ReadLine, ScalesWordsOverTheRange)
     EXPECT_EQ(values[0], -50.0f);
     EXPECT_EQ(values[4], -20.0f);
     EXPECT_EQ(values[8], 100.0f);
+}
+
+// 16777217 is no float: the range is 16777216, of which the last entry lies 1 below.
+TEST(ReadLine, TheRangeIsASinglePrecisionDifference)
+{
+    OpenedFile bytes(build(sceneOf(zel_test::channel(1, "c", 16777216, -1), {0, 255})).bytes);
+    ZELReadLine(bytes.get());
+    EXPECT_EQ(valuesOf(bytes, 0), (Values{-1, 16777215}));
+    OpenedFile words(
+        build(sceneOf(zel_test::channel(2, "c", 16777216, -1), zel_test::rawWords({0, 65535})))
+            .bytes);
+    ZELReadLine(words.get());
+    EXPECT_EQ(valuesOf(words, 0), (Values{-1, 16777215}));
 }
 
 TEST(ReadLine, ARangeThatRunsDownwardsIsReadAsItStands)
@@ -152,7 +173,7 @@ TEST_P(LineFieldsOf, AnOldVersionHaveDefaultsWhereTheyAreNotStored)
 {
     const int version = GetParam();
     OpenedFile file(build(smallScene(version)).bytes);
-    file->ScanAltitude = 77;
+    file->ScanAltitude = file->NadirLat = file->NadirLon = 77;
     EXPECT_EQ(ZELReadLine(file.get()), 4);
     EXPECT_EQ(file->ScanTime, 10.25);
     EXPECT_EQ(file->ScanAltitude, version >= 131 ? 700.5f : 0.0f);
@@ -286,6 +307,19 @@ TEST(ReadLine, GoesToTheCurrentLine)
         EXPECT_EQ(valuesOf(file, 0), Values(500, static_cast<float>(line)));
         EXPECT_EQ(file->CurrentLine, line + 1);
     }
+}
+
+TEST(ReadLine, OneLineAfterTheOtherIsReadWithoutASeek)
+{
+    OpenedFile file(build(manyLines(60)).bytes);
+    seeks = 0;
+    ZELReadLine(file.get());
+    EXPECT_EQ(seeks, 1);  // behind the header, whatever has been read since
+    while (ZELReadLine(file.get()) != 0) EXPECT_EQ(seeks, 1) << file->CurrentLine;
+    EXPECT_EQ(file->CurrentLine, 60);
+    ZELSetCurrentLine(file.get(), 7);
+    ZELReadLine(file.get());
+    EXPECT_EQ(seeks, 2);
 }
 
 TEST(ReadLine, CountsLinesFromTheStartOfAComponent)

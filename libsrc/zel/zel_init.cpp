@@ -92,6 +92,14 @@ void allocateChannel(ZELType& file, int slot)
         failWith(-8, "ZELOpenWriteOnlyFile: cannot allocate memory for PixBuf\n");
 }
 
+// Whether a reader takes them: none, one, or several that begin inside the line and go forward.
+bool isReadable(const ZELHeaderType& h)
+{
+    if (h.NumNavPoints < 0 || h.NumNavPoints > INT16_MAX) return false;
+    const bool startsInside = h.StartNavPoint >= 0 && h.StartNavPoint < h.NPixelPerLine;
+    return h.NumNavPoints < 2 || (startsInside && h.NavPointInterval >= 1);
+}
+
 void writeHeader(ZELType& file)
 {
     zel::RecordWriter writer(file.fptr);
@@ -190,6 +198,13 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     zel::requireWriteOnly(*ZELdata,
                           "ZELOpenWriteOnlyFileHist can only be used on a write only ZEL file "
                           "initialized with ZELInitNewWriteOnlyFile\n");
+    const ZELHeaderType& h = ZELdata->ZELHeader;
+    if (!isReadable(h)) {
+        zel::report("ZELOpenWriteOnlyFile: invalid navigation points: %d from pixel %d, interval "
+                    "%d\n",
+                    h.NumNavPoints, h.StartNavPoint, h.NavPointInterval);
+        return -1;
+    }
     CheckByteOrder();
     ZELdata->CurrentLine = 0;
     ZELdata->PreviousLine = -2;

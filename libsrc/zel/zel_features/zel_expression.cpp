@@ -82,6 +82,12 @@ int parse(string_view text, ZELStackStruct& stack, bool assigned,
     return ZEL_PARSE_OK;
 }
 
+// A definition's elements may have come from elsewhere than the compiler.
+bool isOperator(int index)
+{
+    return index >= 0 && index < ZEL_NUM_OPERATORS;
+}
+
 // One value must be left in the end, by the operands' and operators' counts alone; a comma leaves
 // its two values to a function.
 int checkExpression(const ZELStackStruct& stack)
@@ -93,6 +99,7 @@ int checkExpression(const ZELStackStruct& stack)
             ++values;
             continue;
         }
+        if (!isOperator(e->op.int_t)) return ZEL_PARSE_SYNTAX_ERROR;
         values -= zel::operatorRows[e->op.int_t].operands;
         if (e->op.int_t != COMMA) ++values;
         if (e->op.int_t == SET_VARIABLE) ++assignments;
@@ -176,10 +183,14 @@ void addStack(ZELStackStruct* stackTo, const ZELStackStruct* stackFrom)
 void printStack(const ZELStackStruct* stack)
 {
     for (const StackElementStruct* e = stack->stackHead; e; e = e->nextElement) {
+        if (e->type < 0 || e->type >= zel::numKinds) {
+            printInfo(zel::message("%d %d\n", e->type, e->op.int_t));
+            continue;
+        }
         const zel::KindRow& kind = zel::kindRows[e->type];
         if (!kind.numbered && e->type == CON)
             printInfo(zel::message("%s %f\n", kind.label, static_cast<double>(e->op.float_t)));
-        else if (!kind.numbered && e->op.int_t >= 0 && e->op.int_t < numOperators)
+        else if (!kind.numbered && isOperator(e->op.int_t))
             printInfo(zel::message("%s %s %s\n", kind.label, operatorLabels[e->op.int_t],
                                    Operators[e->op.int_t].name));
         else
