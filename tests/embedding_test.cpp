@@ -11,6 +11,7 @@
 
 #include "support/allocation_failure.hpp"
 #include "support/base_files.hpp"
+#include "support/feature_file.hpp"
 #include "support/format_document.hpp"
 #include "support/mask_bytes.hpp"
 #include "support/mask_text.hpp"
@@ -49,7 +50,7 @@ struct Held {
 };
 
 struct Corpus {
-    std::vector<std::string> scenes, combinations, expressions, masks, parameters;
+    std::vector<std::string> scenes, combinations, expressions, masks, parameters, samples;
 };
 
 // What the fuzz targets begin with, and what they have found: a directory for each target.
@@ -66,6 +67,8 @@ void addCorpus(Corpus& corpus, const std::string& directory)
         if (target.starts_with("expression")) corpus.expressions.push_back(path);
         if (target.starts_with("mask")) corpus.masks.push_back(path);
         if (target.starts_with("parameter")) corpus.parameters.push_back(path);
+        if (target.starts_with("sample")) corpus.samples.push_back(path);
+        if (target.starts_with("feature")) corpus.samples.push_back(path);
     }
 }
 
@@ -97,6 +100,16 @@ void addBaseFiles(Corpus& corpus, const TempDir& dir)
     cut.resize(cut.size() - 100);
     zel_test::writeFile(mask + ".cut", cut);
     corpus.masks.push_back(mask + ".cut");
+}
+
+void addSamples(Corpus& corpus, const TempDir& dir)
+{
+    Bytes bytes = zel_test::sampleFile(3, 5);
+    for (const char* name : {"samples", "samples.cut", "samples.short"}) {
+        corpus.samples.push_back(dir.path(name));
+        zel_test::writeFile(corpus.samples.back(), bytes);
+        bytes.resize(bytes.size() / 2);
+    }
 }
 
 void addParameters(Corpus& corpus, const TempDir& dir)
@@ -205,6 +218,15 @@ void readParameters(const std::string& path)
     ZELFeatureFreeMaskList(&list);
 }
 
+void readSamples(const std::string& path)
+{
+    zel_test::FeatureFile file;
+    if (file.open(path).ended) return;
+    runFeature([&] {
+        while (ZELFeatureReadSampleFromFile(file.get())) continue;
+    });
+}
+
 TEST(Embedding, AHundredRoundsOfAllFilesHoldNoMoreMemoryAndStreamsThanTen)
 {
     const TempDir dir;
@@ -215,6 +237,7 @@ TEST(Embedding, AHundredRoundsOfAllFilesHoldNoMoreMemoryAndStreamsThanTen)
     EXPECT_GE(corpus.combinations.size(), 2u);
     addBaseFiles(corpus, dir);
     addParameters(corpus, dir);
+    addSamples(corpus, dir);
     const std::string pair[] = {dir.path("230l"), dir.path("142b")};
     const char* names[] = {pair[0].c_str(), pair[1].c_str()};
     const auto in = zel_test::zeroRecord();
@@ -226,6 +249,7 @@ TEST(Embedding, AHundredRoundsOfAllFilesHoldNoMoreMemoryAndStreamsThanTen)
         for (const std::string& path : corpus.expressions) evaluate(path);
         for (const std::string& path : corpus.masks) readMask(path);
         for (const std::string& path : corpus.parameters) readParameters(path);
+        for (const std::string& path : corpus.samples) readSamples(path);
         combine(names, dir, *in, *out);
         CheckByteOrder();
         if (round == firstRounds) first = Held();
@@ -236,9 +260,9 @@ TEST(Embedding, AHundredRoundsOfAllFilesHoldNoMoreMemoryAndStreamsThanTen)
     EXPECT_EQ(last.streams, first.streams);
     std::cout << "[  cases   ] " << rounds << " rounds of " << corpus.scenes.size() << " scenes, "
               << corpus.combinations.size() + 1 << " pairs, " << corpus.expressions.size()
-              << " expressions, " << corpus.masks.size() << " masks and "
-              << corpus.parameters.size() << " parameter files: " << last.bytes << " bytes in "
-              << last.blocks << " blocks\n";
+              << " expressions, " << corpus.samples.size() << " sample files, "
+              << corpus.masks.size() << " masks and " << corpus.parameters.size()
+              << " parameter files: " << last.bytes << " bytes in " << last.blocks << " blocks\n";
 }
 
 }  // namespace

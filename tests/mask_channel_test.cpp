@@ -389,9 +389,9 @@ TEST_F(MaskDamage, AMaskThatEndsTheProcessIsNamedByItsFileAndPlace)
     EXPECT_TRUE(outcome.ended);
     EXPECT_EQ(outcome.status, -1);
     EXPECT_EQ(outcome.err, "expression: Ch1 +* 2\nparse error: syntax error\n");
+    const std::string place = std::to_string(built.offset("channel[0].mask"));
     EXPECT_TRUE(outcome.out.ends_with("OpenReadOnlyFile: file " + path +
-                                      ": cannot read classifier mask at offset " +
-                                      std::to_string(built.offset("channel[0].mask")) + "\n"))
+                                      ": cannot read classifier mask at offset " + place + "\n"))
         << outcome.out;
     run([&] { ZELFinishReadingFile(record.get()); });
 }

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <functional>
 
+extern "C" [[gnu::weak]] void __gcov_dump();  // there when lines are counted
+
 namespace zel_test {
 
 // The child runs this test alone, from its start to this call; failures inside body appear on its
@@ -18,6 +20,7 @@ inline void inFreshProcess(const std::function<void()>& body)
         {
             body();
             std::fflush(nullptr);
+            if (__gcov_dump) __gcov_dump();
             std::_Exit(testing::Test::HasFailure() ? 1 : 0);
         },
         testing::ExitedWithCode(0), "");
