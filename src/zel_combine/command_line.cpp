@@ -59,12 +59,17 @@ const Option* findOption(const char* word)
     return nullptr;
 }
 
-// The texts of the present command line.
-std::deque<std::string> kept;
+// The texts of the present command line. Made when first used: memory that fails before main could
+// not be told.
+std::deque<std::string>& kept()
+{
+    static std::deque<std::string> texts;
+    return texts;
+}
 
 char* keep(const char* text)
 {
-    return kept.emplace_back(text).data();
+    return kept().emplace_back(text).data();
 }
 
 void addInput(CommandLineStruct& info, const char* name)
@@ -135,7 +140,7 @@ void setDefaults(CommandLineStruct& info)
 {
     const int argc = info.Argc;
     char** argv = info.Argv;
-    kept.clear();
+    kept().clear();
     info = CommandLineStruct{};
     info.Argc = argc;
     info.Argv = argv;

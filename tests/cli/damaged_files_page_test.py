@@ -17,7 +17,8 @@ START_NAV_POINT_AT = MAX_CHANNELS_AT + 2 + 8 + 4
 NUM_COMPONENTS_AT = DIRECTORY_AT + 4
 SECOND_OFFSET_AT = DIRECTORY_AT + 8 + 4
 # What goes to standard error: warnings, and what the feature layer says.
-ERROR_STREAM = re.compile(r"^\w+: warning: |^corrupt feature file: |^system error code:: ")
+ERROR_STREAM = re.compile(r"^\w+: warning: |^corrupt feature file: |^ZELCreateCompositeFile: write error on |"
+                          r"^zel_combine: Error: cannot read zel_feature header file cut")
 
 DEFINITION = b"Surface\n0 255\n2\n0 80 200 0 : water\n90 150 60 1 : land\n"
 VALUES = plane(8, 6, 0, 0.0)

@@ -107,14 +107,17 @@ void FeatureReader::cutShort(const char* name, std::int64_t at) const
     throw damage;
 }
 
+// What is wrong is in the file, or said already: an error of the system from before has no part in it.
 void failDamaged(const Damage& damage)
 {
+    errno = 0;
     failWithError("corrupt feature file: %s at offset %lld\n", damage.what,
                   static_cast<long long>(damage.offset));
 }
 
 void failDamaged(const StringDamage& damage)
 {
+    errno = 0;
     printError(message("ReadString error:"));
     failWithError("status = %d, Length = %d\n", damage.bytesRead, damage.length);
 }
