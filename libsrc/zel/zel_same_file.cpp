@@ -3,14 +3,29 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace {
+
+bool isSame(const struct stat& a, const struct stat& b)
+{
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+}  // namespace
+
 namespace zel {
 
 bool isSameFile(const char* a, const char* b)
 {
     struct stat first;
     struct stat second;
-    if (stat(a, &first) != 0 || stat(b, &second) != 0) return false;
-    return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+    return stat(a, &first) == 0 && stat(b, &second) == 0 && isSame(first, second);
+}
+
+bool isSameFile(FILE* a, const char* b)
+{
+    struct stat first;
+    struct stat second;
+    return fstat(fileno(a), &first) == 0 && stat(b, &second) == 0 && isSame(first, second);
 }
 
 bool isReadable(const char* name)

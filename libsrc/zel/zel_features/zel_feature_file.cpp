@@ -1,6 +1,7 @@
 #include "zel_feature_file.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +14,7 @@
 #include "zel_feature_sample.hpp"
 #include "zel_memory.hpp"
 #include "zel_parameter.hpp"
+#include "zel_same_file.hpp"
 
 int OverwritePrompt = 1;
 
@@ -86,10 +88,16 @@ void countSamples(ZELFeatureFileStruct& file)
 
 namespace zel {
 
+void failWithInput(const char* filename)
+{
+    failWithError("error: output file %s is one of the input files\n", filename);
+}
+
 void openFeatureOutput(ZELFeatureFileStruct& file)
 {
     const char* name = file.Parameters.IO.outputFilename;
     const char* filename = name ? name : "";
+    if (isInput(file.Parameters.IO, filename)) failWithInput(filename);
     confirmReplacing(filename);
     file.fptr = std::fopen(filename, "wb");
     if (!file.fptr) failWithError("cannot create output file %s\n", filename);
@@ -131,6 +139,10 @@ void ZELFeatureCreateFile(const char* parameterFilename, ZELFeatureFileStruct* F
         printInfo(zel::message("Warning:  Parameter file specified outputfilename is being\n"));
         printInfo(zel::message("overridden by command line specified outputfilename\n"));
     }
+    const char* name = FeatureFile->Parameters.IO.outputFilename;
+    const int error = errno;
+    if (name && zel::isSameFile(parameterFilename, name)) zel::failWithInput(name);
+    errno = error;
     zel::openFeatureOutput(*FeatureFile);
     zel::allocateFeatures(*FeatureFile, "ZELFeatureCreateFile");
     zel::makeFeatureInfo(

@@ -10,6 +10,9 @@ namespace zel {
 // process (-1) when that fails or is not wanted.
 void openFeatureOutput(ZELFeatureFileStruct& file);
 
+// Ends the process (-1): the output would take the place of an input.
+[[noreturn]] void failWithInput(const char* filename);
+
 // Room for the feature values of a sample. Ends the process (-1) when memory fails.
 void allocateFeatures(ZELFeatureFileStruct& file, const char* function);
 

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstring>
 
 #include "zel_expression.h"
@@ -6,6 +7,7 @@
 #include "zel_feature_header.hpp"
 #include "zel_feature_report.hpp"
 #include "zel_parameter.hpp"
+#include "zel_same_file.hpp"
 
 namespace {
 
@@ -95,5 +97,9 @@ void ZELFeatureCreateCopiedFile(ZELFeatureFileStruct* DestFile, const ZELFeature
                                 const char* outputFilename)
 {
     ZELFeatureCopyFileParameters(DestFile, SrcFile);
+    const char* name = outputFilename ? outputFilename : DestFile->Parameters.IO.outputFilename;
+    const int error = errno;
+    if (name && SrcFile->fptr && zel::isSameFile(SrcFile->fptr, name)) zel::failWithInput(name);
+    errno = error;
     ZELFeatureOpenCopiedFile(DestFile, outputFilename);
 }

@@ -182,6 +182,9 @@ void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr)
 
 void ZELFeatureSaveMask(ZELFeatureMaskType* mask, const char* filename)
 {
+    if (mask && zel::isInput(mask->MaskParameters.IO, filename))
+        zel::failWithError("ZELFeatureSaveMask: error: output file %s is one of the input files\n",
+                           filename);
     zel::OpenedFile stream(std::fopen(filename, "w+b"));
     if (!stream) zel::failWithError("ZELFeatureSaveMask: cannot open output file %s\n", filename);
     ZELFeatureWriteMask(mask, stream.get());

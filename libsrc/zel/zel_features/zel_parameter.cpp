@@ -82,6 +82,15 @@ bool opensForReading(const char* filename)
     return opens;
 }
 
+bool isInput(const IOStruct& files, const char* name)
+{
+    const int error = errno;
+    const InputStruct* input = files.inputListHead;
+    while (input && !(input->Filename && isSameFile(input->Filename, name))) input = input->next;
+    errno = error;
+    return input != nullptr;
+}
+
 void freeFeatureInfo(ZELParameterStruct& parameters)
 {
     ZELFeatureStruct& info = parameters.FeatureInfo;

@@ -36,6 +36,9 @@ using OpenedFile = std::unique_ptr<FILE, CloseFile>;
 // Whether a file can be read; errno stays as it was.
 bool opensForReading(const char* filename);
 
+// Whether a name leads to one of the inputs of a record; errno stays as it was.
+bool isInput(const IOStruct& files, const char* name);
+
 // Frees the labels and ranges of the features; their definitions stay.
 void freeFeatureInfo(ZELParameterStruct& parameters);
 
