@@ -17,7 +17,7 @@ typedef char* const* ZELFileNames;
 
 /* Reads a file's prefix. offsets, resolution and size have room for 100 entries. Returns 1 for a
    composite; 0 for a plain file (index 0, one component; the tables are zeros when it has no prefix);
-   -1, with nothing set, when the file cannot be opened. */
+   -1, with nothing set, when the file cannot be opened or read. */
 int ZELReadCompositeInfo(const char* RawFileName, int* baseFileIndex, int* numComponents,
                          int* offsets, float* resolution, int* size);
 
@@ -30,7 +30,7 @@ int ZELIsFileComposite(const char* RawFileName);
    (zero-based, -1 for its first). Where the output exists and overwritePrompt is not 0, asks first and
    ends the process (0) unless the answer begins with "y". Returns 0; -1 when the inputs cannot be read,
    do not describe one scene or do not fit in one container, or the output cannot be created. Ends the
-   process (-1) on a write error. */
+   process (-1) on a write error, and on a read error of an input that is being copied. */
 int ZELCreateCompositeFile(ZELFileNames InputFileNames, int numInputFiles, int BaseFileIndex,
                            int UserBaseComponentIndex, const char* OutputFilename,
                            int overwritePrompt);

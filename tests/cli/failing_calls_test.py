@@ -159,6 +159,20 @@ class FailingCalls(ToolTest):
     def test_a_raster_with_its_tables(self):
         self.check_every(self.ONE_GRID + "-i a -vorn v -vorn_lut l -feat_hdr f", WAYS)
 
+    def test_what_is_said_of_an_input_that_cannot_be_copied(self):
+        """The input's last bytes are copied in the reads before its end is met."""
+        for call, reason in (("read", os.strerror(errno.EIO)), ("end", "unexpected end of file")):
+            status, out, said, victims = self.run_failing(
+                self.COMPOSITE + "-i a -i b", "%s:24:%d" % (call, errno.EIO), b"")
+            self.assertEqual((status, victims), (255, ["a"]))
+            self.assertTrue(out.endswith("ZELCreateCompositeFile: Error: cannot read file a\n"))
+            self.assertTrue(said.endswith(
+                "ZELCreateCompositeFile: read error on file %s: %s\n" % ("a", reason)), said)
+
+    def test_what_is_said_without_memory(self):
+        self.assertEqual(self.run_failing(self.ONE_GRID + "-i a", "memory:1:12", b"")[:2],
+                         (255, "zel_combine: Error: cannot allocate memory\n"))
+
     def test_a_file_that_was_to_stay(self):
         for words in ("-o out -i a -i b", "-same_res -o out -i a"):
             self.check_every(words, WAYS, OLD, b"n\n", True)

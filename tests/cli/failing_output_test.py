@@ -12,6 +12,10 @@ from sample import sample
 from vornfile import plane, raster
 from zelfile import container
 
+WRITING = "ZELCreateCompositeFile: write error on file %s: %s\n"
+COPYING = "ZELCreateCompositeFile: Error:  write error copying files\n"
+SEEKING = "ZELCreateCompositeFile: Error:  seek error\n"
+
 # The ways to write, with what they read.
 MODES = {"a container": "-i a -i b", "one grid": "-same_res -i a",
          "one grid of two": "-same_res -i a -i b", "a raster": "-same_res -i a -vorn v"}
@@ -47,13 +51,15 @@ class Output(ToolTest):
     def check_told(self, run, name, reason):
         status, out, err = run
         self.assertEqual(status, 255, out + err)
-        line = [text for text in (out + err).split("\n")
-                if " error on file %s: " % name in text]
-        self.assertEqual(len(line), 1, out + err)
-        self.assertTrue(line[0].endswith(": " + os.strerror(reason)), line[0])
-        self.assertNotIn("lines processed", out)
         if out.startswith(CREATING):
-            self.assertRegex(out, r"\nZELCreateCompositeFile: Error:  (write error copying files|seek error)\n$")
+            self.assertEqual(err, WRITING % (name, os.strerror(reason)))
+            self.assertTrue(out.endswith((COPYING, SEEKING)), out)
+        else:
+            line = [text for text in out.split("\n") if " error on file %s: " % name in text]
+            self.assertEqual(len(line), 1, out)
+            self.assertTrue(line[0].endswith(": " + os.strerror(reason)), line[0])
+            self.assertEqual(err, "")
+        self.assertNotIn("lines processed", out)
         self.check_inputs()
 
     def check_inputs(self):

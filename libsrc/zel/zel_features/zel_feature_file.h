@@ -15,7 +15,8 @@ void ZELFeatureSetOverwritePromptOn(void);
 void ZELFeatureSetOverwritePromptOff(void);
 
 /* Reads the parameter file, creates the output (the name given, or the parameter file's when that
-   is null) and writes its header. The record need not be initialised. */
+   is null) and writes its header. The record need not be initialised. An output that is the parameter file or
+   one of its inputs ends the process (-1), and is not touched. */
 void ZELFeatureCreateFile(const char* parameterFilename, ZELFeatureFileStruct* FeatureFile,
                           const char* outputFilename);
 
@@ -32,7 +33,7 @@ void ZELFeatureCopyFileParameters(ZELFeatureFileStruct* DestFile,
    copied. */
 void ZELFeatureOpenCopiedFile(ZELFeatureFileStruct* FeatureFile, const char* outputFilename);
 
-/* The two in turn. */
+/* The two in turn. An output that is the source's file ends the process (-1), and is not touched. */
 void ZELFeatureCreateCopiedFile(ZELFeatureFileStruct* DestFile, const ZELFeatureFileStruct* SrcFile,
                                 const char* outputFilename);
 
@@ -50,8 +51,8 @@ void ZELFeatureCompute(ZELFeatureFileStruct* FeatureFile);
    Both files must have the same number of features. */
 void ZELFeatureCopySample(ZELFeatureFileStruct* DestFile, const ZELFeatureFileStruct* SrcFile);
 
-/* Reads the next sample into Pixel and Features. 1 for a whole sample, 0 at the end of the file.
-   */
+/* Reads the next sample into Pixel and Features. 1 for a whole sample, 0 at the end of the file. A
+   read error ends the process (-1). */
 int ZELFeatureReadSampleFromFile(ZELFeatureFileStruct* FeatureFile);
 
 /* Appends Pixel and Features as a sample, and counts it in the class counts and feature ranges. A

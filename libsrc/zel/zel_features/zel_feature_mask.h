@@ -88,7 +88,7 @@ void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr);
    every other error ends the process (-1). */
 ZELFeatureMaskType* ZELFeatureReadMask(FILE* fptr);
 
-/* Writes a mask to a file of its own. */
+/* Writes a mask to a file of its own, which may not be one of those that it was read from. */
 void ZELFeatureSaveMask(ZELFeatureMaskType* mask, const char* filename);
 
 /* Reads a mask parameter file into the list, whose previous content is not freed. The masks take
