@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <iostream>
-#include <ostream>
 
 #include "support/base_files.hpp"
 #include "support/reading.hpp"
@@ -11,35 +10,12 @@ namespace {
 
 using zel_test::BaseFile;
 using zel_test::Bytes;
-using zel_test::everyLayout;
 using zel_test::FileUnderTest;
+using zel_test::Layout;
+using zel_test::layouts;
 using zel_test::NaiveScene;
 using zel_test::Reading;
 using zel_test::readNaively;
-
-struct Layout {
-    int version;
-    bool bigEndian;
-};
-
-void PrintTo(const Layout& layout, std::ostream* out)
-{
-    *out << "version " << layout.version << (layout.bigEndian ? ", big-endian" : "");
-}
-
-std::string nameOf(const testing::TestParamInfo<Layout>& test)
-{
-    return "V" + std::to_string(test.param.version) + (test.param.bigEndian ? "BigEndian" : "");
-}
-
-std::vector<Layout> layouts()
-{
-    std::vector<Layout> all;
-    for (const int version : everyLayout)
-        for (const bool bigEndian : {false, true})
-            if (zel_test::isReadable(version, bigEndian)) all.push_back({version, bigEndian});
-    return all;
-}
 
 // Returns how many of the lengths still open.
 int openAtEveryLength(Bytes bytes)
@@ -66,7 +42,7 @@ int openAtEveryLength(Bytes bytes)
 
 class EveryCut : public testing::TestWithParam<Layout> {};
 
-INSTANTIATE_TEST_SUITE_P(Layouts, EveryCut, testing::ValuesIn(layouts()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Layouts, EveryCut, testing::ValuesIn(layouts()), zel_test::nameOf);
 
 TEST_P(EveryCut, GivesAReasonOrTheWholeLinesBeforeIt)
 {
@@ -144,7 +120,8 @@ void expectAWordAtEveryLength(const Bytes& bytes, long headerOffset, long lineOf
 
 class EveryCutWhileOpen : public testing::TestWithParam<Layout> {};
 
-INSTANTIATE_TEST_SUITE_P(Layouts, EveryCutWhileOpen, testing::ValuesIn(layouts()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Layouts, EveryCutWhileOpen, testing::ValuesIn(layouts()),
+                         zel_test::nameOf);
 
 TEST_P(EveryCutWhileOpen, EndsTheLinesWithAWord)
 {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <ostream>
 
 #include "support/base_files.hpp"
 #include "support/field_map.hpp"
@@ -17,38 +16,15 @@ namespace {
 using zel_test::BaseComposite;
 using zel_test::BaseFile;
 using zel_test::Bytes;
-using zel_test::everyLayout;
 using zel_test::FieldKind;
 using zel_test::FieldMap;
 using zel_test::FileUnderTest;
+using zel_test::Layout;
+using zel_test::layouts;
 using zel_test::MappedField;
 using zel_test::NaiveScene;
 using zel_test::Reading;
 using zel_test::readNaively;
-
-struct Layout {
-    int version;
-    bool bigEndian;
-};
-
-void PrintTo(const Layout& layout, std::ostream* out)
-{
-    *out << "version " << layout.version << (layout.bigEndian ? ", big-endian" : "");
-}
-
-std::string nameOf(const testing::TestParamInfo<Layout>& test)
-{
-    return "V" + std::to_string(test.param.version) + (test.param.bigEndian ? "BigEndian" : "");
-}
-
-std::vector<Layout> layouts()
-{
-    std::vector<Layout> all;
-    for (const int version : everyLayout)
-        for (const bool bigEndian : {false, true})
-            if (zel_test::isReadable(version, bigEndian)) all.push_back({version, bigEndian});
-    return all;
-}
 
 // Each byte of a file is one of a field, padding in front of the lines excepted.
 void expectTiled(const FieldMap& map, std::size_t begin, std::size_t padding)
@@ -123,7 +99,7 @@ private:
 
 class EveryField : public testing::TestWithParam<Layout> {};
 
-INSTANTIATE_TEST_SUITE_P(Layouts, EveryField, testing::ValuesIn(layouts()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Layouts, EveryField, testing::ValuesIn(layouts()), zel_test::nameOf);
 
 TEST_P(EveryField, AtEveryBoundaryGivesAReasonOrTheRightPixels)
 {
@@ -222,7 +198,7 @@ class EveryMaskField : public testing::TestWithParam<Layout> {};
 
 INSTANTIATE_TEST_SUITE_P(Layouts, EveryMaskField,
                          testing::Values(Layout{141, true}, Layout{142, false}, Layout{230, false}),
-                         nameOf);
+                         zel_test::nameOf);
 
 TEST_P(EveryMaskField, AtEveryBoundaryGivesAReasonOrTheRightPixels)
 {

@@ -1,6 +1,10 @@
 // Small valid files with every record of their layout, to be damaged field by field or byte by byte.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
 #include <vector>
 
 #include "support/file_builder.hpp"
@@ -44,5 +48,30 @@ struct BaseComposite {
 BaseComposite baseComposite(int base);
 BaseComposite wideBaseComposite(int base);
 BaseComposite maskedBaseComposite();
+
+// A layout in a byte order, as tests have it for a parameter.
+struct Layout {
+    int version;
+    bool bigEndian;
+};
+
+inline void PrintTo(const Layout& layout, std::ostream* out)
+{
+    *out << "version " << layout.version << (layout.bigEndian ? ", big-endian" : "");
+}
+
+inline std::string nameOf(const testing::TestParamInfo<Layout>& test)
+{
+    return "V" + std::to_string(test.param.version) + (test.param.bigEndian ? "BigEndian" : "");
+}
+
+inline std::vector<Layout> layouts()
+{
+    std::vector<Layout> all;
+    for (const int version : everyLayout)
+        for (const bool bigEndian : {false, true})
+            if (isReadable(version, bigEndian)) all.push_back({version, bigEndian});
+    return all;
+}
 
 }  // namespace zel_test
