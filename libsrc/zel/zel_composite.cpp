@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "zel_buffers.hpp"
 #include "zel_finish.h"
@@ -94,6 +95,10 @@ private:
     Owned<ZELType> records_;
 };
 
+struct CloseFile {
+    void operator()(FILE* stream) const { std::fclose(stream); }
+};
+
 // The container that is being written.
 struct Container {
     const char* name = "";
@@ -103,6 +108,7 @@ struct Container {
     std::int64_t start = 0;  // where the next component begins
     std::int64_t copied = 0;
     std::int64_t expected = 0;
+    bool begun = false;
     Owned<unsigned char> block;
 
     Container() : block(zel::allocate<unsigned char>(blockSize))
@@ -115,6 +121,14 @@ struct Container {
     }
     Container(const Container&) = delete;
     Container& operator=(const Container&) = delete;
+
+    // Takes the magic from the bytes that the container begins with, until its directory is written:
+    // half a container would pass for a plain file.
+    void hideMagic(void* firstBytes)
+    {
+        if (!begun) std::memset(firstBytes, 0, sizeof directory.magic);
+        begun = true;
+    }
 
     void addEntry(std::int64_t offset, float resolution, std::int64_t size)
     {
@@ -207,6 +221,8 @@ void openOutput(Container& container, const char* name, int overwritePrompt)
     container.name = name;
     container.stream = std::fopen(name, "w+b");
     if (!container.stream) report("ZELCreateCompositeFile: cannot create file %s\n", name);
+    // The directory is written last, at the start: a pipe has no way back to it.
+    if (container.stream && ftello(container.stream) < 0) failSeeking(name);
 }
 
 [[noreturn]] void failWriting(const char* name)
@@ -242,6 +258,7 @@ std::int64_t copyRest(Container& container, FILE* input, const char* name, std::
     std::int64_t total = 0;
     unsigned char* block = container.block.get();
     while (const std::size_t got = std::fread(block, 1, blockSize, input)) {
+        container.hideMagic(block);
         if (std::fwrite(block, 1, got, container.stream) != got) failWriting(container.name);
         total += static_cast<std::int64_t>(got);
         container.copied += static_cast<std::int64_t>(got);
@@ -267,12 +284,14 @@ void appendPlain(Container& container, const ZELType& input, const char* name,
 // other from where it begins.
 void appendComposite(Container& container, const char* name, const Directory& directory)
 {
-    FILE* input = std::fopen(name, "rb");
+    const std::unique_ptr<FILE, CloseFile> opened(std::fopen(name, "rb"));
+    FILE* const input = opened.get();
     if (!input) failReading(name, std::strerror(errno));
     zel::RecordWriter writer(container.stream);
     unsigned char magicAndVersion[compositeVersionOffset];
     const bool whole =
         std::fread(magicAndVersion, 1, sizeof magicAndVersion, input) == sizeof magicAndVersion;
+    container.hideMagic(magicAndVersion);
     writer.array("magic and version text", magicAndVersion, sizeof magicAndVersion);
     zel::Prefix single = zel::plainPrefix(directory.prefix.resolutions[0]);
     zel::walkDirectory(writer, single);
@@ -280,7 +299,6 @@ void appendComposite(Container& container, const char* name, const Directory& di
         failReading(name, std::ferror(input) ? std::strerror(errno) : "unexpected end of file");
     begin(input, name, compositeHeaderOffset);
     copyRest(container, input, name, directory.fileSize - compositeHeaderOffset);
-    std::fclose(input);
     for (int k = 0; k < directory.prefix.numComponents; ++k) {
         const std::int64_t size = directory.prefix.sizes[k];
         container.addEntry(container.start, directory.prefix.resolutions[k], size);
@@ -294,6 +312,7 @@ std::int64_t writePrefixForOldFile(Container& container, const ZELType& first)
     report("ZEL file version < 2.0  updating...\n");
     zel::RecordWriter writer(container.stream);
     zel::Prefix prefix = zel::plainPrefix(first.ZELHeader.SpatialResolution);
+    container.hideMagic(prefix.magic);
     zel::walkPrefix(writer, prefix);
     return compositeHeaderOffset;
 }
@@ -353,6 +372,8 @@ void patchDirectory(Container& container, const char* name)
     if (fseeko(container.stream, compositeVersionOffset, SEEK_SET) != 0) failSeeking(name);
     zel::RecordWriter writer(container.stream);
     zel::walkDirectory(writer, container.directory);
+    if (fseeko(container.stream, 0, SEEK_SET) != 0) failSeeking(name);
+    writer.array("magic", ZELString, sizeof container.directory.magic);
     FILE* stream = container.stream;
     container.stream = nullptr;
     errno = EIO;

@@ -67,12 +67,21 @@ int countComponents(ZELType& view, Inputs& inputs, int baseFile)
     return unreadable;
 }
 
-void openComponents(ZELType& view, const Inputs& inputs)
+bool refuseChannels(int channels)
+{
+    report("ZELOpenCompositeReadOnlyFile: Error: the components have %d channels, at most %d fit\n",
+           channels, ZEL_MAX_CHANNELS);
+    return false;
+}
+
+// False after a message. The channels are counted as they come: their memory is that of a file each.
+bool openComponents(ZELType& view, const Inputs& inputs)
 {
     const int count = view.numZELComponents;
     view.ZELComponent = zel::allocate<ZELType>(static_cast<std::size_t>(count));
     if (!view.ZELComponent) fail("cannot allocate memory for ZELComponents\n");
     ZELType* component = view.ZELComponent;
+    int channels = 0;
     for (int i = 0; i < inputs.count; ++i) {
         const zel::Prefix& prefix = inputs.directory(i).prefix;
         const bool composite = inputs.directory(i).isComposite;
@@ -82,8 +91,11 @@ void openComponents(ZELType& view, const Inputs& inputs)
             if (OpenReadOnlyFile(component, inputs.names[i], offset, size) != 0)
                 fail("Error opening file %s\n", inputs.names[i]);
             component->isComponent = 1;
+            channels += component->NumTotalChans;
+            if (channels > ZEL_MAX_CHANNELS) return refuseChannels(channels);
         }
     }
+    return true;
 }
 
 void initView(ZELType& view, const ZELType& reference, const char* name)
@@ -187,13 +199,6 @@ void renumberAngles(ZELHeaderType& view, const ZELHeaderType& reference, int slo
     if (slot == reference.AZChannelIndex) view.AZChannelIndex = static_cast<int16_t>(index);
 }
 
-int countChannels(const ZELType& view)
-{
-    int count = 0;
-    for (int i = 0; i < view.numZELComponents; ++i) count += view.ZELComponent[i].NumTotalChans;
-    return count;
-}
-
 void gatherChannels(ZELType& view, const ZELType& reference)
 {
     int index = 0;
@@ -240,12 +245,6 @@ bool assemble(ZELType& view, int referenceIndex, const char* name)
     const int base = view.baseZELComponent;
     initView(view, reference, name);
     view.baseZELComponent = base;
-    if (countChannels(view) > ZEL_MAX_CHANNELS) {
-        report("ZELOpenCompositeReadOnlyFile: Error: the components have %d channels, at most %d "
-               "fit\n",
-               countChannels(view), ZEL_MAX_CHANNELS);
-        return false;
-    }
     if (!relateComponents(view, reference)) return false;
     gatherBlocks(view);
     gatherChannels(view, reference);
@@ -279,8 +278,8 @@ int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, const char* const* InputFileN
         ZELdata->numZELComponents = 0;
         return counted;
     }
-    openComponents(*ZELdata, inputs);
-    if (assemble(*ZELdata, BaseFileIndex, InputFileNames[0])) return done;
+    if (openComponents(*ZELdata, inputs) && assemble(*ZELdata, BaseFileIndex, InputFileNames[0]))
+        return done;
     ZELFinishReadingFile(ZELdata);
     return unreadable;
 }

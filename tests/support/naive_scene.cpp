@@ -455,9 +455,12 @@ NaiveScene composite(const Bytes& file, const Directory& d)
         const auto size = static_cast<long>(file.size());
         require(d.count <= 100, "number of components");
         require(d.base >= 0 && d.base < d.count, "base component index");
+        long room = size;
         for (std::size_t i = 0; i < static_cast<std::size_t>(d.count); ++i) {
             require(d.offsets[i] >= 0 && d.offsets[i] < size, "component offset");
             require(d.sizes[i] >= 1 && d.sizes[i] <= size - d.offsets[i], "component size");
+            room -= d.sizes[i];
+            require(room >= 0, "component size");  // all of them together are in the file
         }
         std::vector<NaiveScene> parts;
         for (std::size_t i = 0; i < static_cast<std::size_t>(d.count); ++i)
