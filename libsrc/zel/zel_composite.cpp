@@ -214,17 +214,6 @@ std::int64_t containerSize(Inputs& inputs)
     return size;
 }
 
-void openOutput(Container& container, const char* name, int overwritePrompt)
-{
-    constexpr int answerSize = 9;
-    if (overwritePrompt && zel::isReadable(name)) zel::confirmOverwrite(name, answerSize);
-    container.name = name;
-    container.stream = std::fopen(name, "w+b");
-    if (!container.stream) report("ZELCreateCompositeFile: cannot create file %s\n", name);
-    // The directory is written last, at the start: a pipe has no way back to it.
-    if (container.stream && ftello(container.stream) < 0) failSeeking(name);
-}
-
 [[noreturn]] void failWriting(const char* name)
 {
     zel::reportTo(stderr, "ZELCreateCompositeFile: write error on file %s: %s\n", name,
@@ -237,6 +226,17 @@ void openOutput(Container& container, const char* name, int overwritePrompt)
     zel::reportTo(stderr, "ZELCreateCompositeFile: write error on file %s: %s\n", name,
                   std::strerror(errno));
     fail("ZELCreateCompositeFile: Error:  seek error\n");
+}
+
+void openOutput(Container& container, const char* name, int overwritePrompt)
+{
+    constexpr int answerSize = 9;
+    if (overwritePrompt && zel::isReadable(name)) zel::confirmOverwrite(name, answerSize);
+    container.name = name;
+    container.stream = std::fopen(name, "w+b");
+    if (!container.stream) report("ZELCreateCompositeFile: cannot create file %s\n", name);
+    // The directory is written last, at the start: a pipe has no way back to it.
+    if (container.stream && ftello(container.stream) < 0) failSeeking(name);
 }
 
 [[noreturn]] void failReading(const char* name, const char* reason)
