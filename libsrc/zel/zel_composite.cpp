@@ -126,7 +126,7 @@ struct Container {
     // half a container would pass for a plain file.
     void hideMagic(void* firstBytes)
     {
-        if (!begun) std::memset(firstBytes, 0, sizeof directory.magic);
+        if (!begun) std::memset(firstBytes, 0, zel::magicSize);
         begun = true;
     }
 
@@ -373,7 +373,7 @@ void patchDirectory(Container& container, const char* name)
     zel::RecordWriter writer(container.stream);
     zel::walkDirectory(writer, container.directory);
     if (fseeko(container.stream, 0, SEEK_SET) != 0) failSeeking(name);
-    writer.array("magic", ZELString, sizeof container.directory.magic);
+    writer.array("magic", ZELString, zel::magicSize);
     FILE* stream = container.stream;
     container.stream = nullptr;
     errno = EIO;

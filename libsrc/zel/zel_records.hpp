@@ -7,9 +7,12 @@
 
 namespace zel {
 
+// The characters that a file begins with, of which there is no terminator in the file.
+inline constexpr int magicSize = 3;
+
 // The start of a file, which doubles as the directory of a composite.
 struct Prefix {
-    char magic[4];
+    char magic[magicSize + 1];
     char version[11];
     std::int32_t baseIndex;
     std::int32_t numComponents;
@@ -21,7 +24,7 @@ struct Prefix {
 template <class Walker>
 constexpr void walkMagic(Walker& w, Prefix& p)
 {
-    w.text("magic", p.magic, 3);
+    w.text("magic", p.magic, magicSize);
     w.text("version text", p.version, 10);
 }
 
