@@ -2,8 +2,11 @@
 //
 //   quicklook FILE CHANNEL [COLUMNS]
 #include <algorithm>
+#include <climits>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,6 +18,7 @@ namespace {
 constexpr const char shades[] = " .:-=+*#%@";
 constexpr int darkest = 0;
 constexpr int brightest = static_cast<int>(sizeof shades) - 2;
+constexpr long mostColumns = 1000;
 
 // Every so many pixels and lines a sample; characters are twice as high as wide.
 std::vector<std::vector<float>> sample(ZELType* file, int channel, int step)
@@ -31,50 +35,82 @@ std::vector<std::vector<float>> sample(ZELType* file, int channel, int step)
     return rows;
 }
 
+// What is no number is a blank.
+char shade(double value, double low, double range)
+{
+    if (std::isnan(value)) return shades[darkest];
+    const double place = (value - low) / range * brightest;
+    return shades[static_cast<int>(std::clamp<double>(place, darkest, brightest))];
+}
+
 void draw(const std::vector<std::vector<float>>& rows)
 {
-    float low = rows[0][0];
-    float high = rows[0][0];
+    double low = std::numeric_limits<double>::max();
+    double high = std::numeric_limits<double>::lowest();
     for (const auto& row : rows) {
-        low = std::min(low, *std::min_element(row.begin(), row.end()));
-        high = std::max(high, *std::max_element(row.begin(), row.end()));
-    }
-    const float range = high > low ? high - low : 1.0F;
-    for (const auto& row : rows) {
-        for (const float value : row) {
-            const auto shade =
-                static_cast<int>((value - low) / range * static_cast<float>(brightest));
-            std::putchar(shades[std::clamp(shade, darkest, brightest)]);
+        for (const double value : row) {
+            if (!std::isfinite(value)) continue;
+            low = std::min(low, value);
+            high = std::max(high, value);
         }
+    }
+    const double range = high > low ? high - low : 1.0;
+    for (const auto& row : rows) {
+        for (const double value : row) std::putchar(shade(value, low, range));
         std::putchar('\n');
     }
+}
+
+// Warnings are shown. Of the other messages, such as where the ancillary grids are, only the one that
+// says why there is no picture is of use: the last.
+void hear(void* last, FILE* stream, const char* text)
+{
+    if (stream == stderr)
+        std::fputs(text, stderr);
+    else
+        *static_cast<std::string*>(last) = text;
+}
+
+void tellLast(void* last, int)
+{
+    std::fputs(static_cast<const std::string*>(last)->c_str(), stderr);
+}
+
+bool readNumber(const char* text, long& number)
+{
+    char* end = nullptr;
+    number = std::strtol(text, &end, 10);
+    return end != text && *end == '\0' && number >= INT_MIN && number <= INT_MAX;
 }
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc < 3) {
+    long number = 0;
+    long columns = 72;
+    if (argc < 3 || !readNumber(argv[2], number) || (argc > 3 && !readNumber(argv[3], columns))) {
         std::fprintf(stderr, "usage: %s FILE CHANNEL [COLUMNS]\n", argv[0]);
         return 2;
     }
-    // Where the ancillary grids are is nothing to a picture.
-    ZELSetMessageSink([](void*, FILE*, const char*) {}, nullptr);
+    std::string last;
+    ZELSetMessageSink(hear, &last);
+    ZELSetExitHandler(tellLast, &last);
     const auto file = std::make_unique<ZELType>();
     if (ZELOpenReadOnlyFile(file.get(), argv[1]) != 0) {
-        std::fprintf(stderr, "%s: cannot open %s\n", argv[0], argv[1]);
+        std::fprintf(stderr, "%s%s: cannot open %s\n", last.c_str(), argv[0], argv[1]);
         return 1;
     }
-    const int channel = std::atoi(argv[2]);
-    const int columns = argc > 3 ? std::max(std::atoi(argv[3]), 1) : 72;
+    const int channel = static_cast<int>(number);
     if (!ZELFetchChannelLabel(file.get(), channel)) {
         std::fprintf(stderr, "%s: %s has no channel %d\n", argv[0], argv[1], channel);
         ZELFinishReadingFile(file.get());
         return 1;
     }
     const std::string label = ZELFetchChannelLabel(file.get(), channel);
-    const int pixels = ZELFetchNumberOfPixels(file.get());
-    const auto rows = sample(file.get(), channel, std::max((pixels + columns - 1) / columns, 1));
+    const int width = static_cast<int>(std::clamp(columns, 1L, mostColumns));
+    const int step = (ZELFetchNumberOfPixels(file.get()) + width - 1) / width;
+    const auto rows = sample(file.get(), channel, std::max(step, 1));
     std::printf("channel %d, %s, %s\n", channel, label.c_str(), argv[1]);
     if (!rows.empty()) draw(rows);
     ZELFinishReadingFile(file.get());

@@ -11,12 +11,16 @@
 namespace zel_combine {
 namespace {
 
+// More lines than this that say nothing are no definition file, but one without an end.
+constexpr int mostEmptyLines = 1'000'000;
+
 // A file that is being read. A number that a line lacks keeps the value of the line before.
 struct LutText {
     const char* name;
     Stream stream;
     char line[lutLineSize] = "";
     int linesRead = 0;
+    bool endless = false;
     float min = 0.0F, max = 0.0F;  // of the colour scale
     int numEntries = 0;
     float R = 0.0F, G = 0.0F, B = 0.0F;
@@ -29,11 +33,12 @@ int nextLine(LutText& text)
     return ReadLutLine(text.stream.get(), text.line);
 }
 
-// The next line that says something; false at the end of the file.
+// The next line that says something; false at the end of the file, and where none seems to come.
 bool nextContent(LutText& text)
 {
     int length = 0;
-    while (length == 0) length = nextLine(text);
+    for (int i = 0; length == 0 && i < mostEmptyLines; ++i) length = nextLine(text);
+    text.endless = length == 0;
     return length > 0;
 }
 
@@ -127,7 +132,9 @@ ZELDisplayLUTType* ReadLUT(const char* filename, ZELType* ZELdata)
         lut = addLUT(text, ZELdata, ++key);
         if (!lut) return nullptr;
     }
-    if (failedReading(text.stream.get(), "LUT definition file", filename)) return nullptr;
+    if (text.endless) failParsing(text);
+    if (text.endless || failedReading(text.stream.get(), "LUT definition file", filename))
+        return nullptr;
     if (!lut) std::printf("zel_combine: Error: no LUT in LUT definition file %s\n", filename);
     return lut;
 }

@@ -1,6 +1,9 @@
+#include <fcntl.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -19,6 +22,15 @@ void ignoreSignals()
     std::signal(SIGPIPE, SIG_IGN);
 }
 
+// A file opened in the place of a closed standard stream would answer questions, or get the messages
+// between its bytes. What takes the place can only be read: messages that are lost are told as such.
+bool occupyStandardStreams()
+{
+    for (int stream = 0; stream < 3; ++stream)
+        if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDONLY) != stream) return false;
+    return true;
+}
+
 int run(int argc, char** argv)
 {
     using zel_combine::CommandLineInfo;
@@ -33,7 +45,7 @@ int run(int argc, char** argv)
                                          : zel_combine::writeSameResolution(CommandLineInfo);
 }
 
-// The output is whole without its messages.
+// However the run ends. An output is whole without its messages.
 void warnOfLostMessages()
 {
     if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return;
@@ -46,10 +58,9 @@ void warnOfLostMessages()
 int main(int argc, char** argv)
 {
     ignoreSignals();
+    if (!occupyStandardStreams() || std::atexit(warnOfLostMessages) != 0) return failed;
     try {
-        const int status = run(argc, argv);
-        warnOfLostMessages();
-        return status;
+        return run(argc, argv);
     } catch (const std::bad_alloc&) {
         std::printf("zel_combine: Error: cannot allocate memory\n");
         return failed;

@@ -1,5 +1,6 @@
 #include "vorn_file.h"
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <algorithm>
@@ -23,11 +24,18 @@ struct VornHeader {
     std::int32_t channels = 0;
 };
 
+// A raster has places, which pipes and terminals lack; opening one would wait for somebody to write.
+bool mayHavePlaces(const char* name)
+{
+    struct stat status;
+    return stat(name, &status) != 0 || !(S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode));
+}
+
 // The header in the byte order that its first word tells; none, after a message, when the file does
 // not open. A word that is in order leaves the shared order as the input files have set it.
 std::optional<VornHeader> readHeader(const char* name)
 {
-    const Stream stream(std::fopen(name, "rb"));
+    const Stream stream(mayHavePlaces(name) ? std::fopen(name, "rb") : nullptr);
     if (!stream) {
         std::printf("Error: cannot open Vorn file %s\n", name);
         return std::nullopt;
