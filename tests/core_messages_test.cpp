@@ -183,6 +183,24 @@ TEST_F(ShrinkingFile, TheEndOfAFileInsideALineEndsTheProcess)
                                ", line 1: unexpected end of file\n");
 }
 
+// The second line is whole again: the pixels that were read of it before are not taken for it.
+TEST_F(ShrinkingFile, ALineThatWasCutShortIsNotHeld)
+{
+    ZELReadLine(file.get());
+    int pixels = -9;
+    const Outcome torn = readSecondLine(118, pixels);
+    ASSERT_TRUE(torn.ended);
+    EXPECT_EQ(file->PreviousLine, -2);
+    EXPECT_EQ(file->CurrentLine, 1);
+    EXPECT_EQ(readSecondLine(118, pixels).out, torn.out);
+    zel_test::writeFile(file.path(), built.bytes);
+    const Outcome mended = readSecondLine(120, pixels);
+    EXPECT_FALSE(mended.ended) << mended.out;
+    EXPECT_EQ(pixels, 4);
+    EXPECT_EQ(file->Channels[2].ChannelData[3], 4.0F);
+    EXPECT_EQ(file->PreviousLine, 1);
+}
+
 TEST(LineMessages, AnotherOpenTakesTheByteOrderAway)
 {
     Scene scene = smallScene(142);
@@ -196,6 +214,78 @@ TEST(LineMessages, AnotherOpenTakesTheByteOrderAway)
                   " is of the other byte order, which the opening of another file has reset: its "
                   "numbers are read with their bytes reversed\n");
     CheckByteOrder();
+}
+
+// A file in writing, and one of the other byte order whose opening takes the order away.
+class WrittenOrder : public testing::Test {
+protected:
+    WrittenOrder() : writer(2, 0, 1)
+    {
+        writer.add(0, 5, 0, 0);
+        writer.open();
+    }
+    ~WrittenOrder() override { CheckByteOrder(); }
+
+    std::string write()
+    {
+        writer.load(0, {258, 3});
+        return writer.write().err;
+    }
+    void takeAway()
+    {
+        Scene scene = smallScene(142);
+        scene.bigEndian = true;
+        const OpenedFile other(build(scene).bytes);
+        ASSERT_EQ(other.result, 0) << other.outcome.out;
+    }
+    std::string warning(const std::string& function) const
+    {
+        return function +
+               ": warning: the opening of another file has set the other byte order: what is "
+               "written to file " +
+               writer.path() + " from here on has its bytes reversed, unlike its header\n";
+    }
+    zel_test::Bytes pixels(std::size_t line)
+    {
+        const zel_test::Bytes lines = writer.lineBytes();
+        const auto begin = lines.begin() + static_cast<long>(line * 36 + 32);
+        return {begin, begin + 4};
+    }
+
+    Writer writer;
+};
+
+TEST_F(WrittenOrder, ThatAnotherOpenTakesAwayIsToldOnce)
+{
+    EXPECT_EQ(write(), "");
+    takeAway();
+    EXPECT_EQ(write(), warning("ZELWriteLine"));
+    EXPECT_EQ(write(), "");
+    EXPECT_EQ(writer.finish().err, "");
+    EXPECT_EQ(pixels(0), (zel_test::Bytes{2, 1, 3, 0}));
+    EXPECT_EQ(pixels(1), (zel_test::Bytes{1, 2, 0, 3}));
+}
+
+TEST_F(WrittenOrder, IsThatOfTheHistogramsAtTheEndToo)
+{
+    write();
+    takeAway();
+    EXPECT_EQ(writer.finish().err, warning("ZELFinishWritingFile"));
+}
+
+TEST_F(WrittenOrder, IsOfNoMatterWhereNothingMoreIsWritten)
+{
+    write();
+    ZELSetHistogramFlag(writer.get(), 0);
+    takeAway();
+    EXPECT_EQ(writer.finish().err, "");
+}
+
+TEST_F(WrittenOrder, StaysWhenAnotherFileOfTheSameIsOpened)
+{
+    const OpenedFile other(build(smallScene()).bytes);
+    EXPECT_EQ(write(), "");
+    EXPECT_EQ(writer.finish().err, "");
 }
 
 TEST(LineMessages, WritingBeforeTheOpen)

@@ -363,8 +363,38 @@ TEST(HeldLine, ALineReadWithoutScalingStaysUnscaled)
     OpenedFile file(build(smallScene()).bytes);
     ZELReadLineNoScale(file.get());
     ZELSetCurrentLine(file.get(), 0);
-    EXPECT_EQ(ZELReadLine(file.get()), 4);
+    run([&] { EXPECT_EQ(ZELReadLine(file.get()), 4); });
     EXPECT_EQ(valuesOf(file, 0), (Values{0, 0, 0, 0}));
+}
+
+TEST(HeldLine, ThatItsValuesAreNotFilledIsToldOnce)
+{
+    OpenedFile file(build(smallScene()).bytes);
+    ZELReadLineNoScale(file.get());
+    for (const std::string& warning :
+         {"ZELReadLine: warning: line 0 of file " + file.path() +
+              " is held as it was read without scaling: its values are not filled\n",
+          std::string()}) {
+        ZELSetCurrentLine(file.get(), 0);
+        EXPECT_EQ(run([&] { ZELReadLine(file.get()); }).err, warning);
+    }
+}
+
+TEST(HeldLine, IsNotWarnedOfWhereItsValuesAreFilledOrNotAskedFor)
+{
+    OpenedFile file(build(smallScene()).bytes);
+    const auto outcome = run([&] {
+        ZELReadLineNoScale(file.get());
+        ZELSetCurrentLine(file.get(), 0);
+        ZELReadLineNoScale(file.get());
+        ZELReadLine(file.get());
+        ZELSetCurrentLine(file.get(), 1);
+        ZELReadLine(file.get());
+        ZELSetCurrentLine(file.get(), 0);
+        ZELReadLine(file.get());
+    });
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(valuesOf(file, 0), (Values{11, 12, 13, 14}));
 }
 
 TEST(HeldLine, TheLineAfterItIsReadFromTheFile)

@@ -1,11 +1,15 @@
 // Which versions and byte orders an open accepts.
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <limits>
 
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
+#include "zel/zel_text_number.hpp"
 
 namespace {
 
@@ -71,6 +75,44 @@ TEST(OpenVersion, AVersionTextThatFillsItsFieldIsNotOverrun)
     EXPECT_TRUE(file.outcome.ended);
     EXPECT_EQ(file.outcome.out,
               "ZELOpen: Error: ZEL Library version 9.23456789 or higher needed to open file\n");
+}
+
+TEST(OpenVersion, NumbersInTextsAreReadAsFarAsTheyGo)
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    const struct {
+        const char* text;
+        double number;
+    } rows[] = {{"2.3", 2.3},        {" \t\n2.31xyz", 2.31},
+                {"2,5", 2},          {".5", 0.5},
+                {"+7.25", 7.25},     {"-1.5", -1.5},
+                {"+-1", 0},          {"--1", 0},
+                {"1e999", infinity}, {"-1e999", -infinity},
+                {"2e-1", 0.2},       {"1e-999", 0},
+                {"none", 0},         {"", 0},
+                {"  ", 0},           {"+", 0}};
+    for (const auto& row : rows) EXPECT_EQ(zel::leadingNumber(row.text), row.number) << row.text;
+}
+
+// A program that has set its user's locale may have a comma there.
+TEST(OpenVersion, PrefixIsReadTheSameWhereTheDecimalPointIsAComma)
+{
+    const zel_test::TempDir dir;
+    const std::string make =
+        "localedef -f UTF-8 -i de_DE " + dir.path("de_DE.UTF-8") + " >/dev/null 2>&1";
+    if (std::system(make.c_str()) != 0) GTEST_SKIP() << "no locale can be made here";
+    setenv("LOCPATH", dir.path().c_str(), 1);
+    const bool isSet = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+    if (!isSet || std::strcmp(std::localeconv()->decimal_point, ",") != 0)
+        GTEST_SKIP() << "no locale with a comma";
+    Scene scene = smallScene();
+    scene.prefix.version = "2.31";
+    const OpenedFile file(build(scene).bytes);
+    std::setlocale(LC_ALL, "C");
+    unsetenv("LOCPATH");
+    EXPECT_TRUE(file.outcome.ended);
+    EXPECT_EQ(file.outcome.out,
+              "ZELOpen: Error: ZEL Library version 2.31 or higher needed to open file\n");
 }
 
 // The integer version is the number plus 0.005, times 100, truncated: 2.3 to 230.

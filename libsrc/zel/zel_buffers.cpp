@@ -17,6 +17,8 @@ struct State {
     int byteOrder;  // SwapByteOrdering as the file needs it
     bool orderNoted;
     bool orderLost;
+    bool valuesLacking;  // the line that is held was read without scaling
+    bool lackTold;
 };
 
 State* stateOf(ZELType& file)
@@ -38,20 +40,50 @@ void* lineMemory(ZELType& file, std::size_t bytes)
     return memory + sizeof(Block);
 }
 
+bool hasLineMemory(const ZELType& file)
+{
+    const auto* state = static_cast<const State*>(file.Internal);
+    return state && state->blocks;
+}
+
 void noteByteOrder(ZELType& file)
 {
     State* state = stateOf(file);
     if (!state) return;
     state->byteOrder = SwapByteOrdering;
     state->orderNoted = true;
+    state->orderLost = false;
 }
 
 bool byteOrderWasLost(ZELType& file)
 {
-    State* state = stateOf(file);
+    auto* state = static_cast<State*>(file.Internal);
     if (!state || !state->orderNoted || state->orderLost || state->byteOrder == SwapByteOrdering)
         return false;
     state->orderLost = true;
+    return true;
+}
+
+void warnOfWrittenOrder(ZELType& file, const char* function)
+{
+    if (byteOrderWasLost(file))
+        reportTo(stderr,
+                 "%s: warning: the opening of another file has set the other byte order: what is "
+                 "written to file %s from here on has its bytes reversed, unlike its header\n",
+                 function, file.ImageFilename);
+}
+
+void noteValues(ZELType& file, bool areFilled)
+{
+    auto* state = static_cast<State*>(file.Internal);
+    if (state) state->valuesLacking = !areFilled;
+}
+
+bool valuesAreMissing(ZELType& file)
+{
+    auto* state = static_cast<State*>(file.Internal);
+    if (!state || !state->valuesLacking || state->lackTold) return false;
+    state->lackTold = true;
     return true;
 }
 

@@ -16,10 +16,21 @@ void* lineMemory(ZELType& file, std::size_t bytes);
 // Frees all of them and forgets the public pointers to them.
 void freeLineMemory(ZELType& file);
 
-// Notes the byte order that the file was found to have, and tells the first time that the one in force
-// is another.
+// Whether the record has line buffers, as it has from its open to its end.
+bool hasLineMemory(const ZELType& file);
+
+// Notes the byte order that the file was found to have, or is written in, and tells the first time that
+// the one in force is another.
 void noteByteOrder(ZELType& file);
 bool byteOrderWasLost(ZELType& file);
+
+// Warns in the function's name, once a file, when what is written is not in the order of its header.
+void warnOfWrittenOrder(ZELType& file, const char* function);
+
+// Notes whether the line that was just read has its values, and tells the first time that they are
+// asked of a line that has not.
+void noteValues(ZELType& file, bool areFilled);
+bool valuesAreMissing(ZELType& file);
 
 // Whether the file was found to be in the other byte order.
 bool isByteSwapped(ZELType& file);

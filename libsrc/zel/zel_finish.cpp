@@ -88,8 +88,10 @@ void ZELFinishWritingFile(ZELType* ZELdata)
 {
     zel::requireWriteOnly(*ZELdata,
                           "ZELFinishWritingFile can only be used on a write only ZEL file\n");
-    errno = 0;
     const bool open = ZELdata->fptr && ZELdata->FileOpened;
+    // Without histograms nothing more is written.
+    if (open && ZELdata->HistogramFlag) zel::warnOfWrittenOrder(*ZELdata, "ZELFinishWritingFile");
+    errno = 0;
     const bool updated = !open || zel::updateAllHistograms(*ZELdata);
     const int updateError = errno;
     const bool written = zel::closeStream(*ZELdata) && updated;

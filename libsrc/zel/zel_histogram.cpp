@@ -95,6 +95,11 @@ void forPresentChannels(ZELType* file, Action action)
     fail("%s: write error on file %s: %s\n", function, file.ImageFilename, std::strerror(errno));
 }
 
+void requireOpen(const ZELType& file, const char* function)
+{
+    if (!file.fptr) fail("%s: the file is not open\n", function);
+}
+
 void freeHistograms(ZELChannelType& channel)
 {
     ZELFreeHistogram(channel.ChannelHistogram);
@@ -234,6 +239,7 @@ ZELHistogramType* zel::readHistogram(RecordReader& reader, int fileOffset)
 
 ZELHistogramType* ZELReadHistogram(ZELType* ZELdata)
 {
+    requireOpen(*ZELdata, "ZELReadHistogram");
     const auto read = [&](zel::RecordReader& reader) {
         return zel::readHistogram(reader, ZELdata->fileOffset);
     };
@@ -242,6 +248,7 @@ ZELHistogramType* ZELReadHistogram(ZELType* ZELdata)
 
 void ZELWriteHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 {
+    requireOpen(*ZELdata, "ZELWriteHistogram");
     const auto place = ftello(ZELdata->fptr);
     if (place < 0) failWriting(*ZELdata, "ZELWriteHistogram");
     histogram->fileOffset = static_cast<int32_t>(place - ZELdata->fileOffset);
@@ -281,11 +288,13 @@ bool zel::updateAllHistograms(ZELType& file)
 
 void ZELUpdateHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 {
+    requireOpen(*ZELdata, "ZELUpdateHistogram");
     if (!zel::updateHistogram(*ZELdata, *histogram)) failWriting(*ZELdata, "ZELUpdateHistogram");
 }
 
 void ZELUpdateAllHistograms(ZELType* ZELdata)
 {
+    requireOpen(*ZELdata, "ZELUpdateAllHistograms");
     if (!zel::updateAllHistograms(*ZELdata)) failWriting(*ZELdata, "ZELUpdateAllHistograms");
 }
 

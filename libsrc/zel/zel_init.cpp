@@ -234,6 +234,7 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     ZELdata->HeaderOffset = static_cast<int32_t>(ftello(ZELdata->fptr));
     zel::placeChannels(*ZELdata);
     allocateBuffers(*ZELdata);
+    zel::noteByteOrder(*ZELdata);
     ZELAncillaryReadFiles();
     ZELClearBadLatLonCount();
     return 0;

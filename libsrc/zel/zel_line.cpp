@@ -91,6 +91,15 @@ void warnOfByteOrder(ZELType& file)
             file.ImageFilename);
 }
 
+void warnOfMissingValues(ZELType& file)
+{
+    if (zel::valuesAreMissing(file))
+        zel::reportTo(stderr,
+                      "ZELReadLine: warning: line %d of file %s is held as it was read without "
+                      "scaling: its values are not filled\n",
+                      file.CurrentLine, file.ImageFilename);
+}
+
 // The record of the line at which the stream stands, into the line's fields and PixBuf.
 void readRecord(ZELType& file)
 {
@@ -161,10 +170,19 @@ int moveTo(ZELType& file, long long line, const char* function)
     return file.CurrentLine;
 }
 
+// Whether there is a buffer for every channel of a view, as there is from its open to its end.
+bool hasPixels(const ZELType& view)
+{
+    for (int i = 0; i < view.ZELHeader.MaxNumChan; ++i)
+        if (view.Channels[i].ChannelPresentFlag && !view.PixBuf[i]) return false;
+    return true;
+}
+
 int readCurrentLine(ZELType* file, int scale, const char* function)
 {
     if (file->numZELComponents < 2) return ReadLine(file, scale);
     if (!file->ZELComponent) fail("%s: Error NULL ZELComponent\n", function);
+    if (!hasPixels(*file)) fail("%s: the file is not open\n", function);
     return ZELReadCompositeLine(file, scale);
 }
 
@@ -210,6 +228,8 @@ int ZELReadLineNoScale(ZELType* ZELdata)
 int ReadLine(ZELType* ZELdata, int scale)
 {
     zel::requireReadOnly(*ZELdata, "ZELReadLine can only be used on a read only ZEL file\n");
+    if (!ZELdata->fptr || !zel::hasLineMemory(*ZELdata))
+        fail("ZELReadLine: the file is not open\n");
     // Behind the last whole line there is the end of the file, or another component.
     if (ZELdata->CurrentLine >= ZELdata->NumLines) return 0;
     if (ZELdata->CurrentLine != ZELdata->PreviousLine) {
@@ -220,13 +240,16 @@ int ReadLine(ZELType* ZELdata, int scale)
         ZELdata->PreviousLine = -2;
         if (endsHere(*ZELdata)) return 0;
         warnOfByteOrder(*ZELdata);
-        ZELdata->PreviousLine = ZELdata->CurrentLine;
         try {
             readRecord(*ZELdata);
         } catch (const zel::Damage&) {
             failReading(*ZELdata);
         }
         if (scale) decodeChannels(*ZELdata);
+        ZELdata->PreviousLine = ZELdata->CurrentLine;
+        zel::noteValues(*ZELdata, scale != 0);
+    } else if (scale) {
+        warnOfMissingValues(*ZELdata);
     }
     ZELdata->CurrentLine += 1;
     return ZELdata->ZELHeader.NPixelPerLine;
@@ -236,6 +259,7 @@ void ZELWriteLine(ZELType* ZELdata)
 {
     zel::requireWriteOnly(*ZELdata, "ZELWriteLine can only be used on a write only ZEL file\n");
     if (!ZELdata->FileOpened) fail("ZELWriteLine: the file is not open for writing\n");
+    zel::warnOfWrittenOrder(*ZELdata, "ZELWriteLine");
     forgetDerived(*ZELdata);
     bool isWhole = writeScan(*ZELdata);
     zel::LineCounter counter(*ZELdata);

@@ -10,7 +10,8 @@ extern "C" {
 
 /* Reads the current line and advances: PixBuf holds the stored pixels, ChannelData their values (not
    filled by the second). Returns NPixelPerLine, or 0 at the end of the file. Ends the process (-1) on
-   a write-only record or a read error. */
+   a write-only record, one that is not open, or a read error. The line read last is not read again when
+   it is asked for again: after the second function its values stay unfilled, which is warned of. */
 int ZELReadLine(ZELType* ZELdata);
 int ZELReadLineNoScale(ZELType* ZELdata);
 
@@ -22,7 +23,8 @@ int ZELReadCompositeLine(ZELType* ZELdata, int scale);
 
 /* Writes the current line and advances. Channels that were loaded are encoded first (and clamped to
    their scale range in ChannelData itself); the others are written as their PixBuf stands. Ends the
-   process (-1) on a read-only record or a write error. */
+   process (-1) on a read-only record or a write error; warns when an open since its own has changed the
+   byte order that all files share. */
 void ZELWriteLine(ZELType* ZELdata);
 
 /* Copies the current line of src to dst, for every slot present in both: with the stored bytes, to be

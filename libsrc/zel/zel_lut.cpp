@@ -62,6 +62,11 @@ ZELDisplayLUTType* searchByLabel(ZELType* file, const char* label, const char* f
     return lut;
 }
 
+void requireOpen(const ZELType& file, const char* function)
+{
+    if (!file.fptr) fail("%s: the file is not open\n", function);
+}
+
 // Whether LUTs may be taken from the file; ends the process when its header is written.
 bool mayDelete(const ZELType& file)
 {
@@ -338,6 +343,7 @@ int ZELReadLUTs(ZELType* ZELdata)
         report("ZELReadLUTs:No LUT's defined.\n");
         return 0;
     }
+    requireOpen(*ZELdata, "ZELReadLUTs");
     const auto read = [&](zel::RecordReader& reader) { return zel::readLUTs(reader, *ZELdata); };
     return static_cast<int>(zel::readBlock(ZELdata->fptr, "ZELReadLUTs", read));
 }
@@ -360,6 +366,7 @@ void ZELWriteLUTs(ZELType* ZELdata)
         return;
     }
     if (hasNoLUTs(ZELdata, "ZELWriteLUTs")) return;
+    requireOpen(*ZELdata, "ZELWriteLUTs");
     ZELdata->LUTStartOffset = static_cast<int32_t>(ftello(ZELdata->fptr));
     writeRecords(*ZELdata);
     zel::lutBlockWritten() = true;
@@ -372,6 +379,7 @@ void ZELUpdateLUTs(ZELType* ZELdata)
         return;
     }
     if (hasNoLUTs(ZELdata, "ZELUpdateLUTs")) return;
+    requireOpen(*ZELdata, "ZELUpdateLUTs");
     if (!zel::rewriteAt(ZELdata->fptr, ZELdata->LUTStartOffset, [&] { writeRecords(*ZELdata); }))
         fail("ZELUpdateLUTs: write error on file %s: %s\n", ZELdata->ImageFilename,
              std::strerror(errno));

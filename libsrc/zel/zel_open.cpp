@@ -15,6 +15,7 @@
 #include "zel_report.hpp"
 #include "zel_table_block.hpp"
 #include "zel_text.hpp"
+#include "zel_text_number.hpp"
 
 namespace {
 
@@ -47,7 +48,7 @@ void readPrefix(RecordReader& reader, const ZELType& file)
     reader.seek(file.fileOffset);
     if (std::strcmp(prefix.magic, ZELString) != 0) return;
     zel::walkMagic(reader, prefix);
-    if (std::atof(prefix.version) > std::atof(ZEL_LIBRARY_VERSION_TEXT))
+    if (zel::leadingNumber(prefix.version) > zel::leadingNumber(ZEL_LIBRARY_VERSION_TEXT))
         zel::fail("ZELOpen: Error: ZEL Library version %s or higher needed to open file\n",
                   prefix.version);
     zel::walkDirectory(reader, prefix);

@@ -316,6 +316,7 @@ std::int64_t zel::readTables(RecordReader& reader, TableListType& list)
 int ZELReadTables(FILE* fptr, TableListType* list)
 {
     if (hasNoTables(list, "ZELReadTables")) return 0;
+    if (!fptr) fail("ZELReadTables: the file is not open\n");
     const auto read = [&](zel::RecordReader& reader) { return zel::readTables(reader, *list); };
     return static_cast<int>(zel::readBlock(fptr, "ZELReadTables", read));
 }
@@ -323,6 +324,7 @@ int ZELReadTables(FILE* fptr, TableListType* list)
 void ZELWriteTables(FILE* fptr, TableListType* list)
 {
     if (hasNoTables(list, "ZELWriteTables")) return;
+    if (!fptr) fail("ZELWriteTables: the file is not open\n");
     report("ZELWriteTables:NumTables %d\n", list->NumTables);
     list->TableStartOffset = static_cast<int32_t>(ftello(fptr));
     writeRecords(fptr, list, "ZELWriteTables");
@@ -331,6 +333,7 @@ void ZELWriteTables(FILE* fptr, TableListType* list)
 void ZELUpdateTables(FILE* fptr, TableListType* list)
 {
     if (hasNoTables(list, "ZELUpdateTables")) return;
+    if (!fptr) fail("ZELUpdateTables: the file is not open\n");
     const auto write = [&] { writeRecords(fptr, list, "ZELUpdateTables"); };
     if (!zel::rewriteAt(fptr, list->TableStartOffset, write))
         fail("ZELUpdateTables: write error: %s\n", std::strerror(errno));

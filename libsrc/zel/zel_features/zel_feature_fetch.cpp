@@ -24,7 +24,10 @@ void ZELFeaturePrintClassInfo(const ZELFeatureFileStruct* FeatureFile)
 void ZELFeaturePrintFeatureInfo(const ZELFeatureFileStruct* FeatureFile)
 {
     const ZELFeatureStruct& info = FeatureFile->Parameters.FeatureInfo;
-    for (int i = 0; i < FeatureFile->Parameters.Features.num; ++i)
+    const int features = FeatureFile->Parameters.Features.num;
+    if (features > 0 && (!info.Label || !info.Max || !info.Min))
+        zel::failWithError("ZELFeaturePrintFeatureInfo: the file is not open\n");
+    for (int i = 0; i < features; ++i)
         printInfo(zel::message("Feature %d -> %s max = %f, min = %f\n", i + 1,
                                textOf(info.Label[i]), static_cast<double>(info.Max[i]),
                                static_cast<double>(info.Min[i])));

@@ -178,6 +178,8 @@ void ZELFeatureCloseFile(ZELFeatureFileStruct* FeatureFile)
 
 void ZELFeatureCompute(ZELFeatureFileStruct* FeatureFile)
 {
+    if (FeatureFile->Parameters.Features.ListHead && !FeatureFile->Features)
+        zel::failWithError("ZELFeatureCompute: the file is not open\n");
     float* value = FeatureFile->Features;
     for (const CommandListStruct* feature = FeatureFile->Parameters.Features.ListHead; feature;
          feature = feature->next, ++value)

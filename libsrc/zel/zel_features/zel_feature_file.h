@@ -1,5 +1,5 @@
 /* Feature files: samples of pixels with their class and the values of every feature. Wrong mode
-   prints a message and ends the process (-2), every other failure (-1). */
+   prints a message and ends the process (-2), every other failure, as of a file that is not open, (-1). */
 #ifndef ZEL_FEATURE_FILE_H
 #define ZEL_FEATURE_FILE_H
 

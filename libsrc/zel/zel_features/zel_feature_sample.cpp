@@ -31,10 +31,22 @@ private:
     bool isEmpty_ = true;  // nothing was read
 };
 
+bool hasFeatures(const ZELFeatureFileStruct& file)
+{
+    return file.Features || file.Parameters.Features.num == 0;
+}
+
+void requireOpen(const ZELFeatureFileStruct& file, const char* function)
+{
+    if (!file.fptr || !hasFeatures(file))
+        zel::failWithError("%s: the file is not open\n", function);
+}
+
 void requireReadable(const ZELFeatureFileStruct& file, const char* function)
 {
     if (file.AccessFlag == ZEL_FEATURE_WRITE)
         zel::failWithError(-2, "%s:  error, random access not allowed on this file\n", function);
+    requireOpen(file, function);
 }
 
 bool isSample(const ZELFeatureFileStruct& file, long long sample)
@@ -83,6 +95,7 @@ void ZELFeatureWriteSampleToFile(ZELFeatureFileStruct* FeatureFile)
         zel::failWithError(-2,
                            "ZELFeatureWriteSampletoFile:  error, attempted to write to read only "
                            "file\n");
+    requireOpen(*FeatureFile, "ZELFeatureWriteSampleToFile");
     std::int32_t classNumber = zel::truncated(FeatureFile->Pixel.Class);
     count(*FeatureFile, classNumber);
     zel::FeatureWriter writer(FeatureFile->fptr);
@@ -98,6 +111,7 @@ int ZELFeatureReadSampleFromFile(ZELFeatureFileStruct* FeatureFile)
         zel::failWithError(
             -2, "ZELFeatureReadSampleFromFile:  error, Random access not allowed on this "
                 "file\n");
+    requireOpen(*FeatureFile, "ZELFeatureReadSampleFromFile");
     if (!standsAtCurrent(*FeatureFile)) goToCurrent(*FeatureFile);
     SampleReader reader(FeatureFile->fptr);
     std::int32_t classNumber = 0;
@@ -139,6 +153,8 @@ void ZELFeatureRewindFile(ZELFeatureFileStruct* FeatureFile)
 
 void ZELFeatureCopySample(ZELFeatureFileStruct* DestFile, const ZELFeatureFileStruct* SrcFile)
 {
+    if (!hasFeatures(*DestFile) || !hasFeatures(*SrcFile))
+        zel::failWithError("ZELFeatureCopySample: the file is not open\n");
     ZELPixelStruct& to = DestFile->Pixel;
     const ZELPixelStruct& from = SrcFile->Pixel;
     to.Class = from.Class;

@@ -2,24 +2,16 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 
 #include "zel_expression.h"
 #include "zel_feature_report.hpp"
 #include "zel_feature_text.hpp"
 #include "zel_memory.hpp"
+#include "zel_text_number.hpp"
 
 namespace zel {
 
 namespace {
-
-double leadingNumber(std::string_view text)
-{
-    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-    double number = 0.0;
-    std::from_chars(text.data(), text.data() + text.size(), number);
-    return number;
-}
 
 [[noreturn]] void throwStringDamage(const char* name, std::int64_t at, std::int32_t length)
 {
