@@ -1,6 +1,7 @@
 // Feature parameter files: the lines, the expression commands, and what a file must have.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstring>
 #include <ctime>
 
@@ -29,6 +30,18 @@ TEST(ParameterFile, AFileThatDoesNotOpenEndsTheProcess)
     EXPECT_EQ(outcome.status, -1);
     EXPECT_EQ(outcome.err, std::string("cannot open parameter filename /nowhere/f.par") + noFile);
     EXPECT_EQ(outcome.out, "");
+    ZELFeatureFreeParameters(&record);
+}
+
+TEST(ParameterFile, AnEndlessFileIsNone)
+{
+    ZELParameterStruct record;
+    errno = 0;
+    const Outcome outcome =
+        zel_test::runFeature([&] { ZELParseParameterFile("/dev/zero", &record); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.err, "parameter file /dev/zero has no end\n");
     ZELFeatureFreeParameters(&record);
 }
 

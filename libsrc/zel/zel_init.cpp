@@ -121,12 +121,15 @@ void allocateBuffers(ZELType& file)
     zel::allocateLineBuffers(file, {"ZELOpenWriteOnlyFile", true, true, true});
 }
 
+void reportWriteError(const char* filename, const char* reason)
+{
+    zel::report("ZELOpenWriteOnlyFile: write error on file %s: %s\n", filename, reason);
+}
+
 // Why the header did not reach the file, or null when it did.
 const char* writeError(ZELType& file)
 {
-    const bool written = std::fflush(file.fptr) == 0 && !std::ferror(file.fptr);
-    // What has no places, as a pipe has none, cannot be patched when it is finished.
-    if (written && ftello(file.fptr) >= 0) return nullptr;
+    if (std::fflush(file.fptr) == 0 && !std::ferror(file.fptr)) return nullptr;
     return std::strerror(errno != 0 ? errno : EIO);
 }
 
@@ -218,6 +221,12 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
         zel::report("ZELOpenWriteOnlyFile: cannot open file %s\n", RawFileName);
         return -1;
     }
+    // What has no places, as a pipe has none, cannot be patched when it is finished.
+    if (ftello(ZELdata->fptr) < 0) {
+        reportWriteError(RawFileName, std::strerror(errno));
+        zel::closeStream(*ZELdata);
+        return -1;
+    }
     ZELdata->FileOpened = 1;
     ZELdata->fileOffset = 0;
     errno = 0;  // so that it is the write error's, if there is one
@@ -225,7 +234,7 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     if (ZELdata->HistogramFlag) ZELCreateChannelHistograms(ZELdata);
     zel::writeChannels(*ZELdata);
     if (const char* reason = writeError(*ZELdata)) {
-        zel::report("ZELOpenWriteOnlyFile: write error on file %s: %s\n", RawFileName, reason);
+        reportWriteError(RawFileName, reason);
         zel::closeStream(*ZELdata);
         zel::releaseData(*ZELdata);
         ZELdata->FileOpened = 0;

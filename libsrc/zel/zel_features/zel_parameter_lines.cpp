@@ -14,6 +14,9 @@ namespace {
 
 constexpr std::size_t longestLine = ZEL_FEATURE_LINE_SIZE - 1;
 
+// More lines than this that say nothing are no parameter file, but one without an end.
+constexpr int mostEmptyLines = 1'000'000;
+
 bool isAtEnd(FILE* stream)
 {
     const int c = std::fgetc(stream);
@@ -54,8 +57,10 @@ bool ParameterLines::read()
 
 bool ParameterLines::next()
 {
-    while (read())
+    for (int i = 0; read(); ++i) {
         if (!command().empty() && command().front() != '#') return true;
+        if (i == mostEmptyLines) failWithError("parameter file %s has no end\n", filename_);
+    }
     return false;
 }
 
