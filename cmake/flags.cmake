@@ -14,6 +14,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
     list(APPEND zel_compile_options $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
 
+# With the checks built in, it takes parts of the standard library for uninitialized.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND ZEL_SANITIZE)
+    list(APPEND zel_compile_options -Wno-maybe-uninitialized)
+endif()
+
 # What changes the whole program, its link included. A float beyond the range of the integer that it
 # becomes is looked for too, which "undefined" leaves out.
 set(zel_instrumentation)
