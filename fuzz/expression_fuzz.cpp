@@ -53,19 +53,30 @@ bool sameRow(const Row& a, const Row& b)
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
 }
 
+bool assignsSomething(const ZELStackStruct& stack)
+{
+    const StackElementStruct* element = stack.stackHead;
+    while (element && !(element->type == OPER && element->op.int_t == SET_VARIABLE))
+        element = element->nextElement;
+    return element;
+}
+
 // A line of awkward values with its pixel record. Every rowless-th row is missing: a channel of zeros,
-// or a variable that all pixels share. 0 misses none.
+// or a variable that all pixels share. 0 misses none. A missing channel ignores what is assigned to it,
+// which the channels of a record do not: then all of them are there.
 struct Line {
-    Line(std::size_t pixels, std::size_t rowless) : values(pixels, -77.0F), skips(pixels, -77)
+    Line(std::size_t pixels, std::size_t rowless, bool assigned)
+        : values(pixels, -77.0F), skips(pixels, -77)
     {
         std::size_t next = 0;
-        const auto fill = [&](Row& row) {
-            if (rowless != 0 && ++next % rowless == 0) return;
+        const auto fill = [&](Row& row, bool needed) {
+            ++next;
+            if (!needed && rowless != 0 && next % rowless == 0) return;
             row.resize(pixels);
             for (std::size_t i = 0; i < pixels; ++i) row[i] = zel_fuzz::awkwardValue(next * 5 + i);
         };
-        for (Row& row : channels) fill(row);
-        for (Row& row : variables) fill(row);
+        for (Row& row : channels) fill(row, assigned);
+        for (Row& row : variables) fill(row, false);
         std::memset(&record, 0, sizeof record);
         for (const Field& field : fields) record.*field.value = zel_fuzz::awkwardValue(next++);
         for (float& value : record.Registers) value = zel_fuzz::awkwardValue(next++);
@@ -140,7 +151,8 @@ void requireSame(const Line& a, const Line& b)
 
 void evaluateBothWays(const ZELStackStruct& stack, std::size_t pixels, std::size_t rowless)
 {
-    Line byPixels(pixels, rowless), atOnce(pixels, rowless);
+    const bool assigned = assignsSomething(stack);
+    Line byPixels(pixels, rowless, assigned), atOnce(pixels, rowless, assigned);
     const bool well = byPixels.evaluateByPixels(stack);
     zel_fuzz::require(atOnce.evaluateAtOnce(stack) == well, "only one of them failed");
     zel_fuzz::require(atOnce.said == byPixels.said, "they say different things");

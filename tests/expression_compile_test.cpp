@@ -430,13 +430,18 @@ TEST(ExpressionCompile, ADefinitionOfARegisterNamesThatRegister)
         names.first());
 }
 
-TEST(ExpressionCompile, ADefinitionBeingCompiledStandsForNothing)
+// Its name is what it would be without it: an unknown word, or a channel.
+TEST(ExpressionCompile, ADefinitionBeingCompiledIsNotThereYet)
 {
     CommandListStruct entry = {};
     char label[] = "self";
     entry.Label = label;
-    expectDumps({{"self", ""}}, &entry);
-    expectStatuses({{"self", 3}, {"self+1", 3}}, &entry);
+    expectStatuses({{"self", 4}, {"self+1", 4}}, &entry);
+    char channel[] = "Ch1";
+    entry.Label = channel;
+    const Compiled compiled("Ch1", true, &entry);
+    EXPECT_EQ(compiled.status, 0);
+    EXPECT_EQ(dump(compiled.stack), dump(Compiled("Ch1").stack));
 }
 
 TEST(ExpressionCompile, ADefinitionWithoutATextStandsForItsElements)

@@ -312,6 +312,20 @@ TEST(ExpressionLine, AVariableWithoutARowIsTheRecords)
     EXPECT_EQ(line.record.year, 2700.0f);
 }
 
+// By rows, and pixel after pixel where a register carries over.
+TEST(ExpressionLine, AChannelWithoutARowIsZeroAlsoAfterAnAssignment)
+{
+    for (const char* text : {"(Ch1=7)*2+Ch1+Ch2", "(Ch1=7)*2+Ch1+Ch2+0*(register1=register1)"}) {
+        Line line(3, 2);
+        line.channelRows[0].clear();
+        const Compiled compiled(text, false);
+        ASSERT_EQ(compiled.status, 0) << text;
+        line.evaluate(compiled.stack);
+        EXPECT_EQ(line.values, Row(3, 16.0f)) << text;  // 14 + 0 + 2
+        EXPECT_TRUE(line.channelRows[0].empty());
+    }
+}
+
 TEST(ExpressionLine, FieldsThatHaveARowStayAsTheyAreInTheRecord)
 {
     Line line(3, 1);

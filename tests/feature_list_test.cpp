@@ -139,6 +139,20 @@ TEST_F(Lists, WithoutDefinitionsTheFirstEntryHasNoNamesAndTheNextTheFirst)
     freeCommandList(&other);
 }
 
+// The second feature of a file may have its channel for a label.
+TEST_F(Lists, AnEntryMayBeCalledAsItsOwnText)
+{
+    add(definitions, "Ch2", "Ch2");
+    add(definitions, "Ch1", "Ch1");
+    const Stream stream;
+    ZELWriteCommand(stream, &definitions);
+    std::rewind(stream);
+    ZELReadCommand(stream, &list, nullptr);
+    ASSERT_EQ(list.num, 2);
+    EXPECT_EQ(elements(entry(list, 0).Condition), "2:2");
+    EXPECT_EQ(elements(entry(list, 1).Condition), "2:1");
+}
+
 TEST_F(Lists, WithDefinitionsTheNamesAreTheirs)
 {
     add(definitions, "x", "Ch7");

@@ -184,11 +184,12 @@ TEST(ParameterFile, ADefinitionOfARegisterCanBeAssignedTo)
 }
 
 // The name is in the list already, without an expression.
-TEST(ParameterFile, ADefinitionOfItselfIsASyntaxError)
+TEST(ParameterFile, ADefinitionDoesNotKnowItself)
 {
     CompleteParameters file("define x:x\n");
     EXPECT_TRUE(file.outcome.ended);
-    EXPECT_EQ(file.outcome.err, "line 1: define x:x\nparse error: syntax error\n");
+    EXPECT_EQ(file.outcome.err, "line 1: define x:x\n"
+                                "parse error: illegal character in constant or unknown variable\n");
 }
 
 TEST(ParameterFile, TheNameOfADefinitionIsItsSecondWordUpToTheColon)

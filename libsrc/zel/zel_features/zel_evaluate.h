@@ -41,7 +41,8 @@ void ZELBindPixel(ZELPixelStruct* pixel);
    not promised), the same assignments, the same errors. values receives float[numPixels] and may
    be a row of the line; skipFlags receives int[numPixels], 1 where the pixel was skipped, or is
    null. Registers and variables without a row carry over from pixel to pixel in *pixel; its fields
-   that have a row, and its Channels and numChannels, are neither read nor changed. skipPixelFlag
+   that have a row, and its Channels and numChannels, are neither read nor changed. A channel
+   without a row is 0.0 throughout, also after an assignment to it. skipPixelFlag
    is that of the last pixel. Nothing is allocated. */
 void ZELEvaluateLine(const ZELStackStruct* stack, ZELPixelStruct* pixel, const ZELLineStruct* line,
                      float* values, int* skipFlags);

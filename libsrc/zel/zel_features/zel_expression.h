@@ -111,8 +111,8 @@ extern const char* const ParseErrorMsgs[ZEL_NUM_PARSE_STATUSES];
 /* Compiles line into *stack and returns the status. The stack's previous content is overwritten,
    not freed: pass an empty one. CheckFlag non-zero also requires that the text is one expression
    with one value (else 3) and at most one assignment (else 5). definedConditions is the first
-   entry of a list of named definitions, or null; an entry without a Label is passed over, and the
-   name of one without a Condition stands for nothing. A text of more than 240 characters that are
+   entry of a list of named definitions, or null; an entry without a Label or a Condition is passed
+   over. A text of more than 240 characters that are
    not blank gives 3, as do definitions that stand for more than 100,000 elements. After a failure
    the stack holds what was compiled until then and is still to be freed. Ends the process (-1) when
    memory fails. */

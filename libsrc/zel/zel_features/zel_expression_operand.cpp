@@ -18,10 +18,13 @@ constexpr string_view registerPrefix = "register";
 // Definitions of definitions double with every line; a text that means more than this is refused.
 constexpr int mostElements = 100000;
 
+// One without a condition is the one that is being compiled right now, and means nothing yet: a feature
+// Ch1 may have the label Ch1.
 const CommandListStruct* findDefinition(string_view label, const CommandListStruct* definitions)
 {
     for (; definitions; definitions = definitions->next)
-        if (definitions->Label && label == definitions->Label) return definitions;
+        if (definitions->Condition && definitions->Label && label == definitions->Label)
+            return definitions;
     return nullptr;
 }
 
@@ -36,8 +39,6 @@ void setRegister(StackElementStruct& element, string_view number, bool assigned)
 // number in its text is lost.
 int compileDefinition(const CommandListStruct& definition, ZELStackStruct& stack, bool assigned)
 {
-    // The definition that is being compiled right now.
-    if (!definition.Condition) return ZEL_PARSE_OK;
     if (stack.numStackElements + definition.Condition->numStackElements > mostElements)
         return ZEL_PARSE_SYNTAX_ERROR;
     zel::Text text = definition.Condition->expression ? definition.Condition->expression : "";
