@@ -9,6 +9,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <zel/zel.h>
@@ -61,19 +62,25 @@ void draw(const std::vector<std::vector<float>>& rows)
     }
 }
 
-// Warnings are shown. Of the other messages, such as where the ancillary grids are, only the one that
-// says why there is no picture is of use: the last.
-void hear(void* last, FILE* stream, const char* text)
+// Warnings are shown. Of the other messages, such as where the ancillary grids are, only those that say
+// why there is no picture are of use: the last one, and of a composite the one before.
+struct LastMessages {
+    std::string before, last;
+};
+
+void hear(void* data, FILE* stream, const char* text)
 {
+    auto& messages = *static_cast<LastMessages*>(data);
     if (stream == stderr)
         std::fputs(text, stderr);
     else
-        *static_cast<std::string*>(last) = text;
+        messages.before = std::exchange(messages.last, text);
 }
 
-void tellLast(void* last, int)
+void tellLast(void* data, int)
 {
-    std::fputs(static_cast<const std::string*>(last)->c_str(), stderr);
+    const auto& messages = *static_cast<const LastMessages*>(data);
+    std::fprintf(stderr, "%s%s", messages.before.c_str(), messages.last.c_str());
 }
 
 bool readNumber(const char* text, long& number)
@@ -93,14 +100,16 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: %s FILE CHANNEL [COLUMNS]\n", argv[0]);
         return 2;
     }
-    std::string last;
-    ZELSetMessageSink(hear, &last);
-    ZELSetExitHandler(tellLast, &last);
+    LastMessages messages;
+    ZELSetMessageSink(hear, &messages);
+    ZELSetExitHandler(tellLast, &messages);
     const auto file = std::make_unique<ZELType>();
     if (ZELOpenReadOnlyFile(file.get(), argv[1]) != 0) {
-        std::fprintf(stderr, "%s%s: cannot open %s\n", last.c_str(), argv[0], argv[1]);
+        tellLast(&messages, 1);
+        std::fprintf(stderr, "%s: cannot open %s\n", argv[0], argv[1]);
         return 1;
     }
+    messages = {};
     const int channel = static_cast<int>(number);
     if (!ZELFetchChannelLabel(file.get(), channel)) {
         std::fprintf(stderr, "%s: %s has no channel %d\n", argv[0], argv[1], channel);

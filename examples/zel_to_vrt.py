@@ -120,7 +120,8 @@ class Layout:
                 self.skip(8 + 4 * bins)
         if present:
             self.channels.append((label, code, low, high, self.line_offset))
-            self.classes.append(None if code in STEPS else self.luts.get(comment))
+            showable = comment and code not in STEPS and TYPES[code] in MOST_COLOURS
+            self.classes.append(self.luts.get(comment) if showable else None)
             self.line_offset += BYTES[code] * self.pixels
 
 
@@ -140,7 +141,7 @@ def positions(path, layout):
 def colours(entries, kind):
     """What GDAL shows a band of classes with."""
     names, table = ["<CategoryNames>"], ["<ColorTable>"]
-    for red, green, blue, name in entries[:MOST_COLOURS.get(kind, 0)]:
+    for red, green, blue, name in entries[:MOST_COLOURS[kind]]:
         names.append("<Category>%s</Category>" % escape(name))
         table.append('<Entry c1="%d" c2="%d" c3="%d" c4="255"/>' % (red, green, blue))
     return ["<ColorInterp>Palette</ColorInterp>"] + names + ["</CategoryNames>"] + table + ["</ColorTable>"]
@@ -175,14 +176,14 @@ def vrt(path):
 def write(path, text):
     """Puts the text in place of the file in one step. GDAL takes names as bytes, be they UTF-8 or not."""
     part = "%s.%d" % (path, os.getpid())
-    try:
-        with open(part, "x", encoding="utf-8", errors="surrogateescape") as stream:
+    with open(part, "x", encoding="utf-8", errors="surrogateescape") as stream:
+        try:
             stream.write(text)
-        os.replace(part, path)
-    except BaseException:
-        if os.path.exists(part):
+            stream.close()
+            os.replace(part, path)
+        except BaseException:
             os.unlink(part)
-        raise
+            raise
 
 
 if __name__ == "__main__":

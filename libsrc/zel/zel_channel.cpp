@@ -195,6 +195,12 @@ void ZELLoadChannel(ZELType* ZELdata, int Channel, const float* Data)
 void ZELDeleteChannel(ZELType* ZELdata, int Channel)
 {
     ZELChannelType& channel = zel::slotOf(ZELdata, Channel, "ZELDeleteChannel");
+    if (ZELdata->ReadWriteFlag == ZEL_WRITE_ONLY && ZELdata->FileOpened &&
+        channel.ChannelPresentFlag)
+        zel::reportTo(stderr,
+                      "ZELDeleteChannel: warning: the header of file %s says that its lines have "
+                      "channel %d: lines without it are not read as they are written\n",
+                      ZELdata->ImageFilename, Channel);
     zel::discard(channel.ChannelLUT);
     ZELFreeHistogram(channel.ChannelHistogram);
     ZELFreeHistogram(channel.ChannelStandardHistogram);

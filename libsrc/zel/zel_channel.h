@@ -45,7 +45,8 @@ void ZELAddStandardVIRSChannels(ZELType* ZELdata, int ByteSize);
    on a read-only record or an absent slot. */
 void ZELLoadChannel(ZELType* ZELdata, int Channel, const float* Data);
 
-/* Marks a slot absent and frees its scaling table and histograms. */
+/* Marks a slot absent and frees its scaling table and histograms. Do so before the file is opened for
+   writing, or behind its last line: it is warned of in between. */
 void ZELDeleteChannel(ZELType* ZELdata, int Channel);
 
 /* Makes *ZELdataNew a write-only record with the header and channels of ZELdataOrig. */

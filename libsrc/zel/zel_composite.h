@@ -8,7 +8,8 @@
 extern "C" {
 #endif
 
-/* Names of files, none of which is changed. C takes no char** for the type that says so in full. */
+/* Names of files, none of which is changed. C takes no char** for the type that says so in full, and
+   so gets one that takes no const char**: keep the names in an array of char*. */
 #ifdef __cplusplus
 typedef const char* const* ZELFileNames;
 #else
@@ -36,9 +37,9 @@ int ZELCreateCompositeFile(ZELFileNames InputFileNames, int numInputFiles, int B
                            int overwritePrompt);
 
 /* Opens a container, or several files together, as one view at the resolution of a reference
-   component. Returns 0; -1 when an input cannot be read or a single input is not a composite; -2 when a
-   directory is damaged. Ends
-   the process (-1, or -3 for a channel's line) when a component cannot be opened or memory fails. */
+   component. Returns 0; -1 when an input cannot be read or a single input is not a composite; -2 when
+   a directory is damaged. Ends the process (-1, or -3 for a channel's line) when a component cannot be
+   opened or memory fails. */
 int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, ZELFileNames InputFileNames, int numInputFiles,
                                  int BaseFileIndex);
 

@@ -9,6 +9,7 @@
 #include "zel_histogram.h"
 #include "zel_io.h"
 #include "zel_lut.h"
+#include "zel_mask.hpp"
 #include "zel_memory.hpp"
 #include "zel_prefix.hpp"
 #include "zel_release.hpp"
@@ -92,8 +93,9 @@ void allocateChannel(ZELType& file, int slot)
         failWith(-8, "ZELOpenWriteOnlyFile: cannot allocate memory for PixBuf\n");
 }
 
-// Whether a reader takes them: none, one, or several that begin inside the line and go forward.
-bool isReadable(const ZELHeaderType& h)
+// Whether a reader takes the navigation points: none, one, or several that begin inside the line and go
+// forward.
+bool hasReadableNavigation(const ZELHeaderType& h)
 {
     if (h.NumNavPoints < 0 || h.NumNavPoints > INT16_MAX) return false;
     const bool startsInside = h.StartNavPoint >= 0 && h.StartNavPoint < h.NPixelPerLine;
@@ -202,12 +204,20 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
                           "ZELOpenWriteOnlyFileHist can only be used on a write only ZEL file "
                           "initialized with ZELInitNewWriteOnlyFile\n");
     const ZELHeaderType& h = ZELdata->ZELHeader;
-    if (!isReadable(h)) {
+    if (!hasReadableNavigation(h)) {
         zel::report("ZELOpenWriteOnlyFile: invalid navigation points: %d from pixel %d, interval "
                     "%d\n",
                     h.NumNavPoints, h.StartNavPoint, h.NavPointInterval);
         return -1;
     }
+    for (int slot = 0; slot < h.MaxNumChan; ++slot)
+        if (!zel::isCompleteMask(ZELdata->Channels[slot].Mask)) {
+            zel::report(
+                "ZELOpenWriteOnlyFile: a classifier of channel %d has no features, or no ranges "
+                "of them\n",
+                slot);
+            return -1;
+        }
     CheckByteOrder();
     ZELdata->CurrentLine = 0;
     ZELdata->PreviousLine = -2;

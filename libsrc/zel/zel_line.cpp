@@ -170,11 +170,12 @@ int moveTo(ZELType& file, long long line, const char* function)
     return file.CurrentLine;
 }
 
-// Whether there is a buffer for every channel of a view, as there is from its open to its end.
+// Whether there is a buffer for every channel of a view, as there is from its open to its end. Its
+// channels stand in the first slots.
 bool hasPixels(const ZELType& view)
 {
-    for (int i = 0; i < view.ZELHeader.MaxNumChan; ++i)
-        if (view.Channels[i].ChannelPresentFlag && !view.PixBuf[i]) return false;
+    for (int i = 0; i < view.NumTotalChans; ++i)
+        if (!view.PixBuf[i]) return false;
     return true;
 }
 

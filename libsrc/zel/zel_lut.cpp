@@ -6,6 +6,7 @@
 #include "zel_list.hpp"
 #include "zel_lut_block.hpp"
 #include "zel_memory.hpp"
+#include "zel_prefix.hpp"
 #include "zel_records.hpp"
 #include "zel_report.hpp"
 #include "zel_text.hpp"
@@ -380,6 +381,14 @@ void ZELUpdateLUTs(ZELType* ZELdata)
     }
     if (hasNoLUTs(ZELdata, "ZELUpdateLUTs")) return;
     requireOpen(*ZELdata, "ZELUpdateLUTs");
+    if (ZELdata->LUTStartOffset <= 0 && zel::beginsWithPrefix(ZELdata->fptr)) {
+        zel::reportTo(
+            stderr,
+            "ZELUpdateLUTs: warning: the LUTs of file %s were not written with its header "
+            "and are not kept\n",
+            ZELdata->ImageFilename);
+        return;
+    }
     if (!zel::rewriteAt(ZELdata->fptr, ZELdata->LUTStartOffset, [&] { writeRecords(*ZELdata); }))
         fail("ZELUpdateLUTs: write error on file %s: %s\n", ZELdata->ImageFilename,
              std::strerror(errno));

@@ -77,7 +77,8 @@ int ZELReadLUTs(ZELType* ZELdata);
 void ZELWriteLUTs(ZELType* ZELdata);
 
 /* Rewrites the LUT block at LUTStartOffset and returns to the stream's position. The number of LUTs
-   and of their entries must be that of the written block. */
+   and of their entries must be that of the written block; one that was not written is warned of and
+   nothing is written. */
 void ZELUpdateLUTs(ZELType* ZELdata);
 
 /* Adds the LUTs "Collapsed Classes" (key 1) and "Full Classes" (key 2). */

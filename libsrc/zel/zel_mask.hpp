@@ -15,6 +15,9 @@ ZELFeatureMaskType* readMask(RecordReader& reader);
 // says what with.
 bool writeMask(FILE* stream, ZELFeatureMaskType* mask);
 
+// Whether the classifiers of a mask have all that a file says of them; a null mask has.
+bool isCompleteMask(const ZELFeatureMaskType* mask);
+
 // A deep copy, and release; both take null.
 ZELFeatureMaskType* duplicateMask(ZELFeatureMaskType* mask);
 void freeMask(ZELFeatureMaskType* mask);

@@ -5,6 +5,7 @@
 
 #include "zel_list.hpp"
 #include "zel_memory.hpp"
+#include "zel_prefix.hpp"
 #include "zel_records.hpp"
 #include "zel_report.hpp"
 #include "zel_table_block.hpp"
@@ -334,6 +335,13 @@ void ZELUpdateTables(FILE* fptr, TableListType* list)
 {
     if (hasNoTables(list, "ZELUpdateTables")) return;
     if (!fptr) fail("ZELUpdateTables: the file is not open\n");
+    if (list->TableStartOffset <= 0 && zel::beginsWithPrefix(fptr)) {
+        zel::reportTo(
+            stderr,
+            "ZELUpdateTables: warning: tables that were not written with the header of a file "
+            "are not kept\n");
+        return;
+    }
     const auto write = [&] { writeRecords(fptr, list, "ZELUpdateTables"); };
     if (!zel::rewriteAt(fptr, list->TableStartOffset, write))
         fail("ZELUpdateTables: write error: %s\n", std::strerror(errno));

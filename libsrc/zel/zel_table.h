@@ -59,7 +59,9 @@ int ZELReadTables(FILE* fptr, TableListType* list);
 /* Writes the list's block at the stream's position and records it in TableStartOffset. */
 void ZELWriteTables(FILE* fptr, TableListType* list);
 
-/* Rewrites the block at TableStartOffset and returns to the stream's position. */
+/* Rewrites the block at TableStartOffset and returns to the stream's position. The number of tables
+   and of their values must be that of the written block; one that was not written is warned of and
+   nothing is written. */
 void ZELUpdateTables(FILE* fptr, TableListType* list);
 
 /* Adds two small test tables (keys 1 and 2, 5 and 7 values, value i = i) to the file's header. Ends

@@ -26,8 +26,7 @@ struct FreeParameters {
 
 using Parameters = std::unique_ptr<ZELParameterStruct, FreeParameters>;
 
-// The header of a feature file that does not end in the middle; the library, which knows no name of the
-// file, has said what is wrong.
+// A feature file while its header is read: the library says what is wrong with it, but knows no name.
 struct Header {
     const char* name;
     Stream stream;

@@ -72,6 +72,17 @@ class Quicklook(ToolTest):
         self.assertIn("corrupt file f: cut short in DataComment at offset", said[0])
         self.assertEqual(said[1:], ["%s: cannot open f" % PROGRAM, ""])
 
+    def test_the_reason_of_a_composite_that_does_not_open_is_told(self):
+        part = sample(1000.0, 8, 6, (1,))
+        whole = part.bytes()
+        self.put("f", container([(whole, 1000.0), (whole[:PREFIX_SIZE + 100], 500.0)]))
+        status, out, err = self.quicklook("f", 0)
+        self.assertEqual((status, out), (255, ""))
+        said = err.split("\n")
+        self.assertEqual(len(said), 3, err)
+        self.assertIn("corrupt file f: cut short in DataComment at offset", said[0])
+        self.assertEqual(said[1:], ["Error opening file f", ""])
+
     def test_warnings_are_told(self):
         """Resolutions of which one is no multiple of the other."""
         parts = [(sample(1000.0, 8, 6, (1,)).bytes(), 1000.0), (sample(300.0, 27, 20, (1,)).bytes(), 300.0)]

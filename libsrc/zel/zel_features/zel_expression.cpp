@@ -113,9 +113,16 @@ struct FreeStack {
     void operator()(ZELStackStruct* stack) const { ZELFreeStack(stack); }
 };
 
+long long inUse = 0;
+
 }  // namespace
 
 namespace zel {
+
+long long elementsInUse()
+{
+    return inUse;
+}
 
 StackElementStruct& appendElement(ZELStackStruct& stack)
 {
@@ -125,6 +132,7 @@ StackElementStruct& appendElement(ZELStackStruct& stack)
     (stack.stackHead ? stack.stackElements->nextElement : stack.stackHead) = element;
     stack.stackElements = element;
     ++stack.numStackElements;
+    ++inUse;
     return *element;
 }
 
@@ -156,6 +164,7 @@ void ZELFreeStackElements(ZELStackStruct* stack)
     for (StackElementStruct* element = stack->stackHead; element;) {
         StackElementStruct* next = element->nextElement;
         zel::release(element);
+        --inUse;
         element = next;
     }
     zel::release(stack->expression);

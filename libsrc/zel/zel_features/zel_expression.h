@@ -112,8 +112,9 @@ extern const char* const ParseErrorMsgs[ZEL_NUM_PARSE_STATUSES];
    not freed: pass an empty one. CheckFlag non-zero also requires that the text is one expression
    with one value (else 3) and at most one assignment (else 5). definedConditions is the first
    entry of a list of named definitions, or null; an entry without a Label or a Condition is passed
-   over. A text of more than 240 characters that are
-   not blank gives 3, as do definitions that stand for more than 100,000 elements. After a failure
+   over. A text of more than 240 characters that are not blank gives 3, as do definitions that stand
+   for more than 100,000 elements, or with which all stacks of the process have more than 4,000,000: a
+   process that gets there frees stacks before it compiles more. After a failure
    the stack holds what was compiled until then and is still to be freed. Ends the process (-1) when
    memory fails. */
 int ZELParseExpression(const char* line, ZELStackStruct* stack, int CheckFlag,

@@ -11,6 +11,9 @@ namespace zel {
 // Appends a zeroed element and returns it. Ends the process (-1) when memory fails.
 StackElementStruct& appendElement(ZELStackStruct& stack);
 
+// How many elements all stacks of the process hold.
+long long elementsInUse();
+
 // Appends what a text without operators stands for, and returns the status. assigned: the text is
 // the target of an assignment.
 int compileOperand(std::string_view text, ZELStackStruct& stack, bool assigned,

@@ -15,8 +15,10 @@ using std::string_view;
 constexpr string_view channelPrefix = "ch";
 constexpr string_view registerPrefix = "register";
 
-// Definitions of definitions double with every line; a text that means more than this is refused.
+// Definitions of definitions double with every line, and few bytes of a file can use a large one again
+// and again; a text that means more than this is refused, and one with which all together do.
 constexpr int mostElements = 100000;
+constexpr long long mostTogether = 4000000;
 
 // One without a condition is the one that is being compiled right now, and means nothing yet: a feature
 // Ch1 may have the label Ch1.
@@ -39,7 +41,9 @@ void setRegister(StackElementStruct& element, string_view number, bool assigned)
 // number in its text is lost.
 int compileDefinition(const CommandListStruct& definition, ZELStackStruct& stack, bool assigned)
 {
-    if (stack.numStackElements + definition.Condition->numStackElements > mostElements)
+    const int count = definition.Condition->numStackElements;
+    if (stack.numStackElements + count > mostElements ||
+        zel::elementsInUse() + count > mostTogether)
         return ZEL_PARSE_SYNTAX_ERROR;
     zel::Text text = definition.Condition->expression ? definition.Condition->expression : "";
     std::erase_if(text, zel::isBlank);

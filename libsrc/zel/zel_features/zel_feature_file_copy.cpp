@@ -25,7 +25,7 @@ ZELStackStruct* compileAgain(const ZELStackStruct* source, const CommandListStru
     zel::terminate(-1);
 }
 
-void copyList(CommandStruct& to, const CommandStruct& from, const CommandStruct& conditions)
+void compileAgain(CommandStruct& to, const CommandStruct& from, const CommandStruct& conditions)
 {
     for (const CommandListStruct* source = from.ListHead; source; source = source->next) {
         const CommandListStruct* definitions = conditions.ListHead;
@@ -57,24 +57,28 @@ void copyClasses(ZELClassStruct& to, const ZELClassStruct& from)
 
 }  // namespace
 
-void ZELFeatureCopyParameter(ZELParameterStruct* DestParameter,
-                             const ZELParameterStruct* SrcParameter)
+void zel::copyParameters(ZELParameterStruct& to, const ZELParameterStruct& from, CopyList copyList)
 {
-    ZELFeatureInitializeParameters(DestParameter);
-    DestParameter->RandomSeed = SrcParameter->RandomSeed;
-    DestParameter->SubSamplingMethod = SrcParameter->SubSamplingMethod;
-    DestParameter->ClassType = SrcParameter->ClassType;
-    DestParameter->DataType = SrcParameter->DataType;
-    copyFiles(DestParameter->IO, SrcParameter->IO);
-    copyClasses(DestParameter->ClassInfo, SrcParameter->ClassInfo);
+    ZELFeatureInitializeParameters(&to);
+    to.RandomSeed = from.RandomSeed;
+    to.SubSamplingMethod = from.SubSamplingMethod;
+    to.ClassType = from.ClassType;
+    to.DataType = from.DataType;
+    copyFiles(to.IO, from.IO);
+    copyClasses(to.ClassInfo, from.ClassInfo);
     for (CommandStruct ZELParameterStruct::*list :
          {&ZELParameterStruct::Conditions, &ZELParameterStruct::Features,
           &ZELParameterStruct::Requirements, &ZELParameterStruct::Filters,
           &ZELParameterStruct::Comments, &ZELParameterStruct::Title, &ZELParameterStruct::Options})
-        copyList(DestParameter->*list, SrcParameter->*list, DestParameter->Conditions);
-    zel::makeFeatureInfo(*DestParameter,
-                         "ZELFeatureCopyHeader: DestParameter->FeatureInfo.Max calloc error\n",
-                         "ZELFeatureCopyHeader: DestParameter->FeatureInfo.Min calloc error\n");
+        copyList(to.*list, from.*list, to.Conditions);
+    makeFeatureInfo(to, "ZELFeatureCopyHeader: DestParameter->FeatureInfo.Max calloc error\n",
+                    "ZELFeatureCopyHeader: DestParameter->FeatureInfo.Min calloc error\n");
+}
+
+void ZELFeatureCopyParameter(ZELParameterStruct* DestParameter,
+                             const ZELParameterStruct* SrcParameter)
+{
+    zel::copyParameters(*DestParameter, *SrcParameter, compileAgain);
 }
 
 void ZELFeatureCopyFileParameters(ZELFeatureFileStruct* DestFile,

@@ -1,6 +1,7 @@
 #include "zel_feature_header.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -15,6 +16,7 @@ namespace {
 
 [[noreturn]] void failWithoutHeader()
 {
+    errno = 0;  // nothing that the system refused
     zel::failWithError("Error: file does not contain ZEL Feature header\n");
 }
 

@@ -26,6 +26,9 @@ void copyCommands(CommandStruct& to, const CommandStruct& from);
 // Reads a mask; null for the number 0. What is damaged is thrown as Damage.
 ZELFeatureMaskType* readMaskFile(FeatureReader& reader);
 
+// Whether every classifier has features and their ranges, without which none is written.
+bool isComplete(const ZELFeatureMaskType& mask);
+
 // Reads the bytes that a classifier consists of.
 void readClassifierData(FeatureReader& reader, ZELClassifierList& classifier, int byteCount);
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "zel_expression.h"
-#include "zel_feature_file.h"
+#include "zel_feature_file.hpp"
 #include "zel_feature_mask.hpp"
 #include "zel_feature_report.hpp"
 #include "zel_memory.hpp"
@@ -63,10 +63,16 @@ void copyProgram(ProgramStruct*& to, const ProgramStruct* from)
     }
 }
 
-// The copy of a training record also keeps what was counted and measured in it.
+void copyList(CommandStruct& to, const CommandStruct& from, const CommandStruct&)
+{
+    zel::copyCommands(to, from);
+}
+
+// The copy of a training record also keeps what was counted and measured in it. Its expressions are not
+// compiled again: in a file they may know names that the copy's definitions lack.
 void copyTraining(ZELParameterStruct& to, const ZELParameterStruct& from)
 {
-    ZELFeatureCopyParameter(&to, &from);
+    zel::copyParameters(to, from, copyList);
     copyInfo(to.Header, from.Header);
     std::copy(std::begin(from.ClassInfo.Count), std::end(from.ClassInfo.Count),
               std::begin(to.ClassInfo.Count));

@@ -75,8 +75,9 @@ void walkClassifier(Walker& w, ZELClassifierList& c, int& byteCount)
 void readIdentifier(zel::FeatureReader& reader, ZELFeatureMaskType& mask)
 {
     reader.string("mask identifier", mask.Header.IdentifierString);
-    if (std::strcmp(mask.Header.IdentifierString, maskIdentifier) != 0)
-        zel::failWithError("Error:  file does not contain a ZEL mask\n");
+    if (std::strcmp(mask.Header.IdentifierString, maskIdentifier) == 0) return;
+    errno = 0;  // nothing that the system refused
+    zel::failWithError("Error:  file does not contain a ZEL mask\n");
 }
 
 void readPrograms(zel::FeatureReader& reader, ZELMaskParameterType& p,
@@ -134,6 +135,15 @@ void readClassifierData(FeatureReader& reader, ZELClassifierList& c, int byteCou
     reader.array("classifier bytes", c.Classifier, byteCount);
 }
 
+bool isComplete(const ZELFeatureMaskType& mask)
+{
+    for (const ZELClassifierList* c = mask.ClassifierListHead; c; c = c->next) {
+        const ZELParameterStruct& p = *c->Parameters;
+        if (p.Features.num < 1 || !p.FeatureInfo.Max || !p.FeatureInfo.Min) return false;
+    }
+    return true;
+}
+
 ZELFeatureMaskType* readMaskFile(FeatureReader& reader)
 {
     const std::int64_t start = reader.position();
@@ -185,6 +195,9 @@ void ZELFeatureSaveMask(ZELFeatureMaskType* mask, const char* filename)
     if (mask && zel::isInput(mask->MaskParameters.IO, filename))
         zel::failWithError("ZELFeatureSaveMask: error: output file %s is one of the input files\n",
                            filename);
+    if (mask && !zel::isComplete(*mask))
+        zel::failWithError(
+            "ZELFeatureSaveMask: a classifier has no features, or no ranges of them\n");
     zel::OpenedFile stream(std::fopen(filename, "w+b"));
     if (!stream) zel::failWithError("ZELFeatureSaveMask: cannot open output file %s\n", filename);
     ZELFeatureWriteMask(mask, stream.get());

@@ -49,6 +49,11 @@ bool writeMask(FILE* stream, ZELFeatureMaskType* mask)
     return ZELGuardedCall(write, &writing, nullptr) == 0;
 }
 
+bool isCompleteMask(const ZELFeatureMaskType* mask)
+{
+    return !mask || isComplete(*mask);
+}
+
 ZELFeatureMaskType* duplicateMask(ZELFeatureMaskType* mask)
 {
     return ZELFeatureDuplicateMask(mask);

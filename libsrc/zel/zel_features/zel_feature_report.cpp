@@ -7,26 +7,23 @@
 
 char infoLine[ZEL_FEATURE_LINE_SIZE + 1] = "";
 
-namespace {
+namespace zel {
 
 // A message that is cut ends as it would have ended.
-[[gnu::format(printf, 1, 0)]] void format(const char* text, va_list arguments)
+const char* message(const char* format, va_list arguments)
 {
-    const int length = std::vsnprintf(infoLine, sizeof infoLine, text, arguments);
-    const std::size_t size = std::strlen(text);
-    if (length > ZEL_FEATURE_LINE_SIZE && size > 0 && text[size - 1] == '\n')
+    const int length = std::vsnprintf(infoLine, sizeof infoLine, format, arguments);
+    const std::size_t size = std::strlen(format);
+    if (length > ZEL_FEATURE_LINE_SIZE && size > 0 && format[size - 1] == '\n')
         infoLine[ZEL_FEATURE_LINE_SIZE - 1] = '\n';
+    return infoLine;
 }
-
-}  // namespace
-
-namespace zel {
 
 const char* message(const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    ::format(format, arguments);
+    message(format, arguments);
     va_end(arguments);
     return infoLine;
 }
@@ -35,7 +32,7 @@ void failWithError(const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    ::format(format, arguments);
+    message(format, arguments);
     va_end(arguments);
     printError(infoLine);
     terminate(-1);
@@ -45,7 +42,7 @@ void failWithError(int status, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    ::format(format, arguments);
+    message(format, arguments);
     va_end(arguments);
     printError(infoLine);
     terminate(status);

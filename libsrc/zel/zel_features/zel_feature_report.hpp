@@ -2,6 +2,8 @@
 #ifndef ZEL_FEATURE_REPORT_HPP
 #define ZEL_FEATURE_REPORT_HPP
 
+#include <cstdarg>
+
 #include "zel_feature_report.h"
 #include "zel_report.hpp"
 
@@ -9,6 +11,8 @@ namespace zel {
 
 // Formats a message into infoLine and returns that, for one of the three printers.
 [[gnu::format(printf, 1, 2)]] const char* message(const char* format, ...);
+
+[[gnu::format(printf, 1, 0)]] const char* message(const char* format, va_list arguments);
 
 // The message through printError, and an ending with status -1.
 [[noreturn, gnu::format(printf, 1, 2)]] void failWithError(const char* format, ...);

@@ -53,6 +53,7 @@ void FeatureReader::expression(const char* name, ZELStackStruct*& stack)
     int status = ZEL_PARSE_OK;
     stack = parseCondition(text, &status, check_ ? 1 : 0, definitions_);
     if (stack) return;
+    errno = 0;  // nothing that the system refused
     printError(message("expression: %s\n", text));
     failWithError("parse error: %s\n", ParseErrorMsgs[status]);
 }

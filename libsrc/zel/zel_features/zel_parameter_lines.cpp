@@ -97,15 +97,15 @@ void printLine(const ParameterLines& line)
 
 void failAtLine(const ParameterLines& line, const char* format, ...)
 {
-    char text[ZEL_FEATURE_LINE_SIZE + 1];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
+    const zel::Text text = message(format, arguments);
     va_end(arguments);
     const int error = std::exchange(errno, 0);  // goes with the message
     printLine(line);
     errno = error;
-    failWithError("%s", text);
+    printError(text.c_str());
+    terminate(-1);
 }
 
 std::string_view takeUpToColon(std::string_view& text)
@@ -136,6 +136,7 @@ ZELStackStruct* compileFromLine(const ParameterLines& line, std::string_view tex
 
 void failParse(const ParameterLines& line, const char* what, int status)
 {
+    errno = 0;  // nothing that the system refused
     failAtLine(line, "%sparse error: %s\n", what, ParseErrorMsgs[status]);
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -209,6 +210,7 @@ ZELStackStruct* ProgramCompiler::compile(string_view text, int checkFlag, const 
 
 std::nullopt_t ProgramCompiler::fail(const char* error, const char* usage) const
 {
+    errno = 0;  // nothing that the system refused
     printError(zel::message("line %d: %s\n", line_->lineNumber, line_->text));
     for (const char* text : {error, usage})
         if (*text) printError(zel::message("%s", text));
