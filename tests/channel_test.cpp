@@ -359,6 +359,21 @@ TEST(DeleteChannel, KeepsTheOtherBuffersOfTheSlot)
     EXPECT_STREQ(file->Channels[2].ChannelLabel, "third");
 }
 
+TEST(DeleteChannel, IsWarnedOfWhileTheFileIsWritten)
+{
+    Writer writer(2, 0, 2);
+    writer.add(0, 1, 255, 0);
+    writer.add(1, 1, 255, 0);
+    writer.open();
+    EXPECT_EQ(zel_test::run([&] { ZELDeleteChannel(writer.get(), 1); }).err,
+              "ZELDeleteChannel: warning: the header of file " + writer.path() +
+                  " says that its lines have channel 1: lines without it are not read as they are "
+                  "written\n");
+    EXPECT_EQ(zel_test::run([&] { ZELDeleteChannel(writer.get(), 1); }).err, "");
+    writer.finish();
+    EXPECT_EQ(zel_test::run([&] { ZELDeleteChannel(writer.get(), 0); }).err, "");
+}
+
 TEST(DeleteChannel, ADeletedSlotCanBeDeclaredAnew)
 {
     Writer writer(2, 0, 1);

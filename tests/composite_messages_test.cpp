@@ -115,6 +115,19 @@ TEST_F(ContainerMessages, TheOutputIsAnInput)
     EXPECT_EQ(zel_test::readFile(path("b")), build(sceneAt(60)).bytes);
 }
 
+TEST_F(ContainerMessages, MoreChannelsThanAViewHolds)
+{
+    Scene scene = sceneAt(30);
+    scene.slots.assign(501, scene.slots[0]);
+    put("a", scene);
+    scene.resolution = 60;
+    put("b", scene);
+    EXPECT_EQ(create({"a", "b"}).out, "ZELCreateCompositeFile: Error: the components have 1002 "
+                                      "channels, at most 1000 fit\n");
+    EXPECT_EQ(result, -1);
+    EXPECT_FALSE(std::filesystem::exists(path("out")));
+}
+
 // Files of holes, which take no room.
 TEST_F(ContainerMessages, AContainerThatIsTooLarge)
 {
@@ -204,6 +217,40 @@ TEST_F(ContainerMessages, AnOutputWithoutAWayBack)
 }
 
 // Until its directory is there it would pass for a plain file, with the other inputs as more lines.
+TEST_F(ContainerMessages, AnOutputThatIsGoneAtTheEnd)
+{
+    put("a", sceneAt(30));
+    put("b", sceneAt(60));
+    std::string output = path("out");
+    ZELSetProgressSink([](void* name, const char*, double,
+                          double) { unlink(static_cast<const std::string*>(name)->c_str()); },
+                       &output);
+    const Outcome outcome = create({"a", "b"});
+    ZELSetProgressSink(nullptr, nullptr);
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.err, "ZELCreateCompositeFile: write error on file " + output +
+                               ": No such file or directory\n");
+    EXPECT_EQ(outcome.out, "ZELCreateCompositeFile: Error:  write error copying files\n");
+}
+
+// It is not lost, and need not be where it was.
+TEST_F(ContainerMessages, AnOutputThatIsMovedWhileItIsWritten)
+{
+    put("a", sceneAt(30));
+    put("b", sceneAt(60));
+    static std::string from, to;
+    from = path("out");
+    to = path("moved");
+    ZELSetProgressSink(
+        [](void*, const char*, double, double) { std::rename(from.c_str(), to.c_str()); }, nullptr);
+    const Outcome outcome = create({"a", "b"});
+    ZELSetProgressSink(nullptr, nullptr);
+    EXPECT_FALSE(outcome.ended) << outcome.err;
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(ZELIsFileComposite(to.c_str()), 1);
+}
+
 TEST_F(ContainerMessages, AnUnfinishedContainerIsNoSceneFile)
 {
     put("a", sceneAt(30));

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -442,6 +443,30 @@ TEST(ExpressionCompile, ADefinitionBeingCompiledIsNotThereYet)
     const Compiled compiled("Ch1", true, &entry);
     EXPECT_EQ(compiled.status, 0);
     EXPECT_EQ(dump(compiled.stack), dump(Compiled("Ch1").stack));
+}
+
+// 4,000,000 elements are 40 times 98,304, the definition itself and 39 expressions that use it; what
+// is freed makes room again.
+TEST(ExpressionCompile, AllExpressionsTogetherAreBounded)
+{
+    Compiled large("Ch1+1", false);
+    for (int i = 0; i < 15; ++i) addStack(&large.stack, &large.stack);
+    ASSERT_EQ(large.stack.numStackElements, 98304);
+    CommandListStruct entry = {};
+    char label[] = "large";
+    entry.Label = label;
+    entry.Condition = &large.stack;
+    std::vector<std::unique_ptr<Compiled>> held;
+    while (held.size() < 100) {
+        held.push_back(std::make_unique<Compiled>("large", false, &entry));
+        if (held.back()->status != 0) break;
+    }
+    EXPECT_EQ(held.size(), 40u);
+    EXPECT_EQ(held.back()->status, 3);
+    EXPECT_EQ(Compiled("Ch1+2*Ch3").status, 0);
+    held.pop_back();
+    held.pop_back();
+    EXPECT_EQ(Compiled("large", false, &entry).status, 0);
 }
 
 TEST(ExpressionCompile, ADefinitionWithoutATextStandsForItsElements)

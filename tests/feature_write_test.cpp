@@ -2,12 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <ctime>
+#include <filesystem>
 
 #include "support/feature_file.hpp"
 #include "support/file_size_limit.hpp"
+#include "support/fresh_process.hpp"
 
 namespace {
 
@@ -165,6 +168,28 @@ TEST_F(Writing, AnExistingOutputIsReplacedAfterAYes)
         std::fflush(other->fptr);
         EXPECT_GT(zel_test::readFile(dir.path("own.feat")).size(), 100u);
     }
+}
+
+// It does not open for reading, so that nobody is asked.
+TEST_F(Writing, AnExistingOutputThatCannotBeReadStays)
+{
+    zel_test::writeFile(dir.path("own.feat"), std::string("old"));
+    std::filesystem::permissions(dir.path(), std::filesystem::perms::all);
+    std::filesystem::permissions(dir.path("own.feat"), std::filesystem::perms::others_write |
+                                                           std::filesystem::perms::owner_write);
+    zel_test::inFreshProcess([&] {
+        constexpr uid_t nobody = 65534;
+        ASSERT_TRUE(geteuid() != 0 || setresuid(nobody, nobody, nobody) == 0);
+        ZELFeatureSetOverwritePromptOn();
+        FeatureFile other;
+        const Outcome outcome = other.create(dir.path("f.par"));
+        EXPECT_TRUE(outcome.ended);
+        EXPECT_EQ(outcome.status, -1);
+        EXPECT_EQ(outcome.err, "cannot create output file " + dir.path("own.feat") +
+                                   "\nsystem error code:: Permission denied\n");
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(std::filesystem::file_size(dir.path("own.feat")), 3u);
+    });
 }
 
 TEST_F(Writing, AnExistingOutputStaysWithoutAYes)

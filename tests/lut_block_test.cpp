@@ -7,6 +7,7 @@
 
 #include "support/fresh_process.hpp"
 #include "support/outcome.hpp"
+#include "zel/zel_text.hpp"
 
 namespace {
 
@@ -323,6 +324,23 @@ TEST_F(LutBlock, UpdatingIgnoresThatABlockWasWritten)
         expected[204] = 77;
         EXPECT_EQ(written(), expected);
     });
+}
+
+// As those of the second file of a process: at place 0 stands the prefix of the file.
+TEST_F(LutBlock, ABlockThatWasNotWrittenIsNotUpdated)
+{
+    fillAsOnDisk();
+    zel::copyText(record->ImageFilename, "second.zel");
+    Bytes content = {'Z', 'E', 'L', '2', '.', '3', 0, 9, 8, 7};
+    place(content);
+    fseek(record->fptr, 7, SEEK_SET);
+    const Outcome outcome = run([&] { ZELUpdateLUTs(record.get()); });
+    EXPECT_EQ(outcome.err, "ZELUpdateLUTs: warning: the LUTs of file second.zel were not written "
+                           "with its header and are not kept\n");
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_FALSE(outcome.ended);
+    EXPECT_EQ(ftell(record->fptr), 7);
+    EXPECT_EQ(written(), content);
 }
 
 TEST_F(LutBlock, UpdatingAReadOnlyFileIsRefused)

@@ -176,6 +176,21 @@ TEST(MaskChannel, AMaskWithoutClassifiersIsLeftOut)
 }
 
 // A record of an empty slot has its mask too.
+// Then the file that is there stays.
+TEST(MaskChannel, AMaskThatCannotBeWrittenIsRefusedBeforehand)
+{
+    zel_test::Writer writer(4, 0, 2);
+    zel_test::writeFile(writer.path(), std::string("old"));
+    ZELSetOverwritePromptOff(writer.get());
+    ZELFeatureMaskType* mask = ZELFeatureAllocateNewMask(1);
+    ZELFeatureInitializeParameters(ZELFeatureNewClassifierListEntry(mask)->Parameters);
+    ZELAddMaskChannel(writer.get(), mask, 1, 9, 0, 3, 8, "mask", "");
+    EXPECT_EQ(writer.open().out, "ZELOpenWriteOnlyFile: a classifier of channel 1 has no features, "
+                                 "or no ranges of them\n");
+    EXPECT_EQ(writer.result, -1);
+    EXPECT_EQ(zel_test::readText(writer.path()), "old");
+}
+
 TEST(MaskChannel, ADeletedChannelKeepsItsMask)
 {
     Writer writer(4, 0, 3);

@@ -418,6 +418,28 @@ TEST(MaskFile, SavingWritesAFileOfItsOwn)
     EXPECT_EQ(zel_test::readFile(dir.path("saved")), withDateOf(mask.mask.get(), fullMask()));
 }
 
+TEST(MaskFile, AMaskThatCannotBeWrittenCostsNoFile)
+{
+    const zel_test::TempDir dir;
+    zel_test::writeFile(dir.path("saved"), std::string("old"));
+    MaskRecord record = fullMask();
+    record.classifiers[1].header.features = {};
+    ReadMask without_features(build(record).bytes);
+    ReadMask without_ranges(build(fullMask()).bytes);
+    ZELParameterStruct& p = *without_ranges->ClassifierListHead->Parameters;
+    float* const minima = std::exchange(p.FeatureInfo.Min, nullptr);
+    for (ReadMask* mask : {&without_features, &without_ranges}) {
+        const Outcome outcome =
+            runFeature([&] { ZELFeatureSaveMask(mask->mask.get(), dir.path("saved").c_str()); });
+        EXPECT_TRUE(outcome.ended);
+        EXPECT_EQ(outcome.status, -1);
+        EXPECT_EQ(outcome.err,
+                  "ZELFeatureSaveMask: a classifier has no features, or no ranges of them\n");
+        EXPECT_EQ(zel_test::readText(dir.path("saved")), "old");
+    }
+    p.FeatureInfo.Min = minima;
+}
+
 TEST(MaskFile, SavingToAPlaceThatIsNoneEndsTheProcess)
 {
     ReadMask mask(build(fullMask()).bytes);

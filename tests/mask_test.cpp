@@ -221,6 +221,21 @@ TEST(Mask, ACopySharesNothingWithTheOriginal)
     EXPECT_EQ(textOf(copy.get()), before);
 }
 
+// Where nothing is defined, a feature of a file may use the names of those before it.
+TEST(Mask, ACopyHasTheFeaturesThatUseEarlierOnes)
+{
+    zel_test::MaskRecord record = fullMask();
+    record.classifiers[1].header.features = {{"one", "Ch2", {}}, {"two", "one+1", {}}};
+    record.classifiers[1].header.maxima = record.classifiers[1].header.minima = {1, 2};
+    const OwnedMask mask = readMask(record);
+    ASSERT_NE(mask, nullptr);
+    const OwnedMask copy(ZELFeatureDuplicateMask(mask.get()));
+    ASSERT_NE(copy, nullptr);
+    EXPECT_EQ(textOf(copy.get()), textOf(mask.get()));
+    const CommandStruct& features = copy->ClassifierList->Parameters->Features;
+    EXPECT_EQ(zel_test::elements(features.List->Condition), "2:2 1:1 0:12");
+}
+
 TEST(Mask, ACopyInAListStandsAlone)
 {
     ZELFeatureMaskListType list;

@@ -254,6 +254,33 @@ TEST_F(TableBlock, UpdatingRewritesTheBlockInPlaceReturnsAndTraces)
     EXPECT_EQ(list.TableStartOffset, 100);
 }
 
+// At place 0 of a file stands its prefix.
+TEST_F(TableBlock, ABlockThatWasNotWrittenIsNotUpdated)
+{
+    fillAsOnDisk(list);
+    Bytes content = {'Z', 'E', 'L', '2', '.', '3', 0, 9, 8, 7};
+    place(content);
+    const Outcome outcome = run([&] { ZELUpdateTables(stream, &list); });
+    EXPECT_EQ(outcome.err, "ZELUpdateTables: warning: tables that were not written with the header "
+                           "of a file are not kept\n");
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(written(), content);
+}
+
+// Any other stream may hold the block at its start.
+TEST_F(TableBlock, ABlockAtTheStartOfAStreamIsUpdated)
+{
+    fillAsOnDisk(list);
+    run([&] { ZELWriteTables(stream, &list); });
+    ASSERT_EQ(list.TableStartOffset, 0);
+    ZELLoadTableEntryByKey(&list, 300, 0, -2.5f);
+    EXPECT_EQ(run([&] { ZELUpdateTables(stream, &list); }).err, "");
+    Bytes expected = twoTablesOnDisk();
+    expected[206] = 0x20;
+    expected[207] = 0xC0;
+    EXPECT_EQ(written(), expected);
+}
+
 TEST_F(TableBlock, UpdatingWithoutTablesTellsSo)
 {
     EXPECT_EQ(run([&] { ZELUpdateTables(stream, &list); }).out,

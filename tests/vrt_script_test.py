@@ -174,6 +174,40 @@ class OtherFiles(ScriptTest):
         self.assertEqual(sorted(os.listdir(self.dir)), ["f", "f.vrt"])
 
 
+    def test_a_file_of_the_name_of_its_own_part_is_left_alone(self):
+        (self.dir / "f").write_bytes(sample(1000.0, 8, 6, (1,)).bytes())
+        started = "import os, runpy, sys; open('f.vrt.%d' % os.getpid(), 'w').write('mine'); " \
+                  "sys.argv[1:] = ['f']; runpy.run_path(sys.argv[0], run_name='__main__')"
+        done = subprocess.run([sys.executable, "-c", started.replace("sys.argv[0]", repr(str(SCRIPT)))],
+                              cwd=self.dir, timeout=60, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        self.assertEqual(done.returncode, 1, done.stdout)
+        self.assertIn(b"File exists", done.stdout)
+        left = [name for name in os.listdir(self.dir) if name.startswith("f.vrt")]
+        self.assertEqual([(self.dir / name).read_text() for name in left], ["mine"])
+
+
+class Palettes(ScriptTest):
+    def band(self, code, comment, label):
+        f = sample(1000.0, 8, 6, (code,))
+        f.luts = [Lut(0, label, [(1, 2, 3, b"water")])]
+        f.channels[0].comment = comment
+        return ElementTree.fromstring(self.made(f)).find("VRTRasterBand")
+
+    def test_classes_have_the_colours_of_the_lut_that_their_comment_names(self):
+        band = self.band(3, b"colours", b"colours")
+        self.assertEqual(band.findtext("ColorInterp"), "Palette")
+        self.assertEqual([c.text for c in band.find("CategoryNames")], ["water"])
+
+    def test_floats_and_scaled_numbers_are_no_classes(self):
+        for code in (1, 2, 4):
+            band = self.band(code, b"colours", b"colours")
+            for element in ("ColorInterp", "CategoryNames", "ColorTable"):
+                self.assertIsNone(band.find(element), code)
+
+    def test_a_channel_without_a_comment_names_no_lut(self):
+        self.assertIsNone(self.band(3, b"", b"").find("ColorInterp"))
+
+
 class Texts(ScriptTest):
     def test_control_characters_are_dropped(self):
         f = sample(1000.0, 8, 6, (3,))

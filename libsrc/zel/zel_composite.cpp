@@ -95,10 +95,6 @@ private:
     Owned<ZELType> records_;
 };
 
-struct CloseFile {
-    void operator()(FILE* stream) const { std::fclose(stream); }
-};
-
 // The container that is being written.
 struct Container {
     const char* name = "";
@@ -185,6 +181,17 @@ bool componentsFit(Inputs& inputs)
     if (components <= ZEL_MAX_COMPONENTS) return true;
     report("ZELCreateCompositeFile: Error: %lld components, a file holds at most %d\n",
            static_cast<long long>(components), ZEL_MAX_COMPONENTS);
+    return false;
+}
+
+// A view holds no more, and a container with more could not be opened again.
+bool channelsFit(Inputs& inputs)
+{
+    int channels = 0;
+    for (int i = 0; i < inputs.count(); ++i) channels += inputs.record(i).NumTotalChans;
+    if (channels <= ZEL_MAX_CHANNELS) return true;
+    report("ZELCreateCompositeFile: Error: the components have %d channels, at most %d fit\n",
+           channels, ZEL_MAX_CHANNELS);
     return false;
 }
 
@@ -284,7 +291,7 @@ void appendPlain(Container& container, const ZELType& input, const char* name,
 // other from where it begins.
 void appendComposite(Container& container, const char* name, const Directory& directory)
 {
-    const std::unique_ptr<FILE, CloseFile> opened(std::fopen(name, "rb"));
+    const zel::OpenedFile opened(std::fopen(name, "rb"));
     FILE* const input = opened.get();
     if (!input) failReading(name, std::strerror(errno));
     zel::RecordWriter writer(container.stream);
@@ -376,9 +383,12 @@ void patchDirectory(Container& container, const char* name)
     writer.array("magic", ZELString, zel::magicSize);
     FILE* stream = container.stream;
     container.stream = nullptr;
+    const bool gone = zel::isGone(stream, name);
     errno = EIO;
     const bool failed = std::ferror(stream) != 0;
     if (std::fclose(stream) != 0 || failed) failWriting(name);
+    errno = ENOENT;
+    if (gone) failWriting(name);
 }
 
 // Which input and which of its components is the base; what was asked for and cannot be is replaced.
@@ -423,6 +433,7 @@ int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles,
     base = chooseComponent(base, inputs);
     if (!componentsFit(inputs) || !inputs.open() || !known || !showOneScene(inputs)) return -1;
     const std::int64_t size = containerSize(inputs);
+    if (!channelsFit(inputs)) return -1;
     if (!sparesInputs(inputs, OutputFilename) || !sizeFits(OutputFilename, size)) return -1;
     Container container;
     container.expected = size;

@@ -12,6 +12,7 @@
 #include "zel_memory.hpp"
 #include "zel_release.hpp"
 #include "zel_report.hpp"
+#include "zel_same_file.hpp"
 #include "zel_table.h"
 
 namespace {
@@ -94,9 +95,10 @@ void ZELFinishWritingFile(ZELType* ZELdata)
     errno = 0;
     const bool updated = !open || zel::updateAllHistograms(*ZELdata);
     const int updateError = errno;
-    const bool written = zel::closeStream(*ZELdata) && updated;
+    const bool gone = open && zel::isGone(ZELdata->fptr, ZELdata->ImageFilename);
+    const bool written = zel::closeStream(*ZELdata) && updated && !gone;
     const int error = updated ? errno : updateError;
-    const int reason = error != 0 ? error : EIO;
+    const int reason = gone ? ENOENT : error != 0 ? error : EIO;
     ZELdata->FileOpened = 0;
     zel::releaseData(*ZELdata);
     const int bad = ZELGetBadLatLonCount();

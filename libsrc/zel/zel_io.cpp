@@ -59,7 +59,7 @@ int checkRead(int swap, void* Buffer, int Size, int Count, FILE* fptr)
     if (Size < 1 || Count < 1) return 0;
     const std::size_t got =
         std::fread(Buffer, static_cast<std::size_t>(Size), static_cast<std::size_t>(Count), fptr);
-    if (swap && Size != 1) reverseElements(Buffer, Size, static_cast<int>(got));
+    if (swap && Size != 1) reverseElements(Buffer, Size, Count);
     return static_cast<int>(got);
 }
 

@@ -6,7 +6,6 @@
 #include "zel_list.hpp"
 #include "zel_lut_block.hpp"
 #include "zel_memory.hpp"
-#include "zel_prefix.hpp"
 #include "zel_records.hpp"
 #include "zel_report.hpp"
 #include "zel_text.hpp"

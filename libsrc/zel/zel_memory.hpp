@@ -1,8 +1,9 @@
-// Memory that plain records point to: zeroed, and released with release().
+// Memory that plain records point to: zeroed, and released with release(). Streams that are closed.
 #ifndef ZEL_MEMORY_HPP
 #define ZEL_MEMORY_HPP
 
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <type_traits>
@@ -37,6 +38,13 @@ struct Release {
 // Memory that is not attached to a record yet.
 template <class T>
 using Owned = std::unique_ptr<T, Release>;
+
+struct CloseFile {
+    void operator()(FILE* stream) const { std::fclose(stream); }
+};
+
+// A stream that is closed however it is left.
+using OpenedFile = std::unique_ptr<FILE, CloseFile>;
 
 }  // namespace zel
 

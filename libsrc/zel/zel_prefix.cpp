@@ -65,19 +65,6 @@ bool readDirectory(const char* filename, Directory& directory)
     return known;
 }
 
-bool beginsWithPrefix(FILE* stream)
-{
-    const bool failed = std::ferror(stream) != 0;
-    const off_t position = ftello(stream);
-    if (position < 0 || fseeko(stream, 0, SEEK_SET) != 0) return false;
-    char magic[sizeof Prefix::magic] = "";
-    const std::size_t size = std::strlen(ZELString);
-    const bool begins =
-        std::fread(magic, 1, size, stream) == size && std::strcmp(magic, ZELString) == 0;
-    if (!failed) std::clearerr(stream);  // it may not be one to read from
-    return fseeko(stream, position, SEEK_SET) == 0 && begins;
-}
-
 bool checkDirectory(const char* filename, const Directory& directory, bool usesBase)
 {
     const Prefix& p = directory.prefix;

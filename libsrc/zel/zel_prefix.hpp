@@ -22,10 +22,6 @@ bool readDirectory(const char* filename, Directory& directory);
 // where it is used; a message says what does not hold.
 bool checkDirectory(const char* filename, const Directory& directory, bool usesBase);
 
-// Whether a stream begins with a prefix: then nothing else has its place there. False where that cannot
-// be read. The stream stays where it stands.
-bool beginsWithPrefix(FILE* stream);
-
 // The directory of a file that holds itself alone, in the library's version.
 Prefix plainPrefix(float spatialResolution);
 

@@ -1,5 +1,7 @@
 #include "zel_records.hpp"
 
+#include <cstring>
+
 const char* const ZELString = "ZEL";
 
 namespace zel {
@@ -68,6 +70,19 @@ std::int64_t histogramRecordSize(int numBins)
     LayoutSize head;
     walkHistogram(head, histogram);
     return head.bytes() + static_cast<std::int64_t>(sizeof *histogram.Histogram) * numBins;
+}
+
+bool beginsWithPrefix(FILE* stream)
+{
+    const bool failed = std::ferror(stream) != 0;
+    const off_t position = ftello(stream);
+    if (position < 0 || fseeko(stream, 0, SEEK_SET) != 0) return false;
+    char magic[sizeof Prefix::magic] = "";
+    const std::size_t size = std::strlen(ZELString);
+    const bool begins =
+        std::fread(magic, 1, size, stream) == size && std::strcmp(magic, ZELString) == 0;
+    if (!failed) std::clearerr(stream);  // it may not be one to read from
+    return fseeko(stream, position, SEEK_SET) == 0 && begins;
 }
 
 int storedPixelSize(int storageCode)

@@ -174,6 +174,10 @@ std::int64_t lutRecordSize(int numValues);
 std::int64_t tableRecordSize(int numValues);
 std::int64_t histogramRecordSize(int numBins);
 
+// Whether a stream begins with a prefix: then nothing else has its place there. False where that cannot
+// be read. The stream stays where it stands.
+bool beginsWithPrefix(FILE* stream);
+
 // Bytes of a stored pixel by storage code; 0 for no storage code.
 int storedPixelSize(int storageCode);
 

@@ -28,6 +28,13 @@ bool isSameFile(FILE* a, const char* b)
     return fstat(fileno(a), &first) == 0 && stat(b, &second) == 0 && isSame(first, second);
 }
 
+// A file that never had a name is still reached by that of its descriptor.
+bool isGone(FILE* stream, const char* name)
+{
+    struct stat status;
+    return fstat(fileno(stream), &status) == 0 && status.st_nlink == 0 && !isSameFile(stream, name);
+}
+
 bool isReadable(const char* name)
 {
     return access(name, R_OK) == 0;

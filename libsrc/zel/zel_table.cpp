@@ -5,7 +5,6 @@
 
 #include "zel_list.hpp"
 #include "zel_memory.hpp"
-#include "zel_prefix.hpp"
 #include "zel_records.hpp"
 #include "zel_report.hpp"
 #include "zel_table_block.hpp"

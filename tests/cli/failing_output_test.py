@@ -294,10 +294,10 @@ class StandardOutput(Output):
 
 
 class Vanishing(Output):
-    """An output that is unlinked while it is written: the run does not learn of it, and goes on to
-    write a file that has no name any more. A new file of that name is left alone."""
+    """An output that is unlinked while it is written: what was written is gone at the end, and the run
+    says so. A new file of that name is left alone."""
 
-    def test_the_run_ends_well_and_the_name_is_free(self):
+    def test_the_run_says_so_and_the_name_is_free(self):
         self.put("a", sample(1000.0, 8, 30000, (3,)))
         none = str(self.dir / "no_data")
         env = dict(os.environ, ZEL_DATA_DIR=none, EPA_DATA_DIR=none, CC_DATA_DIR=none)
@@ -309,8 +309,10 @@ class Vanishing(Output):
         self.put("out", b"another")
         before = self.state("out")
         rest, err = run.communicate(timeout=60)
-        self.assertEqual((run.returncode, err), (0, b""))
-        self.assertTrue(rest.endswith(b"30000 lines processed\n"))
+        self.assertEqual((run.returncode, err), (255, b""))
+        self.assertTrue(rest.endswith(
+            b"ZELFinishWritingFile: write error on file out: No such file or directory\n"), rest)
+        self.assertNotIn(b"lines processed", rest)
         self.assertEqual(self.state("out"), before)
 
 

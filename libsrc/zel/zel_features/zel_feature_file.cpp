@@ -99,7 +99,8 @@ void openFeatureOutput(ZELFeatureFileStruct& file)
     const char* filename = name ? name : "";
     if (isInput(file.Parameters.IO, filename)) failWithInput(filename);
     confirmReplacing(filename);
-    file.fptr = std::fopen(filename, "wb");
+    // What cannot be read was not asked about, and is not replaced.
+    file.fptr = std::fopen(filename, "w+b");
     if (!file.fptr) failWithError("cannot create output file %s\n", filename);
 }
 

@@ -2,11 +2,10 @@
 #ifndef ZEL_PARAMETER_HPP
 #define ZEL_PARAMETER_HPP
 
-#include <cstdio>
-#include <memory>
 #include <string_view>
 
 #include "zel_feature_text.hpp"
+#include "zel_memory.hpp"
 #include "zel_parameter.h"
 
 namespace zel {
@@ -25,13 +24,6 @@ void setString(char*& field, std::string_view text);
 
 // The same, null included.
 void setNullable(char*& field, const char* text);
-
-struct CloseFile {
-    void operator()(FILE* stream) const { std::fclose(stream); }
-};
-
-// A stream that is closed however it is left.
-using OpenedFile = std::unique_ptr<FILE, CloseFile>;
 
 // Whether a file can be read; errno stays as it was.
 bool opensForReading(const char* filename);
