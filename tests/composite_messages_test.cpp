@@ -319,6 +319,42 @@ TEST_F(ViewMessages, ResolutionsWhoseRatioIsNoWholeNumber)
     EXPECT_EQ(result, 0);
 }
 
+// Over a line of 32767 pixels a ratio of 2.0009 drifts by fourteen of them. What is used is the whole part, however
+// close the next whole number is: 0.9 and 0.3 have the ratio 2.9999998 as they are stored.
+TEST_F(ViewMessages, RatiosThatAreNearlyWholeNumbers)
+{
+    const struct {
+        float base, other;
+        const char* told;
+    } rows[] = {{1000, 2000.9F, "2.000900: 2 is"},
+                {1000.45F, 500, "2.000900: 2 is"},
+                {1000, 1999.5F, "1.999500: 1 is"},
+                {1000, 2000.03F, "2.000030: 2 is"},
+                {0.3F, 0.9F, "3.000000: 2 is"}};
+    for (const auto& [base, other, told] : rows) {
+        put("a", sceneAt(base));
+        put("b", sceneAt(other));
+        EXPECT_EQ(view({"a", "b"}).err,
+                  "ZELOpenCompositeReadOnlyFile: warning: the resolutions of file " + path("b") +
+                      " and of the base have the ratio " + told +
+                      " used, and pixels drift apart\n");
+        EXPECT_EQ(result, 0);
+    }
+}
+
+TEST_F(ViewMessages, RatiosThatAreWholeNumbersButForTheirLastDigits)
+{
+    const std::pair<float, float> rows[] = {{1000, 250},      {250, 1000},  {1.1F, 0.275F},
+                                            {0.1F, 0.3F},     {0.1F, 1.1F}, {1000, 333.333F},
+                                            {1000, 2000.01F}, {30, 30},     {1, 32767}};
+    for (const auto& [base, other] : rows) {
+        put("a", sceneAt(base));
+        put("b", sceneAt(other));
+        EXPECT_EQ(view({"a", "b"}).err, "") << base << " and " << other;
+        EXPECT_EQ(result, 0);
+    }
+}
+
 TEST_F(ViewMessages, ResolutionsThatCannotBelongTogether)
 {
     put("a", sceneAt(30));

@@ -201,18 +201,56 @@ TEST_F(ShrinkingFile, ALineThatWasCutShortIsNotHeld)
     EXPECT_EQ(file->PreviousLine, 1);
 }
 
-TEST(LineMessages, AnotherOpenTakesTheByteOrderAway)
+std::string lostOrder(const std::string& path)
+{
+    return "ZELReadLine: warning: file " + path +
+           " is of the other byte order, which the opening of another file has reset: its numbers "
+           "are read with their bytes reversed\n";
+}
+
+Scene bigEndianScene()
 {
     Scene scene = smallScene(142);
     scene.bigEndian = true;
-    OpenedFile swapped(build(scene).bytes);
+    return scene;
+}
+
+TEST(LineMessages, AnotherOpenTakesTheByteOrderAway)
+{
+    OpenedFile swapped(build(bigEndianScene()).bytes);
     ASSERT_EQ(swapped.result, 0) << swapped.outcome.out;
-    OpenedFile other(build(smallScene()).bytes);
-    const Outcome outcome = run([&] { ZELReadLine(swapped.get()); });
-    EXPECT_EQ(outcome.err,
-              "ZELReadLine: warning: file " + swapped.path() +
-                  " is of the other byte order, which the opening of another file has reset: its "
-                  "numbers are read with their bytes reversed\n");
+    const OpenedFile other(build(smallScene()).bytes);
+    EXPECT_EQ(run([&] { ZELReadLine(swapped.get()); }).err, lostOrder(swapped.path()));
+    CheckByteOrder();
+}
+
+TEST(LineMessages, AnOpenOfTheOtherByteOrderTakesThatOfThisMachineAway)
+{
+    OpenedFile native(build(smallScene()).bytes);
+    const OpenedFile swapped(build(bigEndianScene()).bytes);
+    ASSERT_EQ(swapped.result, 0) << swapped.outcome.out;
+    EXPECT_EQ(run([&] { ZELReadLine(native.get()); }).err, lostOrder(native.path()));
+    EXPECT_EQ(run([&] { ZELReadLine(native.get()); }).err, "") << "told once";
+    CheckByteOrder();
+}
+
+// The order in force behind the open of a view is that of its last component.
+TEST(LineMessages, AnotherOpenTakesTheByteOrderOfAComponentAway)
+{
+    const zel_test::TempDir dir;
+    const std::string native = dir.path("native"), swapped = dir.path("swapped");
+    zel_test::writeFile(native, build(smallScene()).bytes);
+    zel_test::writeFile(swapped, build(bigEndianScene()).bytes);
+    const char* names[] = {native.c_str(), swapped.c_str()};
+    const auto view = zel_test::junkRecord();
+    int result = -9;
+    run([&] { result = ZELOpenCompositeReadOnlyFile(view.get(), names, 2, 0); });
+    ASSERT_EQ(result, 0);
+    const OpenedFile other(build(smallScene()).bytes);
+    EXPECT_EQ(run([&] { ZELReadLine(view.get()); }).err, lostOrder(swapped));
+    EXPECT_EQ(view->CurrentLine, 1);
+    EXPECT_EQ(run([&] { ZELReadLine(view.get()); }).err, "") << "told once";
+    run([&] { ZELFinishReadingFile(view.get()); });
     CheckByteOrder();
 }
 
@@ -233,9 +271,7 @@ protected:
     }
     void takeAway()
     {
-        Scene scene = smallScene(142);
-        scene.bigEndian = true;
-        const OpenedFile other(build(scene).bytes);
+        const OpenedFile other(build(bigEndianScene()).bytes);
         ASSERT_EQ(other.result, 0) << other.outcome.out;
     }
     std::string warning(const std::string& function) const

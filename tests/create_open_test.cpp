@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cfloat>
+#include <cstring>
 #include <string>
 
 #include "support/file_builder.hpp"
+#include "support/file_size_limit.hpp"
 #include "support/writer.hpp"
 
 namespace {
@@ -437,6 +440,26 @@ TEST(CreateOpen, ReturnsMinusOneWhenTheHeaderCannotBeWritten)
     EXPECT_EQ(outcome.out,
               "ZELOpenWriteOnlyFile: write error on file /dev/full: No space left on device\n");
     EXPECT_EQ(zel_test::openDescriptors(), before);
+}
+
+// What the stream holds back is the end of the header.
+TEST(CreateOpen, ReturnsMinusOneWhenTheEndOfTheHeaderCannotBeWritten)
+{
+    auto record = zel_test::writeOnlyRecord();
+    record->ZELHeader.MaxNumChan = 1;
+    const zel_test::TempDir dir;
+    const std::string path = dir.path("out");
+    int result = 0;
+    zel_test::Outcome outcome;
+    {
+        const zel_test::FileSizeLimit limit(1221 + headerSize + slotSize - 1);
+        outcome = run([&] { result = ZELOpenWriteOnlyFile(record.get(), path.c_str()); });
+    }
+    EXPECT_FALSE(outcome.ended);
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(
+        zel_test::withoutGridNotes(outcome.out),
+        "ZELOpenWriteOnlyFile: write error on file " + path + ": " + std::strerror(EFBIG) + "\n");
 }
 
 // An existing file of that content, and an attempt to write over it with that answer.

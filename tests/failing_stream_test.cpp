@@ -167,6 +167,25 @@ TEST(FailingFeatureRead, OfAHeaderAndAMask)
     std::fclose(stream);
 }
 
+TEST(FailingFeatureWrite, AClose)
+{
+    ZELFeatureSetOverwritePromptOff();
+    const zel_test::CompleteParameters parameters("define a:Ch1\n");
+    zel_test::FeatureFile file;
+    ASSERT_FALSE(file.create(parameters.dir.path("f.par")).ended);
+    const std::string path = file->Parameters.IO.outputFilename;
+    std::fclose(file->fptr);
+    Failing failing;
+    failing.closes = true;
+    file->fptr = failingStream(failing, path, "w+b");
+    const Outcome outcome = runFeature([&] { ZELFeatureCloseFile(file.get()); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.err, "ZELFeatureCloseFile: write error on file " + path +
+                               "\nsystem error code:: " + std::strerror(EDQUOT) + "\n");
+    ZELFeatureSetOverwritePromptOn();
+}
+
 // ---- Writing ----
 
 class FailingWrite : public testing::Test {
@@ -194,6 +213,25 @@ protected:
         EXPECT_TRUE(outcome.ended);
         EXPECT_EQ(outcome.status, -1);
         EXPECT_EQ(outcome.out, message("ZELFinishWritingFile", error));
+    }
+    void expectUpdatesTell()
+    {
+        const std::pair<std::function<void()>, std::string> rows[] = {
+            {[&] { ZELUpdateLUTs(writer.get()); },
+             "ZELUpdateLUTs: write error on file " + writer.path() + ": " + ioError + "\n"},
+            {[&] { ZELUpdateAllHistograms(writer.get()); }, message("ZELUpdateAllHistograms", EIO)},
+            {[&] { ZELUpdateHistogram(writer.get(), writer.slot(0).ChannelHistogram); },
+             message("ZELUpdateHistogram", EIO)},
+            {[&] { ZELUpdateTables(writer->fptr, &writer->ZELHeader.TableList); },
+             "ZELUpdateTables: write error: " + ioError + "\n"}};
+        for (const auto& [call, message] : rows) {
+            failing.seeks = !failing.seeksBehindAWrite;
+            const Outcome outcome = run(call);
+            EXPECT_TRUE(outcome.ended) << message;
+            EXPECT_EQ(outcome.status, -1) << message;
+            EXPECT_TRUE(outcome.out.ends_with(message)) << outcome.out;
+        }
+        run([&] { ZELFinishWritingFile(writer.get()); });
     }
 
     Failing failing;
@@ -241,22 +279,14 @@ TEST_F(FailingWrite, AClose)
 
 TEST_F(FailingWrite, SeeksOfBlocksThatAreUpdated)
 {
-    failing.seeks = true;
-    const std::pair<std::function<void()>, std::string> rows[] = {
-        {[&] { ZELUpdateLUTs(writer.get()); },
-         "ZELUpdateLUTs: write error on file " + writer.path() + ": " + ioError + "\n"},
-        {[&] { ZELUpdateAllHistograms(writer.get()); }, message("ZELUpdateAllHistograms", EIO)},
-        {[&] { ZELUpdateHistogram(writer.get(), writer.slot(0).ChannelHistogram); },
-         message("ZELUpdateHistogram", EIO)},
-        {[&] { ZELUpdateTables(writer->fptr, &writer->ZELHeader.TableList); },
-         "ZELUpdateTables: write error: " + ioError + "\n"}};
-    for (const auto& [call, message] : rows) {
-        const Outcome outcome = run(call);
-        EXPECT_TRUE(outcome.ended) << message;
-        EXPECT_EQ(outcome.status, -1) << message;
-        EXPECT_TRUE(outcome.out.ends_with(message)) << outcome.out;
-    }
-    run([&] { ZELFinishWritingFile(writer.get()); });
+    expectUpdatesTell();
+}
+
+// What follows would be written over the block.
+TEST_F(FailingWrite, SeeksBackFromBlocksThatAreUpdated)
+{
+    failing.seeksBehindAWrite = true;
+    expectUpdatesTell();
 }
 
 #endif

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "support/feature_file.hpp"
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
 
@@ -313,6 +314,73 @@ TEST_F(LargeFile, AViewOfFilesOfMoreThan4GiBIsReadAtItsEnd)
         expectLine(lines - 1, channel);
     }
     expectEnd();
+}
+
+// A fine file that ends long before the base does. Line 131072 of the view begins at its line 2 to the 31st
+// and line 262144 at its line 2 to the 32nd: in 32 bits that would be a place in front of it, and its first
+// line.
+TEST_F(LargeFile, ALineOfAViewBeyondAllLinesOfAFineFileIsItsEnd)
+{
+    constexpr int factor = 16384;
+    LongScene base(111, 1, 262145);
+    base.scene().resolution = factor;
+    LongScene fine(111, 1, factor);
+    fine.scene().resolution = 1;
+    SKIP_WITHOUT_SPARSE_FILES(base.write(file, {0, 131072, 262144}));
+    SparseFile second(dir.path("fine.zel"));
+    SKIP_WITHOUT_SPARSE_FILES(fine.write(second, {}));
+    const char* names[] = {file.path(), second.path()};
+    outcome = run([&] { result = ZELOpenCompositeReadOnlyFile(record.get(), names, 2, 0); });
+    opened = result == 0;
+    ASSERT_EQ(result, 0) << outcome.out;
+    ASSERT_EQ(record->ZELComponent[1].samplingFactor, factor);
+    expectLine(0);
+    for (const int line : {131072, 262144}) {
+        ASSERT_EQ(ZELSetCurrentLine(record.get(), line), line);
+        int pixels = -9;
+        outcome = run([&] { pixels = ZELReadLine(record.get()); });
+        EXPECT_EQ(pixels, 0) << line << ": " << outcome.out;
+    }
+}
+
+// ---- Samples ----
+
+// Samples of eleven fields and one feature, on both sides of 2 and of 4 GiB, each found by its place and
+// behind the one before it.
+TEST_F(LargeFile, SamplesBeyond4GiBAreRead)
+{
+    constexpr std::int64_t length = 48;
+    constexpr int samples = 90'000'000;
+    const Bytes start = zel_test::sampleFile(1, 0);
+    const auto header = static_cast<std::int64_t>(start.size());
+    ASSERT_GT(length * samples, 4 * gibibyte);
+    SKIP_WITHOUT_SPARSE_FILES(file.grow(header + length * samples));
+    file.put(0, start);
+    const auto lastBefore = [&](std::int64_t place) {
+        return static_cast<int>((place - header) / length) - 1;
+    };
+    const int telling[] = {samples - 2, lastBefore(2 * gibibyte), lastBefore(4 * gibibyte)};
+    const auto put = [&](int sample, int number) {
+        zel_test::FeatureBytes bytes;
+        zel_test::appendSample(bytes, number, 1);
+        file.put(header + length * sample, bytes.bytes);
+    };
+    for (const int first : telling) {
+        put(first, first % 1000);
+        put(first + 1, first % 1000 + 1);
+    }
+    zel_test::FeatureFile features;
+    outcome = features.open(file.path());
+    ASSERT_FALSE(outcome.ended) << outcome.err;
+    EXPECT_EQ(features->NumberOfSamples, samples);
+    for (const int first : telling) {
+        ZELFeatureSeekSample(features.get(), first);
+        for (const int number : {first % 1000, first % 1000 + 1}) {
+            ASSERT_EQ(ZELFeatureReadSampleFromFile(features.get()), 1) << first;
+            EXPECT_EQ(features->Pixel.Class, static_cast<float>(number));
+            EXPECT_EQ(features->Features[0], static_cast<float>(number * 10));
+        }
+    }
 }
 
 }  // namespace

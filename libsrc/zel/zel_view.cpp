@@ -123,7 +123,7 @@ void gatherBlocks(ZELType& view)
 // How a component's grid relates to the reference's. False when its lines cannot be found by it.
 bool relate(ZELType& component, const ZELType& reference)
 {
-    constexpr float negligible = 1.0e-3F;
+    constexpr float negligible = 1.0e-5F;  // of the ratio
     const float own = component.ZELHeader.SpatialResolution;
     const float wanted = reference.ZELHeader.SpatialResolution;
     component.samplingFlag = ZEL_SAMPLING_SAME;
@@ -133,7 +133,8 @@ bool relate(ZELType& component, const ZELType& reference)
     component.samplingFlag = own < wanted ? ZEL_SAMPLING_AVERAGE : ZEL_SAMPLING_REPLICATE;
     if (!(ratio >= 1.0F) || ratio > static_cast<float>(INT16_MAX)) return false;
     component.samplingFactor = static_cast<int32_t>(ratio);
-    if (ratio - static_cast<float>(component.samplingFactor) > negligible)
+    const auto whole = static_cast<float>(component.samplingFactor);
+    if (ratio - whole > negligible * whole)
         zel::reportTo(
             stderr,
             "ZELOpenCompositeReadOnlyFile: warning: the resolutions of file %s and of the "

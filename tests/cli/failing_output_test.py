@@ -220,6 +220,11 @@ class OutputIsAnInput(Output):
         self.inputs.update({n: self.state(n) for n in "tl"})
         self.spared("-same_res -i a -vorn v -vorn_hdr t -vorn_lut l", "tl")
 
+    def test_what_names_the_classes_of_a_raster(self):
+        self.put("f", b"a feature header")
+        self.inputs["f"] = self.state("f")
+        self.spared("-same_res -i a -vorn v -feat_hdr f", "f")
+
 
 class NotToBeReplaced(Output):
     def test_an_answer_that_is_no_yes(self):

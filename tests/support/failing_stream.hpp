@@ -14,6 +14,7 @@ namespace zel_test {
 
 struct Failing {
     bool reads = false, writes = false, seeks = false, closes = false;
+    bool seeksBehindAWrite = false;
     int descriptor = -1;
 };
 
@@ -28,6 +29,7 @@ inline FILE* failingStream(Failing& failing, const std::string& path, const char
         return -1;
     };
     functions.write = [](void* cookie, const char* buffer, size_t size) -> ssize_t {
+        of(cookie).seeks |= of(cookie).seeksBehindAWrite;
         if (!of(cookie).writes) return write(of(cookie).descriptor, buffer, size);
         errno = ENOSPC;
         return 0;
