@@ -12,6 +12,8 @@ from vornfile import feature_header, plane, raster
 from zelfile import DIRECTORY_AT, PREFIX_SIZE, Histogram, Lut, Table, container
 
 PAGE = (ROOT / "docs" / "damaged-files.md").read_text()
+# Its sources, with literals that follow each other put together.
+LIBRARY = re.sub(r'"\s*"', "", "".join(p.read_text() for p in (ROOT / "libsrc").rglob("*.cpp")))
 MAX_CHANNELS_AT = PREFIX_SIZE + 4
 START_NAV_POINT_AT = MAX_CHANNELS_AT + 2 + 8 + 4
 NUM_COMPONENTS_AT = DIRECTORY_AT + 4
@@ -225,6 +227,16 @@ class Page(ToolTest):
             pattern = re.sub(r"\bN\b", r"[-.\\d]+", re.escape(row))
             pattern = re.sub(r"\bF(ILE|IELD)\b", r"[\\w .]+", pattern)
             self.assertTrue(any(re.search(pattern, line) for line in said), row)
+
+    def test_every_warning_to_programs_is_one_of_the_library(self):
+        """Its words in capitals stand for %s and %d."""
+        section = PAGE[PAGE.index("## What only programs do"):PAGE.index("## Parameter files")]
+        warnings = re.findall(r"^- `([^`]+)`", section, re.MULTILINE)
+        self.assertGreater(len(warnings), 5)
+        for text in warnings:
+            words = re.sub(r"\bN\b", "%d", text.replace("FILE", "%s"))
+            function, rest = words.split(":", 1)
+            self.assertTrue(words in LIBRARY or "%s:" + rest in LIBRARY and function in LIBRARY, text)
 
     def test_every_link_of_the_table_has_its_section(self):
         anchors = {re.sub(r"[^\w -]", "", title.lower()).replace(" ", "-")
