@@ -72,6 +72,21 @@ TEST_F(EveryAllocation, OfOpeningAFileAndReadingIt)
     EXPECT_GT(everyFailure(open, [&] { finishReading(); }), 30);
 }
 
+// The mask has a table of a thousand class names.
+TEST_F(EveryAllocation, OfOpeningAFileWithAMask)
+{
+    zel_test::Scene scene = zel_test::smallScene();
+    zel_test::MaskRecord mask = zel_test::fullMask();
+    mask.classifiers.pop_back();
+    scene.slots[0].mask = build(mask).bytes;
+    zel_test::writeFile(a, build(scene).bytes);
+    const auto open = [&] {
+        return ZELOpenReadOnlyFile(record.get(), a.c_str()) == 0 && record->Channels[0].Mask &&
+               ZELReadLine(record.get()) > 0;
+    };
+    EXPECT_GT(everyFailure(open, [&] { finishReading(); }), 1000);
+}
+
 TEST_F(EveryAllocation, OfOpeningSeveralFilesAndReadingThem)
 {
     const auto open = [&] {
