@@ -34,6 +34,19 @@ def with_blocks():
     return f
 
 
+def odd_positions():
+    """Navigation points at the bounds, beyond them, and nowhere."""
+    f = sample(version=1.51)
+    nan, inf = float("nan"), float("inf")
+    lats = [(90.0, 0.0, -90.0), (90.5, 0.0, -90.5), (nan, nan, nan), (inf, 0.0, -inf),
+            (nan, 10.0, 20.0), (3e38, -3e38, 3e38)]
+    lons = [(-180.0, 0.0, 180.0), (-180.5, 0.0, 180.5), (nan, nan, nan), (inf, 0.0, -inf),
+            (179.5, -179.5, nan), (-3e38, 3e38, -3e38)]
+    for line, lat, lon in zip(f.lines, lats, lons):
+        line.lat, line.lon = lat, lon
+    return f
+
+
 def save_all(target, seeds):
     for name, data in seeds.items():
         save(target, name, data)
@@ -298,6 +311,7 @@ def main():
     save("scene_fuzz", "no_lines", sample(height=0).bytes())
     save("scene_fuzz", "no_channels", sample(codes=()).bytes())
     save("scene_fuzz", "blocks", with_blocks().bytes())
+    save("scene_fuzz", "odd_positions", odd_positions().bytes())
     for version in (1.00, 1.10, 1.11, 1.21, 1.31, 1.32, 1.41, 1.42, 1.51, 2.01, 2.11, 2.21):
         try:
             data = sample(codes=(2,), version=version).bytes()

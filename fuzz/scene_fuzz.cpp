@@ -1,9 +1,34 @@
 // Opening a file, plain or composite, and reading every line of it with all that follows from a line.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 
 #include "fuzz_support.hpp"
+#include "zel_ancillary_grids.hpp"
 
 namespace {
+
+namespace fs = std::filesystem;
+
+// Reads the grids, once per process, from files of holes: what they say does not matter, only that
+// positions are looked up. Behind that nobody needs the files, whatever becomes of the process.
+bool readGrids()
+{
+    const zel_fuzz::File data("data");  // its name is that of a directory
+    const fs::path directory = fs::path(data.path()) / "epa";
+    fs::create_directories(directory);
+    for (int grid = 0; grid < zel::numGrids; ++grid) {
+        const fs::path path = directory / zel::gridFileName(grid);
+        std::ofstream(path, std::ios::binary).close();
+        fs::resize_file(path, std::uintmax_t{zel::gridRows} * zel::gridColumns);
+    }
+    setenv("ZEL_DATA_DIR", data.path(), 1);
+    zel_fuzz::guarded([] { ZELAncillaryReadFiles(); });
+    fs::remove_all(data.path());
+    return std::all_of(SuccessfullyRead, SuccessfullyRead + zel::numGrids,
+                       [](int read) { return read == 1; });
+}
 
 void look(ZELType* file)
 {
@@ -15,6 +40,10 @@ void look(ZELType* file)
     float* lon = nullptr;
     ZELFetchNavigation(file, &lat, &lon);
     ZELAncillaryFetchSunglint(file);
+    ZELAncillaryFetchOlsonEcosystem(file);
+    ZELAncillaryFetchWaterPercentage(file);
+    ZELAncillaryFetchIGBPEcosystem(file);
+    ZELAncillaryFetchTerrainType(file);
 }
 
 void report(ZELType* file)
@@ -38,6 +67,8 @@ void readAll(ZELType* file)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
+    static const bool hasGrids = readGrids();
+    zel_fuzz::require(hasGrids, "the grids are read");
     const zel_fuzz::File input("scene", data, size);
     const auto file = std::make_unique<ZELType>();
     bool open = false;
