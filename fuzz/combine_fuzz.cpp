@@ -3,7 +3,7 @@
 #include <cstring>
 #include <memory>
 
-#include "fuzz_support.hpp"
+#include "feature_support.hpp"
 
 namespace {
 
@@ -39,8 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     data += sizeof split;
     size -= sizeof split;
     const std::size_t first = std::min<std::size_t>(split, size);
-    const zel_fuzz::File a("first", data, first);
-    const zel_fuzz::File b("second", data + first, size - first);
+    const zel_fuzz::File a("first", zel_fuzz::withClassTables(data, first));
+    const zel_fuzz::File b("second", zel_fuzz::withClassTables(data + first, size - first));
     const zel_fuzz::File output("output");
     const char* names[] = {a.path(), b.path()};
     zel_fuzz::guarded([&] { ZELCreateCompositeFile(names, 2, 0, -1, output.path(), 0); });

@@ -28,6 +28,10 @@ public:
             std::fclose(stream);
         }
     }
+    File(const char* name, const std::string& content)
+        : File(name, reinterpret_cast<const std::uint8_t*>(content.data()), content.size())
+    {
+    }
     ~File() { std::remove(path()); }
     File(const File&) = delete;
     File& operator=(const File&) = delete;

@@ -25,8 +25,8 @@ def save(target, name, data):
         out.write(data)
 
 
-def with_blocks():
-    f = sample(codes=(1,))
+def with_blocks(**header):
+    f = sample(codes=(1,), **header)
     f.luts = [Lut(key=3, label=b"classes", entries=[(1, 2, 3, b"one"), (4, 5, 6, b"two")])]
     f.tables = [Table(key=1, label=b"curve", values=[0.5, 1.5])]
     f.channels[0].tables = [Table(key=2, label=b"own", values=[2.5])]
@@ -45,6 +45,37 @@ def odd_positions():
     for line, lat, lon in zip(f.lines, lats, lons):
         line.lat, line.lon = lat, lon
     return f
+
+
+def masked(**header):
+    """A scene with a mask of all rules. Its layout is the last before the metadata, for its size."""
+    f = sample(**{"version": 1.51, "slots": 1, **header})
+    f.channels[0].mask = replace(full_mask(), classifiers=[Classifier(data=b"data")])
+    return f
+
+
+def without_prefix(f):
+    return f.header() + b"".join(
+        [f.channel_record(slot) for slot in range(f.slots)]
+        + [f.line_record(n) for n in range(len(f.lines))])
+
+
+def of_version(version, code=3):
+    """Before 1.11 every file has 51 navigation points, and in 1.00 it has 20 slots."""
+    header = {"nav_points": 51} if version < 1.11 else {}
+    if version < 1.01:
+        header["slots"] = 20
+    return sample(codes=(code,), version=version, **header)
+
+
+def scenes_of_the_other_order():
+    """They have no prefix: with one they are not read."""
+    scenes = {"plain": sample(codes=(2, 4)), "version_100": of_version(1.00),
+              "version_132": of_version(1.32), "blocks": with_blocks(version=1.42),
+              "mask": masked(version=1.42)}
+    for name, f in scenes.items():
+        f.order = ">"
+        save("scene_fuzz", "big_endian_" + name, compact(without_prefix(f)))
 
 
 def save_all(target, seeds):
@@ -314,7 +345,7 @@ def main():
     save("scene_fuzz", "odd_positions", odd_positions().bytes())
     for version in (1.00, 1.10, 1.11, 1.21, 1.31, 1.32, 1.41, 1.42, 1.51, 2.01, 2.11, 2.21):
         try:
-            data = sample(codes=(2,), version=version).bytes()
+            data = of_version(version, 2).bytes()
         except (TypeError, AttributeError, struct.error) as error:
             print("version %.2f: %s" % (version, error))
             continue
@@ -324,6 +355,13 @@ def main():
     save("scene_fuzz", "composite", container([(coarse, 1000.0), (fine, 500.0)]))
     save("combine_fuzz", "coarse_and_fine", struct.pack("<I", len(coarse)) + coarse + fine)
     save("combine_fuzz", "fine_and_coarse", struct.pack("<I", len(fine)) + fine + coarse)
+    scenes_of_the_other_order()
+    mask = masked().bytes()
+    plain = sample(resolution=500.0, width=16, height=12, version=1.51, slots=1).bytes()
+    save("scene_fuzz", "mask", compact(mask))
+    save("scene_fuzz", "composite_with_mask", compact(container([(mask, 1000.0), (plain, 500.0)])))
+    save("combine_fuzz", "mask_and_plain",
+         struct.pack("<I", len(compact(mask))) + compact(mask) + plain)
     lut_files()
     vorn_files()
     parameter_files()

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <memory>
 
-#include "fuzz_support.hpp"
+#include "feature_support.hpp"
 #include "zel_ancillary_grids.hpp"
 
 namespace {
@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const bool hasGrids = readGrids();
     zel_fuzz::require(hasGrids, "the grids are read");
-    const zel_fuzz::File input("scene", data, size);
+    const zel_fuzz::File input("scene", zel_fuzz::withClassTables(data, size));
     const auto file = std::make_unique<ZELType>();
     bool open = false;
     zel_fuzz::guarded([&] {
