@@ -72,6 +72,37 @@ TEST(AllocationFailure, EveryAllocationOfAnOpenEndsTheProcessWithItsMessage)
     EXPECT_EQ(all, expected);
 }
 
+// What a file has no bytes for takes no memory: there is no allocation that could fail.
+TEST(AllocationFailure, CountsAreHeldAgainstTheFileBeforeThereIsMemoryForThem)
+{
+    zel_test::Scene luts = zel_test::smallScene();
+    zel_test::Scene tables = luts, histograms = luts;
+    luts.luts = {{1, "lut", {{1, 2, 3, "entry"}}}};
+    tables.tables = {{1, "table", {1.0f}}};
+    histograms.slots[0].histogram = zel_test::Histogram{9.0f, 1.0f, {1, 2, 3}};
+    const struct {
+        const zel_test::Scene& scene;
+        std::string count, first, words;
+    } rows[] = {{luts, "lut[0].NumLUTValues", "lut[0].entry[0].R", "display LUT entries"},
+                {tables, "table[0].NumTableValues", "table[0].value[0]", "table values"},
+                {histograms, "channel[0].histogram.NumHistogramBins",
+                 "channel[0].histogram.count[0]", "histogram counts"}};
+    const zel_test::TempDir dir;
+    const std::string path = dir.path("f");
+    auto record = zel_test::junkRecord();
+    for (const auto& [scene, count, first, words] : rows) {
+        zel_test::BuiltFile file = zel_test::build(scene);
+        file.putInt(count, 32767);
+        zel_test::writeFile(path, file.bytes);
+        const auto open = [&] { EXPECT_EQ(ZELOpenReadOnlyFile(record.get(), path.c_str()), -2); };
+        EXPECT_EQ(endings(open), (std::map<std::string, int>{})) << words;
+        const std::string out = run(open).out;
+        EXPECT_TRUE(out.ends_with("corrupt file " + path + ": cut short in " + words +
+                                  " at offset " + std::to_string(file.offset(first)) + "\n"))
+            << out;
+    }
+}
+
 TEST(AllocationFailure, DetachedLutsAndTables)
 {
     const std::map<std::string, int> luts = {{"ZELAllocateLUT: cannot allocate LUT\n", -1},

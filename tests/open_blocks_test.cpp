@@ -1,8 +1,13 @@
 // The blocks that an open reads with the header, files inside files, and the end of a reader's life.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <cstdio>
+#include <utility>
+
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
+#include "zel/zel_channel_records.hpp"
 
 namespace {
 
@@ -334,6 +339,40 @@ TEST(FreeData, LeavesTheStreamOpen)
     EXPECT_EQ(fseek(record->fptr, 0, SEEK_SET), 0);
     EXPECT_EQ(fgetc(record->fptr), 'Z');
     fclose(record->fptr);
+}
+
+// ---- Headers whose length no record can say ----
+
+// Where the lines begin that stand behind a slot without blocks, or why they cannot.
+std::string endOfHeader(int version, std::int64_t start)
+{
+    const std::unique_ptr<FILE, int (*)(FILE*)> stream(std::tmpfile(), &std::fclose);
+    const Bytes slot(1000, 0);
+    EXPECT_EQ(std::fwrite(slot.data(), 1, slot.size(), stream.get()), slot.size());
+    std::rewind(stream.get());
+    const auto file = zel_test::zeroRecord();
+    file->ZELHeader.VersionNumber = static_cast<float>(version) / 100;
+    file->ZELHeader.MaxNumChan = 1;
+    file->HeaderOffset = static_cast<int>(start);
+    zel::RecordReader reader(stream.get(), version, start, start + 1000);
+    try {
+        zel::readChannels(reader, *file);
+    } catch (const zel::Damage& damage) {
+        return damage.what;
+    }
+    return std::to_string(file->HeaderOffset);
+}
+
+// A slot of version 1.11 has 268 bytes, which are counted; one of version 2.30 has 284, and the place
+// behind it is taken as it is.
+TEST(OpenBlocks, LinesThatBeginBeyond31BitsAreRefused)
+{
+    constexpr std::int64_t most = 2147483647;
+    for (const auto& [version, size] : {std::pair(111, 268), std::pair(230, 284)}) {
+        EXPECT_EQ(endOfHeader(version, most - size), "2147483647") << version;
+        EXPECT_EQ(endOfHeader(version, most - size + 1), "invalid header length 2.14748365e+09")
+            << version;
+    }
 }
 
 }  // namespace
