@@ -343,6 +343,41 @@ TEST_F(LargeFile, ALineOfAViewBeyondAllLinesOfAFineFileIsItsEnd)
     }
 }
 
+// ---- Headers ----
+
+// A value of a table counts 204 bytes of a header, and its record as many again. 322 tables bring that
+// to 127 below what 31 bits count: what stands in front of them is more. One value more is too much by
+// itself.
+TEST_F(LargeFile, AHeaderThatCountsMoreThan31BitsIsRefused)
+{
+    constexpr int tables = 322, most = 32767, last = 8351;
+    zel_test::Scene scene = zel_test::smallScene();
+    scene.tables.resize(tables);
+    const BuiltFile built = build(scene);
+    const auto start = static_cast<std::int64_t>(built.offset("table[0].NumTableValues"));
+    const std::string begin = "corrupt file " + dir.path("large.zel") + ": invalid ";
+    for (const auto& [values, told] :
+         {std::pair(last, "header length 2.14748678e+09"),
+          std::pair(last + 1, "length of the table block 2.14748372e+09")}) {
+        const std::int64_t place = start + (tables - 1) * std::int64_t{204 + 4 * most};
+        SKIP_WITHOUT_SPARSE_FILES(file.grow(place + 204 + 4 * values + 100000));
+        file.put(0, {built.bytes.begin(), built.bytes.begin() + start});
+        for (int i = 0; i < tables - 1; ++i)
+            file.put(start + i * std::int64_t{204 + 4 * most}, zel_test::rawWords({most}));
+        file.put(place, zel_test::rawWords({values}));
+        std::string said;
+        ZELSetMessageSink(
+            [](void* data, FILE*, const char* text) {
+                std::string& all = *static_cast<std::string*>(data);
+                all = text;
+            },
+            &said);
+        EXPECT_EQ(ZELOpenReadOnlyFile(record.get(), file.path()), -2);
+        ZELSetMessageSink(nullptr, nullptr);
+        EXPECT_NE(said.find(begin + told), std::string::npos) << said;
+    }
+}
+
 // ---- Samples ----
 
 // Samples of eleven fields and one feature, on both sides of 2 and of 4 GiB, each found by its place and
