@@ -20,14 +20,17 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND ZEL_SANITIZE)
 endif()
 
 # What changes the whole program, its link included. A float beyond the range of the integer that it
-# becomes is looked for too, which "undefined" leaves out.
+# becomes is looked for too, which "undefined" leaves out. Fuzz targets that count what runs look for
+# nothing: the checks are branches of their own.
 set(zel_instrumentation)
-if(ZEL_SANITIZE OR ZEL_FUZZ)
+if(ZEL_SANITIZE OR (ZEL_FUZZ AND NOT ZEL_COVERAGE))
     list(APPEND zel_instrumentation
         -fsanitize=address,undefined,float-cast-overflow
         -fno-sanitize-recover=all -fno-omit-frame-pointer)
 endif()
-if(ZEL_COVERAGE)
+if(ZEL_COVERAGE AND ZEL_FUZZ)
+    list(APPEND zel_instrumentation -fprofile-instr-generate -fcoverage-mapping)
+elseif(ZEL_COVERAGE)
     list(APPEND zel_instrumentation --coverage)
 endif()
 
@@ -35,7 +38,9 @@ if(ZEL_FUZZ)
     if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
         message(FATAL_ERROR "ZEL_FUZZ needs clang++ (CMAKE_CXX_COMPILER)")
     endif()
-    list(APPEND zel_compile_options -fsanitize=fuzzer-no-link)
+    if(NOT ZEL_COVERAGE)
+        list(APPEND zel_compile_options -fsanitize=fuzzer-no-link)
+    endif()
 endif()
 
 function(zel_own_target target)
