@@ -12,11 +12,19 @@ namespace {
 // Thrown where the bytes break the format.
 struct Refusal {
     std::string why;
+    long from, to;
+
+    void note(NaiveScene& scene) const
+    {
+        scene.refusal = why;
+        scene.refusedFrom = from;
+        scene.refusedTo = to;
+    }
 };
 
-void require(bool ok, const std::string& why)
+void require(bool ok, const std::string& why, long from = 0, long to = LONG_MAX)
 {
-    if (!ok) throw Refusal{why};
+    if (!ok) throw Refusal{why, from, to};
 }
 
 class Cursor {
@@ -25,7 +33,8 @@ public:
 
     std::uint64_t bits(int size)
     {
-        require(size <= end_ - at_, "cut short");
+        require(size <= end_ - at_, "cut short", at_, at_ + size);
+        last_ = at_;
         std::uint64_t all = 0;
         for (int i = 0; i < size; ++i) {
             const std::uint64_t byte = file_[static_cast<std::size_t>(at_ + i)];
@@ -41,7 +50,7 @@ public:
     float f32() { return std::bit_cast<float>(static_cast<std::uint32_t>(bits(4))); }
     std::string text(long size)
     {
-        require(size >= 0 && size <= end_ - at_, "cut short");
+        require(size >= 0 && size <= end_ - at_, "cut short", at_, at_ + size);
         const auto begin = file_.begin() + at_;
         at_ += size;
         return {begin, begin + size};
@@ -49,12 +58,15 @@ public:
     void skip(long size) { text(size); }
     long at() const { return at_; }
     void goTo(long at) { at_ = at; }
+    // Of the number read last.
+    void expect(bool ok, const std::string& why) const { require(ok, why, last_, last_ + 1); }
 
     bool bigEndian = false;
 
 private:
     const Bytes& file_;
     long at_, end_;
+    long last_ = 0;
 };
 
 // ---- Masks: big-endian, strings behind their length ----
@@ -62,7 +74,7 @@ private:
 std::string maskString(Cursor& c)
 {
     const int length = c.i32();
-    require(length >= 1, "length of a string");
+    c.expect(length >= 1, "length of a string");
     const std::string text = c.text(length);
     return text.substr(0, text.find('\0'));
 }
@@ -70,7 +82,7 @@ std::string maskString(Cursor& c)
 int maskCount(Cursor& c)
 {
     const int count = c.i32();
-    require(count >= 0, "a count");
+    c.expect(count >= 0, "a count");
     return count;
 }
 
@@ -103,7 +115,7 @@ void maskProgram(Cursor& c, NaiveScene& scene)
 void featureHeader(Cursor& c, NaiveScene& scene, int& version)
 {
     const std::string identifier = c.text(19);
-    require(identifier == std::string("ZEL_FEATURE_HEADER") + '\0', "feature header");
+    require(identifier == std::string("ZEL_FEATURE_HEADER") + '\0', "feature header", 0, c.at());
     version = hundredfold(maskString(c));
     maskString(c);
     maskString(c);
@@ -130,13 +142,14 @@ void classifier(Cursor& c, NaiveScene& scene)
     c.skip(size);
 }
 
-void mask(Cursor& c, NaiveScene& scene)
+void maskBlock(Cursor& c, NaiveScene& scene)
 {
     const bool order = c.bigEndian;
     c.bigEndian = true;
     const long begin = c.at();
-    if (const int classifiers = maskCount(c)) {
-        require(maskString(c) == "ZEL_MASK", "mask identifier");
+    if (const int classifiers = c.i32()) {
+        require(maskString(c) == "ZEL_MASK", "mask identifier", 0, c.at());
+        require(classifiers >= 0, "number of classifiers", begin, begin + 1);
         c.skip(4);
         const int version = hundredfold(maskString(c));
         for (int text = 0; text < 3; ++text) maskString(c);
@@ -147,8 +160,19 @@ void mask(Cursor& c, NaiveScene& scene)
         for (int list = 0; list < 2; ++list) maskList(c, scene);
         for (int i = 0; i < classifiers; ++i) classifier(c, scene);
     }
-    require(c.at() > begin, "mask");
     c.bigEndian = order;
+}
+
+// A reader may give up as soon as a count in the mask asks for more than there is.
+void mask(Cursor& c, NaiveScene& scene)
+{
+    const long begin = c.at();
+    scene.maskPlaces.push_back(begin);
+    try {
+        maskBlock(c, scene);
+    } catch (const Refusal& refusal) {
+        throw Refusal{"classifier mask", begin, refusal.to};
+    }
 }
 
 // ---- Blocks: each returns what it counts in the headers of old versions ----
@@ -157,9 +181,11 @@ long luts(Cursor& c, int count)
 {
     long length = 0;
     for (int i = 0; i < count; ++i) {
+        const long begin = c.at();
         const int values = c.i16();
-        require(values >= 0, "NumLUTValues");
-        c.skip(2 + 200 + 203L * values);
+        c.skip(2 + 200);
+        require(values >= 0, "NumLUTValues", begin, begin + 1);
+        c.skip(203L * values);
         length += 204 + 203L * values;
     }
     return length;
@@ -169,9 +195,11 @@ long tables(Cursor& c, int count)
 {
     long length = 0;
     for (int i = 0; i < count; ++i) {
+        const long begin = c.at();
         const int values = c.i16();
-        require(values >= 0, "NumTableValues");
-        c.skip(2 + 200 + 4L * values);
+        c.skip(2 + 200);
+        require(values >= 0, "NumTableValues", begin, begin + 1);
+        c.skip(4L * values);
         length += 204 + 204L * values;
     }
     return length;
@@ -181,9 +209,11 @@ long tables(Cursor& c, int count)
 int histogram(Cursor& c)
 {
     if (c.byte() == 0) return -1;
+    const long begin = c.at();
     const int bins = c.i16();
-    require(bins >= 0, "NumHistogramBins");
-    c.skip(8 + 4L * bins);
+    c.skip(8);
+    require(bins >= 0, "NumHistogramBins", begin, begin + 1);
+    c.skip(4L * bins);
     return bins;
 }
 
@@ -231,12 +261,12 @@ struct HeaderNumbers {
 void navigation(Cursor& c, const NaiveScene& scene, HeaderNumbers& numbers)
 {
     numbers.navPoints = c.i32();
+    c.expect(numbers.navPoints >= 0 && numbers.navPoints <= 32767, "NumNavPoints");
+    const bool several = numbers.navPoints >= 2;
     const int start = c.i32();
+    c.expect(!several || (start >= 0 && start < scene.pixels), "StartNavPoint");
     const int interval = c.i32();
-    require(numbers.navPoints >= 0 && numbers.navPoints <= 32767, "NumNavPoints");
-    if (numbers.navPoints < 2) return;
-    require(start >= 0 && start < scene.pixels, "StartNavPoint");
-    require(interval >= 1, "NavPointInterval");
+    c.expect(!several || interval >= 1, "NavPointInterval");
 }
 
 HeaderNumbers header(Cursor& c, NaiveScene& scene)
@@ -244,10 +274,11 @@ HeaderNumbers header(Cursor& c, NaiveScene& scene)
     const int v = scene.version;
     HeaderNumbers numbers;
     if (v >= 101) numbers.slots = c.i16();
-    require(v >= 100 && numbers.slots >= 1 && numbers.slots <= 1000, "MaxNumChan");
+    require(v >= 100, "MaxNumChan");  // which such a file does not have
+    c.expect(numbers.slots >= 1 && numbers.slots <= 1000, "MaxNumChan");
     c.skip(6);
     scene.pixels = c.i16();
-    require(scene.pixels >= 1, "NPixelPerLine");
+    c.expect(scene.pixels >= 1, "NPixelPerLine");
     scene.headerOffset = v >= 101 ? 14 : 12;
     if (v < 111) {
         scene.resolution = scene.pixels == 2048 ? 1.1F : 4.0F;
@@ -258,8 +289,9 @@ HeaderNumbers header(Cursor& c, NaiveScene& scene)
     scene.resolution = c.f32();
     c.skip(2000);
     const int numLuts = c.i16();
+    c.expect(numLuts >= 0, "NumDisplayLUTs");
     const int numTables = c.i16();
-    require(numLuts >= 0 && numTables >= 0, "NumDisplayLUTs or NumTables");
+    c.expect(numTables >= 0, "NumTables");
     const long lutLength = luts(c, numLuts);
     scene.headerOffset = 2040 + lutLength + tables(c, numTables);
     if (v >= 142) c.skip(6);
@@ -292,14 +324,15 @@ void channel(Cursor& c, NaiveScene& scene, int slot)
     channel.min = c.f32();
     channel.type = c.i32();
     channel.size = c.i32();
-    const bool stored = bytesOf(channel.type) != 0 && channel.size == bytesOf(channel.type);
-    require(present == 0 || stored, "Type or DataByteSize");
     c.skip(4 + 120 + 120 + (v >= 111 ? 4 : 0) + (v >= 131 ? 4 : 0) + (v >= 132 ? 4 : 0));
+    const int size = bytesOf(channel.type);
+    require(present == 0 || size != 0, "Type", begin + 12, begin + 13);
+    require(present == 0 || channel.size == size, "DataByteSize", begin + 16, begin + 17);
     scene.headerOffset += c.at() - begin;
     if (v >= 141) mask(c, scene);
     if (v >= 211) {
         const int count = c.i16();
-        require(count >= 0, "channel NumTables");
+        c.expect(count >= 0, "channel NumTables");
         tables(c, count);
     }
     if (v >= 121) histograms(c, scene);
@@ -349,7 +382,7 @@ NaiveScene component(const Bytes& file, long start, long end)
         for (int slot = 0; slot < numbers.slots; ++slot) channel(c, scene, slot);
         lines(c, scene, numbers, end - start);
     } catch (const Refusal& refusal) {
-        scene.refusal = refusal.why;
+        refusal.note(scene);
     }
     return scene;
 }
@@ -405,9 +438,11 @@ void assemble(NaiveScene& view, const std::vector<NaiveScene>& parts, std::size_
     std::vector<Grid> grids;
     int count = 0;
     for (const NaiveScene& part : parts) {
-        require(part.refusal.empty(), part.refusal);
         view.compiledTexts.insert(view.compiledTexts.end(), part.compiledTexts.begin(),
                                   part.compiledTexts.end());
+        view.maskPlaces.insert(view.maskPlaces.end(), part.maskPlaces.begin(),
+                               part.maskPlaces.end());
+        require(part.refusal.empty(), part.refusal, part.refusedFrom, part.refusedTo);
         count += static_cast<int>(part.channels.size());
     }
     require(count <= 1000, "channels of a view");
@@ -453,21 +488,23 @@ NaiveScene composite(const Bytes& file, const Directory& d)
     NaiveScene view;
     try {
         const auto size = static_cast<long>(file.size());
-        require(d.count <= 100, "number of components");
-        require(d.base >= 0 && d.base < d.count, "base component index");
+        require(d.count <= 100, "number of components", 17, 18);
+        require(d.base >= 0 && d.base < d.count, "base component index", 13, 14);
         long room = size;
         for (std::size_t i = 0; i < static_cast<std::size_t>(d.count); ++i) {
-            require(d.offsets[i] >= 0 && d.offsets[i] < size, "component offset");
-            require(d.sizes[i] >= 1 && d.sizes[i] <= size - d.offsets[i], "component size");
-            room -= d.sizes[i];
-            require(room >= 0, "component size");  // all of them together are in the file
+            const auto entry = static_cast<long>(4 * i);
+            require(d.offsets[i] >= 0 && d.offsets[i] < size, "component offset", 21 + entry,
+                    22 + entry);
+            room -= d.sizes[i];  // all of them together are in the file
+            require(d.sizes[i] >= 1 && d.sizes[i] <= size - d.offsets[i] && room >= 0,
+                    "component size", 821 + entry, 822 + entry);
         }
         std::vector<NaiveScene> parts;
         for (std::size_t i = 0; i < static_cast<std::size_t>(d.count); ++i)
             parts.push_back(component(file, d.offsets[i], d.offsets[i] + d.sizes[i]));
         assemble(view, parts, static_cast<std::size_t>(d.base));
     } catch (const Refusal& refusal) {
-        view.refusal = refusal.why;
+        refusal.note(view);
     }
     return view;
 }
@@ -489,7 +526,7 @@ NaiveScene viewNaively(const std::vector<Bytes>& files)
     try {
         assemble(view, parts, 0);
     } catch (const Refusal& refusal) {
-        view.refusal = refusal.why;
+        refusal.note(view);
     }
     return view;
 }

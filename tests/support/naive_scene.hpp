@@ -2,6 +2,7 @@
 // nothing here is shared with the library.
 #pragma once
 
+#include <climits>
 #include <map>
 #include <string>
 #include <vector>
@@ -17,9 +18,13 @@ struct NaiveChannel {
 
 // A file, one component of a composite, or the view that a composite gives.
 struct NaiveScene {
-    std::string refusal;  // why the format does not allow it; empty when it does
+    // The field that the format does not allow, or "cut short"; empty when it allows all. And the bytes
+    // that are wrong, or lacking, where they have a place.
+    std::string refusal;
+    long refusedFrom = 0, refusedTo = LONG_MAX;
     // Expressions and programs of masks, which have to compile as well.
     std::vector<std::string> compiledTexts;
+    std::vector<long> maskPlaces;
 
     int version = 0;
     bool bigEndian = false;
