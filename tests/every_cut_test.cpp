@@ -2,8 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <iostream>
+#include <map>
+#include <set>
+#include <string>
 
 #include "support/base_files.hpp"
+#include "support/field_map.hpp"
 #include "support/reading.hpp"
 
 namespace {
@@ -43,6 +47,50 @@ int openAtEveryLength(Bytes bytes)
 class EveryCut : public testing::TestWithParam<Layout> {};
 
 INSTANTIATE_TEST_SUITE_P(Layouts, EveryCut, testing::ValuesIn(layouts()), zel_test::nameOf);
+
+// The field where a message says that this one, or the array or block that it is of, begins. The entries
+// of a LUT are a block.
+std::size_t toldField(const std::vector<zel_test::MappedField>& fields, std::size_t n)
+{
+    const auto isInside = [&](const std::string& name) {
+        static const std::set<std::string> entry = {"R", "G", "B", "LUTEntryLabel"};
+        if (entry.contains(name)) return fields[n - 1].name != "DisplayLUTLabel";
+        return name.find('[') != std::string::npos && !name.ends_with("[0]");
+    };
+    while (isInside(fields[n].name)) --n;
+    return n;
+}
+
+std::string toldName(const std::string& field)
+{
+    static const std::map<std::string, std::string> blocks = {
+        {"R", "display LUT entries"},
+        {"value", "table values"},
+        {"number of classifiers", "classifier mask"}};
+    const std::string name = field.substr(0, field.find('['));
+    const auto block = blocks.find(name);
+    return block == blocks.end() ? name : block->second;
+}
+
+TEST_P(EveryCut, IsToldOfTheFieldThatIsLacking)
+{
+    const Layout layout = GetParam();
+    const BaseFile base = zel_test::baseFile(layout.version, layout.bigEndian);
+    const zel_test::FieldMap map =
+        zel_test::mapFields(base.bytes, 0, base.bytes.size(), layout.bigEndian, base.padding);
+    FileUnderTest file(base.bytes);
+    // From the second field on: an empty file is of no kind.
+    for (std::size_t n = 1; map.fields[n].offset < map.linesBegin; ++n) {
+        file.write(0, base.bytes);
+        file.cut(map.fields[n].offset);
+        const zel_test::MappedField& told = map.fields[toldField(map.fields, n)];
+        const std::string words = "cut short in " + toldName(told.name) + " at offset " +
+                                  std::to_string(told.offset) + "\n";
+        const std::string said = file.read().messages;
+        EXPECT_NE(said.find(words), std::string::npos)
+            << map.fields[n].fullName() << ": " << words << "said: " << said;
+    }
+}
 
 TEST_P(EveryCut, GivesAReasonOrTheWholeLinesBeforeIt)
 {
