@@ -16,6 +16,15 @@ using zel_test::text;
 
 // ---- The file ----
 
+// Both messages are cut at 240 characters, the newline included.
+TEST(MaskParameter, AMessageThatIsCutIsStillALine)
+{
+    const std::string name = "/nowhere/" + std::string(215, 'x');
+    const MaskParameters file("beginmask\nclassifiername " + name + "\nendmask\n");
+    EXPECT_TRUE(file.failed(("line 2: classifiername " + name).substr(0, 239) + "\n" +
+                            ("cannot open input file " + name).substr(0, 239) + "\n" + noFile));
+}
+
 TEST(MaskParameter, AFileThatDoesNotOpenEndsTheProcess)
 {
     MaskParameters file("");

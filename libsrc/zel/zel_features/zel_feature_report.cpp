@@ -10,7 +10,7 @@ char infoLine[ZEL_FEATURE_LINE_SIZE + 1] = "";
 namespace zel {
 
 // A message that is cut ends as it would have ended.
-const char* message(const char* format, va_list arguments)
+const char* messageOf(const char* format, va_list arguments)
 {
     const int length = std::vsnprintf(infoLine, sizeof infoLine, format, arguments);
     const std::size_t size = std::strlen(format);
@@ -23,7 +23,7 @@ const char* message(const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    message(format, arguments);
+    messageOf(format, arguments);
     va_end(arguments);
     return infoLine;
 }
@@ -32,7 +32,7 @@ void failWithError(const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    message(format, arguments);
+    messageOf(format, arguments);
     va_end(arguments);
     printError(infoLine);
     terminate(-1);
@@ -42,7 +42,7 @@ void failWithError(int status, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    message(format, arguments);
+    messageOf(format, arguments);
     va_end(arguments);
     printError(infoLine);
     terminate(status);

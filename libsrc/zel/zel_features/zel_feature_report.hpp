@@ -12,7 +12,8 @@ namespace zel {
 // Formats a message into infoLine and returns that, for one of the three printers.
 [[gnu::format(printf, 1, 2)]] const char* message(const char* format, ...);
 
-[[gnu::format(printf, 1, 0)]] const char* message(const char* format, va_list arguments);
+// The same. It has a name of its own, since a list of arguments is a mere pointer on some machines.
+[[gnu::format(printf, 1, 0)]] const char* messageOf(const char* format, va_list arguments);
 
 // The message through printError, and an ending with status -1.
 [[noreturn, gnu::format(printf, 1, 2)]] void failWithError(const char* format, ...);

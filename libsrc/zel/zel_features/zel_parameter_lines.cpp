@@ -99,7 +99,7 @@ void failAtLine(const ParameterLines& line, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const zel::Text text = message(format, arguments);
+    const zel::Text text = messageOf(format, arguments);
     va_end(arguments);
     const int error = std::exchange(errno, 0);  // goes with the message
     printLine(line);
