@@ -189,6 +189,8 @@ TEST(MaskChannel, AMaskThatCannotBeWrittenIsRefusedBeforehand)
                                  "or no ranges of them\n");
     EXPECT_EQ(writer.result, -1);
     EXPECT_EQ(zel_test::readText(writer.path()), "old");
+    run([&] { ZELFinishWritingFile(writer.get()); });
+    EXPECT_EQ(zel_test::readText(writer.path()), "old");
 }
 
 TEST(MaskChannel, ADeletedChannelKeepsItsMask)
