@@ -319,8 +319,8 @@ TEST_F(ViewMessages, ResolutionsWhoseRatioIsNoWholeNumber)
     EXPECT_EQ(result, 0);
 }
 
-// Over a line of 32767 pixels a ratio of 2.0009 drifts by fourteen of them. What is used is the whole part, however
-// close the next whole number is: 0.9 and 0.3 have the ratio 2.9999998 as they are stored.
+// Over a line of 32767 pixels a ratio of 2.0009 drifts by fourteen of them. What is used is the whole
+// part, however close the next whole number is: 0.9 and 0.3 have the ratio 2.9999998 as they are stored.
 TEST_F(ViewMessages, RatiosThatAreNearlyWholeNumbers)
 {
     const struct {
