@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
+#include "blocks/zel_lut.hpp"
 #include "fuzz_support.hpp"
 #include "zel_combine/combine.h"
 #include "zel_combine/command_line.h"
-#include "zel_lut_block.hpp"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <fstream>
 #include <memory>
 
+#include "blocks/ancillary_grids.hpp"
 #include "feature_support.hpp"
-#include "zel_ancillary_grids.hpp"
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "records/records.hpp"
 #include "support/mask_text.hpp"
-#include "zel_features/zel_feature_records.hpp"
+#include "zel_features/files/records.hpp"
 #include "zel_features/zel_features.h"
-#include "zel_records.hpp"
 
 namespace zel_test {
 

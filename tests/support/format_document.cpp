@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/places.hpp"
+
 namespace zel_test {
 namespace {
 
@@ -51,11 +53,6 @@ bool isNumber(const std::string& word)
 }
 
 }  // namespace
-
-std::string sourceFile(const std::string& path)
-{
-    return std::string(ZEL_SOURCE_DIR "/") + path;
-}
 
 std::string DocTable::cell(const Strings& row, const std::string& column) const
 {

@@ -10,9 +10,6 @@ namespace zel_test {
 using Strings = std::vector<std::string>;
 using Names = std::map<std::string, long>;  // what a name in an offset or a size stands for
 
-// A file of the source tree, by its path there.
-std::string sourceFile(const std::string& path);
-
 struct DocTable {
     Strings columns;
     std::vector<Strings> rows;

@@ -1,0 +1,325 @@
+#include "zel_histogram.h"
+
+#include <cerrno>
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+
+#include "blocks/zel_histogram.hpp"
+#include "ground/memory.hpp"
+#include "ground/zel_door.hpp"
+#include "records/records.hpp"
+#include "records/slot.hpp"
+
+int16_t NumHistogramBins = 256;
+int16_t NumStandardHistogramBins = 256;
+
+namespace {
+
+using zel::fail;
+using zel::report;
+
+struct Free {
+    void operator()(ZELHistogramType* histogram) const { ZELFreeHistogram(histogram); }
+};
+using OwnedHistogram = std::unique_ptr<ZELHistogramType, Free>;
+
+std::size_t binCount(const ZELHistogramType& histogram)
+{
+    return static_cast<std::size_t>(histogram.NumHistogramBins);
+}
+
+// Bins per unit of value; infinite or not a number for a range without extent.
+float increment(int numBins, float max, float min)
+{
+    return static_cast<float>(numBins - 1) / (max - min);
+}
+
+// The value at which a bin begins.
+float lowerEdge(const ZELHistogramType& histogram, int bin)
+{
+    return static_cast<float>(bin) / histogram.BinIncrement + histogram.Min;
+}
+
+float countedPixels(const ZELHistogramType& histogram)
+{
+    float sum = 0.0F;
+    for (std::size_t i = 0; i < binCount(histogram); ++i)
+        sum += static_cast<float>(histogram.Histogram[i]);
+    return sum;
+}
+
+void computeStatistics(ZELHistogramType& histogram)
+{
+    histogram.BinIncrement = increment(histogram.NumHistogramBins, histogram.Max, histogram.Min);
+    histogram.NumPixels = countedPixels(histogram);
+    histogram.Mean = 0.0F;
+    histogram.Sigma = 0.0F;
+    if (!(histogram.NumPixels > 0.0F)) return;
+    for (int i = 0; i < histogram.NumHistogramBins; ++i)
+        histogram.Mean += lowerEdge(histogram, i) * static_cast<float>(histogram.Histogram[i]);
+    histogram.Mean /= histogram.NumPixels;
+    for (int i = 0; i < histogram.NumHistogramBins; ++i) {
+        const float deviation = lowerEdge(histogram, i) - histogram.Mean;
+        histogram.Sigma =
+            zel::addRepeatedly(histogram.Sigma, deviation * deviation, histogram.Histogram[i]);
+    }
+    const double variance =
+        static_cast<double>(histogram.Sigma) / (static_cast<double>(histogram.NumPixels) - 1.0);
+    histogram.Sigma = std::sqrt(static_cast<float>(variance));
+}
+
+void printHistogram(const char* heading, int channel, const ZELHistogramType& histogram)
+{
+    report("%s %d:\n", heading, channel);
+    report("Max %5.2f,  Min %5.2f,  Numpix %f,  Increment %f\n", static_cast<double>(histogram.Max),
+           static_cast<double>(histogram.Min), static_cast<double>(histogram.NumPixels),
+           static_cast<double>(histogram.BinIncrement));
+    for (int i = 0; i < histogram.NumHistogramBins; ++i) {
+        const float value = histogram.Min + static_cast<float>(i) / histogram.BinIncrement;
+        report("%5.2f %d, ", static_cast<double>(value), histogram.Histogram[i]);
+    }
+    report("\b\n");
+}
+
+// action(channel) for every present channel of the file.
+template <class Action>
+void forPresentChannels(ZELType* file, Action action)
+{
+    for (int i = 0; i < file->ZELHeader.MaxNumChan; ++i)
+        if (file->Channels[i].ChannelPresentFlag) action(i);
+}
+
+[[noreturn]] void failWriting(const ZELType& file, const char* function)
+{
+    fail("%s: write error on file %s: %s\n", function, file.ImageFilename, std::strerror(errno));
+}
+
+void requireOpen(const ZELType& file, const char* function)
+{
+    if (!file.fptr) fail("%s: the file is not open\n", function);
+}
+
+void freeHistograms(ZELChannelType& channel)
+{
+    ZELFreeHistogram(channel.ChannelHistogram);
+    ZELFreeHistogram(channel.ChannelStandardHistogram);
+    channel.ChannelHistogram = nullptr;
+    channel.ChannelStandardHistogram = nullptr;
+}
+
+}  // namespace
+
+ZELHistogramType* ZELCreateHistogram(int NumBins)
+{
+    if (NumBins < 0 || NumBins > INT16_MAX)
+        fail("ZELCreateHistogram: error: invalid number of histogram bins %d\n", NumBins);
+    OwnedHistogram histogram(zel::allocate<ZELHistogramType>(1));
+    if (!histogram) fail("ZELCreateHistogram: error: cannot allocate memory for histogram\n");
+    histogram->Histogram = zel::allocate<int32_t>(static_cast<std::size_t>(NumBins) + 1);
+    if (!histogram->Histogram) {
+        zel::release(histogram.release());
+        fail("ZELCreateHistogram: error: cannot allocate memory for histogram bins\n");
+    }
+    histogram->NumHistogramBins = static_cast<int16_t>(NumBins);
+    histogram->Max = -FLT_MAX;
+    histogram->Min = FLT_MAX;
+    return histogram.release();
+}
+
+void ZELFreeHistogram(ZELHistogramType* histogram)
+{
+    if (!histogram || !histogram->Histogram) return;
+    zel::release(histogram->Histogram);
+    zel::release(histogram);
+}
+
+void ZELCreateChannelHistograms(ZELType* ZELdata)
+{
+    for (int i = 0; i < ZELdata->ZELHeader.MaxNumChan; ++i) {
+        ZELChannelType& channel = ZELdata->Channels[i];
+        if (!channel.ChannelPresentFlag) {
+            channel.ChannelHistogram = nullptr;
+        } else if (!channel.ChannelHistogram) {
+            channel.ChannelHistogram = ZELCreateHistogram(NumHistogramBins);
+            channel.UpdateChannelHistogramFlag = 1;
+        }
+    }
+}
+
+void ZELFreeChannelHistograms(ZELType* ZELdata)
+{
+    forPresentChannels(ZELdata, [&](int i) { freeHistograms(ZELdata->Channels[i]); });
+}
+
+void ZELRescaleHistogram(ZELHistogramType* histogram, float newMax, float newMin)
+{
+    const int numBins = histogram->NumHistogramBins;
+    const float newIncrement = increment(numBins, newMax, newMin);
+    if (histogram->NumPixels != 0.0F) {
+        zel::Owned<int32_t> bins(zel::allocate<int32_t>(binCount(*histogram) + 1));
+        if (!bins) fail("ZELRescaleHistogram: Cannot allocate memory for new histogram\n");
+        const auto oldWidth =
+            static_cast<float>(1.0 / static_cast<double>(histogram->BinIncrement));
+        for (int i = 0; i < numBins; ++i) {
+            const float value = static_cast<float>(i) * oldWidth + histogram->Min;
+            const int bin = zel::binAt((value - newMin) * newIncrement);
+            // The bound is inclusive: a count that lands on numBins moves to the spare bin.
+            if (bin < 0 || bin > numBins) return;
+            zel::addToBin(bins.get()[bin], histogram->Histogram[i]);
+        }
+        zel::release(histogram->Histogram);
+        histogram->Histogram = bins.release();
+    }
+    histogram->Max = newMax;
+    histogram->Min = newMin;
+    histogram->BinIncrement = newIncrement;
+}
+
+void ZELSetHistogramBins(int NumBins)
+{
+    NumHistogramBins = static_cast<int16_t>(NumBins);
+}
+
+void ZELSetStandardHistogramBins(int NumBins)
+{
+    NumStandardHistogramBins = static_cast<int16_t>(NumBins);
+}
+
+void ZELLoadStandardHistogram(ZELType* ZELdata, int channel, int NumBins, float max, float min,
+                              const int* counts)
+{
+    ZELChannelType& owner = zel::slotOf(ZELdata, channel, "ZELLoadStandardHistogram");
+    ZELHistogramType* histogram = ZELCreateHistogram(NumBins);
+    histogram->Max = max;
+    histogram->Min = min;
+    histogram->BinIncrement = increment(NumBins, max, min);
+    for (int i = 0; i < NumBins; ++i) histogram->Histogram[i] = counts[i];
+    histogram->NumPixels = countedPixels(*histogram);
+    // One of the same size takes the place that the one before it has in the file.
+    const ZELHistogramType* before = owner.ChannelStandardHistogram;
+    if (before && before->NumHistogramBins == NumBins) histogram->fileOffset = before->fileOffset;
+    owner.ChannelStandardHistogram = histogram;
+}
+
+void ZELCopyHistogram(ZELHistogramType* dest, ZELHistogramType* src)
+{
+    dest->NumHistogramBins = src->NumHistogramBins;
+    dest->Max = src->Max;
+    dest->Min = src->Min;
+    dest->BinIncrement = src->BinIncrement;
+    dest->NumPixels = src->NumPixels;
+    for (std::size_t i = 0; i < binCount(*src); ++i) dest->Histogram[i] = src->Histogram[i];
+}
+
+ZELHistogramType* zel::duplicateHistogram(ZELHistogramType* histogram)
+{
+    if (!histogram) return nullptr;
+    ZELHistogramType* copy = ZELCreateHistogram(histogram->NumHistogramBins);
+    ZELCopyHistogram(copy, histogram);
+    return copy;
+}
+
+ZELHistogramType* zel::readHistogram(RecordReader& reader, int fileOffset)
+{
+    const std::int64_t place = reader.position() - fileOffset;
+    ZELHistogramType head{};
+    walkHistogram(reader, head);
+    reader.require(head.NumHistogramBins >= 0, "NumHistogramBins", head.NumHistogramBins);
+    reader.requireBytes("histogram counts",
+                        histogramRecordSize(head.NumHistogramBins) - histogramRecordSize(0));
+    OwnedHistogram histogram(ZELCreateHistogram(head.NumHistogramBins));
+    histogram->Max = head.Max;
+    histogram->Min = head.Min;
+    histogram->fileOffset = static_cast<int32_t>(place);
+    reader.array("histogram counts", histogram->Histogram, head.NumHistogramBins);
+    computeStatistics(*histogram);
+    return histogram.release();
+}
+
+ZELHistogramType* ZELReadHistogram(ZELType* ZELdata)
+{
+    requireOpen(*ZELdata, "ZELReadHistogram");
+    const auto read = [&](zel::RecordReader& reader) {
+        return zel::readHistogram(reader, ZELdata->fileOffset);
+    };
+    return zel::readBlock(ZELdata->fptr, "ZELReadHistogram", read);
+}
+
+void ZELWriteHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
+{
+    requireOpen(*ZELdata, "ZELWriteHistogram");
+    const auto place = ftello(ZELdata->fptr);
+    if (place < 0) failWriting(*ZELdata, "ZELWriteHistogram");
+    histogram->fileOffset = static_cast<int32_t>(place - ZELdata->fileOffset);
+    zel::RecordWriter writer(ZELdata->fptr);
+    zel::walkHistogram(writer, *histogram);
+    writer.array("histogram counts", histogram->Histogram, histogram->NumHistogramBins);
+    if (!writer.isWhole()) failWriting(*ZELdata, "ZELWriteHistogram");
+}
+
+bool zel::updateHistogram(ZELType& file, ZELHistogramType& histogram)
+{
+    if (!file.HistogramFlag) return true;
+    // The file begins with its prefix: place 0 is that of a histogram without a record.
+    if (histogram.fileOffset <= 0) {
+        zel::reportTo(
+            stderr,
+            "ZELUpdateHistogram: warning: a histogram of file %s was made after its header "
+            "was written and is not kept\n",
+            file.ImageFilename);
+        return true;
+    }
+    const std::int64_t place = std::int64_t{file.fileOffset} + histogram.fileOffset;
+    return rewriteAt(file.fptr, place, [&] { ZELWriteHistogram(&file, &histogram); });
+}
+
+bool zel::updateAllHistograms(ZELType& file)
+{
+    for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) {
+        const ZELChannelType& channel = file.Channels[i];
+        if (!channel.ChannelPresentFlag) continue;
+        for (ZELHistogramType* histogram :
+             {channel.ChannelHistogram, channel.ChannelStandardHistogram})
+            if (histogram && !updateHistogram(file, *histogram)) return false;
+    }
+    return true;
+}
+
+void ZELUpdateHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
+{
+    requireOpen(*ZELdata, "ZELUpdateHistogram");
+    if (!zel::updateHistogram(*ZELdata, *histogram)) failWriting(*ZELdata, "ZELUpdateHistogram");
+}
+
+void ZELUpdateAllHistograms(ZELType* ZELdata)
+{
+    requireOpen(*ZELdata, "ZELUpdateAllHistograms");
+    if (!zel::updateAllHistograms(*ZELdata)) failWriting(*ZELdata, "ZELUpdateAllHistograms");
+}
+
+void ZELPrintHistograms(ZELType* ZELdata)
+{
+    forPresentChannels(ZELdata, [&](int i) {
+        const ZELChannelType& channel = ZELdata->Channels[i];
+        if (channel.ChannelHistogram)
+            printHistogram("Channel Histogram", i, *channel.ChannelHistogram);
+        if (channel.ChannelStandardHistogram)
+            printHistogram("Channel Standard Histogram", i, *channel.ChannelStandardHistogram);
+    });
+}
+
+void ZELSetHistogramFlag(ZELType* ZELdata, int flag)
+{
+    ZELdata->HistogramFlag = flag;
+}
+
+ZELHistogramType* ZELFetchChannelHistogram(ZELType* ZELdata, int channel)
+{
+    return zel::slotOf(ZELdata, channel, "ZELFetchChannelHistogram").ChannelHistogram;
+}
+
+ZELHistogramType* ZELFetchStandardHistogram(ZELType* ZELdata, int channel)
+{
+    return zel::slotOf(ZELdata, channel, "ZELFetchStandardHistogram").ChannelStandardHistogram;
+}

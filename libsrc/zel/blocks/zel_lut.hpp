@@ -1,0 +1,18 @@
+// The LUT block of a header.
+#ifndef ZEL_BLOCKS_LUT_HPP
+#define ZEL_BLOCKS_LUT_HPP
+
+#include "records/walk.hpp"
+#include "zel_types.h"
+
+namespace zel {
+
+// Reads NumDisplayLUTs records into the file's list; returns their bytes.
+std::int64_t readLUTs(RecordReader& reader, ZELType& file);
+
+// Whether a file of this process got its LUT block: only the first one does, and it stays so.
+bool& lutBlockWritten();
+
+}  // namespace zel
+
+#endif

@@ -1,0 +1,163 @@
+// Lines of a composite view: a line of each component, brought to the view's grid.
+#include <algorithm>
+
+#include "ground/zel_door.hpp"
+#include "records/pixels.hpp"
+#include "zel_line.h"
+
+namespace {
+
+// One component on its way into the view: its channels become the view's from slot first on.
+struct Passage {
+    ZELType& view;
+    ZELType& component;
+    int first;
+    int scale;
+};
+
+// action(component channel, component pixels, view slot) for every present channel; returns the view
+// slot behind the last.
+template <class Action>
+int forChannels(const Passage& p, Action action)
+{
+    int index = p.first;
+    for (int slot = 0; slot < p.component.ZELHeader.MaxNumChan; ++slot)
+        if (p.component.Channels[slot].ChannelPresentFlag)
+            action(p.component.Channels[slot], p.component.PixBuf[slot], index++);
+    return index;
+}
+
+bool readLineOf(ZELType& component, long long line, int scale)
+{
+    if (line >= component.NumLines) return false;
+    component.CurrentLine = static_cast<int32_t>(line);
+    return ReadLine(&component, scale) != 0;
+}
+
+int pixelsOf(const ZELType& file)
+{
+    return file.ZELHeader.NPixelPerLine;
+}
+
+bool copySame(const Passage& p)
+{
+    if (!readLineOf(p.component, p.view.CurrentLine, p.scale)) return false;
+    const int pixels = std::min(pixelsOf(p.component), pixelsOf(p.view));
+    forChannels(p, [&](const ZELChannelType& channel, const unsigned char* stored, int index) {
+        std::copy_n(stored, pixels * channel.DataByteSize, p.view.PixBuf[index]);
+        if (p.scale) std::copy_n(channel.ChannelData, pixels, p.view.Channels[index].ChannelData);
+    });
+    return true;
+}
+
+template <class T>
+void replicateStored(const unsigned char* from, unsigned char* to, int count, int factor)
+{
+    for (int x = 0; x < count; ++x) zel::storePixel<T>(to, x, zel::loadPixel<T>(from, x / factor));
+}
+
+void replicateBytes(const unsigned char* from, unsigned char* to, int count, int factor, int size)
+{
+    if (size == 1)
+        replicateStored<std::uint8_t>(from, to, count, factor);
+    else if (size == 2)
+        replicateStored<std::uint16_t>(from, to, count, factor);
+    else
+        replicateStored<std::uint32_t>(from, to, count, factor);
+}
+
+bool replicate(const Passage& p)
+{
+    const int factor = p.component.samplingFactor;
+    if (!readLineOf(p.component, p.view.CurrentLine / factor, p.scale)) return false;
+    const long long reach = static_cast<long long>(pixelsOf(p.component)) * factor;
+    const int pixels = static_cast<int>(std::min<long long>(reach, pixelsOf(p.view)));
+    forChannels(p, [&](const ZELChannelType& channel, const unsigned char* stored, int index) {
+        replicateBytes(stored, p.view.PixBuf[index], pixels, factor, channel.DataByteSize);
+        float* values = p.view.Channels[index].ChannelData;
+        if (!p.scale) return;
+        for (int x = 0; x < pixels; ++x) values[x] = channel.ChannelData[x / factor];
+    });
+    return true;
+}
+
+// sums[x] += the factor values of pixel x, one after the other; values a line lacks are left out.
+void addBlocks(float* sums, int count, const float* values, int available, int factor)
+{
+    for (int x = 0; x < count; ++x) {
+        const long long first = static_cast<long long>(x) * factor;
+        const int last = static_cast<int>(std::min<long long>(first + factor, available));
+        float sum = sums[x];
+        for (int i = static_cast<int>(std::min<long long>(first, available)); i < last; ++i)
+            sum += values[i];
+        sums[x] = sum;
+    }
+}
+
+// Each line of the component is read once, for all its channels.
+bool average(const Passage& p)
+{
+    const int factor = p.component.samplingFactor;
+    const int pixels = pixelsOf(p.view);
+    forChannels(p, [&](const ZELChannelType&, const unsigned char*, int index) {
+        std::fill_n(p.view.Channels[index].ChannelData, pixels, 0.0F);
+    });
+    for (int j = 0; j < factor; ++j) {
+        const long long line = static_cast<long long>(p.view.CurrentLine) * factor + j;
+        if (!readLineOf(p.component, line, 1)) return false;
+        forChannels(p, [&](const ZELChannelType& channel, const unsigned char*, int index) {
+            addBlocks(p.view.Channels[index].ChannelData, pixels, channel.ChannelData,
+                      pixelsOf(p.component), factor);
+        });
+    }
+    const auto blockSize = static_cast<float>(factor * factor);
+    forChannels(p, [&](const ZELChannelType&, const unsigned char*, int index) {
+        float* values = p.view.Channels[index].ChannelData;
+        for (int x = 0; x < pixels; ++x) values[x] /= blockSize;
+        zel::encodeLine(p.view.Channels[index], p.view.PixBuf[index], pixels);
+    });
+    return true;
+}
+
+bool pass(const Passage& p)
+{
+    switch (p.component.samplingFlag) {
+    case ZEL_SAMPLING_SAME:
+        return copySame(p);
+    case ZEL_SAMPLING_AVERAGE:
+        return average(p);
+    case ZEL_SAMPLING_REPLICATE:
+        return replicate(p);
+    default:
+        zel::fail("ZELReadCompositeLine: invalid subsampling \n");
+    }
+}
+
+void copyScan(ZELType& view, const ZELType& base)
+{
+    view.ScanAltitude = base.ScanAltitude;
+    view.ScanTime = base.ScanTime;
+    view.LeftPixel = base.LeftPixel;
+    view.RightPixel = base.RightPixel;
+    view.NadirPixel = base.NadirPixel;
+    view.NadirLat = base.NadirLat;
+    view.NadirLon = base.NadirLon;
+}
+
+}  // namespace
+
+int ZELReadCompositeLine(ZELType* ZELdata, int scale)
+{
+    if (!ZELdata->ZELComponent) zel::fail("ZELReadCompositeLine: Error NULL ZELComponent\n");
+    ZELdata->SolarAnglesCalculated = 0;
+    ZELdata->LatLonInterpolated = 0;
+    int slot = 0;
+    for (int i = 0; i < ZELdata->numZELComponents; ++i) {
+        ZELType& component = ZELdata->ZELComponent[i];
+        if (!pass({*ZELdata, component, slot, scale})) return 0;
+        slot += component.NumTotalChans;
+        if (i == ZELdata->baseZELComponent) copyScan(*ZELdata, component);
+    }
+    ZELdata->CurrentLine += 1;
+    return pixelsOf(*ZELdata);
+}

@@ -1,0 +1,270 @@
+#include "zel_init.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "ground/memory.hpp"
+#include "ground/same_file.hpp"
+#include "ground/text.hpp"
+#include "ground/zel_door.hpp"
+#include "lines/channel_records.hpp"
+#include "records/buffers.hpp"
+#include "records/mask_seam.hpp"
+#include "records/prefix.hpp"
+#include "records/release_seam.hpp"
+#include "zel_ancillary.h"
+#include "zel_histogram.h"
+#include "zel_io.h"
+#include "zel_lut.h"
+#include "zel_table.h"
+
+namespace {
+
+using zel::fail;
+using zel::failWith;
+
+// What the two initialisers are given.
+struct Scene {
+    int dataType;
+    const char* comment;
+    int year, julian, satellite;
+    int pixels;
+    int navPoints, startNavPoint, navPointInterval;
+    float altitude, resolution;
+};
+
+void checkScene(const Scene& scene, const char* function)
+{
+    if (scene.pixels < 1 || scene.pixels > INT16_MAX)
+        fail("%s: invalid number of pixels per line %d\n", function, scene.pixels);
+    if (scene.navPoints < 0 || scene.navPoints > INT16_MAX)
+        fail("%s: invalid number of navigation points %d\n", function, scene.navPoints);
+}
+
+void initHeader(ZELHeaderType& h, const Scene& scene)
+{
+    h.VersionNumber = ZEL_LIBRARY_VERSION;
+    h.MaxNumChan = ZEL_MAX_CHANNELS;
+    h.DataType = static_cast<int16_t>(scene.dataType);
+    zel::copyText(h.DataComment, scene.comment);
+    h.NumNavPoints = scene.navPoints;
+    h.StartNavPoint = scene.startNavPoint;
+    h.NavPointInterval = scene.navPointInterval;
+    h.year = static_cast<int16_t>(scene.year <= 99 ? scene.year + 1900 : scene.year);
+    h.julian = static_cast<int16_t>(scene.julian);
+    h.sat_no = static_cast<int16_t>(scene.satellite);
+    h.NPixelPerLine = static_cast<int16_t>(scene.pixels);
+    h.SatelliteAltitude = scene.altitude;
+    h.SpatialResolution = scene.resolution;
+    h.SZChannelIndex = h.VZChannelIndex = h.AZChannelIndex = -1;
+}
+
+// Every field that is not set here is 0.
+void initRecord(ZELType& file, const Scene& scene, int mode)
+{
+    zel::clearRecord(file);
+    file.ReadWriteFlag = mode;
+    initHeader(file.ZELHeader, scene);
+    file.PreviousLine = -2;
+    file.NavOffset = zel::navOffset(zel::currentVersion, scene.navPoints);
+    file.WritePrompt = 1;
+    file.HistogramFlag = 1;
+    file.RightPixel = scene.pixels - 1;
+    file.NadirPixel = scene.pixels / 2 - 1;
+    file.NadirLat = file.NadirLon = -999.0F;
+    for (ZELChannelType& channel : file.Channels) channel.UpdateChannelHistogramFlag = 1;
+}
+
+float altitudeOfSatellite(int satellite)
+{
+    return satellite % 2 != 0 ? 860.0F : 820.0F;
+}
+
+void allocateChannel(ZELType& file, int slot)
+{
+    ZELChannelType& channel = file.Channels[slot];
+    const auto pixels = static_cast<std::size_t>(file.ZELHeader.NPixelPerLine);
+    channel.ChannelData = zel::allocate<float>(pixels);
+    if (!channel.ChannelData)
+        failWith(-3, "ZELOpenWriteOnlyFile: cannot allocate memory for channel %d\n", slot);
+    file.PixBuf[slot] =
+        zel::allocate<unsigned char>(pixels * static_cast<std::size_t>(channel.DataByteSize));
+    if (!file.PixBuf[slot])
+        failWith(-8, "ZELOpenWriteOnlyFile: cannot allocate memory for PixBuf\n");
+}
+
+// Whether a reader takes the navigation points: none, one, or several that begin inside the line and go
+// forward.
+bool hasReadableNavigation(const ZELHeaderType& h)
+{
+    if (h.NumNavPoints < 0 || h.NumNavPoints > INT16_MAX) return false;
+    const bool startsInside = h.StartNavPoint >= 0 && h.StartNavPoint < h.NPixelPerLine;
+    return h.NumNavPoints < 2 || (startsInside && h.NavPointInterval >= 1);
+}
+
+void writeHeader(ZELType& file)
+{
+    zel::RecordWriter writer(file.fptr);
+    zel::Prefix prefix = zel::plainPrefix(file.ZELHeader.SpatialResolution);
+    zel::walkPrefix(writer, prefix);
+    zel::walkVersion(writer, file.ZELHeader);
+    zel::walkHeader(writer, file.ZELHeader);
+    if (file.ZELHeader.NumDisplayLUTs > 0) ZELWriteLUTs(&file);
+    if (file.ZELHeader.TableList.NumTables > 0)
+        ZELWriteTables(file.fptr, &file.ZELHeader.TableList);
+    zel::walkHeaderEnd(writer, file.ZELHeader);
+}
+
+void allocateBuffers(ZELType& file)
+{
+    for (int slot = 0; slot < file.ZELHeader.MaxNumChan; ++slot)
+        if (file.Channels[slot].ChannelPresentFlag) allocateChannel(file, slot);
+    zel::allocateNavigation(file, "ZELOpenWriteOnlyFileHist");
+    zel::allocateLineBuffers(file, {"ZELOpenWriteOnlyFile", true, true, true});
+}
+
+void reportWriteError(const char* filename, const char* reason)
+{
+    zel::report("ZELOpenWriteOnlyFile: write error on file %s: %s\n", filename, reason);
+}
+
+// Why the header did not reach the file, or null when it did.
+const char* writeError(ZELType& file)
+{
+    if (std::fflush(file.fptr) == 0 && !std::ferror(file.fptr)) return nullptr;
+    return std::strerror(errno != 0 ? errno : EIO);
+}
+
+}  // namespace
+
+void ZELInitNewWriteOnlyFile(ZELType* ZELdata, int DataType, const char* DataComment, int Year,
+                             int JulianDay, int SatNumber, int NumPix, int NumNavPts,
+                             int StartNavPoint, int NavPointInterval, float SatelliteAltitude,
+                             float SpatialResolution)
+{
+    const Scene scene = {DataType,          DataComment,      Year,
+                         JulianDay,         SatNumber,        NumPix,
+                         NumNavPts,         StartNavPoint,    NavPointInterval,
+                         SatelliteAltitude, SpatialResolution};
+    checkScene(scene, "ZELInitNewWriteOnlyFile");
+    initRecord(*ZELdata, scene, ZEL_WRITE_ONLY);
+    ZELdata->numZELComponents = 1;
+}
+
+void ZELInitNewCompositeFile(ZELType* ZELdata, int DataType, const char* DataComment, int Year,
+                             int JulianDay, int SatNumber, int NumPix, int NumNavPts,
+                             int StartNavPoint, int NavPointInterval, float SatelliteAltitude,
+                             float SpatialResolution)
+{
+    const Scene scene = {DataType,          DataComment,      Year,
+                         JulianDay,         SatNumber,        NumPix,
+                         NumNavPts,         StartNavPoint,    NavPointInterval,
+                         SatelliteAltitude, SpatialResolution};
+    checkScene(scene, "ZELInitNewCompositeFile");
+    const int32_t lutStart = ZELdata->LUTStartOffset;
+    const int32_t lines = ZELdata->NumLines;
+    const int32_t components = ZELdata->numZELComponents;
+    ZELType* component = ZELdata->ZELComponent;
+    initRecord(*ZELdata, scene, ZEL_READ_ONLY);
+    ZELdata->LUTStartOffset = lutStart;
+    ZELdata->NumLines = lines;
+    ZELdata->numZELComponents = components;
+    ZELdata->ZELComponent = component;
+}
+
+void ZELInitNewAVHRRLACFile(ZELType* ZELdata, int Year, int JulianDay, int SatNumber,
+                            const char* DataComment)
+{
+    ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_AVHRR_LAC, DataComment, Year, JulianDay, SatNumber,
+                            2048, 51, 24, 40, altitudeOfSatellite(SatNumber), 1100.0F);
+}
+
+void ZELInitNewAVHRRGACFile(ZELType* ZELdata, int Year, int JulianDay, int SatNumber,
+                            const char* DataComment)
+{
+    ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_AVHRR_GAC, DataComment, Year, JulianDay, SatNumber,
+                            409, 51, 4, 8, altitudeOfSatellite(SatNumber), 4000.0F);
+}
+
+void ZELInitNewMASFile(ZELType* ZELdata, int Year, int JulianDay, const char* DataComment)
+{
+    ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_MAS, DataComment, Year, JulianDay, 0, 716, 73, 0,
+                            10, 20.0F, 50.0F);
+}
+
+void ZELInitNewVIRSFile(ZELType* ZELdata, int Year, int JulianDay, const char* DataComment)
+{
+    ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_VIRS, DataComment, Year, JulianDay, 0, 261, 261, 0,
+                            1, 355.0F, 2000.0F);
+}
+
+int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
+{
+    zel::requireWriteOnly(*ZELdata,
+                          "ZELOpenWriteOnlyFileHist can only be used on a write only ZEL file "
+                          "initialized with ZELInitNewWriteOnlyFile\n");
+    const ZELHeaderType& h = ZELdata->ZELHeader;
+    if (!hasReadableNavigation(h)) {
+        zel::report("ZELOpenWriteOnlyFile: invalid navigation points: %d from pixel %d, interval "
+                    "%d\n",
+                    h.NumNavPoints, h.StartNavPoint, h.NavPointInterval);
+        return -1;
+    }
+    for (int slot = 0; slot < h.MaxNumChan; ++slot)
+        if (!zel::isCompleteMask(ZELdata->Channels[slot].Mask)) {
+            zel::report(
+                "ZELOpenWriteOnlyFile: a classifier of channel %d has no features, or no ranges "
+                "of them\n",
+                slot);
+            return -1;
+        }
+    CheckByteOrder();
+    ZELdata->CurrentLine = 0;
+    ZELdata->PreviousLine = -2;
+    ZELdata->LatLonInterpolated = 0;
+    zel::copyText(ZELdata->ImageFilename, RawFileName);
+    constexpr int answerSize = 10;
+    if (ZELdata->WritePrompt && zel::isReadable(RawFileName))
+        zel::confirmOverwrite(RawFileName, answerSize);
+    ZELdata->fptr = std::fopen(RawFileName, "w+b");
+    if (!ZELdata->fptr) {
+        zel::report("ZELOpenWriteOnlyFile: cannot open file %s\n", RawFileName);
+        return -1;
+    }
+    // What has no places, as a pipe has none, cannot be patched when it is finished.
+    if (ftello(ZELdata->fptr) < 0) {
+        reportWriteError(RawFileName, std::strerror(errno));
+        zel::closeStream(*ZELdata);
+        return -1;
+    }
+    ZELdata->FileOpened = 1;
+    ZELdata->fileOffset = 0;
+    errno = 0;  // so that it is the write error's, if there is one
+    writeHeader(*ZELdata);
+    if (ZELdata->HistogramFlag) ZELCreateChannelHistograms(ZELdata);
+    zel::writeChannels(*ZELdata);
+    if (const char* reason = writeError(*ZELdata)) {
+        reportWriteError(RawFileName, reason);
+        zel::closeStream(*ZELdata);
+        zel::releaseData(*ZELdata);
+        ZELdata->FileOpened = 0;
+        return -1;
+    }
+    ZELdata->HeaderOffset = static_cast<int32_t>(ftello(ZELdata->fptr));
+    zel::placeChannels(*ZELdata);
+    allocateBuffers(*ZELdata);
+    zel::noteByteOrder(*ZELdata);
+    ZELAncillaryReadFiles();
+    ZELClearBadLatLonCount();
+    return 0;
+}
+
+void ZELSetOverwritePromptOff(ZELType* ZELdata)
+{
+    ZELdata->WritePrompt = 0;
+}
+
+void ZELSetOverwritePromptOn(ZELType* ZELdata)
+{
+    ZELdata->WritePrompt = 1;
+}

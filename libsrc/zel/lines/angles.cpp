@@ -1,0 +1,275 @@
+// Sun and view angles of the pixels of a line.
+#include <algorithm>
+#include <cmath>
+
+#include "lines/zel_navigate.hpp"
+#include "records/buffers.hpp"
+#include "zel_ancillary.h"
+#include "zel_navigate.h"
+
+namespace {
+
+constexpr double degreesPerRadian = 57.29577951;
+
+double radians(double degrees)
+{
+    return degrees / degreesPerRadian;
+}
+
+float degrees(double radian)
+{
+    return static_cast<float>(radian * degreesPerRadian);
+}
+
+double clampUnit(double value)
+{
+    return std::clamp(value, -1.0, 1.0);
+}
+
+// A cosine that rounding has left a hair inside the unit interval, where its angle is below the size
+// of a pixel by far, is the unit: the nadir pixel sees the satellite at exactly 0 degrees.
+double cosine(double value)
+{
+    constexpr double hair = 1.0e-14;
+    if (value > 1.0 - hair) return 1.0;
+    if (value < -1.0 + hair) return -1.0;
+    return value;
+}
+
+bool isUnit(double value)
+{
+    return value == 1.0 || value == -1.0;
+}
+
+// Height of the ground above the earth's centre, km, at a latitude given by its sine.
+double localEarthRadius(double sinLat)
+{
+    return (0.99999788 - 0.00335208 * sinLat * sinLat) * 6378.388;
+}
+
+// What a line has in common.
+struct Geometry {
+    double hourOffset;  // degrees, to be added to a longitude for its hour angle
+    double sinDeclination, cosDeclination;
+    double satelliteRadius;  // km
+    double nadirLon;         // degrees
+    double sinNadir, cosNadir;
+};
+
+struct Place {
+    double lon;  // degrees
+    double sinLat, cosLat;
+};
+
+struct Angles {
+    float sz = 0.0F, vz = 0.0F, az = 0.0F;
+};
+
+bool isDayOfYear(int julian)
+{
+    return julian >= 1 && julian <= 366;
+}
+
+// julian must be a day of the year.
+Geometry geometryOf(int julian, double scanTime, double altitude, float nadirLat, float nadirLon)
+{
+    const double sun = radians(static_cast<double>(declination[julian - 1]));
+    const double nadir = radians(static_cast<double>(nadirLat));
+    Geometry g{};
+    g.hourOffset = (scanTime - 12.0) * 15.0 - static_cast<double>(delon[julian - 1]);
+    g.sinDeclination = std::sin(sun);
+    g.cosDeclination = std::cos(sun);
+    g.satelliteRadius = altitude + earth_radius;
+    g.nadirLon = static_cast<double>(nadirLon);
+    g.sinNadir = std::sin(nadir);
+    g.cosNadir = std::cos(nadir);
+    return g;
+}
+
+Place placeOf(float lat, float lon)
+{
+    const double latitude = radians(static_cast<double>(lat));
+    return {static_cast<double>(lon), std::sin(latitude), std::cos(latitude)};
+}
+
+double hourAngle(const Geometry& g, const Place& p)
+{
+    return p.lon + g.hourOffset;
+}
+
+double cosSolarZenith(const Geometry& g, const Place& p)
+{
+    return cosine(std::cos(radians(hourAngle(g, p))) * g.cosDeclination * p.cosLat +
+                  g.sinDeclination * p.sinLat);
+}
+
+float solarZenith(const Geometry& g, const Place& p)
+{
+    return degrees(std::acos(cosSolarZenith(g, p)));
+}
+
+Angles anglesAt(const Geometry& g, const Place& p)
+{
+    const double cosSun = cosSolarZenith(g, p);
+    const double fromNadir = p.lon - g.nadirLon;
+    const double cosB =
+        cosine(std::cos(radians(fromNadir)) * g.cosNadir * p.cosLat + g.sinNadir * p.sinLat);
+    const double sinB = std::sin(std::acos(cosB));
+    const double ground = localEarthRadius(p.sinLat);
+    const double satellite = g.satelliteRadius;
+    const double slant =
+        std::sqrt(ground * ground + satellite * satellite - 2.0 * satellite * ground * cosB);
+
+    Angles angles;
+    angles.sz = degrees(std::acos(cosSun));
+    angles.vz = degrees(std::asin(clampUnit(sinB / slant * satellite)));
+    if (isUnit(cosB) || isUnit(cosSun)) return angles;
+    // From the nadir to the point that has the sun overhead.
+    const double cosSubSolar =
+        std::cos(radians(fromNadir - hourAngle(g, p))) * g.cosNadir * g.cosDeclination +
+        g.sinNadir * g.sinDeclination;
+    const double cosAzimuth =
+        (cosSubSolar - cosSun * cosB) / (std::sqrt(1.0 - cosSun * cosSun) * sinB);
+    angles.az = static_cast<float>(180.0 - std::acos(clampUnit(cosAzimuth)) * degreesPerRadian);
+    return angles;
+}
+
+bool truncatesToZero(float value)
+{
+    return value > -1.0F && value < 1.0F;
+}
+
+// Whether the line has what its angles are computed from.
+bool hasGeometry(const ZELType& file)
+{
+    const ZELHeaderType& h = file.ZELHeader;
+    return !truncatesToZero(h.SatelliteAltitude) && file.ScanTime != 0.0 && h.NumNavPoints > 0 &&
+           isDayOfYear(h.julian);
+}
+
+Geometry geometryOfLine(const ZELType& file, float nadirLat, float nadirLon)
+{
+    const float altitude =
+        file.ScanAltitude > 0.0F ? file.ScanAltitude : file.ZELHeader.SatelliteAltitude;
+    return geometryOf(file.ZELHeader.julian, file.ScanTime, static_cast<double>(altitude), nadirLat,
+                      nadirLon);
+}
+
+bool holdsLine(const ZELType& file, int index)
+{
+    return index >= 0 && index < ZEL_MAX_CHANNELS && file.Channels[index].ChannelPresentFlag &&
+           file.Channels[index].ChannelData;
+}
+
+// Whether the file carries all three angles as channels; one that names absent slots does not.
+bool carriesAngles(const ZELType& file)
+{
+    const ZELHeaderType& h = file.ZELHeader;
+    return holdsLine(file, h.SZChannelIndex) && holdsLine(file, h.VZChannelIndex) &&
+           holdsLine(file, h.AZChannelIndex);
+}
+
+// A record whose angles are held in channels in part has no buffers for those.
+void requireAngleBuffers(ZELType& file)
+{
+    const auto require = [&](float*& buffer, const char* what) {
+        if (!buffer)
+            buffer = zel::lineBuffer<float>(file, file.ZELHeader.NPixelPerLine,
+                                            "ZELCalculateAngles", what);
+    };
+    require(file.SolarZenith, "solar zenith buffer");
+    require(file.ViewZenith, "viewing zenith buffer");
+    require(file.Azimuth, "solar azimuth buffer");
+}
+
+struct Nadir {
+    float lat, lon;
+};
+
+Nadir nadirOf(ZELType& file)
+{
+    if (file.NadirPixel < 0) return {file.NadirLat, file.NadirLon};
+    if (!file.LatLonInterpolated) ZELInterpolateLatLong(&file);
+    const int pixel = std::min<int>(file.NadirPixel, file.ZELHeader.NPixelPerLine - 1);
+    return {file.Lat[pixel], file.Lon[pixel]};
+}
+
+}  // namespace
+
+void ZELCalculateAngles(ZELType* ZELdata)
+{
+    const Nadir nadir = carriesAngles(*ZELdata) ? Nadir{0.0F, 0.0F} : nadirOf(*ZELdata);
+    ZELCalculateLineOfAngles(ZELdata, nadir.lat, nadir.lon);
+}
+
+void ZELCalculateLineOfAngles(ZELType* ZELdata, float centerLat, float centerLon)
+{
+    if (carriesAngles(*ZELdata)) {
+        ZELdata->SolarZenith = ZELdata->Channels[ZELdata->ZELHeader.SZChannelIndex].ChannelData;
+        ZELdata->ViewZenith = ZELdata->Channels[ZELdata->ZELHeader.VZChannelIndex].ChannelData;
+        ZELdata->Azimuth = ZELdata->Channels[ZELdata->ZELHeader.AZChannelIndex].ChannelData;
+        return;
+    }
+    if (!ZELdata->LatLonInterpolated) ZELInterpolateLatLong(ZELdata);
+    requireAngleBuffers(*ZELdata);
+    const int pixels = ZELdata->ZELHeader.NPixelPerLine;
+    if (!hasGeometry(*ZELdata)) {
+        std::fill_n(ZELdata->SolarZenith, pixels, 0.0F);
+        std::fill_n(ZELdata->ViewZenith, pixels, 0.0F);
+        std::fill_n(ZELdata->Azimuth, pixels, 0.0F);
+        return;
+    }
+    const Geometry geometry = geometryOfLine(*ZELdata, centerLat, centerLon);
+    for (int x = 0; x < pixels; ++x) {
+        const Angles angles = anglesAt(geometry, placeOf(ZELdata->Lat[x], ZELdata->Lon[x]));
+        ZELdata->SolarZenith[x] = angles.sz;
+        ZELdata->ViewZenith[x] = angles.vz;
+        ZELdata->Azimuth[x] = angles.az;
+    }
+    ZELdata->SolarAnglesCalculated = 1;
+}
+
+const float* zel::solarZenithOfLine(ZELType& file)
+{
+    if (file.SolarAnglesCalculated) return file.SolarZenith;
+    if (carriesAngles(file)) return file.Channels[file.ZELHeader.SZChannelIndex].ChannelData;
+    if (!file.LatLonInterpolated) ZELInterpolateLatLong(&file);
+    requireAngleBuffers(file);
+    const int pixels = file.ZELHeader.NPixelPerLine;
+    if (!hasGeometry(file)) {
+        std::fill_n(file.SolarZenith, pixels, 0.0F);
+        return file.SolarZenith;
+    }
+    const Geometry geometry = geometryOfLine(file, 0.0F, 0.0F);
+    for (int x = 0; x < pixels; ++x)
+        file.SolarZenith[x] = solarZenith(geometry, placeOf(file.Lat[x], file.Lon[x]));
+    return file.SolarZenith;
+}
+
+void ZELCalculateOneAngle(ZELType* ZELdata, float lat, float lon, float* sz, float* vz, float* az)
+{
+    Angles angles;
+    if (hasGeometry(*ZELdata)) {
+        const Nadir nadir = nadirOf(*ZELdata);
+        angles = anglesAt(geometryOfLine(*ZELdata, nadir.lat, nadir.lon), placeOf(lat, lon));
+    }
+    *sz = angles.sz;
+    *vz = angles.vz;
+    *az = angles.az;
+}
+
+void ZEL_UTILCalculateAngle(float lat, float lon, float ScanAltitude, int julian, float centerLat,
+                            float centerLon, float scanTime, float* sz, float* vz, float* az)
+{
+    Angles angles;
+    const bool known = !truncatesToZero(ScanAltitude) && scanTime != 0.0F && isDayOfYear(julian);
+    if (known && !ZELBadLatLon(lat, lon)) {
+        const Geometry geometry =
+            geometryOf(julian, static_cast<double>(scanTime), static_cast<double>(ScanAltitude),
+                       centerLat, centerLon);
+        angles = anglesAt(geometry, placeOf(lat, lon));
+    }
+    *sz = angles.sz;
+    *vz = angles.vz;
+    *az = angles.az;
+}

@@ -1,0 +1,350 @@
+#include "zel_line.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "ground/zel_door.hpp"
+#include "lines/count.hpp"
+#include "lines/zel_navigate.hpp"
+#include "records/buffers.hpp"
+#include "records/pixels.hpp"
+#include "records/records.hpp"
+
+namespace {
+
+using zel::fail;
+
+std::size_t storedLineSize(const ZELType& file, const ZELChannelType& channel)
+{
+    return static_cast<std::size_t>(file.ZELHeader.NPixelPerLine) *
+           static_cast<std::size_t>(channel.DataByteSize);
+}
+
+void forgetDerived(ZELType& file)
+{
+    file.LatLonInterpolated = 0;
+    file.SolarAnglesCalculated = 0;
+}
+
+// What a line holds unless it is told otherwise.
+void resetLine(ZELType& file)
+{
+    file.ScanAltitude = 0.0F;
+    file.LeftPixel = 0;
+    file.RightPixel = file.ZELHeader.NPixelPerLine - 1;
+    file.NadirPixel = file.ZELHeader.NPixelPerLine / 2 - 1;
+}
+
+off_t placeOfLine(const ZELType& file, int line)
+{
+    return static_cast<off_t>(file.fileOffset) + file.HeaderOffset +
+           static_cast<off_t>(line) * file.LineOffset;
+}
+
+[[noreturn]] void failReading(const ZELType& file, const char* reason)
+{
+    fail("ZELReadLine: read error on file %s, line %d: %s\n", file.ImageFilename, file.CurrentLine,
+         reason);
+}
+
+[[noreturn]] void failReading(const ZELType& file)
+{
+    failReading(file, std::ferror(file.fptr) ? std::strerror(errno) : "unexpected end of file");
+}
+
+void goTo(const ZELType& file, off_t place)
+{
+    if (fseeko(file.fptr, place, SEEK_SET) != 0) failReading(file, std::strerror(errno));
+}
+
+void checkWritten(const ZELType& file, bool isWhole)
+{
+    if (!isWhole || std::ferror(file.fptr))
+        fail("ZELWriteLine: write error on file %s: %s\n", file.ImageFilename,
+             std::strerror(errno));
+}
+
+// Whether a line that was there when the file was opened is gone. That is an end of file like any
+// other, but not one to be silent about.
+bool endsHere(const ZELType& file)
+{
+    const int next = std::getc(file.fptr);
+    if (next != EOF) {
+        std::ungetc(next, file.fptr);
+        return false;
+    }
+    if (std::ferror(file.fptr)) failReading(file);
+    zel::reportTo(stderr, "ZELReadLine: warning: file %s ends before line %d of %d\n",
+                  file.ImageFilename, file.CurrentLine, file.NumLines);
+    return true;
+}
+
+// An open since then has set the order for all files.
+void warnOfByteOrder(ZELType& file)
+{
+    if (zel::byteOrderWasLost(file))
+        zel::reportTo(
+            stderr,
+            "ZELReadLine: warning: file %s is of the other byte order, which the opening of "
+            "another file has reset: its numbers are read with their bytes reversed\n",
+            file.ImageFilename);
+}
+
+void warnOfMissingValues(ZELType& file)
+{
+    if (zel::valuesAreMissing(file))
+        zel::reportTo(stderr,
+                      "ZELReadLine: warning: line %d of file %s is held as it was read without "
+                      "scaling: its values are not filled\n",
+                      file.CurrentLine, file.ImageFilename);
+}
+
+// The record of the line at which the stream stands, into the line's fields and PixBuf.
+void readRecord(ZELType& file)
+{
+    const off_t place = placeOfLine(file, file.CurrentLine);
+    zel::RecordReader reader(file.fptr, zel::layoutVersion(file.ZELHeader.VersionNumber), place,
+                             place + file.LineOffset);
+    resetLine(file);
+    file.NadirLat = file.NadirLon = 0.0F;
+    zel::walkScan(reader, file);
+    zel::walkNavigation(reader, file);
+    int at = file.NavOffset;
+    for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) {
+        const ZELChannelType& channel = file.Channels[i];
+        if (!channel.ChannelPresentFlag) continue;
+        // A channel that was deleted since the open still has its place in the file.
+        if (at != channel.DataOffset) goTo(file, place + channel.DataOffset);
+        const int pixels = file.ZELHeader.NPixelPerLine;
+        if (ZELRead(file.PixBuf[i], channel.DataByteSize, pixels, file.fptr) != pixels)
+            failReading(file);
+        at = channel.DataOffset + pixels * channel.DataByteSize;
+    }
+    if (at != file.LineOffset) goTo(file, place + file.LineOffset);
+}
+
+void decodeChannels(ZELType& file)
+{
+    for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i)
+        if (file.Channels[i].ChannelPresentFlag)
+            zel::decodeLine(file.Channels[i], file.PixBuf[i], file.ZELHeader.NPixelPerLine);
+}
+
+bool writeScan(ZELType& file)
+{
+    zel::RecordWriter writer(file.fptr);
+    zel::walkScan(writer, file);
+    if (file.ZELHeader.NumNavPoints <= 0) return writer.isWhole();
+    if (!file.LatBuffer || !file.LonBuffer)
+        fail("ZELWriteLine: no navigation points loaded for line %d\n", file.CurrentLine);
+    zel::walkNavigation(writer, file);
+    return writer.isWhole();
+}
+
+bool writeChannel(ZELType& file, int index, zel::LineCounter& counter)
+{
+    ZELChannelType& channel = file.Channels[index];
+    const int pixels = file.ZELHeader.NPixelPerLine;
+    if (channel.LoadChannelFlag) {
+        zel::clampLine(channel, pixels);
+        zel::encodeLine(channel, file.PixBuf[index], pixels);
+    }
+    counter.count(index);
+    channel.LoadChannelFlag = 0;
+    return ZELWrite(file.PixBuf[index], channel.DataByteSize, pixels, file.fptr) == pixels;
+}
+
+// A line further on or back; the end of the file is as far as it goes.
+int moveTo(ZELType& file, long long line, const char* function)
+{
+    if (line < 0) {
+        zel::report("%s: invalid line number %lld\n", function, line);
+        return -1;
+    }
+    if (line >= file.NumLines) {
+        file.CurrentLine = file.NumLines;
+        return -1;
+    }
+    file.CurrentLine = static_cast<int32_t>(line);
+    return file.CurrentLine;
+}
+
+// Whether there is a buffer for every channel of a view, as there is from its open to its end. Its
+// channels stand in the first slots.
+bool hasPixels(const ZELType& view)
+{
+    for (int i = 0; i < view.NumTotalChans; ++i)
+        if (!view.PixBuf[i]) return false;
+    return true;
+}
+
+int readCurrentLine(ZELType* file, int scale, const char* function)
+{
+    if (file->numZELComponents < 2) return ReadLine(file, scale);
+    if (!file->ZELComponent) fail("%s: Error NULL ZELComponent\n", function);
+    if (!hasPixels(*file)) fail("%s: the file is not open\n", function);
+    return ZELReadCompositeLine(file, scale);
+}
+
+void copyScan(ZELType& dest, const ZELType& src, const char* function)
+{
+    dest.ScanAltitude = src.ScanAltitude;
+    dest.ScanTime = src.ScanTime;
+    dest.LeftPixel = src.LeftPixel;
+    dest.RightPixel = src.RightPixel;
+    dest.NadirPixel = src.NadirPixel;
+    dest.NadirLat = src.NadirLat;
+    dest.NadirLon = src.NadirLon;
+    zel::copyNavigationPoints(dest, src, function);
+}
+
+// copy(dest channel, src channel, slot) for every slot that both files have.
+template <class Copy>
+void forSharedChannels(ZELType& dest, ZELType& src, const char* function, Copy copy)
+{
+    if (dest.ZELHeader.NPixelPerLine != src.ZELHeader.NPixelPerLine)
+        fail("%s: the files have %d and %d pixels per line\n", function,
+             src.ZELHeader.NPixelPerLine, dest.ZELHeader.NPixelPerLine);
+    for (int i = 0; i < src.ZELHeader.MaxNumChan; ++i) {
+        if (!src.Channels[i].ChannelPresentFlag || !dest.Channels[i].ChannelPresentFlag) continue;
+        if (!src.Channels[i].ChannelData || !dest.Channels[i].ChannelData)
+            fail("%s: channel %d has no line\n", function, i);
+        copy(dest.Channels[i], src.Channels[i], i);
+    }
+}
+
+}  // namespace
+
+int ZELReadLine(ZELType* ZELdata)
+{
+    return readCurrentLine(ZELdata, 1, "ZELReadLine");
+}
+
+int ZELReadLineNoScale(ZELType* ZELdata)
+{
+    return readCurrentLine(ZELdata, 0, "ZELReadLineNoScale");
+}
+
+int ReadLine(ZELType* ZELdata, int scale)
+{
+    zel::requireReadOnly(*ZELdata, "ZELReadLine can only be used on a read only ZEL file\n");
+    if (!ZELdata->fptr || !zel::hasLineMemory(*ZELdata))
+        fail("ZELReadLine: the file is not open\n");
+    // Behind the last whole line there is the end of the file, or another component.
+    if (ZELdata->CurrentLine >= ZELdata->NumLines) return 0;
+    if (ZELdata->CurrentLine != ZELdata->PreviousLine) {
+        forgetDerived(*ZELdata);
+        if (ZELdata->CurrentLine - ZELdata->PreviousLine != 1)
+            goTo(*ZELdata, placeOfLine(*ZELdata, ZELdata->CurrentLine));
+        // Nothing is held until the line is there.
+        ZELdata->PreviousLine = -2;
+        if (endsHere(*ZELdata)) return 0;
+        warnOfByteOrder(*ZELdata);
+        try {
+            readRecord(*ZELdata);
+        } catch (const zel::Damage&) {
+            failReading(*ZELdata);
+        }
+        if (scale) decodeChannels(*ZELdata);
+        ZELdata->PreviousLine = ZELdata->CurrentLine;
+        zel::noteValues(*ZELdata, scale != 0);
+    } else if (scale) {
+        warnOfMissingValues(*ZELdata);
+    }
+    ZELdata->CurrentLine += 1;
+    return ZELdata->ZELHeader.NPixelPerLine;
+}
+
+void ZELWriteLine(ZELType* ZELdata)
+{
+    zel::requireWriteOnly(*ZELdata, "ZELWriteLine can only be used on a write only ZEL file\n");
+    if (!ZELdata->FileOpened) fail("ZELWriteLine: the file is not open for writing\n");
+    zel::warnOfWrittenOrder(*ZELdata, "ZELWriteLine");
+    forgetDerived(*ZELdata);
+    bool isWhole = writeScan(*ZELdata);
+    zel::LineCounter counter(*ZELdata);
+    for (int i = 0; i < ZELdata->ZELHeader.MaxNumChan; ++i)
+        if (ZELdata->Channels[i].ChannelPresentFlag)
+            isWhole = writeChannel(*ZELdata, i, counter) && isWhole;
+    checkWritten(*ZELdata, isWhole);
+    ZELdata->CurrentLine += 1;
+    ZELdata->NumLines = ZELdata->CurrentLine;
+    resetLine(*ZELdata);
+}
+
+void ZELCopyLine(ZELType* ZELdataDest, ZELType* ZELdataSrc)
+{
+    static constexpr const char* function = "ZELCopyLine";
+    copyScan(*ZELdataDest, *ZELdataSrc, function);
+    const auto copyStored = [&](ZELChannelType& dest, const ZELChannelType& src, int slot) {
+        if (dest.DataByteSize != src.DataByteSize)
+            fail("%s: channel %d is stored in %d and %d bytes\n", function, slot, src.DataByteSize,
+                 dest.DataByteSize);
+        std::copy_n(src.ChannelData, ZELdataSrc->ZELHeader.NPixelPerLine, dest.ChannelData);
+        std::copy_n(ZELdataSrc->PixBuf[slot], storedLineSize(*ZELdataSrc, src),
+                    ZELdataDest->PixBuf[slot]);
+    };
+    forSharedChannels(*ZELdataDest, *ZELdataSrc, function, copyStored);
+}
+
+void ZELCopyLineWithLoad(ZELType* ZELdataDest, ZELType* ZELdataSrc)
+{
+    static constexpr const char* function = "ZELCopyLineWithLoad";
+    copyScan(*ZELdataDest, *ZELdataSrc, function);
+    const auto load = [&](ZELChannelType& dest, const ZELChannelType& src, int) {
+        std::copy_n(src.ChannelData, ZELdataSrc->ZELHeader.NPixelPerLine, dest.ChannelData);
+        dest.LoadChannelFlag = 1;
+    };
+    forSharedChannels(*ZELdataDest, *ZELdataSrc, function, load);
+}
+
+int ZELSkipLines(ZELType* ZELdata, int n)
+{
+    zel::requireReadOnly(*ZELdata, "CSkipLines can only be used on a read only ZEL file\n");
+    return moveTo(*ZELdata, static_cast<long long>(ZELdata->CurrentLine) + n, "ZELSkipLines");
+}
+
+int ZELSetCurrentLine(ZELType* ZELdata, int line)
+{
+    zel::requireReadOnly(*ZELdata, "ZELSetCurrentLine can only be used on a read only ZEL file\n");
+    return moveTo(*ZELdata, line, "ZELSetCurrentLine");
+}
+
+void ZELSetPadding(ZELType* ZELdata, int left, int right)
+{
+    ZELdata->LeftPixel = left;
+    ZELdata->RightPixel = right;
+}
+
+void ZELGetPadding(ZELType* ZELdata, int* left, int* right)
+{
+    *left = ZELdata->LeftPixel;
+    *right = ZELdata->RightPixel;
+}
+
+void ZELSetNadirPixel(ZELType* ZELdata, int pixel)
+{
+    ZELdata->NadirPixel = pixel;
+}
+
+int ZELGetNadirPixel(ZELType* ZELdata)
+{
+    return ZELdata->NadirPixel;
+}
+
+void ZELSetNadirLatLon(ZELType* ZELdata, float lat, float lon)
+{
+    ZELdata->NadirLat = lat;
+    ZELdata->NadirLon = lon;
+}
+
+float ZELGetNadirLat(ZELType* ZELdata)
+{
+    return ZELdata->NadirLat;
+}
+
+float ZELGetNadirLon(ZELType* ZELdata)
+{
+    return ZELdata->NadirLon;
+}

@@ -1,0 +1,119 @@
+#include "records/pixels.hpp"
+
+#include "ground/memory.hpp"
+#include "ground/zel_door.hpp"
+
+namespace zel {
+namespace {
+
+constexpr double byteSteps = 255.0;
+constexpr double uint16Steps = 65535.0;
+
+double stepsOf(int storageCode)
+{
+    return storageCode == ZEL_STORED_BYTE_SCALED ? byteSteps : uint16Steps;
+}
+
+bool isScaled(int storageCode)
+{
+    return storageCode == ZEL_STORED_BYTE_SCALED || storageCode == ZEL_STORED_UINT16_SCALED;
+}
+
+template <class T>
+void decodeScaled(ZELChannelType& channel, const unsigned char* pixels, int count)
+{
+    for (int i = 0; i < count; ++i)
+        channel.ChannelData[i] = channel.ChannelLUT[loadPixel<T>(pixels, i)];
+}
+
+template <class T>
+void decodeUnscaled(ZELChannelType& channel, const unsigned char* pixels, int count)
+{
+    for (int i = 0; i < count; ++i)
+        channel.ChannelData[i] = static_cast<float>(loadPixel<T>(pixels, i));
+}
+
+// The place in the scale range is a float before it is spread over the steps.
+template <class T>
+void encodeScaled(const ZELChannelType& channel, unsigned char* pixels, int count)
+{
+    const float range = channel.MaxValue - channel.MinValue;
+    const double steps = stepsOf(channel.Type);
+    for (int i = 0; i < count; ++i) {
+        const float ratio = (channel.ChannelData[i] - channel.MinValue) / range;
+        storePixel<T>(pixels, i, truncateTo<T>(static_cast<double>(ratio) * steps));
+    }
+}
+
+template <class T>
+void encodeUnscaled(const ZELChannelType& channel, unsigned char* pixels, int count)
+{
+    for (int i = 0; i < count; ++i)
+        storePixel<T>(pixels, i, truncateTo<T>(static_cast<double>(channel.ChannelData[i])));
+}
+
+}  // namespace
+
+float* createScalingTable(const ZELChannelType& channel)
+{
+    if (!isScaled(channel.Type)) return nullptr;
+    const int entries = channel.Type == ZEL_STORED_BYTE_SCALED ? 256 : 65536;
+    auto* table = allocate<float>(static_cast<std::size_t>(entries));
+    if (!table) fail("malloc error: ChannelLUT\n");
+    const double step =
+        static_cast<double>(channel.MaxValue - channel.MinValue) / stepsOf(channel.Type);
+    for (int k = 0; k < entries; ++k)
+        table[k] = static_cast<float>(k * step + static_cast<double>(channel.MinValue));
+    return table;
+}
+
+void decodeLine(ZELChannelType& channel, const unsigned char* pixels, int count)
+{
+    switch (channel.Type) {
+    case ZEL_STORED_BYTE_SCALED:
+        return decodeScaled<std::uint8_t>(channel, pixels, count);
+    case ZEL_STORED_UINT16_SCALED:
+        return decodeScaled<std::uint16_t>(channel, pixels, count);
+    case ZEL_STORED_BYTE:
+        return decodeUnscaled<std::uint8_t>(channel, pixels, count);
+    case ZEL_STORED_FLOAT:
+        return decodeUnscaled<float>(channel, pixels, count);
+    case ZEL_STORED_UINT16:
+        return decodeUnscaled<std::uint16_t>(channel, pixels, count);
+    default:
+        return;
+    }
+}
+
+void encodeLine(const ZELChannelType& channel, unsigned char* pixels, int count)
+{
+    switch (channel.Type) {
+    case ZEL_STORED_BYTE_SCALED:
+        return encodeScaled<std::uint8_t>(channel, pixels, count);
+    case ZEL_STORED_UINT16_SCALED:
+        return encodeScaled<std::uint16_t>(channel, pixels, count);
+    case ZEL_STORED_BYTE:
+        return encodeUnscaled<std::uint8_t>(channel, pixels, count);
+    case ZEL_STORED_FLOAT:
+        std::memcpy(pixels, channel.ChannelData, static_cast<std::size_t>(count) * sizeof(float));
+        return;
+    case ZEL_STORED_UINT16:
+        return encodeUnscaled<std::uint16_t>(channel, pixels, count);
+    default:
+        return;
+    }
+}
+
+void clampLine(ZELChannelType& channel, int count)
+{
+    const bool rangedFloat =
+        channel.Type == ZEL_STORED_FLOAT && channel.MaxValue > channel.MinValue;
+    if (!isScaled(channel.Type) && !rangedFloat) return;
+    for (int i = 0; i < count; ++i) {
+        float& value = channel.ChannelData[i];
+        if (value < channel.MinValue) value = channel.MinValue;
+        if (value > channel.MaxValue) value = channel.MaxValue;
+    }
+}
+
+}  // namespace zel

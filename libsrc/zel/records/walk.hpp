@@ -1,0 +1,223 @@
+// The walkers that a record's description is handed to. A description names its fields in file order:
+//     walker.field("year", header.year);            a number
+//     walker.text("DataComment", buffer, 2000);     a text of fixed width, ended by a zero inside it
+//     walker.array("Table", values, count);         numbers or raw bytes in a row
+//     if (walker.since(131)) ...                    fields that came with layout version 1.31
+#ifndef ZEL_RECORDS_WALK_HPP
+#define ZEL_RECORDS_WALK_HPP
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "zel_io.h"
+
+namespace zel {
+
+// The layout version that the library writes, and the one that a header's version number stands for;
+// 0 where the number stands for none.
+inline constexpr int currentVersion = 230;
+
+constexpr int layoutVersion(float versionNumber)
+{
+    const double hundredfold = (static_cast<double>(versionNumber) + 0.005) * 100.0;
+    return hundredfold > 0.0 && hundredfold < 1.0e6 ? static_cast<int>(hundredfold) : 0;
+}
+
+// Counts bytes, and finds the place of a field by its name.
+class LayoutSize {
+public:
+    constexpr explicit LayoutSize(int version = currentVersion, const char* wanted = nullptr)
+        : version_(version), wanted_(wanted)
+    {
+    }
+    constexpr bool since(int version) const { return version_ >= version; }
+    template <class T>
+    constexpr void field(const char* name, T&)
+    {
+        add(name, sizeof(T));
+    }
+    template <std::size_t N>
+    constexpr void text(const char* name, char (&)[N], int width)
+    {
+        add(name, width);
+    }
+    template <class T>
+    constexpr void array(const char* name, T*, int count)
+    {
+        add(name, static_cast<std::int64_t>(sizeof(T)) * count);
+    }
+    constexpr std::int64_t bytes() const { return bytes_; }
+    constexpr std::int64_t place() const { return place_; }
+
+private:
+    static constexpr bool same(const char* a, const char* b)
+    {
+        for (; *a == *b; ++a, ++b)
+            if (*a == '\0') return true;
+        return false;
+    }
+    constexpr void add(const char* name, std::int64_t size)
+    {
+        if (wanted_ && same(name, wanted_)) place_ = bytes_;
+        bytes_ += size;
+    }
+
+    int version_;
+    const char* wanted_;
+    std::int64_t bytes_ = 0;
+    std::int64_t place_ = -1;
+};
+
+// What is wrong with a file, and where. Thrown by readers, caught where a file is opened.
+struct Damage {
+    char what[160];
+    std::int64_t offset;
+};
+
+// Reads fields from a stream that stands at position; end is where the file or component ends. A
+// field that is cut short, and a number that a check refuses, are thrown as Damage.
+class RecordReader {
+public:
+    RecordReader(FILE* stream, int version, std::int64_t position, std::int64_t end)
+        : stream_(stream), version_(version), position_(position), end_(end)
+    {
+    }
+    bool since(int version) const { return version_ >= version; }
+    void setVersion(int version) { version_ = version; }
+
+    template <class T>
+    void field(const char* name, T& value)
+    {
+        array(name, &value, 1);
+    }
+    template <std::size_t N>
+    void text(const char* name, char (&buffer)[N], int width)
+    {
+        static_assert(N > 1);
+        array(name, buffer, width);
+        buffer[static_cast<std::size_t>(width) < N ? static_cast<std::size_t>(width) : N - 1] =
+            '\0';
+    }
+    template <class T>
+    void array(const char* name, T* values, int count)
+    {
+        const std::int64_t size = static_cast<std::int64_t>(sizeof(T)) * count;
+        requireBytes(name, size);
+        if (ZELRead(values, sizeof(T), count, stream_) != count) cutShort(name);
+        position_ += size;
+    }
+    void skip(const char* name, std::int64_t size);
+    void seek(std::int64_t position);
+
+    // Refuses a file that has fewer bytes left than a number in it asks for.
+    void requireBytes(const char* name, std::int64_t size)
+    {
+        recent_[numFields_++ % recent_.size()] = {name, position_};
+        if (size > end_ - position_) cutShort(name);
+    }
+    // Refuses the named field, one of those read last, unless ok.
+    void require(bool ok, const char* name, double value)
+    {
+        if (!ok) refuse(name, value);
+    }
+
+    std::int64_t position() const { return position_; }
+    std::int64_t end() const { return end_; }  // of the file or component
+    FILE* stream() const { return stream_; }
+
+private:
+    [[noreturn]] void cutShort(const char* name) const;
+    [[noreturn]] void refuse(const char* name, double value) const;
+    std::int64_t placeOf(const char* name) const;
+
+    FILE* stream_;
+    int version_;
+    std::int64_t position_;
+    std::int64_t end_;
+    struct Place {
+        const char* name;
+        std::int64_t offset;
+    };
+    std::array<Place, 16> recent_{};  // the fields read last, to say where a wrong one is
+    std::size_t numFields_ = 0;
+};
+
+// The bytes that a stream has in all; it stands where it stood. One that cannot say is thrown as Damage.
+std::int64_t lengthOf(FILE* stream);
+
+// Writes at another place of a stream and goes back. False, with errno, when it would not go there or
+// back; other write errors stay with the stream.
+template <class Write>
+bool rewriteAt(FILE* stream, std::int64_t place, Write write)
+{
+    const off_t position = ftello(stream);
+    if (position < 0 || fseeko(stream, place, SEEK_SET) != 0) return false;
+    write();
+    return fseeko(stream, position, SEEK_SET) == 0;
+}
+
+// Writes fields in the current layout. Write errors stay with the stream, but for a stream that does not
+// go where it was sent, which only the count of what was written tells.
+class RecordWriter {
+public:
+    explicit RecordWriter(FILE* stream) : stream_(stream) {}
+    bool since(int) const { return true; }
+
+    template <class T>
+    void field(const char*, T& value)
+    {
+        write(&value, sizeof(T), 1);
+    }
+    // What lies behind the terminator is written as zeros.
+    template <std::size_t N>
+    void text(const char*, char (&buffer)[N], int width)
+    {
+        static constexpr char zeros[N] = {};
+        const auto size = static_cast<std::size_t>(width);
+        const std::size_t length = strnlen(buffer, size);
+        write(buffer, 1, static_cast<int>(length));
+        write(zeros, 1, static_cast<int>(size - length));
+    }
+    template <class T>
+    void array(const char*, T* values, int count)
+    {
+        write(values, sizeof(T), count);
+    }
+
+    // Whether the stream took all.
+    bool isWhole() const { return isWhole_; }
+
+private:
+    void write(const void* values, int size, int count)
+    {
+        if (count > 0 && ZELWrite(values, size, count, stream_) != count) isWhole_ = false;
+    }
+
+    FILE* stream_;
+    bool isWhole_ = true;
+};
+
+// A reader at the stream's position, up to the end of the file.
+RecordReader readerAt(FILE* stream);
+
+// Ends the process with what is wrong with a block that a caller read by itself.
+[[noreturn]] void failDamaged(const char* function, const Damage& damage);
+
+// read(reader) at the stream's position, for the block readers of the public interface.
+template <class Read>
+auto readBlock(FILE* stream, const char* function, Read read)
+{
+    try {
+        RecordReader reader = readerAt(stream);
+        return read(reader);
+    } catch (const Damage& damage) {
+        failDamaged(function, damage);
+    }
+}
+
+}  // namespace zel
+
+#endif

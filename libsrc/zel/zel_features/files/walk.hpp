@@ -1,0 +1,155 @@
+// The walkers that the descriptions of the feature layer's records are handed to: numbers big-endian,
+// texts behind their length. A description names its fields in file order:
+//     walker.field("random seed", p.RandomSeed);             a number
+//     walker.array("feature maxima", info.Max, count);       numbers in a row
+//     walker.string("date", header.DateTimeString);          a text
+//     walker.present("label", entry.Label)                   whether an optional item is there
+//     walker.expression("condition", entry.Condition);       an expression, as its text
+//     walker.count("entries", group.num, 12);                how many items of that size at least follow
+//     walker.place(p.ClassOffset);                           where the next field is
+//     if (walker.since(111)) ...                             fields that came with version 1.11
+#ifndef ZEL_FEATURES_FILES_WALK_HPP
+#define ZEL_FEATURES_FILES_WALK_HPP
+
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+
+#include "records/walk.hpp"
+#include "zel_features/zel_feature_io.h"
+#include "zel_features/zel_feature_types.h"
+
+namespace zel {
+
+// The bytes that a string takes at least.
+inline constexpr int smallestString = 5;
+
+// A string whose length is more than the file has.
+struct StringDamage : Damage {
+    int bytesRead;
+    int length;
+};
+
+// Reads fields from a stream up to end. A field that is cut short, and a number that the rest of the
+// file cannot bear out, are thrown as Damage before anything is allocated for them. Strings replace
+// those that a record owns already.
+class FeatureReader {
+public:
+    static constexpr bool reads = true;
+
+    FeatureReader(FILE* stream, std::int64_t end) : stream_(stream), end_(end) {}
+    explicit FeatureReader(FILE* stream);
+
+    // The version of the header that is read, times 100.
+    bool since(int version) const { return version_ >= version; }
+    void setVersion(const char* text);
+
+    // How expressions are compiled from here on: with the check or without, and with which names.
+    void setCheck(bool check) { check_ = check; }
+    void setDefinitions(const CommandListStruct* definitions) { definitions_ = definitions; }
+
+    template <class T>
+    void field(const char* name, T& value)
+    {
+        array(name, &value, 1);
+    }
+    template <class T>
+    void array(const char* name, T* values, int count)
+    {
+        static_assert(sizeof(T) == 1 || sizeof(T) == 4);
+        const std::int64_t at = position();
+        if (static_cast<std::int64_t>(sizeof(T)) * count > end_ - at) cutShort(name, at);
+        if (FileRead(values, sizeof(T), count, stream_) != count) cutShort(name, at);
+    }
+    void string(const char* name, char*& text);
+    void expression(const char* name, ZELStackStruct*& stack);
+    template <class T>
+    bool present(const char* name, T*)
+    {
+        std::int32_t flag = 0;
+        field(name, flag);
+        return flag != 0;
+    }
+    // The count of the file; the record's own is for the writer, a reader counts as it appends.
+    int count(const char* name, int, int smallestItem);
+    // Refuses a number of items, found at an offset, that the rest of the file has no room for.
+    void bound(const char* name, int number, int smallestItem, std::int64_t at) const;
+    void place(int& offset);
+
+    std::int64_t position() const;
+    std::int64_t remaining() const { return end_ - position(); }
+
+private:
+    [[noreturn]] void cutShort(const char* name, std::int64_t at) const;
+
+    FILE* stream_;
+    std::int64_t end_;
+    int version_ = 0;
+    bool check_ = true;
+    const CommandListStruct* definitions_ = nullptr;
+};
+
+// Writes fields in the current layout. Write errors end the process.
+class FeatureWriter {
+public:
+    static constexpr bool reads = false;
+
+    explicit FeatureWriter(FILE* stream) : stream_(stream) {}
+    bool since(int) const { return true; }
+    void setVersion(const char*) {}
+    void setDefinitions(const CommandListStruct*) {}
+
+    template <class T>
+    void field(const char* name, const T& value)
+    {
+        array(name, &value, 1);
+    }
+    template <class T>
+    void array(const char*, const T* values, int count)
+    {
+        static_assert(sizeof(T) == 1 || sizeof(T) == 4);
+        FileWrite(values, sizeof(T), count, stream_);
+    }
+    void string(const char*, const char* text) { WriteString(stream_, text); }
+    void expression(const char* name, const ZELStackStruct* stack)
+    {
+        string(name, stack->expression);
+    }
+    template <class T>
+    bool present(const char* name, const T* item)
+    {
+        field(name, std::int32_t{item ? 1 : 0});
+        return item != nullptr;
+    }
+    int count(const char* name, int number, int)
+    {
+        field(name, std::int32_t{number});
+        return number;
+    }
+    void place(int& offset) const { offset = static_cast<int>(ftello(stream_)); }
+
+private:
+    FILE* stream_;
+};
+
+// Ends the process (-1) with what is wrong with the file.
+[[noreturn]] void failDamaged(const Damage& damage);
+[[noreturn]] void failDamaged(const StringDamage& damage);
+
+// read(reader) at the stream's position, for the readers of the public interface.
+template <class Read>
+auto readFeatures(FILE* stream, Read read)
+{
+    try {
+        FeatureReader reader(stream);
+        return read(reader);
+    } catch (const StringDamage& damage) {
+        failDamaged(damage);
+    } catch (const Damage& damage) {
+        failDamaged(damage);
+    }
+}
+
+}  // namespace zel
+
+#endif

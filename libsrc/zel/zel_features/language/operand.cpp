@@ -1,0 +1,134 @@
+// Operands: named definitions, variables, channels, registers and constants, tried in this order.
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+#include "zel_features/language/build.hpp"
+#include "zel_features/language/text.hpp"
+#include "zel_features/language/variables.hpp"
+#include "zel_features/zel_expression.h"
+
+namespace {
+
+using std::string_view;
+
+constexpr string_view channelPrefix = "ch";
+constexpr string_view registerPrefix = "register";
+
+// Definitions of definitions double with every line, and few bytes of a file can use a large one again
+// and again; a text that means more than this is refused, and one with which all together do.
+constexpr int mostElements = 100000;
+constexpr long long mostTogether = 4000000;
+
+// One without a condition is the one that is being compiled right now, and means nothing yet: a feature
+// Ch1 may have the label Ch1.
+const CommandListStruct* findDefinition(string_view label, const CommandListStruct* definitions)
+{
+    for (; definitions; definitions = definitions->next)
+        if (definitions->Condition && definitions->Label && label == definitions->Label)
+            return definitions;
+    return nullptr;
+}
+
+void setRegister(StackElementStruct& element, string_view number, bool assigned)
+{
+    element.type = assigned ? REG_LVALUE : REG;
+    element.op.int_t = zel::leadingInteger(number);
+}
+
+// A definition stands for its compiled expression, word for word. One whose text begins with
+// "register" is another name of that register, so that it can be assigned to; whatever follows the
+// number in its text is lost.
+int compileDefinition(const CommandListStruct& definition, ZELStackStruct& stack, bool assigned)
+{
+    const int count = definition.Condition->numStackElements;
+    if (stack.numStackElements + count > mostElements ||
+        zel::elementsInUse() + count > mostTogether)
+        return ZEL_PARSE_SYNTAX_ERROR;
+    zel::Text text = definition.Condition->expression ? definition.Condition->expression : "";
+    std::erase_if(text, zel::isBlank);
+    if (zel::startsWithIgnoringCase(text, registerPrefix))
+        setRegister(zel::appendElement(stack), string_view(text).substr(registerPrefix.size()),
+                    assigned);
+    else
+        addStack(&stack, definition.Condition);
+    return ZEL_PARSE_OK;
+}
+
+bool compileVariable(string_view text, StackElementStruct& element, bool assigned)
+{
+    for (const zel::VariableRow& row : zel::variableRows) {
+        if (!zel::sameIgnoringCase(text, row.name)) continue;
+        element.type = assigned ? LVALUE : VAR;
+        element.op.int_t = row.index;
+        return true;
+    }
+    return false;
+}
+
+// "Ch" alone is channel 0. With anything but digits behind it the element is a channel only until
+// what follows the two letters turns out to be a register or a constant: Ch1.5 is the constant 1.5.
+bool compileChannel(string_view& text, StackElementStruct& element, bool assigned)
+{
+    if (!zel::startsWithIgnoringCase(text, channelPrefix)) return false;
+    element.type = assigned ? CHAN_LVALUE : CHAN;
+    text.remove_prefix(channelPrefix.size());
+    for (const char c : text)
+        if (!zel::isDigit(c)) return false;
+    element.op.int_t = zel::leadingInteger(text);
+    return true;
+}
+
+bool compileRegister(string_view text, StackElementStruct& element, bool assigned)
+{
+    if (!zel::startsWithIgnoringCase(text, registerPrefix)) return false;
+    setRegister(element, text.substr(registerPrefix.size()), assigned);
+    return true;
+}
+
+// Digits, at most one "e", one "." and two "-", in whatever order.
+bool isConstant(string_view text)
+{
+    int exponents = 0, signs = 0, points = 0;
+    for (const char c : text) {
+        if (c == 'e' || c == 'E')
+            ++exponents;
+        else if (c == '-')
+            ++signs;
+        else if (c == '.')
+            ++points;
+        else if (!zel::isDigit(c))
+            return false;
+    }
+    return exponents <= 1 && signs <= 2 && points <= 1;
+}
+
+// The number that the text begins with, 0 when it begins with none.
+double decimalValue(string_view text)
+{
+    double value = 0.0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (result.ec != std::errc::result_out_of_range) return value;
+    return text.find('-') == string_view::npos ? HUGE_VAL : 0.0;
+}
+
+}  // namespace
+
+namespace zel {
+
+int compileOperand(string_view text, ZELStackStruct& stack, bool assigned,
+                   const CommandListStruct* definitions)
+{
+    if (const CommandListStruct* definition = findDefinition(text, definitions))
+        return compileDefinition(*definition, stack, assigned);
+    StackElementStruct& element = appendElement(stack);
+    if (compileVariable(text, element, assigned) || compileChannel(text, element, assigned) ||
+        compileRegister(text, element, assigned))
+        return ZEL_PARSE_OK;
+    if (!isConstant(text)) return ZEL_PARSE_ILLEGAL_OPERAND;
+    element.type = CON;
+    element.op.float_t = static_cast<float>(decimalValue(text));
+    return ZEL_PARSE_OK;
+}
+
+}  // namespace zel

@@ -1,0 +1,145 @@
+#include "zel_features/language/split.hpp"
+
+#include "zel_features/language/operators.hpp"
+#include "zel_features/language/text.hpp"
+
+namespace {
+
+using std::size_t;
+using std::string_view;
+
+struct Parens {
+    size_t open = string_view::npos;   // the last "(" at depth 0
+    size_t close = string_view::npos;  // the last ")" that brings the depth back to 0
+    int depth = 0;                     // at the end of the text
+};
+
+Parens matchParens(string_view text)
+{
+    Parens found;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '(' && found.depth++ == 0) found.open = i;
+        if (text[i] == ')' && --found.depth == 0) found.close = i;
+    }
+    return found;
+}
+
+// "(a)" is enclosed; "(a)+(b)" is not, its last "(" is not its first character.
+bool isEnclosed(string_view text, const Parens& parens)
+{
+    return text.size() >= 2 && parens.open == 0 && parens.close == text.size() - 1;
+}
+
+// Any of "==", "!=", "<=" and ">=" keeps its "=" from being an assignment.
+bool endsComparison(string_view text, size_t position)
+{
+    return position > 0 && string_view("=!<>").find(text[position - 1]) != string_view::npos;
+}
+
+// The first "=" of "==" is no assignment either, whatever stands before it.
+bool endsEquality(string_view text, size_t position)
+{
+    return position > 0 && text[position - 1] == '=';
+}
+
+// The "-" of 1e-5: "e" before it, and a digit before that.
+bool isExponentSign(string_view text, size_t position)
+{
+    return position >= 2 && zel::lowerCase(text[position - 1]) == 'e' &&
+           zel::isDigit(text[position - 2]);
+}
+
+// A "-" within two characters of any operator is no subtraction. Behind an operator it is a sign, as
+// in 2*-3; but in a-b-c, with names of one character, the second one goes to the right-hand side,
+// a-(b-c), and a*b-c is a*(b-c). Expressions in use rely on it.
+bool followsOperatorClosely(string_view text, size_t position)
+{
+    const size_t start = position >= 2 ? position - 2 : 0;
+    const string_view before = text.substr(start, position - start);
+    for (const zel::OperatorRow& row : zel::operatorRows)
+        if (before.find(row.text) != string_view::npos) return true;
+    return false;
+}
+
+bool isSubtraction(string_view text, size_t position)
+{
+    return position > 0 && !followsOperatorClosely(text, position) &&
+           !isExponentSign(text, position);
+}
+
+// A sign stands anywhere that is not the exponent of a constant.
+bool isNegation(string_view text, size_t position)
+{
+    return position == 0 || !isExponentSign(text, position);
+}
+
+// A function's name counts only at the start of a text and right before "(".
+bool isCall(string_view text, size_t position, string_view name)
+{
+    return position == 0 && text.size() > name.size() && text[name.size()] == '(';
+}
+
+bool matches(const zel::OperatorRow& row, string_view text, size_t position)
+{
+    if (!text.substr(position).starts_with(row.text)) return false;
+    if (zel::isFunction(row.index)) return isCall(text, position, row.text);
+    switch (row.index) {
+    case SET_VARIABLE:
+        return !endsComparison(text, position);
+    case SUB:
+        return isSubtraction(text, position);
+    case NEGATIVE:
+        return isNegation(text, position);
+    default:
+        return true;
+    }
+}
+
+// The rows first to last - 1 are one level.
+std::optional<zel::Split> findInLevel(string_view text, const zel::OperatorRow* first,
+                                      const zel::OperatorRow* last)
+{
+    int depth = 0;
+    for (size_t i = text.size(); i-- > 0;) {
+        if (text[i] == ')') ++depth;
+        if (text[i] == '(') --depth;
+        if (depth != 0) continue;
+        for (const zel::OperatorRow* row = first; row != last; ++row)
+            if (matches(*row, text, i))
+                return zel::Split{row->index, i, string_view(row->text).size()};
+        if (first->index == SET_VARIABLE && text[i] == '=' && endsEquality(text, i)) --i;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+namespace zel {
+
+string_view stripParens(string_view text, int& status)
+{
+    Parens parens = matchParens(text);
+    status = ZEL_PARSE_OK;
+    if (parens.depth > 0) status = ZEL_PARSE_MISSING_RIGHT_PARENTHESIS;
+    if (parens.depth < 0) status = ZEL_PARSE_MISSING_LEFT_PARENTHESIS;
+    if (status != ZEL_PARSE_OK) return text;
+    while (isEnclosed(text, parens)) {
+        text = text.substr(1, text.size() - 2);
+        parens = matchParens(text);
+    }
+    return text;
+}
+
+std::optional<Split> findSplit(string_view text)
+{
+    const OperatorRow* const end = operatorRows + ZEL_NUM_OPERATORS;
+    for (const OperatorRow* first = operatorRows; first != end;) {
+        const OperatorRow* last = first;
+        while (last != end && last->level == first->level) ++last;
+        if (const auto split = findInLevel(text, first, last)) return split;
+        first = last;
+    }
+    return std::nullopt;
+}
+
+}  // namespace zel

@@ -1,0 +1,79 @@
+// Texts that grow, and reading pieces of them, the same in every locale.
+#ifndef ZEL_FEATURES_LANGUAGE_TEXT_HPP
+#define ZEL_FEATURES_LANGUAGE_TEXT_HPP
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "ground/memory.hpp"
+#include "ground/text.hpp"
+#include "zel_features/language/zel_feature_report.hpp"
+
+namespace zel {
+
+// Memory for containers. What cannot be had ends the process like all other memory: an exception would
+// not get through the callers, who may be C.
+template <class T>
+struct Allocator {
+    using value_type = T;
+
+    Allocator() = default;
+    template <class U>
+    Allocator(const Allocator<U>&)
+    {
+    }
+    T* allocate(std::size_t count)
+    {
+        void* memory = std::calloc(count, sizeof(T));
+        if (!memory) failWithError("cannot allocate memory for a text\n");
+        return static_cast<T*>(memory);
+    }
+    void deallocate(T* memory, std::size_t) { release(memory); }
+    friend bool operator==(const Allocator&, const Allocator&) { return true; }
+};
+
+using Text = std::basic_string<char, std::char_traits<char>, Allocator<char>>;
+
+inline bool isBlank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+inline bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+inline bool sameIgnoringCase(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return lowerCase(x) == lowerCase(y);
+           });
+}
+
+inline bool startsWithIgnoringCase(std::string_view text, std::string_view prefix)
+{
+    return sameIgnoringCase(text.substr(0, prefix.size()), prefix);
+}
+
+// The decimal integer that a text begins with, blanks before it passed over; 0 when it begins with
+// none. A number too large for an int is the nearest one that is not.
+inline int leadingInteger(std::string_view text)
+{
+    std::size_t i = 0;
+    while (i < text.size() && isBlank(text[i])) ++i;
+    const bool negative = i < text.size() && text[i] == '-';
+    if (negative || (i < text.size() && text[i] == '+')) ++i;
+    long long value = 0;
+    for (; i < text.size() && isDigit(text[i]); ++i)
+        value = std::min(value * 10 + (text[i] - '0'), static_cast<long long>(INT_MAX) + 1);
+    if (negative) value = -value;
+    return static_cast<int>(std::min(value, static_cast<long long>(INT_MAX)));
+}
+
+}  // namespace zel
+
+#endif

@@ -1,0 +1,67 @@
+// The masks of channels, for the library below.
+#include "ground/zel_door.hpp"
+#include "records/mask_seam.hpp"
+#include "zel_door.h"
+#include "zel_features/mask/zel_feature_mask.hpp"
+
+namespace {
+
+// The feature layer ends the process, and knows no name of the file.
+struct Writing {
+    FILE* stream;
+    ZELFeatureMaskType* mask;
+};
+
+void write(void* data)
+{
+    const auto& writing = *static_cast<Writing*>(data);
+    ZELFeatureWriteMask(writing.mask, writing.stream);
+}
+
+}  // namespace
+
+namespace zel {
+
+// Nearly every slot is without a mask, and a zero is one in any byte order.
+ZELFeatureMaskType* readMask(RecordReader& reader)
+{
+    const std::int64_t begin = reader.position();
+    unsigned char count[4] = {};
+    reader.array("classifier mask", count, sizeof count);
+    if (count[0] == 0 && count[1] == 0 && count[2] == 0 && count[3] == 0) return nullptr;
+    reader.seek(begin);
+    FeatureReader features(reader.stream(), reader.end());
+    OwnedMask mask(readMaskFile(features));
+    reader.seek(features.position());
+    return mask.release();
+}
+
+// A mask without classifiers is no mask to a reader, who would take the rest of it for the next field.
+bool writeMask(FILE* stream, ZELFeatureMaskType* mask)
+{
+    const bool empty = mask && mask->numClassifiers == 0;
+    if (empty)
+        reportTo(stderr,
+                 "ZELOpenWriteOnlyFile: warning: the mask of channel %d has no classifiers "
+                 "and is left out\n",
+                 mask->ZELChannelIndex);
+    Writing writing{stream, empty ? nullptr : mask};
+    return ZELGuardedCall(write, &writing, nullptr) == 0;
+}
+
+bool isCompleteMask(const ZELFeatureMaskType* mask)
+{
+    return !mask || isComplete(*mask);
+}
+
+ZELFeatureMaskType* duplicateMask(ZELFeatureMaskType* mask)
+{
+    return ZELFeatureDuplicateMask(mask);
+}
+
+void freeMask(ZELFeatureMaskType* mask)
+{
+    ZELFeatureFreeMask(mask);
+}
+
+}  // namespace zel

@@ -1,0 +1,56 @@
+#include "zel_features/parameters/apply.hpp"
+
+#include "zel_features/language/truncate.hpp"
+#include "zel_features/zel_evaluate.h"
+#include "zel_features/zel_parameter.h"
+
+namespace {
+
+// An entry of a feature header may lack its condition or action.
+double valueOf(const ZELStackStruct* stack, ZELPixelStruct& pixel)
+{
+    return stack ? ZELEvaluateStack(stack, &pixel) : 0.0;
+}
+
+bool holdForAll(const CommandStruct& list, ZELPixelStruct& pixel)
+{
+    for (const CommandListStruct* entry = list.ListHead; entry; entry = entry->next)
+        if (zel::truncatesToZero(valueOf(entry->Condition, pixel) + 0.5)) return false;
+    return true;
+}
+
+}  // namespace
+
+namespace zel {
+
+bool filterHolds(const CommandListStruct& filter, ZELPixelStruct& pixel)
+{
+    return !truncatesToZero(valueOf(filter.Condition, pixel));
+}
+
+bool applyFilters(const CommandStruct& filters, ZELPixelStruct& pixel)
+{
+    for (const CommandListStruct* filter = filters.ListHead; filter; filter = filter->next) {
+        if (!filterHolds(*filter, pixel)) continue;
+        valueOf(filter->Action, pixel);
+        if (pixel.skipPixelFlag) return true;
+    }
+    return false;
+}
+
+}  // namespace zel
+
+int ZELFeatureCheckRequirements(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
+{
+    return holdForAll(Parameters->Requirements, *pixel) ? 1 : 0;
+}
+
+int ZELFeatureCheckOptions(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
+{
+    return holdForAll(Parameters->Options, *pixel) ? 1 : 0;
+}
+
+void ZELFeatureApplyFilters(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
+{
+    zel::applyFilters(Parameters->Filters, *pixel);
+}

@@ -1,0 +1,41 @@
+// What compiling, linking and listing pixel programs have in common.
+#ifndef ZEL_FEATURES_PROGRAM_PROGRAM_HPP
+#define ZEL_FEATURES_PROGRAM_PROGRAM_HPP
+
+#include "zel_features/zel_feature_types.h"
+#include "zel_features/zel_program.h"
+
+namespace zel {
+
+// The label of a statement kind.
+const char* statementLabel(int kind);
+
+// The text of a compiled expression, empty where there is none.
+const char* expressionText(const ZELStackStruct* stack);
+
+// Appends an empty line to a text whose first and last lines are given, null for none yet. Ends the
+// process (-1) with the message when memory fails.
+ProgramLines* appendProgramLine(
+    ProgramLines*& first, ProgramLines* last, int lineNumber,
+    const char* failure = "cannot allocate memory for a program line\n");
+
+// compileProgramText with an answer: false after a compile error, which was printed. A program
+// without statements is null too.
+bool compileProgram(const ProgramLines* text, int processFlag, const CommandListStruct* definitions,
+                    ProgramStruct*& program);
+
+// Sets the weight of the classes in a compiled list, and of class 0 for each comma in it.
+void setListedWeights(const ZELStackStruct& classList, ZELPixelStruct& pixel, float weight);
+
+// A text that nobody owns yet.
+struct OwnedProgramText {
+    ProgramLines* first = nullptr;
+    OwnedProgramText() = default;
+    OwnedProgramText(const OwnedProgramText&) = delete;
+    OwnedProgramText& operator=(const OwnedProgramText&) = delete;
+    ~OwnedProgramText() { ZELFeatureFreeProgramText(first); }
+};
+
+}  // namespace zel
+
+#endif
