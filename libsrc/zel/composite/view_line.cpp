@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "ground/zel_door.hpp"
+#include "lines/composite_seam.hpp"
 #include "records/pixels.hpp"
 #include "zel_line.h"
 
@@ -160,4 +161,9 @@ int ZELReadCompositeLine(ZELType* ZELdata, int scale)
     }
     ZELdata->CurrentLine += 1;
     return pixelsOf(*ZELdata);
+}
+
+int zel::readCompositeLine(ZELType& view, int scale)
+{
+    return ZELReadCompositeLine(&view, scale);
 }

@@ -1,4 +1,4 @@
-// The way up to the composite room, for the open that finds a composite.
+// The way up to the composite room, for the open that finds a composite and the read of its lines.
 #ifndef ZEL_LINES_COMPOSITE_SEAM_HPP
 #define ZEL_LINES_COMPOSITE_SEAM_HPP
 
@@ -8,6 +8,9 @@ namespace zel {
 
 // ZELOpenCompositeReadOnlyFile of one file.
 int openComposite(ZELType* file, const char* filename, int baseIndex);
+
+// ZELReadCompositeLine.
+int readCompositeLine(ZELType& view, int scale);
 
 }  // namespace zel
 
