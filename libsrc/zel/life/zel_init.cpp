@@ -59,9 +59,12 @@ void initHeader(ZELHeaderType& h, const Scene& scene)
     h.SZChannelIndex = h.VZChannelIndex = h.AZChannelIndex = -1;
 }
 
-// Every field that is not set here is 0.
-void initRecord(ZELType& file, const Scene& scene, int mode)
+// Every field that is not set here is 0. The comment may be the record's own, which is cleared.
+void initRecord(ZELType& file, Scene scene, int mode)
 {
+    char comment[ZEL_COMMENT_SIZE + 1];
+    zel::copyText(comment, scene.comment);
+    scene.comment = comment;
     zel::clearRecord(file);
     file.ReadWriteFlag = mode;
     initHeader(file.ZELHeader, scene);
