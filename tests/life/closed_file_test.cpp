@@ -43,7 +43,11 @@ const Row<ZELType> readingRows[] = {
 
 const Row<ZELType> blockRows[] = {
     {"ZELReadHistogram: the file is not open\n", ZELReadHistogram},
-    {"ZELUpdateAllHistograms: the file is not open\n", ZELUpdateAllHistograms},
+    {"ZELUpdateAllHistograms: the file is not open\n",
+     [](ZELType* file) {
+         file->HistogramFlag = 1;
+         ZELUpdateAllHistograms(file);
+     }},
     {"ZELReadLUTs: the file is not open\n",
      [](ZELType* file) {
          file->ZELHeader.NumDisplayLUTs = 1;
