@@ -530,4 +530,32 @@ TEST(CreateOpen, DoesNotAskForANewFile)
     EXPECT_EQ(writer.open().out, "");
 }
 
+TEST(CreateOpen, IsBegunWhenTheOverwriteQuestionIsAsked)
+{
+    Writer writer;
+    zel_test::writeFile(writer.path(), std::string("old"));
+    const auto outcome = zel_test::runWithInput(
+        "n\n", [&] { ZELOpenWriteOnlyFile(writer.get(), writer.path().c_str()); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(writer->FileOpened, 1);
+    EXPECT_EQ(zel_test::readText(writer.path()), "old");
+}
+
+TEST(CreateOpen, ThatFailedLeavesNothingToWriteTo)
+{
+    Writer writer(4, 0, 1);
+    writer.add(0, 3, 0, 0);
+    const std::string path = writer.path() + "/no directory";
+    ASSERT_EQ(run([&] { writer.result = ZELOpenWriteOnlyFile(writer.get(), path.c_str()); }).out,
+              "ZELOpenWriteOnlyFile: cannot open file " + path + "\n");
+    EXPECT_EQ(writer.result, -1);
+    EXPECT_EQ(writer->FileOpened, 1) << "as soon as it is begun";
+    const auto outcome = writer.write();
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.out, "ZELWriteLine: the file is not open for writing\n");
+    EXPECT_FALSE(run([&] { ZELFinishWritingFile(writer.get()); }).ended);
+    EXPECT_EQ(writer->FileOpened, 0);
+}
+
 }  // namespace

@@ -224,6 +224,7 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     CheckByteOrder();
     ZELdata->CurrentLine = 0;
     ZELdata->PreviousLine = -2;
+    ZELdata->FileOpened = 1;
     ZELdata->LatLonInterpolated = 0;
     zel::copyText(ZELdata->ImageFilename, RawFileName);
     constexpr int answerSize = 10;
@@ -240,7 +241,6 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
         zel::closeStream(*ZELdata);
         return -1;
     }
-    ZELdata->FileOpened = 1;
     ZELdata->fileOffset = 0;
     errno = 0;  // so that it is the write error's, if there is one
     writeHeader(*ZELdata);
@@ -250,7 +250,6 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
         reportWriteError(RawFileName, reason);
         zel::closeStream(*ZELdata);
         zel::releaseData(*ZELdata);
-        ZELdata->FileOpened = 0;
         return -1;
     }
     ZELdata->HeaderOffset = static_cast<int32_t>(ftello(ZELdata->fptr));
