@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <functional>
 
+#include "blocks/zel_lut.hpp"
 #include "support/feature_file.hpp"
 #include "support/file_builder.hpp"
 #include "support/writer.hpp"
@@ -131,7 +132,11 @@ TEST(ClosedFile, ThatIsNotOpenYetHasNoBlocksToWrite)
          [&](ZELType* file) { ZELWriteHistogram(file, histogram); }},
         {"ZELUpdateHistogram: the file is not open\n",
          [&](ZELType* file) { ZELUpdateHistogram(file, histogram); }},
-        {"ZELWriteLUTs: the file is not open\n", ZELWriteLUTs},
+        {"ZELWriteLUTs: the file is not open\n",
+         [](ZELType* file) {
+             zel::lutBlockWritten() = false;
+             ZELWriteLUTs(file);
+         }},
         {"ZELUpdateLUTs: the file is not open\n", ZELUpdateLUTs},
         {"ZELWriteTables: the file is not open\n",
          [&](ZELType* file) { ZELWriteTables(file->fptr, &list); }},
