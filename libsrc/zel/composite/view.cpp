@@ -1,5 +1,7 @@
 // Opening several files, or the components of one, as a single read-only record.
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "blocks/zel_histogram.hpp"
@@ -43,7 +45,15 @@ struct Inputs {
     }
 };
 
-// Reads the directories and counts the components into the view.
+// The place of a base component in the view, whose header report counts it from 1.
+int32_t placeInView(int before, int stored)
+{
+    return static_cast<int32_t>(
+        std::min(static_cast<std::int64_t>(before) + stored, std::int64_t{INT32_MAX} - 1));
+}
+
+// Reads the directories and counts the components into the view. The base index that an input stores
+// matters only where it names the component to be opened.
 int countComponents(ZELType& view, Inputs& inputs, int baseFile)
 {
     for (int i = 0; i < inputs.count; ++i) {
@@ -54,11 +64,11 @@ int countComponents(ZELType& view, Inputs& inputs, int baseFile)
                    inputs.names[i]);
             return unreadable;
         }
-        if (directory.isComposite &&
-            !zel::checkDirectory(inputs.names[i], directory, inputs.count == 1 || i == baseFile))
-            return damaged;
         const int stored = directory.isComposite ? directory.prefix.baseIndex : 0;
-        if (i == baseFile) view.baseZELComponent = view.numZELComponents + stored;
+        const bool opensBase = inputs.count == 1 && stored == baseFile;
+        if (directory.isComposite && !zel::checkDirectory(inputs.names[i], directory, opensBase))
+            return damaged;
+        if (i == baseFile) view.baseZELComponent = placeInView(view.numZELComponents, stored);
         view.numZELComponents += inputs.components(i);
     }
     if (inputs.count == 1) view.baseZELComponent = baseFile;
@@ -67,15 +77,57 @@ int countComponents(ZELType& view, Inputs& inputs, int baseFile)
     return unreadable;
 }
 
-bool refuseChannels(int channels)
+void warnOfMissingBase(const ZELType& view, const char* baseName)
+{
+    const int base = view.baseZELComponent;
+    if (base >= 0 && base < view.numZELComponents) return;
+    zel::reportTo(stderr,
+                  "ZELOpenCompositeReadOnlyFile: warning: file %s names a base component that the "
+                  "view does not have: its lines have no scan times\n",
+                  baseName);
+}
+
+int refuseChannels(int channels)
 {
     report("ZELOpenCompositeReadOnlyFile: Error: the components have %d channels, at most %d fit\n",
            channels, ZEL_MAX_CHANNELS);
-    return false;
+    return unreadable;
 }
 
-// False after a message. The channels are counted as they come: their memory is that of a file each.
-bool openComponents(ZELType& view, const Inputs& inputs)
+// Components that overlap can name one large header a hundred times, each time with its memory. The
+// headers of others are no more than the files hold.
+constexpr std::int64_t maxSharedHeaders = 64 * 1024 * 1024;
+
+int refuseHeaders(const char* name, std::int64_t headers)
+{
+    report("OpenReadOnlyFile: corrupt file %s: its components overlap, and their headers take more "
+           "than %lld bytes\n",
+           name, static_cast<long long>(headers));
+    return damaged;
+}
+
+// Opens the components of one input, from component on. Channels and headers are counted as they come:
+// their memory is that of a file each.
+int openInput(ZELType* component, const Inputs& inputs, int i, int& channels)
+{
+    const Directory& directory = inputs.directory(i);
+    const std::int64_t room = std::max(directory.fileSize, maxSharedHeaders);
+    std::int64_t headers = 0;
+    for (int k = 0; k < inputs.components(i); ++k, ++component) {
+        const int offset = directory.isComposite ? directory.prefix.offsets[k] : 0;
+        const int size = directory.isComposite ? directory.prefix.sizes[k] : 0;
+        if (OpenReadOnlyFile(component, inputs.names[i], offset, size) != 0)
+            fail("Error opening file %s\n", inputs.names[i]);
+        component->isComponent = 1;
+        channels += component->NumTotalChans;
+        if (channels > ZEL_MAX_CHANNELS) return refuseChannels(channels);
+        headers += component->HeaderOffset;
+        if (headers > room) return refuseHeaders(inputs.names[i], room);
+    }
+    return done;
+}
+
+int openComponents(ZELType& view, const Inputs& inputs)
 {
     const int count = view.numZELComponents;
     view.ZELComponent = zel::allocate<ZELType>(static_cast<std::size_t>(count));
@@ -83,19 +135,11 @@ bool openComponents(ZELType& view, const Inputs& inputs)
     ZELType* component = view.ZELComponent;
     int channels = 0;
     for (int i = 0; i < inputs.count; ++i) {
-        const zel::Prefix& prefix = inputs.directory(i).prefix;
-        const bool composite = inputs.directory(i).isComposite;
-        for (int k = 0; k < inputs.components(i); ++k, ++component) {
-            const int offset = composite ? prefix.offsets[k] : 0;
-            const int size = composite ? prefix.sizes[k] : 0;
-            if (OpenReadOnlyFile(component, inputs.names[i], offset, size) != 0)
-                fail("Error opening file %s\n", inputs.names[i]);
-            component->isComponent = 1;
-            channels += component->NumTotalChans;
-            if (channels > ZEL_MAX_CHANNELS) return refuseChannels(channels);
-        }
+        const int opened = openInput(component, inputs, i, channels);
+        if (opened != done) return opened;
+        component += inputs.components(i);
     }
-    return true;
+    return done;
 }
 
 void initView(ZELType& view, const ZELType& reference, const char* name)
@@ -120,7 +164,7 @@ void gatherBlocks(ZELType& view)
     }
 }
 
-// How a component's grid relates to the reference's. False when its lines cannot be found by it.
+// How a component's grid relates to the reference's. False when the ratio is no number of pixels.
 bool relate(ZELType& component, const ZELType& reference)
 {
     constexpr float negligible = 1.0e-5F;  // of the ratio
@@ -131,7 +175,7 @@ bool relate(ZELType& component, const ZELType& reference)
     if (!(own < wanted) && !(own > wanted)) return true;
     const float ratio = own < wanted ? wanted / own : own / wanted;
     component.samplingFlag = own < wanted ? ZEL_SAMPLING_AVERAGE : ZEL_SAMPLING_REPLICATE;
-    if (!(ratio >= 1.0F) || ratio > static_cast<float>(INT16_MAX)) return false;
+    if (!(ratio >= 1.0F && ratio < 0x1p31F)) return false;
     component.samplingFactor = static_cast<int32_t>(ratio);
     const auto whole = static_cast<float>(component.samplingFactor);
     if (ratio - whole > negligible * whole)
@@ -279,8 +323,12 @@ int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, const char* const* InputFileN
         ZELdata->numZELComponents = 0;
         return counted;
     }
-    if (openComponents(*ZELdata, inputs) && assemble(*ZELdata, BaseFileIndex, InputFileNames[0]))
-        return done;
-    ZELFinishReadingFile(ZELdata);
-    return unreadable;
+    int opened = openComponents(*ZELdata, inputs);
+    if (opened == done && !assemble(*ZELdata, BaseFileIndex, InputFileNames[0]))
+        opened = unreadable;
+    if (opened != done)
+        ZELFinishReadingFile(ZELdata);
+    else if (BaseFileIndex < numInputFiles)
+        warnOfMissingBase(*ZELdata, InputFileNames[BaseFileIndex]);
+    return opened;
 }

@@ -184,15 +184,16 @@ bool componentsFit(Inputs& inputs)
     return false;
 }
 
-// A view holds no more, and a container with more could not be opened again.
-bool channelsFit(Inputs& inputs)
+// A view has no slots for more, but copying needs none.
+void warnOfChannels(Inputs& inputs, const char* outputName)
 {
     int channels = 0;
     for (int i = 0; i < inputs.count(); ++i) channels += inputs.record(i).NumTotalChans;
-    if (channels <= ZEL_MAX_CHANNELS) return true;
-    report("ZELCreateCompositeFile: Error: the components have %d channels, at most %d fit\n",
-           channels, ZEL_MAX_CHANNELS);
-    return false;
+    if (channels <= ZEL_MAX_CHANNELS) return;
+    zel::reportTo(stderr,
+                  "ZELCreateCompositeFile: warning: file %s has %d channels, a view holds at most "
+                  "%d: it cannot be opened as a whole\n",
+                  outputName, channels, ZEL_MAX_CHANNELS);
 }
 
 bool sparesInputs(Inputs& inputs, const char* outputName)
@@ -219,6 +220,26 @@ std::int64_t containerSize(Inputs& inputs)
     std::int64_t size = needsPrefix(inputs.record(0)) ? compositeHeaderOffset : 0;
     for (int i = 0; i < inputs.count(); ++i) size += inputs.directory(i).fileSize;
     return size;
+}
+
+// Components that overlap can have sizes whose sum no offset in a directory reaches.
+bool entriesFit(Inputs& inputs)
+{
+    std::int64_t copied = needsPrefix(inputs.record(0)) ? compositeHeaderOffset : 0;
+    std::int64_t start = 0;
+    for (int i = 0; i < inputs.count(); ++i) {
+        const Directory& directory = inputs.directory(i);
+        copied += directory.fileSize;
+        if (!directory.isComposite) start = copied;
+        for (int k = 0; directory.isComposite && k < directory.prefix.numComponents; ++k)
+            start += directory.prefix.sizes[k];
+        if (start <= largestContainer) continue;
+        report("ZELCreateCompositeFile: Error: the sizes of the components of file %s add up to "
+               "more than a directory holds\n",
+               inputs.name(i));
+        return false;
+    }
+    return true;
 }
 
 [[noreturn]] void failWriting(const char* name)
@@ -433,8 +454,8 @@ int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles,
     base = chooseComponent(base, inputs);
     if (!componentsFit(inputs) || !inputs.open() || !known || !showOneScene(inputs)) return -1;
     const std::int64_t size = containerSize(inputs);
-    if (!channelsFit(inputs)) return -1;
     if (!sparesInputs(inputs, OutputFilename) || !sizeFits(OutputFilename, size)) return -1;
+    if (!entriesFit(inputs)) return -1;
     Container container;
     container.expected = size;
     openOutput(container, OutputFilename, overwritePrompt);
@@ -442,6 +463,7 @@ int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles,
     // The directory is in the library's order, whatever the order of the input that was opened last.
     CheckByteOrder();
     warnOfUnreadable(inputs);
+    warnOfChannels(inputs, OutputFilename);
     appendInputs(container, inputs, base.file, base.component);
     patchDirectory(container, OutputFilename);
     return 0;
