@@ -1,81 +1,31 @@
 // Opening several files, or the components of one, as a single read-only record.
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 
 #include "blocks/zel_histogram.hpp"
+#include "composite/view_components.hpp"
 #include "ground/memory.hpp"
 #include "ground/text.hpp"
 #include "ground/zel_door.hpp"
 #include "lines/composite_seam.hpp"
 #include "records/mask_seam.hpp"
 #include "records/pixels.hpp"
-#include "records/prefix.hpp"
 #include "records/release_seam.hpp"
 #include "zel_composite.h"
 #include "zel_finish.h"
 #include "zel_init.h"
 #include "zel_io.h"
 #include "zel_lut.h"
-#include "zel_open.h"
 #include "zel_table.h"
 
 namespace {
 
-using zel::Directory;
 using zel::fail;
+using zel::Inputs;
 using zel::report;
 
-// Results of an open.
-constexpr int done = 0;
-constexpr int unreadable = -1;
-constexpr int damaged = -2;
-
-// The inputs of a view and where the components of each are.
-struct Inputs {
-    const char* const* names;
-    int count;
-    zel::Owned<Directory> directories;
-
-    const Directory& directory(int i) const { return directories.get()[i]; }
-    int components(int i) const
-    {
-        return directory(i).isComposite ? directory(i).prefix.numComponents : 1;
-    }
-};
-
-// The place of a base component in the view, whose header report counts it from 1.
-int32_t placeInView(int before, int stored)
-{
-    return static_cast<int32_t>(
-        std::min(static_cast<std::int64_t>(before) + stored, std::int64_t{INT32_MAX} - 1));
-}
-
-// Reads the directories and counts the components into the view. The base index that an input stores
-// matters only where it names the component to be opened.
-int countComponents(ZELType& view, Inputs& inputs, int baseFile)
-{
-    for (int i = 0; i < inputs.count; ++i) {
-        Directory& directory = inputs.directories.get()[i];
-        if (!zel::readDirectory(inputs.names[i], directory)) return unreadable;
-        if (inputs.count == 1 && !directory.isComposite) {
-            report("OpenCompositeReadOnlyFile: Error: file %s is not a composite ZEL file\n",
-                   inputs.names[i]);
-            return unreadable;
-        }
-        const int stored = directory.isComposite ? directory.prefix.baseIndex : 0;
-        const bool opensBase = inputs.count == 1 && stored == baseFile;
-        if (directory.isComposite && !zel::checkDirectory(inputs.names[i], directory, opensBase))
-            return damaged;
-        if (i == baseFile) view.baseZELComponent = placeInView(view.numZELComponents, stored);
-        view.numZELComponents += inputs.components(i);
-    }
-    if (inputs.count == 1) view.baseZELComponent = baseFile;
-    if (baseFile >= 0 && baseFile < view.numZELComponents) return done;
-    report("ZELOpenCompositeReadOnlyFile: Error: invalid base file index %d\n", baseFile);
-    return unreadable;
-}
+constexpr const char* noMemory = "cannot allocate memory for ZELComponents\n";
 
 void warnOfMissingBase(const ZELType& view, const char* baseName)
 {
@@ -85,61 +35,6 @@ void warnOfMissingBase(const ZELType& view, const char* baseName)
                   "ZELOpenCompositeReadOnlyFile: warning: file %s names a base component that the "
                   "view does not have: its lines have no scan times\n",
                   baseName);
-}
-
-int refuseChannels(int channels)
-{
-    report("ZELOpenCompositeReadOnlyFile: Error: the components have %d channels, at most %d fit\n",
-           channels, ZEL_MAX_CHANNELS);
-    return unreadable;
-}
-
-// Components that overlap can name one large header a hundred times, each time with its memory. The
-// headers of others are no more than the files hold.
-constexpr std::int64_t maxSharedHeaders = 64 * 1024 * 1024;
-
-int refuseHeaders(const char* name, std::int64_t headers)
-{
-    report("OpenReadOnlyFile: corrupt file %s: its components overlap, and their headers take more "
-           "than %lld bytes\n",
-           name, static_cast<long long>(headers));
-    return damaged;
-}
-
-// Opens the components of one input, from component on. Channels and headers are counted as they come:
-// their memory is that of a file each.
-int openInput(ZELType* component, const Inputs& inputs, int i, int& channels)
-{
-    const Directory& directory = inputs.directory(i);
-    const std::int64_t room = std::max(directory.fileSize, maxSharedHeaders);
-    std::int64_t headers = 0;
-    for (int k = 0; k < inputs.components(i); ++k, ++component) {
-        const int offset = directory.isComposite ? directory.prefix.offsets[k] : 0;
-        const int size = directory.isComposite ? directory.prefix.sizes[k] : 0;
-        if (OpenReadOnlyFile(component, inputs.names[i], offset, size) != 0)
-            fail("Error opening file %s\n", inputs.names[i]);
-        component->isComponent = 1;
-        channels += component->NumTotalChans;
-        if (channels > ZEL_MAX_CHANNELS) return refuseChannels(channels);
-        headers += component->HeaderOffset;
-        if (headers > room) return refuseHeaders(inputs.names[i], room);
-    }
-    return done;
-}
-
-int openComponents(ZELType& view, const Inputs& inputs)
-{
-    const int count = view.numZELComponents;
-    view.ZELComponent = zel::allocate<ZELType>(static_cast<std::size_t>(count));
-    if (!view.ZELComponent) fail("cannot allocate memory for ZELComponents\n");
-    ZELType* component = view.ZELComponent;
-    int channels = 0;
-    for (int i = 0; i < inputs.count; ++i) {
-        const int opened = openInput(component, inputs, i, channels);
-        if (opened != done) return opened;
-        component += inputs.components(i);
-    }
-    return done;
 }
 
 void initView(ZELType& view, const ZELType& reference, const char* name)
@@ -165,7 +60,7 @@ void gatherBlocks(ZELType& view)
 }
 
 // How a component's grid relates to the reference's. False when the ratio is no number of pixels.
-bool relate(ZELType& component, const ZELType& reference)
+bool setSampling(ZELType& component, const ZELType& reference)
 {
     constexpr float negligible = 1.0e-5F;  // of the ratio
     const float own = component.ZELHeader.SpatialResolution;
@@ -187,11 +82,11 @@ bool relate(ZELType& component, const ZELType& reference)
     return true;
 }
 
-bool relateComponents(ZELType& view, const ZELType& reference)
+bool setSamplings(ZELType& view, const ZELType& reference)
 {
     for (int i = 0; i < view.numZELComponents; ++i) {
         ZELType& component = view.ZELComponent[i];
-        if (relate(component, reference)) continue;
+        if (setSampling(component, reference)) continue;
         report(
             "ZELOpenCompositeReadOnlyFile: Error: resolutions %f of file %s and %f of the base do "
             "not belong to one scene\n",
@@ -290,45 +185,49 @@ bool assemble(ZELType& view, int referenceIndex, const char* name)
     const int base = view.baseZELComponent;
     initView(view, reference, name);
     view.baseZELComponent = base;
-    if (!relateComponents(view, reference)) return false;
+    if (!setSamplings(view, reference)) return false;
     gatherBlocks(view);
     gatherChannels(view, reference);
     shareLine(view, reference);
     return true;
 }
 
+void beginView(ZELType& view)
+{
+    CheckByteOrder();
+    zel::clearRecord(view);
+    view.ReadWriteFlag = ZEL_READ_ONLY;
+}
+
+int openView(ZELType& view, Inputs& inputs, int baseFile)
+{
+    int result = zel::openComponents(view, inputs, baseFile);
+    if (result == zel::viewOpened && !assemble(view, baseFile, inputs.name(0)))
+        result = zel::viewUnreadable;
+    if (result == zel::viewOpened && baseFile < inputs.count())
+        warnOfMissingBase(view, inputs.name(baseFile));
+    if (result != zel::viewOpened && view.ZELComponent) ZELFinishReadingFile(&view);
+    return result;
+}
+
 }  // namespace
 
-int zel::openComposite(ZELType* file, const char* filename, int baseIndex)
+int zel::openComposite(ZELType* file, const char* filename, const Directory& directory)
 {
-    return ZELOpenCompositeReadOnlyFile(file, &filename, 1, baseIndex);
+    beginView(*file);
+    Inputs inputs(&filename, 1, noMemory);
+    inputs.setDirectory(0, directory);
+    return openView(*file, inputs, directory.prefix.baseIndex);
 }
 
 int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, const char* const* InputFileNames,
                                  int numInputFiles, int BaseFileIndex)
 {
-    CheckByteOrder();
-    zel::clearRecord(*ZELdata);
-    ZELdata->ReadWriteFlag = ZEL_READ_ONLY;
+    beginView(*ZELdata);
     if (numInputFiles < 1) {
         report("ZELOpenCompositeReadOnlyFile: Error: no input files\n");
-        return unreadable;
+        return zel::viewUnreadable;
     }
-    Inputs inputs{
-        InputFileNames, numInputFiles,
-        zel::Owned<Directory>(zel::allocate<Directory>(static_cast<std::size_t>(numInputFiles)))};
-    if (!inputs.directories) fail("cannot allocate memory for ZELComponents\n");
-    const int counted = countComponents(*ZELdata, inputs, BaseFileIndex);
-    if (counted != done) {
-        ZELdata->numZELComponents = 0;
-        return counted;
-    }
-    int opened = openComponents(*ZELdata, inputs);
-    if (opened == done && !assemble(*ZELdata, BaseFileIndex, InputFileNames[0]))
-        opened = unreadable;
-    if (opened != done)
-        ZELFinishReadingFile(ZELdata);
-    else if (BaseFileIndex < numInputFiles)
-        warnOfMissingBase(*ZELdata, InputFileNames[BaseFileIndex]);
-    return opened;
+    Inputs inputs(InputFileNames, numInputFiles, noMemory);
+    return openView(*ZELdata, inputs, BaseFileIndex);
 }
