@@ -1,5 +1,6 @@
 // Lines of a composite view: a line of each component, brought to the view's grid.
 #include <algorithm>
+#include <cstdint>
 
 #include "ground/zel_door.hpp"
 #include "lines/composite_seam.hpp"
@@ -111,7 +112,7 @@ bool average(const Passage& p)
                       pixelsOf(p.component), factor);
         });
     }
-    const auto blockSize = static_cast<float>(factor * factor);
+    const auto blockSize = static_cast<float>(static_cast<std::int64_t>(factor) * factor);
     forChannels(p, [&](const ZELChannelType&, const unsigned char*, int index) {
         float* values = p.view.Channels[index].ChannelData;
         for (int x = 0; x < pixels; ++x) values[x] /= blockSize;
