@@ -182,7 +182,7 @@ class Programs(InDirectory):
 
 def pixels_by_place(path, layout, channel):
     """The stored numbers of a channel, read from where the layout has them."""
-    _, code, _, _, offset = layout.channels[channel]
+    code, offset = layout.channels[channel].code, layout.channels[channel].offset
     data = Path(path).read_bytes()
     out = []
     for n in range(layout.lines):
@@ -197,12 +197,12 @@ def single(value):
 
 
 def mean_by_place(path, layout, channel):
-    _, code, low, high, _ = layout.channels[channel]
+    wanted = layout.channels[channel]
     raw = pixels_by_place(path, layout, channel)
-    if code not in zel_to_vrt.STEPS:
+    if wanted.code not in zel_to_vrt.STEPS:
         return sum(raw) / len(raw)
-    step = single(high - low) / zel_to_vrt.STEPS[code]
-    return sum(single(k * step + low) for k in raw) / len(raw)
+    step = single(wanted.high - wanted.low) / zel_to_vrt.STEPS[wanted.code]
+    return sum(single(k * step + wanted.low) for k in raw) / len(raw)
 
 
 def rgb_picture(path):
@@ -309,9 +309,9 @@ class Commands(InDirectory):
         mean = build_program(self.dir, "mean", code_blocks(read("README.md"), "c")[0])
         layout = zel_to_vrt.Layout(str(path))
         self.assertEqual((layout.pixels, layout.lines, len(layout.channels)), (160, 120, 4))
-        for k, (label, *_) in enumerate(layout.channels):
+        for k, channel in enumerate(layout.channels):
             self.assertEqual(run(mean, path, k).splitlines()[-1],
-                             "%s: mean %f" % (label, mean_by_place(path, layout, k)))
+                             "%s: mean %f" % (channel.label, mean_by_place(path, layout, k)))
 
     def test_the_virtual_raster_names_those_places(self):
         path = self.one_grid()
@@ -319,23 +319,23 @@ class Commands(InDirectory):
         layout = zel_to_vrt.Layout(str(path))
         tree = ElementTree.parse(str(path) + ".vrt").getroot()
         self.assertEqual((tree.get("rasterXSize"), tree.get("rasterYSize")), ("160", "120"))
-        for band, (label, code, _, _, offset) in zip(tree.iter("VRTRasterBand"), layout.channels):
-            self.assertEqual(band.findtext("Description"), label)
+        for band, channel in zip(tree.iter("VRTRasterBand"), layout.channels):
+            self.assertEqual(band.findtext("Description"), channel.label)
             self.assertEqual(band.findtext("SourceFilename"), "one_grid.zel")
-            self.assertEqual(int(band.findtext("ImageOffset")), layout.header_offset + offset)
+            self.assertEqual(int(band.findtext("ImageOffset")), layout.header_offset + channel.offset)
             self.assertEqual(int(band.findtext("LineOffset")), layout.line_offset)
-            self.assertEqual(int(band.findtext("PixelOffset")), zel_to_vrt.BYTES[code])
+            self.assertEqual(int(band.findtext("PixelOffset")), zel_to_vrt.BYTES[channel.code])
         # The scene begins at 44 north, 9.5 west; lines are 1 km, 111.2 km a degree.
         points = list(tree.iter("GCP"))
         self.assertEqual(len(points), 9 * 20)
         self.assertEqual((points[0].get("Pixel"), points[0].get("Line")), ("0.5", "0.5"))
         self.assertAlmostEqual(float(points[0].get("Y")), 44 - 0.5 / 111.2, places=4)
         self.assertAlmostEqual(float(points[0].get("X")), -9.5 + 0.5 / 111.2 / 0.72, places=4)
-        self.assertAlmostEqual(float(points[-1].get("Y")), 44 - 114.5 / 111.2, places=4)
+        self.assertAlmostEqual(float(points[-1].get("Y")), 44 - 119.5 / 111.2, places=4)
 
     def test_the_script_refuses_a_composite(self):
         self.combine("-i sample_250m.zel -i sample_500m.zel -o composite.zel".split())
-        self.assertIn("not a plain file",
+        self.assertIn("a composite of 2 components",
                       run(sys.executable, SCRIPT, self.dir / "composite.zel", status=1))
 
 
