@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "failure.hpp"
+#include "names.hpp"
 #include "report.hpp"
 #include "settings.hpp"
 #include "text.hpp"
@@ -131,6 +132,27 @@ Scene::Scene(const std::string& file)
 ZELType& Scene::component(int index)
 {
     return isContainer() ? record_->ZELComponent[index] : *record_;
+}
+
+Scene::Origin Scene::origin(int viewSlot)
+{
+    if (!isContainer()) return {&view(), viewSlot, 0};
+    int left = viewSlot;
+    for (int i = 0; i < componentCount(); ++i) {
+        ZELType& record = component(i);
+        const std::vector<int> slots = presentSlots(record);
+        if (left < static_cast<int>(slots.size()))
+            return {&record, slots[static_cast<std::size_t>(left)], i};
+        left -= static_cast<int>(slots.size());
+    }
+    throw Failure(format("no channel in slot %d", viewSlot));
+}
+
+ZELType& Scene::part(int index)
+{
+    if (index == -1) return view();
+    if (index >= 0 && index < componentCount()) return component(index);
+    throw Failure(format("no part %d; there are 0 to %d", index, componentCount() - 1));
 }
 
 void readLine(ZELType& record, int line, Decode decode)

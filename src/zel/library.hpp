@@ -33,6 +33,17 @@ public:
     int baseComponent() const { return isContainer() ? record_->baseZELComponent : 0; }
     ZELType& component(int index);
 
+    // Where a channel of the view comes from.
+    struct Origin {
+        ZELType* record;
+        int slot;
+        int component;
+    };
+    Origin origin(int viewSlot);
+
+    // The component of that index, or the view for -1. Throws Failure.
+    ZELType& part(int index);
+
 private:
     struct Finish {
         void operator()(ZELType* record) const;

@@ -6,5 +6,6 @@
 namespace zel_tool {
 
 Command infoCommand();
+Command pixelCommand();
 
 }  // namespace zel_tool
