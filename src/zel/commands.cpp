@@ -9,7 +9,7 @@ namespace zel_tool {
 
 const std::vector<Command>& commands()
 {
-    static const std::vector<Command> all = {infoCommand(), pixelCommand()};
+    static const std::vector<Command> all = {infoCommand(), pixelCommand(), lookCommand()};
     return all;
 }
 

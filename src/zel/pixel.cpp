@@ -96,14 +96,18 @@ Json channelJson(Scene& scene, ZELType& record, bool isView, int slot, int x)
 {
     const ZELChannelType& c = record.Channels[slot];
     const Scene::Origin origin = isView ? scene.origin(slot) : Scene::Origin{&record, slot, 0};
+    // The average of classes is no class.
+    const bool averaged = isView && origin.record->samplingFlag == ZEL_SAMPLING_AVERAGE;
     const std::string name =
-        className(lutOf(*origin.record, origin.slot), storedNumber(record, slot, x));
+        averaged ? ""
+                 : className(lutOf(*origin.record, origin.slot), storedNumber(record, slot, x));
     return {{"slot", slot},
             {"label", labelOf(c)},
             {"stored", stored(record, slot, x)},
             {"value", jsonNumber(c.ChannelData[x])},
             {"units", unitsName(c.Units)},
-            {"class", name.empty() ? Json(nullptr) : Json(name)}};
+            {"class", name.empty() ? Json(nullptr) : Json(name)},
+            {"averaged", averaged}};
 }
 
 Json pixelJson(Scene& scene, const Options& o)

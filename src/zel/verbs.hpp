@@ -7,5 +7,6 @@ namespace zel_tool {
 
 Command infoCommand();
 Command pixelCommand();
+Command lookCommand();
 
 }  // namespace zel_tool
