@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The house rules, read from the sources: floors, the one door out, and length.
 
-Run it alone (python3 tests/house_test.py) or through ctest. It first checks itself on planted
+Run it alone (python3 tests/house/house_test.py) or through ctest. It first checks itself on planted
 violations, then the tree.
 """
 
@@ -10,6 +10,11 @@ import re
 import subprocess
 import sys
 import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+sys.dont_write_bytecode = True
+
+from cpp_text import blanked, closing_brace, line_of  # noqa: E402
 
 ROOT = os.environ.get("ZEL_SOURCE_DIR") or os.path.dirname(
     os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -65,41 +70,17 @@ WAYS_OUT = [
 
 # --- reading C++ -------------------------------------------------------------------------------
 
-TOKEN = re.compile(
-    r"""//[^\n]*
-      | /\*.*?\*/
-      | R"(?P<tag>[^()\\\s]{0,16})\(.*?\)(?P=tag)"
-      | "(?:\\.|[^"\\\n])*"
-      | (?<![0-9A-Fa-f])'(?:\\.|[^'\\\n])+'
-    """, re.DOTALL | re.VERBOSE)
-
-
-def blanked(text, strings):
-    """The text with comments, and with what is in strings when asked to, replaced by blanks."""
-    def replacement(match):
-        token = match.group(0)
-        if token.startswith("/") or strings:
-            return re.sub(r"[^\n]", " ", token)
-        return token
-    return TOKEN.sub(replacement, text)
-
-
 def includes_of(text):
     """(line number, name, quoted) of each include."""
-    for number, line in enumerate(blanked(text, strings=False).split("\n"), 1):
+    for number, line in enumerate(blanked(text, literals=False).split("\n"), 1):
         match = re.match(r'\s*#\s*include\s*(["<])([^">]+)[">]', line)
         if match:
             yield number, match.group(2), match.group(1) == '"'
 
 
-def line_of(text, position):
-    return text.count("\n", 0, position) + 1
-
-
 def function_bodies(text):
     """(first line, last line) of each function body that stands outside of other bodies."""
-    code = re.sub(r"^[ \t]*#(?:[^\n]*\\\n)*[^\n]*", lambda m: re.sub(r"[^\n]", " ", m.group(0)),
-                  blanked(text, strings=True), flags=re.MULTILINE)
+    code = blanked(text, literals=True, directives=True)
     head_start = position = 0
     while position < len(code):
         character = code[position]
@@ -115,15 +96,6 @@ def function_bodies(text):
                 position = end
             head_start = position + 1
         position += 1
-
-
-def closing_brace(code, opening):
-    depth = 0
-    for position in range(opening, len(code)):
-        depth += {"{": 1, "}": -1}.get(code[position], 0)
-        if depth == 0:
-            return position
-    return len(code) - 1
 
 
 # --- the rules: each takes a path relative to the root and the file's text, and gives messages ---
@@ -221,7 +193,7 @@ CALL = re.compile(r"(?<![\w.>:])(?:zel::)?(\w+)\(")
 
 def definitions(text):
     """(name, whether other files can call it) of each function that a source defines."""
-    code = blanked(text, strings=True)
+    code = blanked(text, literals=True)
     hidden = [(m.start(), closing_brace(code, m.end() - 1))
               for m in re.finditer(r"^namespace \{", code, re.MULTILINE)]
     for match in DEFINITION.finditer(code):
@@ -239,11 +211,11 @@ def check_calls(texts):
             if not is_open or path.endswith(".hpp"):
                 own.add(name)
         if path.endswith(SEAM):
-            seams |= {m.group(1) for m in DECLARATION.finditer(blanked(text, strings=True))}
+            seams |= {m.group(1) for m in DECLARATION.finditer(blanked(text, literals=True))}
     for path, text in texts.items():
         if path.endswith(".h"):
             continue
-        code = blanked(text, strings=True)
+        code = blanked(text, literals=True)
         for match in CALL.finditer(code):
             name = match.group(1)
             places = homes.get(name, ())
@@ -263,7 +235,7 @@ def call_refusal(path, home, exists):
 def check_door(path, text):
     if wing_of(path) == "tool" or path == DOOR:
         return
-    code = blanked(text, strings=True)
+    code = blanked(text, literals=True)
     for pattern, what in WAYS_OUT:
         for match in pattern.finditer(code):
             yield "%s:%d: \"%s\" %s: only %s does that" % (

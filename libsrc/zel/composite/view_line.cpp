@@ -1,6 +1,7 @@
 // Lines of a composite view: a line of each component, brought to the view's grid.
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 #include "ground/zel_door.hpp"
@@ -135,7 +136,7 @@ bool average(const Passage& p)
                       pixelsOf(p.component), factor);
         });
     }
-    const auto blockSize = static_cast<float>(factor * factor);
+    const auto blockSize = static_cast<float>(static_cast<std::int64_t>(factor) * factor);
     forChannels(p, [&](const ZELChannelType&, const unsigned char*, int index) {
         float* values = p.view.Channels[index].ChannelData;
         for (int x = 0; x < pixels; ++x) values[x] /= blockSize;

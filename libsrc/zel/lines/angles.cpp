@@ -27,16 +27,6 @@ double clampUnit(double value)
     return std::clamp(value, -1.0, 1.0);
 }
 
-// A cosine that rounding has left a hair inside the unit interval, where its angle is below the size
-// of a pixel by far, is the unit: the nadir pixel sees the satellite at exactly 0 degrees.
-double cosine(double value)
-{
-    constexpr double hair = 1.0e-14;
-    if (value > 1.0 - hair) return 1.0;
-    if (value < -1.0 + hair) return -1.0;
-    return value;
-}
-
 bool isUnit(double value)
 {
     return value == 1.0 || value == -1.0;
@@ -100,8 +90,17 @@ double hourAngle(const Geometry& g, const Place& p)
 
 double cosSolarZenith(const Geometry& g, const Place& p)
 {
-    return cosine(std::cos(radians(hourAngle(g, p))) * g.cosDeclination * p.cosLat +
-                  g.sinDeclination * p.sinLat);
+    return clampUnit(std::cos(radians(hourAngle(g, p))) * g.cosDeclination * p.cosLat +
+                     g.sinDeclination * p.sinLat);
+}
+
+// Cosine of the angle at the earth's centre between nadir and pixel. At the nadir itself it is exactly
+// 1, which the sum may miss by its rounding.
+double cosFromNadir(const Geometry& g, const Place& p)
+{
+    if (p.lon == g.nadirLon && p.sinLat == g.sinNadir && p.cosLat == g.cosNadir) return 1.0;
+    return clampUnit(std::cos(radians(p.lon - g.nadirLon)) * g.cosNadir * p.cosLat +
+                     g.sinNadir * p.sinLat);
 }
 
 float solarZenith(const Geometry& g, const Place& p)
@@ -113,8 +112,7 @@ Angles anglesAt(const Geometry& g, const Place& p)
 {
     const double cosSun = cosSolarZenith(g, p);
     const double fromNadir = p.lon - g.nadirLon;
-    const double cosB =
-        cosine(std::cos(radians(fromNadir)) * g.cosNadir * p.cosLat + g.sinNadir * p.sinLat);
+    const double cosB = cosFromNadir(g, p);
     const double sinB = std::sin(std::acos(cosB));
     const double ground = localEarthRadius(p.sinLat);
     const double satellite = g.satelliteRadius;

@@ -2,12 +2,13 @@
 #ifndef ZEL_LINES_COMPOSITE_SEAM_HPP
 #define ZEL_LINES_COMPOSITE_SEAM_HPP
 
+#include "records/prefix.hpp"
 #include "zel_types.h"
 
 namespace zel {
 
-// ZELOpenCompositeReadOnlyFile of one file.
-int openComposite(ZELType* file, const char* filename, int baseIndex);
+// ZELOpenCompositeReadOnlyFile of one file, whose directory has been read.
+int openComposite(ZELType* file, const char* filename, const Directory& directory);
 
 // ZELReadCompositeLine.
 int readCompositeLine(ZELType& view, int scale);

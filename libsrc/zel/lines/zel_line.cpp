@@ -260,7 +260,8 @@ int ReadLine(ZELType* ZELdata, int scale)
 void ZELWriteLine(ZELType* ZELdata)
 {
     zel::requireWriteOnly(*ZELdata, "ZELWriteLine can only be used on a write only ZEL file\n");
-    if (!ZELdata->FileOpened) fail("ZELWriteLine: the file is not open for writing\n");
+    if (!ZELdata->fptr || !ZELdata->FileOpened)
+        fail("ZELWriteLine: the file is not open for writing\n");
     zel::warnOfWrittenOrder(*ZELdata, "ZELWriteLine");
     forgetDerived(*ZELdata);
     bool isWhole = writeScan(*ZELdata);

@@ -1,0 +1,95 @@
+#include "json.hpp"
+
+#include <cmath>
+
+#include "failure.hpp"
+#include "text.hpp"
+
+namespace zel_tool {
+namespace {
+
+std::string labelOf(const Json& value)
+{
+    if (!value.is_object()) return {};
+    const auto label = value.find("label");
+    return label != value.end() && label->is_string() ? label->get<std::string>() : std::string();
+}
+
+// A label of an object counts before a position.
+const Json* elementOf(const Json& list, const std::string& name)
+{
+    const Json* found = nullptr;
+    for (const Json& value : list) {
+        if (labelOf(value) != name) continue;
+        if (found) throw Failure(format("'%s' is ambiguous: use its position", name.c_str()));
+        found = &value;
+    }
+    long long index = 0;
+    if (!found && parseInteger(name, index) && index >= 0 &&
+        static_cast<std::size_t>(index) < list.size())
+        found = &list[static_cast<std::size_t>(index)];
+    return found;
+}
+
+const Json* memberOf(const Json& value, const std::string& name)
+{
+    if (value.is_array()) return elementOf(value, name);
+    if (!value.is_object()) return nullptr;
+    const auto member = value.find(name);
+    return member == value.end() ? nullptr : &*member;
+}
+
+std::string namesIn(const Json& value)
+{
+    std::vector<std::string> names;
+    if (value.is_object())
+        for (const auto& [key, unused] : value.items()) names.push_back(key);
+    if (value.is_array())
+        for (std::size_t i = 0; i < value.size(); ++i)
+            names.push_back(labelOf(value[i]).empty() ? std::to_string(i) : labelOf(value[i]));
+    return names.empty() ? "it has no parts" : "there are " + join(names, ", ");
+}
+
+}  // namespace
+
+std::string jsonText(const Json& document)
+{
+    return document.dump(2) + "\n";
+}
+
+// A label may hold dots itself: the longest name that fits is taken.
+const Json& jsonAt(const Json& document, const std::string& path)
+{
+    const Json* value = &document;
+    const auto parts = split(path, '.');
+    for (std::size_t i = 0; i < parts.size();) {
+        const Json* next = nullptr;
+        std::size_t last = parts.size();
+        for (; last > i && !next; --last)
+            next = memberOf(*value, join({parts.begin() + static_cast<std::ptrdiff_t>(i),
+                                          parts.begin() + static_cast<std::ptrdiff_t>(last)},
+                                         "."));
+        if (!next)
+            throw Failure(format("no '%s' in '%s': %s", printable(parts[i]).c_str(),
+                                 printable(path).c_str(), printable(namesIn(*value)).c_str()));
+        value = next;
+        i = last + 1;
+    }
+    return *value;
+}
+
+std::string jsonLine(const Json& value)
+{
+    if (!value.is_string()) return value.dump() + "\n";
+    std::string out;
+    for (const std::string& line : split(value.get<std::string>(), '\n'))
+        out += printable(line) + "\n";
+    return out;
+}
+
+Json jsonNumber(float value)
+{
+    return std::isfinite(value) ? Json(widened(value)) : Json(nullptr);
+}
+
+}  // namespace zel_tool

@@ -1,0 +1,66 @@
+// The library, called so that nothing it does ends the process or prints.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "zel.h"
+
+namespace zel_tool {
+
+// Takes over the library's messages: they are shown with -v, warnings always.
+void takeMessages();
+
+// Runs a call of the library. When the library ends the process, throws a Failure with its message.
+void guarded(const std::function<void()>& call);
+
+// A file that is open for reading: a plain file, or a container as one view.
+class Scene {
+public:
+    // Throws Failure when the file is not one or is damaged.
+    explicit Scene(const std::string& file);
+
+    const std::string& file() const { return file_; }
+    long long bytes() const { return bytes_; }
+
+    // What a line of all channels is read from: the file, or the view of a container.
+    ZELType& view() { return *record_; }
+
+    // The files that a container holds; a plain file is its own only component.
+    bool isContainer() const { return record_->numZELComponents > 1; }
+    int componentCount() const { return isContainer() ? record_->numZELComponents : 1; }
+    int baseComponent() const { return isContainer() ? record_->baseZELComponent : 0; }
+    ZELType& component(int index);
+
+    // Where a channel of the view comes from.
+    struct Origin {
+        ZELType* record;
+        int slot;
+        int component;
+    };
+    Origin origin(int viewSlot);
+
+    // The component of that index, or the view for -1. Throws Failure.
+    ZELType& part(int index);
+
+private:
+    struct Finish {
+        void operator()(ZELType* record) const;
+    };
+
+    std::string file_;
+    long long bytes_;
+    std::unique_ptr<ZELType, Finish> record_;
+};
+
+enum class Decode { no, yes };
+
+// Reads a line of a record: PixBuf, and ChannelData when decoded. Throws Failure, also for a line that
+// the file does not have.
+void readLine(ZELType& record, int line, Decode decode);
+
+// The stored number of a pixel; a float for storage code 4.
+double storedNumber(const ZELType& record, int slot, int pixel);
+
+}  // namespace zel_tool

@@ -1,0 +1,39 @@
+// A file that is written under a temporary name beside its own and renamed when it is whole: until then,
+// and after a failure or a signal, whatever had the name is as it was.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zel_tool {
+
+enum class Overwrite { no, yes };
+
+class OutputFile {
+public:
+    // Throws Failure when the name is taken, unless it may be overwritten, or no file can be made there.
+    OutputFile(const std::string& name, Overwrite overwrite);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    // What is written to instead, by others.
+    const std::string& temporary() const { return temporary_; }
+
+    // Writes all of a file at once.
+    void write(std::string_view bytes);
+
+    // Gives the temporary file its name. Throws Failure; the temporary file is then removed.
+    void commit();
+
+private:
+    void remove();
+
+    std::string name_;
+    std::string temporary_;
+    Overwrite overwrite_;
+    bool isDevice_ = false;  // such as /dev/null: written to directly
+    int slot_ = -1;          // in the list of what a signal removes
+};
+
+}  // namespace zel_tool

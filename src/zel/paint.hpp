@@ -1,0 +1,34 @@
+// Planes as colours: scales, colour maps, class colours, legends.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "image.hpp"
+#include "plane.hpp"
+
+namespace zel_tool {
+
+// The names of the colour maps.
+const std::vector<std::string>& colorMaps();
+
+// The colour of a part, 0 to 1, in a map.
+Color mapped(const std::string& map, double part);
+
+// Where a value lies in a range, 0 to 1.
+double partOf(Range range, float value);
+
+Image paintRgb(const std::vector<Plane>& planes, const std::vector<Range>& ranges);
+Image paintMapped(const Plane& plane, Range range, const std::string& map);
+Image paintClasses(const Plane& plane, const ZELDisplayLUTType& lut);
+
+// How often each class of a LUT occurs.
+std::vector<long long> countClasses(const Plane& plane, const ZELDisplayLUTType& lut);
+
+// The image with a legend to its right: the classes that occur, the most frequent first, or a bar with
+// the ends of the range.
+Image withClassLegend(const Image& image, const Plane& plane, const ZELDisplayLUTType& lut);
+Image withColorBar(const Image& image, Range range, const std::string& map,
+                   const std::string& title);
+
+}  // namespace zel_tool

@@ -1,0 +1,19 @@
+// Images as characters.
+#pragma once
+
+#include <string>
+
+#include "image.hpp"
+
+namespace zel_tool {
+
+// Whether standard output is a terminal that shows colours.
+bool terminalHasColors();
+
+// Two rows of the image a line, as half blocks in 24-bit colours.
+std::string coloredText(const Image& image);
+
+// A character a pixel, dark to light.
+std::string greyText(const Image& image);
+
+}  // namespace zel_tool

@@ -1,0 +1,12 @@
+// The verbs: each gives its description, which holds what it runs.
+#pragma once
+
+#include "command.hpp"
+
+namespace zel_tool {
+
+Command infoCommand();
+Command pixelCommand();
+Command lookCommand();
+
+}  // namespace zel_tool

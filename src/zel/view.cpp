@@ -1,0 +1,104 @@
+#include "view.hpp"
+
+#include <cmath>
+
+#include "failure.hpp"
+#include "names.hpp"
+#include "paint.hpp"
+#include "text.hpp"
+
+namespace zel_tool {
+namespace {
+
+// The channel nearest to a wavelength, within 0.05 microns of it; -1 for none.
+int slotNear(const ZELType& record, float microns)
+{
+    int found = -1;
+    float nearest = 0.05F;
+    for (const int slot : presentSlots(record)) {
+        const float away = std::fabs(record.Channels[slot].ChannelWaveLength - microns);
+        if (away >= nearest) continue;
+        nearest = away;
+        found = slot;
+    }
+    return found;
+}
+
+Choice naturalColors(const ZELType& record)
+{
+    const int red = slotNear(record, 0.66F);
+    const int green = slotNear(record, 0.56F);
+    const int blue = slotNear(record, 0.48F);
+    if (red < 0 || green < 0 || blue < 0 || red == green || green == blue)
+        return {Style::mapped, {}};
+    return {Style::rgb, {red, green, blue}};
+}
+
+Choice single(ZELType& record, int slot, const Look& look)
+{
+    const bool classes = look.map.empty() && lutOf(record, slot) != nullptr;
+    return {classes ? Style::classes : Style::mapped, {slot}};
+}
+
+Range rangeOf(const ZELType& record, int slot, const Plane& plane, const Look& look)
+{
+    if (!look.range.empty())
+        return {static_cast<float>(look.range[0]), static_cast<float>(look.range[1])};
+    return stretchOf(record.Channels[slot], plane, look.low, look.high);
+}
+
+Image paint(const Picture& p, const Look& look)
+{
+    if (p.choice.style == Style::rgb) return paintRgb(p.planes, p.ranges);
+    if (p.choice.style == Style::classes) return paintClasses(p.planes[0], *p.lut);
+    return paintMapped(p.planes[0], p.ranges[0], look.map.empty() ? "grey" : look.map);
+}
+
+Choice choose(ZELType& record, const Look& look)
+{
+    if (!look.rgb.empty()) {
+        const std::vector<int> slots = findChannels(record, look.rgb);
+        if (slots.size() != 3) throw Misuse("--rgb takes three channels, as in B4,B3,B2");
+        return {Style::rgb, slots};
+    }
+    if (!look.channel.empty()) return single(record, findChannel(record, look.channel), look);
+    const std::vector<int> present = presentSlots(record);
+    if (present.empty()) throw Failure("has no channels");
+    const Choice natural = naturalColors(record);
+    return natural.slots.empty() || !look.map.empty() ? single(record, present[0], look) : natural;
+}
+
+}  // namespace
+
+Subject subjectOf(Scene& scene, int part, const Look& look)
+{
+    ZELType& record = scene.part(part);
+    Subject subject{&record, choose(record, look)};
+    if (part != -1 || !scene.isContainer()) return subject;
+    Subject own{nullptr, {subject.choice.style, {}}};
+    for (const int slot : subject.choice.slots) {
+        const Scene::Origin origin = scene.origin(slot);
+        if (own.record && own.record != origin.record) return subject;
+        own.record = origin.record;
+        own.choice.slots.push_back(origin.slot);
+    }
+    return own;
+}
+
+Picture picture(const Subject& subject, const Look& look, Size size, const std::string& file)
+{
+    ZELType& record = *subject.record;
+    const Choice& choice = subject.choice;
+    std::vector<Wanted> wanted;
+    for (const int slot : choice.slots)
+        wanted.push_back(
+            {slot, choice.style == Style::classes ? Sampling::nearest : Sampling::mean});
+    Picture made{choice, readPlanes(record, wanted, size, file), {}, Image(1, 1), nullptr};
+    for (std::size_t i = 0; i < choice.slots.size(); ++i)
+        made.ranges.push_back(rangeOf(record, choice.slots[i], made.planes[i], look));
+    if (choice.style == Style::classes) made.lut = lutOf(record, choice.slots[0]);
+    made.image = paint(made, look);
+    return made;
+}
+
+}  // namespace zel_tool
