@@ -4,12 +4,14 @@
 #include <cstring>
 
 #include "ground/same_file.hpp"
+#include "ground/system_copy.hpp"
 #include "ground/zel_door.hpp"
 
 namespace zel {
 namespace {
 
-constexpr std::size_t blockSize = 256 * 1024;
+constexpr int blockSize = 128 * 1024;
+constexpr std::int64_t systemBlockSize = 16 * 1024 * 1024;
 
 [[noreturn]] void failWriting(const char* name)
 {
@@ -79,18 +81,45 @@ void Container::writePrefix(float resolution)
     prefixSize_ = compositeHeaderOffset;
 }
 
-// Copies what is left of the input, as many bytes at least as it had before; returns how many. Blocks
-// are large and go past the output's buffer, which holds nothing else at that time.
+void Container::addCopied(std::int64_t bytes)
+{
+    copied_ += bytes;
+    progress("bytes", static_cast<double>(copied_), static_cast<double>(expected_));
+}
+
+// Copies a block of the input; returns its bytes, 0 at the end. Blocks are large and go past the
+// output's buffer, which holds nothing else at that time.
+std::int64_t Container::copyBlock(FILE* input)
+{
+    unsigned char* block = block_.get();
+    const std::size_t got = std::fread(block, 1, blockSize, input);
+    if (got > 0) hideMagic(block);
+    if (std::fwrite(block, 1, got, stream_) != got) failWriting(name_);
+    return static_cast<std::int64_t>(got);
+}
+
+// Lets the system copy what it can of the input, once the first bytes are written; returns how many.
+std::int64_t Container::copyInSystem(FILE* input)
+{
+    if (!begun_) return 0;
+    if (std::fflush(stream_) != 0) failWriting(name_);
+    std::int64_t total = 0;
+    while (const std::int64_t got = zel::copyInSystem(input, stream_, systemBlockSize)) {
+        if (got < 0) failSeeking(name_);
+        total += got;
+        addCopied(got);
+    }
+    return total;
+}
+
+// Copies what is left of the input, as many bytes at least as it had before; returns how many.
 std::int64_t Container::copyRest(FILE* input, const char* name, std::int64_t minSize)
 {
-    std::int64_t total = 0;
-    unsigned char* block = block_.get();
-    while (const std::size_t got = std::fread(block, 1, blockSize, input)) {
-        hideMagic(block);
-        if (std::fwrite(block, 1, got, stream_) != got) failWriting(name_);
-        total += static_cast<std::int64_t>(got);
-        copied_ += static_cast<std::int64_t>(got);
-        progress("bytes", static_cast<double>(copied_), static_cast<double>(expected_));
+    std::int64_t total = copyInSystem(input);
+    while (const std::int64_t got = copyBlock(input)) {
+        total += got;
+        addCopied(got);
+        if (total == got && got == blockSize) total += copyInSystem(input);
     }
     if (std::ferror(input)) failReading(name, std::strerror(errno));
     if (total < minSize) failReading(name, "unexpected end of file");

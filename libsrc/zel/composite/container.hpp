@@ -41,6 +41,9 @@ public:
     void finish(int baseIndex);
 
 private:
+    void addCopied(std::int64_t bytes);
+    std::int64_t copyBlock(FILE* input);
+    std::int64_t copyInSystem(FILE* input);
     std::int64_t copyRest(FILE* input, const char* name, std::int64_t minSize);
     void hideMagic(void* firstBytes);
     void addEntry(std::int64_t offset, float resolution, std::int64_t size);
