@@ -1,4 +1,4 @@
-#include "class_map.h"
+#include "class_map.hpp"
 
 #include <algorithm>
 #include <climits>
@@ -9,7 +9,7 @@
 #include <numeric>
 #include <utility>
 
-#include "stream.h"
+#include "stream.hpp"
 #include "zel.h"
 #include "zel_features/zel_features.h"
 

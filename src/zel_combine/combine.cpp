@@ -1,4 +1,4 @@
-#include "combine.h"
+#include "combine.hpp"
 
 #include <sys/stat.h>
 
@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "losses.hpp"
-#include "progress.h"
-#include "vorn_channels.h"
+#include "progress.hpp"
+#include "vorn_channels.hpp"
 #include "zel.h"
 
 namespace zel_combine {

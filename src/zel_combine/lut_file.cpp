@@ -1,4 +1,4 @@
-#include "lut_file.h"
+#include "lut_file.hpp"
 
 #include <cctype>
 #include <cmath>
@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "stream.h"
+#include "stream.hpp"
 
 namespace zel_combine {
 namespace {

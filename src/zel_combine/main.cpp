@@ -7,8 +7,8 @@
 #include <cstring>
 #include <new>
 
-#include "combine.h"
-#include "command_line.h"
+#include "combine.hpp"
+#include "command_line.hpp"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "vorn_channels.h"
+#include "vorn_channels.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
-#include "color_cube.h"
-#include "lut_file.h"
-#include "text_header.h"
+#include "color_cube.hpp"
+#include "lut_file.hpp"
+#include "text_header.hpp"
 
 namespace zel_combine {
 namespace {

@@ -1,4 +1,4 @@
-#include "vorn_file.h"
+#include "vorn_file.hpp"
 
 #include <sys/stat.h>
 #include <sys/types.h>

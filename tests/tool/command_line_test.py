@@ -1,6 +1,8 @@
 """The command line: every option, and the parser's states, seen through what the tool makes."""
+import re
+import unittest
 
-from harness import CREATING, FAILED, TOOL, ToolTest, cases, grids_missing, main, progress
+from harness import CREATING, FAILED, ROOT, TOOL, ToolTest, cases, grids_missing, main, progress
 from harness import question, report, usage
 from model import one_grid
 from sample import sample
@@ -226,6 +228,28 @@ class Vorn(CommandLine):
 
     def test_same_res_after_the_conflict_lifts_it(self):
         self.raster_is_missing("-vorn v.bin -multi_res -same_res -i a -i b -o out")
+
+
+class Documents(unittest.TestCase):
+    """The tables of the pages and the entries of the manual page, beside the usage text."""
+
+    def setUp(self):
+        lines = re.findall(r"^    (-\w+)( <)?", usage(TOOL), re.MULTILINE)
+        self.options = {word: bool(value) for word, value in lines}
+        self.assertEqual(len(self.options), 14)
+
+    def test_the_tables_have_a_row_for_every_option_with_a_value_where_it_takes_one(self):
+        pages = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
+        text = "\n".join(page.read_text(encoding="utf-8") for page in pages)
+        rows = re.findall(r"^\| `(-\w+)` *([^|]*?) *\|", text, re.MULTILINE)
+        self.assertEqual(sorted((word, bool(value)) for word, value in rows
+                                if word in self.options), sorted(self.options.items()))
+
+    def test_the_manual_page_has_an_entry_for_every_option_with_a_value_where_it_takes_one(self):
+        page = (ROOT / "docs" / "man" / "zel_combine.1").read_text(encoding="utf-8")
+        entries = re.findall(r"^\.TP\n\.(BI?) \\-(\w+)", page, re.MULTILINE)
+        self.assertEqual(sorted(("-" + word, macro == "BI") for macro, word in entries),
+                         sorted(self.options.items()))
 
 
 if __name__ == "__main__":

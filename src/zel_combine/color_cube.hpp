@@ -1,6 +1,6 @@
 // The colour cube: a fixed LUT for class maps that bring no colours of their own.
-#ifndef ZEL_COMBINE_COLOR_CUBE_H
-#define ZEL_COMBINE_COLOR_CUBE_H
+#ifndef ZEL_COMBINE_COLOR_CUBE_HPP
+#define ZEL_COMBINE_COLOR_CUBE_HPP
 
 #include "zel.h"
 

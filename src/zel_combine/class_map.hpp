@@ -1,6 +1,6 @@
 // Translating the classes of a raster.
-#ifndef ZEL_COMBINE_CLASS_MAP_H
-#define ZEL_COMBINE_CLASS_MAP_H
+#ifndef ZEL_COMBINE_CLASS_MAP_HPP
+#define ZEL_COMBINE_CLASS_MAP_HPP
 
 #include <array>
 #include <optional>

@@ -1,12 +1,12 @@
 // Vorn rasters: a header of four 32-bit words (byte-order word, pixels, lines, channels), then for
 // each channel its rows of 32-bit floats.
-#ifndef ZEL_COMBINE_VORN_FILE_H
-#define ZEL_COMBINE_VORN_FILE_H
+#ifndef ZEL_COMBINE_VORN_FILE_HPP
+#define ZEL_COMBINE_VORN_FILE_HPP
 
 #include <string>
 #include <vector>
 
-#include "stream.h"
+#include "stream.hpp"
 
 namespace zel_combine {
 

@@ -1,6 +1,6 @@
 // A C stream that closes itself.
-#ifndef ZEL_COMBINE_STREAM_H
-#define ZEL_COMBINE_STREAM_H
+#ifndef ZEL_COMBINE_STREAM_HPP
+#define ZEL_COMBINE_STREAM_HPP
 
 #include <cstdio>
 #include <memory>

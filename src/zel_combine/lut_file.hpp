@@ -1,7 +1,7 @@
 // LUT definition files: text with one block for each LUT, its title, its colour scale, its number of
 // entries, and a line for each entry.
-#ifndef ZEL_COMBINE_LUT_FILE_H
-#define ZEL_COMBINE_LUT_FILE_H
+#ifndef ZEL_COMBINE_LUT_FILE_HPP
+#define ZEL_COMBINE_LUT_FILE_HPP
 
 #include <cstdio>
 

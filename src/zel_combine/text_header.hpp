@@ -1,12 +1,12 @@
 // The text header of a Vorn raster: seven lines for each channel, of which the second holds a word, a
 // blank and the channel's label.
-#ifndef ZEL_COMBINE_TEXT_HEADER_H
-#define ZEL_COMBINE_TEXT_HEADER_H
+#ifndef ZEL_COMBINE_TEXT_HEADER_HPP
+#define ZEL_COMBINE_TEXT_HEADER_HPP
 
 #include <optional>
 #include <string>
 
-#include "stream.h"
+#include "stream.hpp"
 
 namespace zel_combine {
 

@@ -1,12 +1,12 @@
 // Appending the channels of a Vorn raster to the output.
-#ifndef ZEL_COMBINE_VORN_CHANNELS_H
-#define ZEL_COMBINE_VORN_CHANNELS_H
+#ifndef ZEL_COMBINE_VORN_CHANNELS_HPP
+#define ZEL_COMBINE_VORN_CHANNELS_HPP
 
 #include <vector>
 
-#include "class_map.h"
-#include "command_line.h"
-#include "vorn_file.h"
+#include "class_map.hpp"
+#include "command_line.hpp"
+#include "vorn_file.hpp"
 #include "zel.h"
 
 namespace zel_combine {

@@ -1,6 +1,6 @@
 // The command line of zel_combine.
-#ifndef ZEL_COMBINE_COMMAND_LINE_H
-#define ZEL_COMBINE_COMMAND_LINE_H
+#ifndef ZEL_COMBINE_COMMAND_LINE_HPP
+#define ZEL_COMBINE_COMMAND_LINE_HPP
 
 #include <string>
 

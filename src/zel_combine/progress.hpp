@@ -1,6 +1,6 @@
 // A progress line for long runs at a terminal.
-#ifndef ZEL_COMBINE_PROGRESS_H
-#define ZEL_COMBINE_PROGRESS_H
+#ifndef ZEL_COMBINE_PROGRESS_HPP
+#define ZEL_COMBINE_PROGRESS_HPP
 
 #include <chrono>
 
