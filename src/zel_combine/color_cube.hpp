@@ -6,8 +6,8 @@
 
 namespace zel_combine {
 
-// Adds the colour cube to a record, with the key after its last LUT's. Returns it, the record's; null,
-// after a message, when that key is in use.
+// Adds the colour cube to a record, with the key after its last LUT's. Returns it, the record's;
+// null, after a message, when that key is in use.
 ZELDisplayLUTType* AppendColorCubeLUT(ZELType* ZELdata);
 
 }  // namespace zel_combine

@@ -11,8 +11,8 @@ CommandLineStruct CommandLineInfo;
 
 namespace {
 
-// The texts of the present command line. Made when first used: an allocation failure before main could
-// not be reported.
+// The texts of the present command line. Made when first used: an allocation failure before main
+// could not be reported.
 std::deque<std::string>& kept()
 {
     static std::deque<std::string> texts;

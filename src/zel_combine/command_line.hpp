@@ -32,7 +32,7 @@ struct CommandLineStruct {
 
 extern CommandLineStruct CommandLineInfo;
 
-// Fills the record from its Argc and Argv; faults set Errors.
+// Fills the record from its Argc and Argv; errors in the arguments set Errors.
 void ProcessCommandLine(CommandLineStruct* CommandLineInfo);
 
 // Prints the usage text on standard output, with the program's name from argv[0].

@@ -6,8 +6,8 @@
 
 namespace zel_combine {
 
-// While it lives, progress is drawn on standard error once the run is longer than a second, and erased
-// at the end. Nothing is drawn where standard error is no terminal.
+// While it lives, progress is drawn on standard error once the run is longer than a second, and
+// erased at the end. Nothing is drawn when standard error is not a terminal.
 class Progress {
 public:
     Progress();

@@ -1,4 +1,4 @@
-"""The command line: every option, and the parser's states, seen through what the tool makes."""
+"""The command line: every option and the parser's states, tested by the files that the tool writes."""
 import re
 import unittest
 
@@ -126,7 +126,7 @@ class Refused(CommandLine):
     "base component of a plain base file is not looked at": ("-i a -i b -bc 7 -o out", "a b", 0),
 }, composite)
 class Composite(CommandLine):
-    def test_a_name_that_looks_like_an_option_but_is_none_is_a_name(self):
+    def test_a_name_that_looks_like_an_option_is_a_name(self):
         self.put("-x", self.files["a"])
         self.check("-i -x -i b -o out", CREATING + grids_missing(), 0)
         self.same_bytes(self.got("out"), container(self.parts("a", "b")), "out")
@@ -167,7 +167,7 @@ def base_component(self, words, warned, base):
     "equal to the count passes": ("-bc 2", None, 2),
     "above the count": ("-bc 3", 3, 0),
     "negative": ("-bc -4", -4, 0),
-    "text that is no number is 0": ("-bc one", None, 0),
+    "text that is not a number is 0": ("-bc one", None, 0),
     "digits before other text count": ("-bc 1x", None, 1),
     "sign and leading zeros": ("-bc +01", None, 1),
     "is decimal": ("-bc 0x1", None, 0),
@@ -208,7 +208,7 @@ class Vorn(CommandLine):
     def test_multi_res_anywhere_after_vorn_is_a_conflict(self):
         self.conflict("-vorn v.bin -i a -i b -o out -multi_res")
 
-    def test_the_conflict_is_reported_once_beside_other_faults(self):
+    def test_the_conflict_is_reported_once_among_other_faults(self):
         self.conflict("-vorn v.bin -multi_res junk")
 
     def test_a_word_absorbed_by_multi_res_makes_the_conflict_too(self):
@@ -223,7 +223,7 @@ class Vorn(CommandLine):
     def test_vorn_turns_the_composite_off(self):
         self.raster_is_missing("-vorn v.bin -i a -i b -o out")
 
-    def test_vorn_after_multi_res_is_no_conflict(self):
+    def test_vorn_after_multi_res_is_not_a_conflict(self):
         self.raster_is_missing("-multi_res -vorn v.bin -i a -i b -o out")
 
     def test_same_res_after_the_conflict_lifts_it(self):
@@ -231,7 +231,7 @@ class Vorn(CommandLine):
 
 
 class Documents(unittest.TestCase):
-    """The tables of the pages and the entries of the manual page, beside the usage text."""
+    """The tables of the pages and the entries of the manual page match the usage text."""
 
     def setUp(self):
         lines = re.findall(r"^    (-\w+)( <)?", usage(TOOL), re.MULTILINE)
