@@ -13,8 +13,8 @@
 
 #include "blocks/zel_lut.hpp"
 #include "fuzz_support.hpp"
-#include "zel_combine/combine.h"
-#include "zel_combine/command_line.h"
+#include "zel_combine/combine.hpp"
+#include "zel_combine/command_line.hpp"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Reading a LUT definition file into a record.
 #include <memory>
 
-#include <zel_combine/lut_file.h>
+#include <zel_combine/lut_file.hpp>
 
 #include "fuzz_support.hpp"
 #include "tool_support.hpp"

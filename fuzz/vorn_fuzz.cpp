@@ -5,9 +5,9 @@
 #include <memory>
 #include <vector>
 
-#include <zel_combine/combine.h>
+#include <zel_combine/combine.hpp>
 
-#include <zel/zel_lut_block.hpp>
+#include <zel/blocks/zel_lut.hpp>
 
 #include "feature_support.hpp"
 #include "tool_support.hpp"

@@ -1,4 +1,4 @@
-#include "class_map.h"
+#include "class_map.hpp"
 
 #include <algorithm>
 #include <climits>
@@ -9,7 +9,7 @@
 #include <numeric>
 #include <utility>
 
-#include "stream.h"
+#include "stream.hpp"
 #include "zel.h"
 #include "zel_features/zel_features.h"
 
@@ -26,7 +26,7 @@ struct FreeParameters {
 
 using Parameters = std::unique_ptr<ZELParameterStruct, FreeParameters>;
 
-// A feature file while its header is read: the library says what is wrong with it, but knows no name.
+// A feature file while its header is read: the messages of the library do not name the file.
 struct Header {
     const char* name;
     Stream stream;
@@ -39,7 +39,7 @@ void readHeader(void* data)
     ZELFeatureReadHeader(header.stream.get(), header.parameters.get());
 }
 
-// None, after a message, when the file does not open or cannot be read.
+// Null, after a message, when the file does not open or cannot be read.
 Parameters readHeader(const char* name)
 {
     Header header{name, Stream(std::fopen(name, "rb")), nullptr};
@@ -60,7 +60,7 @@ const char* findTable(const ZELParameterStruct& parameters)
     return nullptr;
 }
 
-// The text behind the word at its start; null when there is no further word.
+// The text after its first word; null when there is no further word.
 const char* nextWord(const char* text)
 {
     text += std::strspn(text, " ");
@@ -69,7 +69,7 @@ const char* nextWord(const char* text)
     return *text ? text : nullptr;
 }
 
-// What does not begin with a number is 0.
+// A word that does not begin with a number is 0.
 int number(const char* word)
 {
     return static_cast<int>(std::clamp<long>(std::strtol(word, nullptr, 10), INT_MIN, INT_MAX));
@@ -120,7 +120,7 @@ void ClassMap::translate(std::vector<float>& values) const
 {
     const auto end = static_cast<float>(ARFFToZELClass.size());
     for (float& value : values)
-        if (value > -1.0F && value < end)
+        if (value > -1.0f && value < end)
             value = static_cast<float>(ARFFToZELClass[static_cast<std::size_t>(value)]);
 }
 

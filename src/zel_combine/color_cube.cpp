@@ -1,4 +1,4 @@
-#include "color_cube.h"
+#include "color_cube.hpp"
 
 #include <cstdio>
 #include <iterator>

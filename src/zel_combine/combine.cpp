@@ -1,4 +1,4 @@
-#include "combine.h"
+#include "combine.hpp"
 
 #include <sys/stat.h>
 
@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "losses.hpp"
-#include "progress.h"
-#include "vorn_channels.h"
+#include "progress.hpp"
+#include "vorn_channels.hpp"
 #include "zel.h"
 
 namespace zel_combine {
@@ -18,7 +18,7 @@ namespace {
 constexpr int failed = -1;
 constexpr int linesBetweenReports = 50;
 
-// A record is too large for a stack, and what became of it is finished however the run ends.
+// A record is too large for the stack. A file that was opened is finished however the run ends.
 template <int mode, void (*finish)(ZELType*)>
 struct Finish {
     void operator()(ZELType* file) const
@@ -30,7 +30,7 @@ struct Finish {
 using InputFile = std::unique_ptr<ZELType, Finish<ZEL_READ_ONLY, ZELFinishReadingFile>>;
 using OutputFile = std::unique_ptr<ZELType, Finish<ZEL_WRITE_ONLY, ZELFinishWritingFile>>;
 
-// The view to read, or none.
+// The view to read, or null.
 InputFile openInput(const CommandLineStruct& info)
 {
     InputFile in(new ZELType{});
@@ -71,7 +71,7 @@ std::vector<const char*> namesOfInputs(const CommandLineStruct& info)
     return names;
 }
 
-// An input would be emptied before its first line is read.
+// Creating the output would empty an input before its first line is read.
 bool sparesInputs(const CommandLineStruct& info)
 {
     for (const char* name : namesOfInputs(info)) {
@@ -95,7 +95,7 @@ bool openOutput(const CommandLineStruct& info, ZELType* out)
     return false;
 }
 
-// The lines copied; nothing, after a message, when one cannot be.
+// The number of lines copied; nothing, after a message, when a line cannot be copied.
 std::optional<int> copyLines(ZELType* out, ZELType* in, VornChannels& vorn)
 {
     Progress progress;

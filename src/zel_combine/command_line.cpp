@@ -1,4 +1,4 @@
-#include "command_line.h"
+#include "command_line.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,56 +11,8 @@ CommandLineStruct CommandLineInfo;
 
 namespace {
 
-// What the next bare word means. The flags keep their state: a bare word behind one repeats it, and
-// every bare word behind -ib is a further base file.
-enum State {
-    stray,
-    input,
-    output,
-    multiResolution,
-    sameResolution,
-    baseComponent,
-    overwrite,
-    vorn,
-    vornLabel,
-    vornPrepend,
-    featureHeader,
-    vornHeader,
-    vornLUT,
-    vornColorcube,
-    baseInput
-};
-
-struct Option {
-    const char* word;
-    State state;
-    bool takesValue;
-};
-
-constexpr Option options[] = {{"-i", input, true},
-                              {"-o", output, true},
-                              {"-ib", baseInput, true},
-                              {"-vorn", vorn, true},
-                              {"-vorn_label", vornLabel, true},
-                              {"-vorn_prepend", vornPrepend, true},
-                              {"-vorn_hdr", vornHeader, true},
-                              {"-feat_hdr", featureHeader, true},
-                              {"-vorn_lut", vornLUT, true},
-                              {"-vorn_lut_cc", vornColorcube, false},
-                              {"-bc", baseComponent, true},
-                              {"-multi_res", multiResolution, false},
-                              {"-same_res", sameResolution, false},
-                              {"-overwrite", overwrite, false}};
-
-const Option* findOption(const char* word)
-{
-    for (const Option& option : options)
-        if (std::strcmp(option.word, word) == 0) return &option;
-    return nullptr;
-}
-
-// The texts of the present command line. Made when first used: memory that fails before main could
-// not be told.
+// The texts of the present command line. Made when first used: an allocation failure before main
+// could not be reported.
 std::deque<std::string>& kept()
 {
     static std::deque<std::string> texts;
@@ -72,6 +24,20 @@ char* keep(const char* text)
     return kept().emplace_back(text).data();
 }
 
+// ---- What an option does with its word ----
+
+template <char* CommandLineStruct::*text>
+void keepAs(CommandLineStruct& info, const char* word)
+{
+    info.*text = keep(word);
+}
+
+template <int CommandLineStruct::*flag, int value>
+void set(CommandLineStruct& info, const char*)
+{
+    info.*flag = value;
+}
+
 void addInput(CommandLineStruct& info, const char* name)
 {
     if (info.numInputFiles == maxInputFiles)
@@ -80,61 +46,90 @@ void addInput(CommandLineStruct& info, const char* name)
         info.InputFileName[info.numInputFiles++] = keep(name);
 }
 
-// Carries out a word in its state; returns the state of the next.
-State apply(CommandLineStruct& info, State state, const char* word)
+void addBaseInput(CommandLineStruct& info, const char* name)
 {
-    switch (state) {
-    case stray:
-        info.Errors = 1;
-        return stray;
-    case input:
-        addInput(info, word);
-        return stray;
-    case output:
-        info.OutputFileName = keep(word);
-        return stray;
-    case multiResolution:
-        info.compositeFlag = 1;
-        return multiResolution;
-    case sameResolution:
-        info.compositeFlag = 0;
-        return sameResolution;
-    case baseComponent:
-        info.BaseComponent = std::atoi(word);
-        return stray;
-    case overwrite:
-        info.overwritePromptFlag = 0;
-        return overwrite;
-    case vorn:
-        info.vornFileName = keep(word);
-        info.vornFlag = 1;
-        info.compositeFlag = 0;
-        return stray;
-    case vornLabel:
-        info.vornLabel = keep(word);
-        return stray;
-    case vornPrepend:
-        info.vornPrepend = keep(word);
-        return stray;
-    case featureHeader:
-        info.ZELFeatureHeader = keep(word);
-        return stray;
-    case vornHeader:
-        info.vornHeader = keep(word);
-        return stray;
-    case vornLUT:
-        info.vornLUT = keep(word);
-        return stray;
-    case vornColorcube:
-        info.vornColorcubeFlag = 1;
-        return stray;
-    case baseInput:
-        info.BaseFile = info.numInputFiles;
-        addInput(info, word);
-        return baseInput;
-    }
-    return stray;
+    info.BaseFile = info.numInputFiles;
+    addInput(info, name);
 }
+
+void setBaseComponent(CommandLineStruct& info, const char* number)
+{
+    info.BaseComponent = std::atoi(number);
+}
+
+// A raster has the size of one grid.
+void setVorn(CommandLineStruct& info, const char* name)
+{
+    keepAs<&CommandLineStruct::vornFileName>(info, name);
+    info.vornFlag = 1;
+    info.compositeFlag = 0;
+}
+
+// ---- The options ----
+
+// Whether bare words after an option's own are for it as well. After a flag they repeat it.
+enum class Words { one, all };
+
+struct Option {
+    const char* word;
+    const char* argument;  // as the usage text names it; null for a flag
+    void (*apply)(CommandLineStruct& info, const char* word);
+    Words words;
+    const char* help;  // the rest of its lines in the usage text
+};
+
+using Info = CommandLineStruct;
+
+// In the order of the usage text.
+constexpr Option options[] = {
+    {"-i", "<ZEL input file>", addInput, Words::one, "(at least one)"},
+    {"-o", "<ZEL output file name>", keepAs<&Info::OutputFileName>, Words::one, nullptr},
+    {"-ib", "<zel filename>", addBaseInput, Words::all,
+     "File to use as base ZEL file\n"
+     "    \t(default is first input file)"},
+    {"-bc", "<component number (1..number of components)>", setBaseComponent, Words::one,
+     "base component of base ZEL file\n"
+     "    \t(default is base component of base input file)"},
+    {"-multi_res", nullptr, set<&Info::compositeFlag, 1>, Words::all,
+     "output channels are written as a composite multi-resolution ZEL file (default)"},
+    {"-same_res", nullptr, set<&Info::compositeFlag, 0>, Words::all,
+     "all output channels are written at resolution of base ZEL file"},
+    {"-overwrite", nullptr, set<&Info::overwritePromptFlag, 0>, Words::all,
+     "do not prompt to overwrite existing output file"},
+    {"-vorn", "<bin filename>", setVorn, Words::one,
+     "Vorn binary file to combine (must match base resolution)"},
+    {"-vorn_label", "<\"Label Text\">", keepAs<&Info::vornLabel>, Words::one,
+     "string to label new channel (default bin filename)"},
+    {"-vorn_prepend", "<\"Text\">", keepAs<&Info::vornPrepend>, Words::one,
+     "string to prepend to label new channel(s)"},
+    {"-vorn_hdr", "<filename>", keepAs<&Info::vornHeader>, Words::one,
+     " text header file generated by zel_dump_channel, used for labeling"},
+    {"-vorn_lut", "<LUT filename>", keepAs<&Info::vornLUT>, Words::one,
+     "read LUT file and load Vorn file as LUT channel"},
+    {"-vorn_lut_cc", nullptr, set<&Info::vornColorcubeFlag, 1>, Words::one,
+     " load Vorn file as LUT channel using colorcube"},
+    {"-feat_hdr", "<filename>", keepAs<&Info::ZELFeatureHeader>, Words::one,
+     " ZEL feature header file generated by zel_dump_channel, used for re-labeling classes"},
+};
+
+constexpr const Option* firstOptional = &options[2];
+
+const Option* findOption(const char* word)
+{
+    for (const Option& option : options)
+        if (std::strcmp(option.word, word) == 0) return &option;
+    return nullptr;
+}
+
+void printOption(const Option& option)
+{
+    std::printf("    %s", option.word);
+    if (option.argument) std::printf(" %s", option.argument);
+    if (option.help) std::printf(" %s", option.help);
+    std::printf("\n");
+}
+
+// ---- The command line ----
 
 void setDefaults(CommandLineStruct& info)
 {
@@ -149,17 +144,31 @@ void setDefaults(CommandLineStruct& info)
     info.overwritePromptFlag = 1;
 }
 
+// A word that is an option is always that option, also where another one wants a value.
+void readWords(CommandLineStruct& info)
+{
+    const Option* current = nullptr;  // which the next bare word is for
+    for (int i = 1; i < info.Argc; ++i) {
+        const char* word = info.Argv[i];
+        if (const Option* option = findOption(word)) {
+            current = option;
+            if (option->argument) continue;
+        }
+        if (!current) {
+            info.Errors = 1;
+            continue;
+        }
+        current->apply(info, word);
+        if (current->words == Words::one) current = nullptr;
+    }
+}
+
 }  // namespace
 
 void ProcessCommandLine(CommandLineStruct* info)
 {
     setDefaults(*info);
-    State state = stray;
-    for (int i = 1; i < info->Argc; ++i) {
-        const Option* option = findOption(info->Argv[i]);
-        if (option) state = option->state;
-        if (!option || !option->takesValue) state = apply(*info, state, info->Argv[i]);
-    }
+    readWords(*info);
     if (info->compositeFlag && info->vornFlag) {
         std::fputs("Error:  cannot generate composite output using Vorn input file\n", stdout);
         info->Errors = 1;
@@ -174,30 +183,14 @@ void PrintCommandLineOptions(char** argv)
         "\n"
         "Usage: %s [-i | -ib <ZEL input file> (may have several -i entries)] [-o <ZEL output file "
         "name>] [-multi_res | -same_res ] [-bc <base component>]\n"
-        "\n"
-        "Required parameters:\n"
-        "    -i <ZEL input file> (at least one)\n"
-        "    -o <ZEL output file name>\n"
-        "Optional parameters:\n"
-        "    -ib <zel filename> File to use as base ZEL file\n"
-        "    \t(default is first input file)\n"
-        "    -bc <component number (1..number of components)> base component of base ZEL file\n"
-        "    \t(default is base component of base input file)\n"
-        "    -multi_res output channels are written as a composite multi-resolution ZEL file "
-        "(default)\n"
-        "    -same_res all output channels are written at resolution of base ZEL file\n"
-        "    -overwrite do not prompt to overwrite existing output file\n"
-        "    -vorn <bin filename> Vorn binary file to combine (must match base resolution)\n"
-        "    -vorn_label <\"Label Text\"> string to label new channel (default bin filename)\n"
-        "    -vorn_prepend <\"Text\"> string to prepend to label new channel(s)\n"
-        "    -vorn_hdr <filename>  text header file generated by zel_dump_channel, used for "
-        "labeling\n"
-        "    -vorn_lut <LUT filename> read LUT file and load Vorn file as LUT channel\n"
-        "    -vorn_lut_cc  load Vorn file as LUT channel using colorcube\n"
-        "    -feat_hdr <filename>  ZEL feature header file generated by zel_dump_channel, used for "
-        "re-labeling classes\n"
         "\n",
         argv[0]);
+    std::printf("Required parameters:\n");
+    for (const Option& option : options) {
+        if (&option == firstOptional) std::printf("Optional parameters:\n");
+        printOption(option);
+    }
+    std::printf("\n");
 }
 
 }  // namespace zel_combine

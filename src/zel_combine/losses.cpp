@@ -16,7 +16,7 @@ bool namesLUT(ZELType& file, const char* comment)
     return false;
 }
 
-// Classes are numbers without a mean: between water and forest is no third class.
+// The mean of two class numbers is another class.
 bool holdsClasses(ZELType& file, const ZELChannelType& channel)
 {
     return channel.Units == ZEL_UNITS_LUT || namesLUT(file, channel.ChannelComment);
@@ -54,7 +54,7 @@ long long linesFor(const ZELType& component)
     return lines;
 }
 
-// Grids that cover one scene may differ by a line. More is missing from a file that was cut.
+// Grids of one scene may differ by a line. A larger difference means a file that was cut.
 void warnOfEarlyEnd(const ZELType& component, long long longest)
 {
     const long long missing = longest - linesFor(component);

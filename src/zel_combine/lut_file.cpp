@@ -1,4 +1,4 @@
-#include "lut_file.h"
+#include "lut_file.hpp"
 
 #include <cctype>
 #include <cmath>
@@ -6,24 +6,24 @@
 #include <cstring>
 #include <string>
 
-#include "stream.h"
+#include "stream.hpp"
 
 namespace zel_combine {
 namespace {
 
-// More lines than this that say nothing are no definition file, but one without an end.
-constexpr int mostEmptyLines = 1'000'000;
+// A file with more empty lines in a row than this is not a definition file, but one without an end.
+constexpr int maxEmptyLines = 1'000'000;
 
-// A file that is being read. A number that a line lacks keeps the value of the line before.
+// A file that is being read. A number missing from a line keeps the value of the line before.
 struct LutText {
     const char* name;
     Stream stream;
     char line[lutLineSize] = "";
     int linesRead = 0;
     bool endless = false;
-    float min = 0.0F, max = 0.0F;  // of the colour scale
+    float min = 0.0f, max = 0.0f;  // of the colour scale
     int numEntries = 0;
-    float R = 0.0F, G = 0.0F, B = 0.0F;
+    float R = 0.0f, G = 0.0f, B = 0.0f;
     int index = 0;
 };
 
@@ -33,11 +33,11 @@ int nextLine(LutText& text)
     return ReadLutLine(text.stream.get(), text.line);
 }
 
-// The next line that says something; false at the end of the file, and where none seems to come.
+// The next line with content; false at the end of the file, and of a file without an end.
 bool nextContent(LutText& text)
 {
     int length = 0;
-    for (int i = 0; length == 0 && i < mostEmptyLines; ++i) length = nextLine(text);
+    for (int i = 0; length == 0 && i < maxEmptyLines; ++i) length = nextLine(text);
     text.endless = length == 0;
     return length > 0;
 }
@@ -49,7 +49,7 @@ bool failParsing(const LutText& text)
     return false;
 }
 
-// The two lines behind the title are taken as they stand, comments or not.
+// The two lines after the title are taken as they stand, comments or not.
 bool readSizes(LutText& text)
 {
     if (nextLine(text) < 0) return failParsing(text);
@@ -59,7 +59,7 @@ bool readSizes(LutText& text)
     return true;
 }
 
-// The low 8 bits of the place on the scale; 0 for what no integer holds.
+// The low 8 bits of the place on the scale; 0 when it exceeds every integer.
 unsigned char colour(const LutText& text, float value)
 {
     const double place = static_cast<double>((value - text.min) / (text.max - text.min)) * 255.0;

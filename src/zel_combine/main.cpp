@@ -7,23 +7,22 @@
 #include <cstring>
 #include <new>
 
-#include "combine.h"
-#include "command_line.h"
+#include "combine.hpp"
+#include "command_line.hpp"
 
 namespace {
 
 constexpr int failed = -1;
 
-// A quota that is reached is a write error like any other, and messages that nobody reads are no
-// reason to leave a file half written: neither shall end the run without a word.
+// A quota becomes a write error, and a closed pipe leaves the output complete.
 void ignoreSignals()
 {
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-// A file opened in the place of a closed standard stream would answer questions, or get the messages
-// between its bytes. What takes the place can only be read: messages that are lost are told as such.
+// A file opened in the place of a closed standard stream would answer questions, or get messages
+// between its bytes. The replacement is read-only, so that lost messages are noticed.
 bool occupyStandardStreams()
 {
     for (int stream = 0; stream < 3; ++stream)
@@ -31,7 +30,7 @@ bool occupyStandardStreams()
     return true;
 }
 
-// What follows an answer on standard input belongs to whoever reads it next.
+// Input after an answer belongs to the next reader of standard input.
 void readNothingAhead()
 {
     std::setvbuf(stdin, nullptr, _IONBF, 0);
@@ -51,7 +50,7 @@ int run(int argc, char** argv)
                                          : zel_combine::writeSameResolution(CommandLineInfo);
 }
 
-// However the run ends. An output is whole without its messages.
+// Called however the run ends. Lost messages do not change its status: the output is complete.
 void warnOfLostMessages()
 {
     if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return;

@@ -1,4 +1,4 @@
-#include "text_header.h"
+#include "text_header.hpp"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-#include "vorn_channels.h"
+#include "vorn_channels.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
-#include "color_cube.h"
-#include "lut_file.h"
-#include "text_header.h"
+#include "color_cube.hpp"
+#include "lut_file.hpp"
+#include "text_header.hpp"
 
 namespace zel_combine {
 namespace {
@@ -31,25 +31,25 @@ std::optional<std::string> makeLabel(const CommandLineStruct& info, TextHeader& 
     const std::optional<std::string> read = header.nextLabel();
     if (!read) return std::nullopt;
     std::string label = start + *read;
-    // The newline of the header's line, as a rule.
+    // Normally the newline of the header's line.
     if (!label.empty()) label.pop_back();
     return label;
 }
 
-// A file of few slots gets as many as the channel needs.
+// Gives a file with fewer slots those that the channel needs.
 void makeRoom(ZELType* out, int channel)
 {
     std::int16_t& slots = out->ZELHeader.MaxNumChan;
     slots = std::max(slots, static_cast<std::int16_t>(channel + 1));
 }
 
-// Every channel has a LUT of its own. Null, after a message, when there is none for it.
+// Every channel has a LUT of its own. Null, after a message, when it cannot be added.
 ZELDisplayLUTType* addLUT(const CommandLineStruct& info, ZELType* out)
 {
     return info.vornColorcubeFlag ? AppendColorCubeLUT(out) : ReadLUT(info.vornLUT, out);
 }
 
-// Places in a header are told in 31 bits, and the channels have theirs behind the LUTs.
+// Header offsets have 31 bits; channel records follow the LUTs.
 bool lutsFit(ZELType* out)
 {
     constexpr long long limit = 2'000'000'000;
@@ -97,7 +97,7 @@ int VornChannels::setUp(const CommandLineStruct& info, ZELType* in, ZELType* out
     return 0;
 }
 
-// The channels behind the last one in use; slot 0 is not looked at.
+// The channels after the last one in use; slot 0 is not examined.
 bool VornChannels::findFreeChannels(ZELType* in)
 {
     int last = lastSlot;
@@ -121,15 +121,15 @@ bool VornChannels::declareChannels(const CommandLineStruct& info, ZELType* out)
         if (hasLUT(info)) {
             if (!addLUTChannel(info, out, c, label->c_str())) return false;
         } else {
-            ZELAddSpecialChannel(out, firstChannel_ + c, 0.0F, 0.0F, ZEL_STORED_FLOAT, 32,
+            ZELAddSpecialChannel(out, firstChannel_ + c, 0.0f, 0.0f, ZEL_STORED_FLOAT, 32,
                                  label->c_str(), "Vorn processed imagery");
         }
     }
     return true;
 }
 
-// Declares channel c as indices of a LUT, and reads the table of classes. Reading a table moves c to
-// its length: the next channel set up is the one after that, be it behind c or before it.
+// Declares channel c as indices of a LUT, and reads the table of classes. Reading a table moves c
+// to its length: the next channel to be set up is the one after that, which may come before c.
 bool VornChannels::addLUTChannel(const CommandLineStruct& info, ZELType* out, int& c,
                                  const char* label)
 {
@@ -139,7 +139,7 @@ bool VornChannels::addLUTChannel(const CommandLineStruct& info, ZELType* out, in
         std::printf("zel_combine: Error: too many LUT entries for one file\n");
         return false;
     }
-    ZELAddLUTChannel(out, firstChannel_ + c, 0.0F, 0.0F, ZEL_STORED_UINT16, 16, label,
+    ZELAddLUTChannel(out, firstChannel_ + c, 0.0f, 0.0f, ZEL_STORED_UINT16, 16, label,
                      lut->DisplayLUTLabel);
     std::optional<int> numClasses;
     if (info.ZELFeatureHeader && !classes_.read(info.ZELFeatureHeader, numClasses)) return false;

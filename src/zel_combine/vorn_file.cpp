@@ -1,4 +1,4 @@
-#include "vorn_file.h"
+#include "vorn_file.hpp"
 
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -24,26 +24,26 @@ struct VornHeader {
     std::int32_t channels = 0;
 };
 
-// A raster has places, which pipes and terminals lack; opening one would wait for somebody to write.
-bool mayHavePlaces(const char* name)
+// Rasters need seeking. Opening a pipe would wait for a writer.
+bool maySeek(const char* name)
 {
     struct stat status;
     return stat(name, &status) != 0 || !(S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode));
 }
 
-// The header in the byte order that its first word tells; none, after a message, when the file does
-// not open. A word that is in order leaves the shared order as the input files have set it.
+// The header, in the byte order of its first word; nothing, after a message, when the file cannot
+// be read. A word in host order leaves the shared order as the input files have set it.
 std::optional<VornHeader> readHeader(const char* name)
 {
-    const Stream stream(mayHavePlaces(name) ? std::fopen(name, "rb") : nullptr);
+    const Stream stream(maySeek(name) ? std::fopen(name, "rb") : nullptr);
     if (!stream) {
         std::printf("Error: cannot open Vorn file %s\n", name);
         return std::nullopt;
     }
     std::int32_t word = 0;
-    const bool told = std::fread(&word, sizeof word, 1, stream.get()) == 1;
+    const bool hasWord = std::fread(&word, sizeof word, 1, stream.get()) == 1;
     if (failedReading(stream.get(), "Vorn file", name)) return std::nullopt;
-    if (!told || word != byteOrderWord) SwapByteOrdering = 1;
+    if (!hasWord || word != byteOrderWord) SwapByteOrdering = 1;
     VornHeader header;
     for (std::int32_t* field : {&header.pixels, &header.lines, &header.channels})
         if (FileRead(field, sizeof *field, 1, stream.get()) != 1) *field = 0;
@@ -81,7 +81,7 @@ int VornFile::openPlanes(int pixels, int lines)
     }
     row_.resize(static_cast<std::size_t>(pixels));
     const off_t plane = static_cast<off_t>(pixels) * lines * static_cast<off_t>(sizeof(float));
-    // No scene has room for more channels than that, whatever the header says.
+    // A scene has no room for more channels than that.
     const int useful = std::min<int>(channels_, ZEL_MAX_CHANNELS - 1);
     for (int c = 0; c < useful; ++c) {
         Stream stream(std::fopen(name_.c_str(), "rb"));

@@ -126,7 +126,7 @@ TEST(CompositeInfo, OfAMissingFileIsMinusOneWithAMessage)
     EXPECT_EQ(outcome.out, "ZELReadCompositeInfo: cannot open file /nowhere/a.zel\n");
 }
 
-TEST(CompositeInfo, TheTwoShortFormsSayTheSame)
+TEST(CompositeInfo, TheTwoShortFormsAgree)
 {
     const Files files;
     int base = 99;
@@ -316,7 +316,7 @@ TEST(CompositeRead, AComponentInAContainerEndsWithItsOwnLastLine)
     EXPECT_EQ(lines, 2);
 }
 
-TEST(CompositeRead, ARecordThatIsNoViewEndsTheProcess)
+TEST(CompositeRead, APlainRecordEndsTheProcess)
 {
     zel_test::OpenedFile file(zel_test::build(zel_test::smallScene()).bytes);
     const Outcome outcome = run([&] { ZELReadCompositeLine(file.get(), 1); });

@@ -1,4 +1,4 @@
-// Messages of containers and views: what is refused, warned of and gone wrong on the way.
+// Messages of containers and views: refusals, warnings and failures on the way.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -174,7 +174,7 @@ TEST_F(ContainerMessages, AFileOfTheOtherByteOrder)
     CheckByteOrder();
 }
 
-TEST_F(ContainerMessages, AnOldFileBehindANewPrefix)
+TEST_F(ContainerMessages, AnOldFileAfterANewPrefix)
 {
     put("a", sceneAt(30, 120));
     put("b", sceneAt(60));
@@ -187,7 +187,7 @@ TEST_F(ContainerMessages, AnOldFileBehindANewPrefix)
 }
 
 // The base index is the place of the file among the inputs, and one too many passes.
-TEST_F(ContainerMessages, ABaseThatTheContainerLacks)
+TEST_F(ContainerMessages, ABaseMissingFromTheContainer)
 {
     put("a", sceneAt(30));
     put("b", sceneAt(60));
@@ -201,8 +201,8 @@ TEST_F(ContainerMessages, ABaseThatTheContainerLacks)
                                "cannot be opened\n");
 }
 
-// Told of the first file, the test removes the second one.
-TEST_F(ContainerMessages, AnInputThatIsGoneWhenItsTurnComes)
+// The progress of the first file removes the second one.
+TEST_F(ContainerMessages, AnInputRemovedBeforeItsTurn)
 {
     put("a", sceneAt(30));
     put("b", zel_test::buildComposite({sceneAt(60), sceneAt(90)}));
@@ -219,8 +219,9 @@ TEST_F(ContainerMessages, AnInputThatIsGoneWhenItsTurnComes)
     EXPECT_EQ(outcome.out, "ZELCreateCompositeFile: Error: cannot read file " + path("b") + "\n");
 }
 
-// There is no going back to the directory: nothing is written, which could wait for a reader for ever.
-TEST_F(ContainerMessages, AnOutputWithoutAWayBack)
+// A pipe cannot seek back to the directory. Nothing is written: that could block for lack of a
+// reader.
+TEST_F(ContainerMessages, AnOutputThatCannotSeek)
 {
     put("a", sceneAt(30));
     put("b", sceneAt(60));
@@ -237,7 +238,8 @@ TEST_F(ContainerMessages, AnOutputWithoutAWayBack)
     EXPECT_EQ(outcome.err.substr(0, 37), "ZELCreateCompositeFile: write error o");
 }
 
-// Until its directory is there it would pass for a plain file, with the other inputs as more lines.
+// Until its directory is written, a container would look like a plain file with the other inputs as
+// lines.
 TEST_F(ContainerMessages, AnOutputThatIsGoneAtTheEnd)
 {
     put("a", sceneAt(30));
@@ -255,7 +257,7 @@ TEST_F(ContainerMessages, AnOutputThatIsGoneAtTheEnd)
     EXPECT_EQ(outcome.out, "ZELCreateCompositeFile: Error:  write error copying files\n");
 }
 
-// It is not lost, and need not be where it was.
+// It is not lost, and may have moved.
 TEST_F(ContainerMessages, AnOutputThatIsMovedWhileItIsWritten)
 {
     put("a", sceneAt(30));
@@ -272,7 +274,7 @@ TEST_F(ContainerMessages, AnOutputThatIsMovedWhileItIsWritten)
     EXPECT_EQ(ZELIsFileComposite(to.c_str()), 1);
 }
 
-TEST_F(ContainerMessages, AnUnfinishedContainerIsNoSceneFile)
+TEST_F(ContainerMessages, AnUnfinishedContainerIsNotASceneFile)
 {
     put("a", sceneAt(30));
     put("old", sceneAt(30, 142));
@@ -305,7 +307,7 @@ TEST_F(ViewMessages, NoInput)
     EXPECT_EQ(result, -1);
 }
 
-TEST_F(ViewMessages, ABaseThatIsNone)
+TEST_F(ViewMessages, AnInvalidBase)
 {
     put("a", sceneAt(30));
     put("b", sceneAt(30));
@@ -330,7 +332,7 @@ TEST_F(ViewMessages, MoreChannelsThanAViewHolds)
     EXPECT_EQ(result, -1);
 }
 
-TEST_F(ViewMessages, ResolutionsWhoseRatioIsNoWholeNumber)
+TEST_F(ViewMessages, ResolutionsWhoseRatioIsNotAWholeNumber)
 {
     put("a", sceneAt(30));
     put("b", sceneAt(75));
@@ -340,24 +342,25 @@ TEST_F(ViewMessages, ResolutionsWhoseRatioIsNoWholeNumber)
     EXPECT_EQ(result, 0);
 }
 
-// Over a line of 32767 pixels a ratio of 2.0009 drifts by fourteen of them. What is used is the whole
-// part, however close the next whole number is: 0.9 and 0.3 have the ratio 2.9999998 as they are stored.
+// Over a line of 32767 pixels a ratio of 2.0009 drifts by fourteen of them. What is used is the
+// whole part, however close the next whole number is: 0.9 and 0.3 have the ratio 2.9999998 as they
+// are stored.
 TEST_F(ViewMessages, RatiosThatAreNearlyWholeNumbers)
 {
     const struct {
         float base, other;
-        const char* told;
-    } rows[] = {{1000, 2000.9F, "2.000900: 2 is"},
-                {1000.45F, 500, "2.000900: 2 is"},
-                {1000, 1999.5F, "1.999500: 1 is"},
-                {1000, 2000.03F, "2.000030: 2 is"},
-                {0.3F, 0.9F, "3.000000: 2 is"}};
-    for (const auto& [base, other, told] : rows) {
+        const char* reported;
+    } rows[] = {{1000, 2000.9f, "2.000900: 2 is"},
+                {1000.45f, 500, "2.000900: 2 is"},
+                {1000, 1999.5f, "1.999500: 1 is"},
+                {1000, 2000.03f, "2.000030: 2 is"},
+                {0.3f, 0.9f, "3.000000: 2 is"}};
+    for (const auto& [base, other, reported] : rows) {
         put("a", sceneAt(base));
         put("b", sceneAt(other));
         EXPECT_EQ(view({"a", "b"}).err,
                   "ZELOpenCompositeReadOnlyFile: warning: the resolutions of file " + path("b") +
-                      " and of the base have the ratio " + told +
+                      " and of the base have the ratio " + reported +
                       " used, and pixels drift apart\n");
         EXPECT_EQ(result, 0);
     }
@@ -365,9 +368,9 @@ TEST_F(ViewMessages, RatiosThatAreNearlyWholeNumbers)
 
 TEST_F(ViewMessages, RatiosThatAreWholeNumbersButForTheirLastDigits)
 {
-    const std::pair<float, float> rows[] = {{1000, 250},      {250, 1000},  {1.1F, 0.275F},
-                                            {0.1F, 0.3F},     {0.1F, 1.1F}, {1000, 333.333F},
-                                            {1000, 2000.01F}, {30, 30},     {1, 32767}};
+    const std::pair<float, float> rows[] = {{1000, 250},      {250, 1000},  {1.1f, 0.275f},
+                                            {0.1f, 0.3f},     {0.1f, 1.1f}, {1000, 333.333f},
+                                            {1000, 2000.01f}, {30, 30},     {1, 32767}};
     for (const auto& [base, other] : rows) {
         put("a", sceneAt(base));
         put("b", sceneAt(other));

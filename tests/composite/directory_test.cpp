@@ -1,5 +1,5 @@
-// Directories of containers that other programs wrote or that were made by hand: what opens, and what is
-// copied from where.
+// Directories of containers that other programs wrote or that were made by hand: what opens, and
+// what is copied from where.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -163,8 +163,10 @@ TEST_F(StoredBase, OfABaseFileAmongOthersMayPointIntoTheNextFile)
 TEST_F(StoredBase, OutsideTheViewLeavesTheLinesWithoutScanTimes)
 {
     put("d", build(sceneAt(90)).bytes);
-    for (const std::size_t stored :
-         {std::size_t{3}, std::size_t{0x7FFFFFFF}, std::size_t{0x80000000}}) {
+    // One component comes before those of the container; the sum stops short of the largest number.
+    const std::pair<std::size_t, int> rows[] = {
+        {3, 4}, {0x7FFFFFFF, 2147483646}, {0x80000000, -2147483647}};
+    for (const auto& [stored, base] : rows) {
         Bytes bytes = whole;
         putInt32(bytes, baseIndex, stored);
         put("c", bytes);
@@ -174,6 +176,7 @@ TEST_F(StoredBase, OutsideTheViewLeavesTheLinesWithoutScanTimes)
                                    " names a base component that the view does not have: its lines "
                                    "have no scan times\n");
         EXPECT_EQ(view->ZELHeader.SpatialResolution, 30.0f);
+        EXPECT_EQ(view->baseZELComponent, base);
         run([&] { EXPECT_EQ(ZELReadLine(view.get()), 4); });
         EXPECT_EQ(view->ScanTime, 0.0);
     }
@@ -251,7 +254,8 @@ TEST_F(Entries, AHundredOnOnePlaceMayHaveSmallHeaders)
     EXPECT_EQ(view->NumTotalChans, 100);
 }
 
-// 64 MiB in all, or what the file holds: 34 LUTs of 100 entries take 34 * (204 + 100 * 203) = 697136 bytes.
+// 64 MiB in all, or what the file holds: 34 LUTs of 100 entries take 34 * (204 + 100 * 203) =
+// 697136 bytes.
 TEST_F(Entries, AHundredOnOnePlaceMayNotHaveLargeHeaders)
 {
     Scene scene = sceneAt(30);
@@ -297,7 +301,7 @@ TEST_F(Copies, TheResolutionOfAPlainFileIsThatOfItsHeader)
     EXPECT_EQ(floatAt(made, resolutions + 4), 30.0f);
 }
 
-// With the base file replaced, the component chosen for it is none.
+// Replacing the base file also discards the component chosen for it.
 TEST_F(Copies, AnInvalidBaseFileTakesItsComponentWithIt)
 {
     put("c", whole);

@@ -1,4 +1,4 @@
-// The record of a view: what it has from its reference component, and what it lays down itself.
+// The record of a view: what it takes from its reference component, and what it sets itself.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -38,7 +38,8 @@ Scene coarse()
     return scene;
 }
 
-// 8 pixels of 500 m: a float channel and a scaled 16-bit channel. Nothing of the header is the same.
+// 8 pixels of 500 m: a float channel and a scaled 16-bit channel. Nothing of the header is the
+// same.
 Scene fine()
 {
     Scene scene = zel_test::smallScene();
@@ -112,8 +113,8 @@ TEST(ViewHeader, IsThatOfAReferenceThatComesLater)
     expectHeaderOf(fine(), 1);
 }
 
-// A line begins with 32 bytes and 8 for each navigation point; the channels of all components follow, in
-// their own storage and the width of the view: 1, 2, 4 and 2 bytes a pixel.
+// A line begins with 32 bytes and 8 for each navigation point; the channels of all components
+// follow, in their own storage and the width of the view: 1, 2, 4 and 2 bytes a pixel.
 TEST(ViewLayout, HasChannelsOneAfterTheOther)
 {
     ViewOfTwo wide(1);

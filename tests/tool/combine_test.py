@@ -19,13 +19,13 @@ def newer(text=b"2.4"):
 
 
 def unsupported(version=2.5):
-    """A file without prefix whose version makes sense in neither byte order."""
+    """A file without a prefix whose version is unsupported in either byte order."""
     return struct.pack("<f", version) + bytes(4000)
 
 
 class OneGrid(ToolTest):
     def one(self, f, name="a", **model):
-        """The run that re-writes one plain file; returns the file expected of it."""
+        """A run that rewrites one plain file; returns the expected file."""
         self.put(name, f)
         expected = one_grid([f], **model)
         self.check(["-same_res", "-i", name, "-o", "out"],
@@ -35,10 +35,10 @@ class OneGrid(ToolTest):
         self.check_made("out", expected)
         return expected
 
-    def test_one_plain_file_is_written_anew_to_the_byte(self):
+    def test_one_plain_file_is_rewritten_to_the_byte(self):
         self.one(sample(codes=(1, 2, 3, 4, 5), height=4))
 
-    def test_stored_pixels_are_copied_not_encoded_anew(self):
+    def test_stored_pixels_are_copied_not_encoded_again(self):
         f = sample(codes=(1, 2), height=2, width=300)
         f.channels[0].rows = [list(range(256)) + [7] * 44] * 2
         f.channels[1].rows = [[i * 217 for i in range(300)], [65535 - i for i in range(300)]]
@@ -84,7 +84,7 @@ class OneGrid(ToolTest):
         f.channels[1].tables = [Table(7, b"of channel", [2.0])]
         self.one(f)
 
-    def test_text_behind_a_terminator_is_not_carried_over(self):
+    def test_text_after_a_terminator_is_not_carried_over(self):
         f = sample(comment=b"short\0and junk")
         f.channels[0].label, f.channels[0].comment = b"name\0junk", b"\0" + b"j" * 119
         expected = self.one(f)
@@ -101,7 +101,7 @@ class OneGrid(ToolTest):
     def test_a_year_of_100_stays(self):
         self.assertEqual(self.one(sample(year=100)).year, 100)
 
-    def test_stored_histograms_are_counted_anew_and_standard_ones_kept(self):
+    def test_stored_histograms_are_counted_again_and_standard_ones_kept(self):
         f = sample(codes=(3, 5))
         f.channels[0].histogram = Histogram(9.0, 1.0, [5] * 16)
         f.channels[1].standard = Histogram(4.0, -4.0, list(range(32)))
@@ -117,7 +117,7 @@ class OneGrid(ToolTest):
     def test_a_file_without_lines(self):
         self.one(sample(height=0))
 
-    def test_less_than_a_scan_time_behind_the_last_line_is_not_a_line(self):
+    def test_less_than_a_scan_time_after_the_last_line_is_not_a_line(self):
         f = sample(height=3)
         expected = one_grid([f])
         self.put("a", f.bytes() + b"1234567")
@@ -131,12 +131,12 @@ class OneGrid(ToolTest):
         self.check("-same_res -i a -o out", grids_missing() + report(expected, 3) + progress(3))
         self.check_made("out", expected)
 
-    def test_progress_is_told_every_50_lines(self):
-        for lines, told in ((49, ""), (50, "line 50\n"), (120, "line 50\nline 100\n")):
+    def test_progress_is_reported_every_50_lines(self):
+        for lines, reported in ((49, ""), (50, "line 50\n"), (120, "line 50\nline 100\n")):
             f = sample(height=lines, width=3, nav_points=0)
             self.put("a", f)
             self.check("-same_res -overwrite -i a -o out",
-                       grids_missing() + report(one_grid([f])) + told + "%d lines processed\n" % lines)
+                       grids_missing() + report(one_grid([f])) + reported + "%d lines processed\n" % lines)
 
     def test_one_composite_becomes_a_plain_file_at_its_base_resolution(self):
         parts = [sample(2000, 4, 3, (3, 2)), sample(1000, 8, 6, (5,), seed=1)]
@@ -227,7 +227,7 @@ class OutputIsAnInput(ToolTest):
     """An input would be emptied before its first line is read."""
 
     def spared(self, words):
-        """Refused in one line, and both inputs are as they were."""
+        """Refused with one line; both inputs are unchanged."""
         before = {"a": self.put("a", sample()), "b": self.put("b", sample(500, 16, 12))}
         for link, make in (("soft", os.symlink), ("hard", os.link)):
             if not (self.dir / link).exists():
@@ -300,7 +300,7 @@ class OverwriteQuestion(ToolTest):
 
 
 class MultiResolution(ToolTest):
-    def test_a_composite_is_made_without_a_word_more(self):
+    def test_a_composite_is_made_without_further_messages(self):
         a, b = sample(), sample(500, 16, 12, (2,))
         self.put("a", a)
         self.put("b", b)

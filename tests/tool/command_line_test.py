@@ -1,6 +1,8 @@
-"""The command line: every option, and the parser's states, seen through what the tool makes."""
+"""The command line: every option and the parser's states, tested by the files that the tool writes."""
+import re
+import unittest
 
-from harness import CREATING, FAILED, TOOL, ToolTest, cases, grids_missing, main, progress
+from harness import CREATING, FAILED, ROOT, TOOL, ToolTest, cases, grids_missing, main, progress
 from harness import question, report, usage
 from model import one_grid
 from sample import sample
@@ -124,7 +126,7 @@ class Refused(CommandLine):
     "base component of a plain base file is not looked at": ("-i a -i b -bc 7 -o out", "a b", 0),
 }, composite)
 class Composite(CommandLine):
-    def test_a_name_that_looks_like_an_option_but_is_none_is_a_name(self):
+    def test_a_name_that_looks_like_an_option_is_a_name(self):
         self.put("-x", self.files["a"])
         self.check("-i -x -i b -o out", CREATING + grids_missing(), 0)
         self.same_bytes(self.got("out"), container(self.parts("a", "b")), "out")
@@ -165,7 +167,7 @@ def base_component(self, words, warned, base):
     "equal to the count passes": ("-bc 2", None, 2),
     "above the count": ("-bc 3", 3, 0),
     "negative": ("-bc -4", -4, 0),
-    "text that is no number is 0": ("-bc one", None, 0),
+    "text that is not a number is 0": ("-bc one", None, 0),
     "digits before other text count": ("-bc 1x", None, 1),
     "sign and leading zeros": ("-bc +01", None, 1),
     "is decimal": ("-bc 0x1", None, 0),
@@ -206,7 +208,7 @@ class Vorn(CommandLine):
     def test_multi_res_anywhere_after_vorn_is_a_conflict(self):
         self.conflict("-vorn v.bin -i a -i b -o out -multi_res")
 
-    def test_the_conflict_is_reported_once_beside_other_faults(self):
+    def test_the_conflict_is_reported_once_among_other_faults(self):
         self.conflict("-vorn v.bin -multi_res junk")
 
     def test_a_word_absorbed_by_multi_res_makes_the_conflict_too(self):
@@ -221,11 +223,33 @@ class Vorn(CommandLine):
     def test_vorn_turns_the_composite_off(self):
         self.raster_is_missing("-vorn v.bin -i a -i b -o out")
 
-    def test_vorn_after_multi_res_is_no_conflict(self):
+    def test_vorn_after_multi_res_is_not_a_conflict(self):
         self.raster_is_missing("-multi_res -vorn v.bin -i a -i b -o out")
 
     def test_same_res_after_the_conflict_lifts_it(self):
         self.raster_is_missing("-vorn v.bin -multi_res -same_res -i a -i b -o out")
+
+
+class Documents(unittest.TestCase):
+    """The tables of the pages and the entries of the manual page match the usage text."""
+
+    def setUp(self):
+        lines = re.findall(r"^    (-\w+)( <)?", usage(TOOL), re.MULTILINE)
+        self.options = {word: bool(value) for word, value in lines}
+        self.assertEqual(len(self.options), 14)
+
+    def test_the_tables_have_a_row_for_every_option_with_a_value_where_it_takes_one(self):
+        pages = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
+        text = "\n".join(page.read_text(encoding="utf-8") for page in pages)
+        rows = re.findall(r"^\| `(-\w+)` *([^|]*?) *\|", text, re.MULTILINE)
+        self.assertEqual(sorted((word, bool(value)) for word, value in rows
+                                if word in self.options), sorted(self.options.items()))
+
+    def test_the_manual_page_has_an_entry_for_every_option_with_a_value_where_it_takes_one(self):
+        page = (ROOT / "docs" / "man" / "zel_combine.1").read_text(encoding="utf-8")
+        entries = re.findall(r"^\.TP\n\.(BI?) \\-(\w+)", page, re.MULTILINE)
+        self.assertEqual(sorted(("-" + word, macro == "BI") for macro, word in entries),
+                         sorted(self.options.items()))
 
 
 if __name__ == "__main__":

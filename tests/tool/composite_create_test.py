@@ -104,7 +104,7 @@ class Composites(WithComposites):
         data = self.make("-i p3 -i q2", NO_COMPONENT % -1)
         self.same_bytes(data, container(self.parts, 0), "out")
 
-    def test_an_inner_first_prefix_keeps_its_version_text_and_the_bytes_behind_it(self):
+    def test_an_inner_first_prefix_keeps_its_version_text_and_the_bytes_after_it(self):
         odd = bytearray(container(self.parts[3:], 1))
         odd[3:13] = b"2.1\0junk\0x"
         self.put("odd", odd)
@@ -127,25 +127,25 @@ class Composites(WithComposites):
         self.check_directory(data, 0, [len(second), len(first), len(self.parts[2][0])],
                              [500.0, 1000.0, 250.0])
 
-    def test_bytes_behind_the_last_inner_component_shift_what_follows(self):
-        """A component's place is the sum of the sizes before it, also where the copy was longer."""
+    def test_bytes_after_the_last_inner_component_shift_what_follows(self):
+        """A component's offset is the sum of the sizes before it, even when more bytes were copied."""
         self.put("odd", container(self.parts[:2]) + b"1234567")
         data = self.make("-i odd -i c -i d", NO_COMPONENT % -1)
         sizes = [len(b) for b, _ in self.parts[:4]]
         third = sizes[0] + sizes[1]
         self.check_directory(data, 0, sizes, [1000.0, 500.0, 250.0, 125.0],
                              [0, sizes[0], third, third + 7 + sizes[2]])
-        self.same_bytes(data[third + 7:], self.parts[2][0] + self.parts[3][0], "behind the tail")
+        self.same_bytes(data[third + 7:], self.parts[2][0] + self.parts[3][0], "after the tail")
 
 
 BASES = {  # words, warning number, base index
-    "plain base behind a composite is not recounted": ("-i p3 -ib d", None, 1),
-    "plain base behind two composites": ("-i p3 -i q2 -ib a", None, 2),
+    "plain base after a composite is not recounted": ("-i p3 -ib d", None, 1),
+    "plain base after two composites": ("-i p3 -i q2 -ib a", None, 2),
     "plain base before a composite": ("-ib d -i p3", None, 0),
-    "composite base behind plain files without a component": ("-i a -i b -ib q2", -1, 2),
-    "composite base behind plain files with a component": ("-i a -i b -ib q2 -bc 1", None, 3),
-    "composite base behind a composite counts its components": ("-i p3 -ib q2 -bc 1", None, 4),
-    "component equal to the count points behind the composite": ("-ib q2 -i a -bc 2", None, 2),
+    "composite base after plain files without a component": ("-i a -i b -ib q2", -1, 2),
+    "composite base after plain files with a component": ("-i a -i b -ib q2 -bc 1", None, 3),
+    "composite base after a composite counts its components": ("-i p3 -ib q2 -bc 1", None, 4),
+    "component equal to the count points past the composite": ("-ib q2 -i a -bc 2", None, 2),
     "component above the count falls back to the first": ("-i a -ib q2 -bc 3", 3, 1),
     "negative component falls back to the first": ("-i a -ib q2 -bc -2", -2, 1),
     "component of a plain base file is ignored": ("-i p3 -ib d -bc 2", None, 1),
@@ -305,7 +305,7 @@ class ReadBack(Create):
         self.assertEqual([f.bytes() for f in read[1:]], [f.bytes() for f in files[1:]])
         self.assertEqual(read[0].bytes()[PREFIX_SIZE:], files[0].bytes()[PREFIX_SIZE:])
 
-    def test_the_directory_is_little_endian_behind_a_big_endian_input(self):
+    def test_the_directory_is_little_endian_after_a_big_endian_input(self):
         a = self.put("a", sample())
         b = self.put("b", sample(500.0, version=1.32, order=">"))
         self.check("-i a -i b -o out", CREATING + grids_missing()

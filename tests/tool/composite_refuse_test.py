@@ -1,4 +1,4 @@
-"""What the composite path refuses, and that nothing is touched before it does."""
+"""What the composite path refuses, leaving every file unchanged."""
 import os
 import resource
 import struct
@@ -34,7 +34,7 @@ class TooMuch(Create):
         self.assertEqual(self.got("out"), b"old")
 
     def test_too_many_components_are_refused_however_many_they_are(self):
-        """2000 of them, more than a process may open: they are counted first."""
+        """2000 of them, more than a process may open: they are counted before any is opened."""
         limits = resource.getrlimit(resource.RLIMIT_NOFILE)
         resource.setrlimit(resource.RLIMIT_NOFILE, (256, limits[1]))
         self.addCleanup(resource.setrlimit, resource.RLIMIT_NOFILE, limits)
@@ -59,7 +59,7 @@ class TooMuch(Create):
 
 class Refused(Create):
     def refused_untouched(self, words, inputs):
-        """An output that is an input: a message of one line, and every file as it was."""
+        """An output that is an input: a message of one line, and no file changes."""
         before = {n: self.got(n) for n in inputs}
         status, out = self.run_tool(*(words + " -overwrite").split())
         self.assertEqual(status, 0)

@@ -1,4 +1,4 @@
-"""The view over several components, seen through the file that it is written to."""
+"""The view of several components, tested by the file that it is written to."""
 import math
 from array import array
 
@@ -117,7 +117,7 @@ class Averaging(ViewTest):
     def test_a_finer_component_wider_than_the_view_is_clipped(self):
         self.check_view([sample(1000.0, 5, 3, (3,)), sample(500.0, 17, 8, ALL, seed=1)])
 
-    def test_a_pixel_that_a_finer_component_lacks_is_not_read_past_its_line(self):
+    def test_a_pixel_missing_from_a_finer_component_is_not_read_past_its_line(self):
         coarse, fine = sample(1000.0, 6, 3, (3,)), sample(500.0, 8, 6, (3, 5), seed=1)
         self.put("a", coarse)
         self.put("b", fine)
@@ -239,7 +239,7 @@ class BaseAndReference(ViewTest):
         made = self.check_view([p[1], ([p[0], p[2]], 1)], 1)
         self.assertEqual([l.altitude for l in made.lines], [708.0, 712.0, 716.0])
 
-    def test_a_base_file_behind_a_composite_is_base_but_not_reference(self):
+    def test_a_base_file_after_a_composite_is_base_but_not_reference(self):
         p = self.parts()
         made = self.check_view([(p[:2], 0), p[2]], 1)
         self.assertEqual(made.pixels, 8)
@@ -288,7 +288,7 @@ class Blocks(ViewTest):
         made = self.check_view([a, b])
         self.assertEqual([len(c.tables) for _, c in made.present()], [0, 1, 2, 0])
 
-    def test_standard_histograms_are_kept_and_channel_histograms_counted_anew(self):
+    def test_standard_histograms_are_kept_and_channel_histograms_counted_again(self):
         a, b = sample(), sample(500, 16, 12, seed=1)
         a.channels[0].histogram = Histogram(5.0, 1.0, [3] * 7)
         b.channels[0].standard = Histogram(8.0, -8.0, [2, 0, 5])
@@ -313,7 +313,7 @@ class AngleChannels(ViewTest):
         a, b = self.angles(0, (-1, 2, -1)), self.angles(1, (3, 0, 4))
         self.assertEqual(self.check_view([a, b]).angles, (-1, 2, -1))
 
-    def test_an_index_of_an_empty_slot_is_none(self):
+    def test_an_index_of_an_empty_slot_is_not_taken(self):
         a = sample(1000, 8, 6, (4, 4), places=(0, 2), slots=4, angles=(1, -1, 2))
         self.assertEqual(self.check_view([a, sample(seed=1)]).angles, (-1, -1, 1))
 

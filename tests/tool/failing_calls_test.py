@@ -1,4 +1,4 @@
-"""Every system call of a run is made to fail, one run for each: the run must do what it was to do, to
+"""Every system call of a run is made to fail, one run for each: the run must do its work, to
 the byte, or say what went wrong with which file, and in no case touch what it was not asked to replace.
 
 The calls fail in a library that is preloaded, tests/support/failing_calls.c.
@@ -88,14 +88,14 @@ class FailingCalls(ToolTest):
         if status != 255 and not refused:
             return "status %d, and the output is not right" % status
         if way == "memory":
-            # A stream is memory too; a file that does not open is told in words without a reason.
-            told = ("memory", "alloc", "annot open", "cannot create", "cannot read")
-            return None if any(t in said for t in told) else "nothing of memory"
+            # A stream is memory too; a file that does not open is reported without a reason.
+            reported = ("memory", "alloc", "annot open", "cannot create", "cannot read")
+            return None if any(t in said for t in reported) else "nothing of memory"
         if not any(os.path.basename(name) in said for name in victims):
             return "the file is not named"
         if way in ("open", "end") or "cannot open Vorn file" in said:
             return None      # the words for a file that does not open, and for one that is short
-        return None if reason in said else "the reason is not told"
+        return None if reason in said else "the reason is not reported"
 
     def check_every(self, words, ways, was=None, answer=b"", keeps=False):
         """Each call of each way fails in one run; the output is was before. keeps: it stays so."""

@@ -1,5 +1,5 @@
-"""Outputs that cannot be written: the run ends with status 255 and says which file and why, and what was
-not to be replaced is as it was."""
+"""Outputs that cannot be written: the run ends with status 255 and reports the file and the reason. Files
+that must not be replaced are unchanged."""
 import errno
 import os
 import resource
@@ -37,7 +37,7 @@ class Output(ToolTest):
         return self.got(name), status.st_ino, status.st_mtime_ns, status.st_mode
 
     def run_raw(self, words, limit=None, **how):
-        """(status, standard output, standard error); limit: the most bytes that a file may have."""
+        """(status, standard output, standard error); limit: the maximum size of a file."""
         def prepare():
             if limit is not None:
                 resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
@@ -49,7 +49,7 @@ class Output(ToolTest):
                               cwd=self.dir, env=env, timeout=60, preexec_fn=prepare, **how)
         return done.returncode, (done.stdout or b"").decode("latin-1"), done.stderr.decode("latin-1")
 
-    def check_told(self, run, name, reason):
+    def check_reported(self, run, name, reason):
         status, out, err = run
         self.assertEqual(status, 255, out + err)
         if out.startswith(CREATING):
@@ -72,10 +72,10 @@ class Output(ToolTest):
 @cases(ROWS, lambda self, words: self.full(words))
 class FullDisk(Output):
     def full(self, words):
-        """Every file that could be full at every place that counts."""
+        """Every file that may hit a full disk, at every relevant place."""
         os.symlink("/dev/full", self.dir / "full")
         for name in ("full", "/dev/full"):
-            self.check_told(self.run_raw(words + " -overwrite -o " + name), name, errno.ENOSPC)
+            self.check_reported(self.run_raw(words + " -overwrite -o " + name), name, errno.ENOSPC)
         self.assertTrue(os.path.islink(self.dir / "full"))
 
 
@@ -89,7 +89,7 @@ class Quota(Output):
         sizes = [0, 1, 12, 1220, 1221, 20000, len(whole) // 2, len(whole) - 20, len(whole) - 1]
         for size in sizes:
             run = self.run_raw(words + " -overwrite -o out", limit=size)
-            self.check_told(run, "out", errno.EFBIG)
+            self.check_reported(run, "out", errno.EFBIG)
             self.assertLessEqual(len(self.got("out")), size)
         status, out, err = self.run_raw(words + " -overwrite -o out", limit=len(whole))
         self.assertEqual(status, 0, out + err)
@@ -112,7 +112,7 @@ class FullFileSystem(Output):
     def test_every_mode(self):
         for words in MODES.values():
             path = os.path.join(self.mounted, "out")
-            self.check_told(self.run_raw(words + " -overwrite -o " + path), path, errno.ENOSPC)
+            self.check_reported(self.run_raw(words + " -overwrite -o " + path), path, errno.ENOSPC)
 
 
 class WithoutRoom(Output):
@@ -175,7 +175,7 @@ class WithoutRoom(Output):
         self.addCleanup(os.close, held)
         os.set_blocking(held, False)
         for words in MODES.values():
-            self.check_told(self.run_raw(words + " -overwrite -o p"), "p", errno.ESPIPE)
+            self.check_reported(self.run_raw(words + " -overwrite -o p"), "p", errno.ESPIPE)
             with self.assertRaises(BlockingIOError):     # nothing was written
                 os.read(held, 1)
 
@@ -262,7 +262,7 @@ class NotToBeReplaced(Output):
 
 
 class StandardOutput(Output):
-    """Messages that nobody can read: the output is whole all the same."""
+    """Messages that cannot be written: the output is still complete."""
 
     def whole(self, words, stdout, reason):
         status, out, err = self.run_raw(words + " -overwrite -o want")
@@ -299,8 +299,8 @@ class StandardOutput(Output):
 
 
 class Vanishing(Output):
-    """An output that is unlinked while it is written: what was written is gone at the end, and the run
-    says so. A new file of that name is left alone."""
+    """An output that is unlinked while it is written: what was written is lost at the end, and the run
+    reports it. A new file of that name is left alone."""
 
     def test_the_run_says_so_and_the_name_is_free(self):
         self.put("a", sample(1000.0, 8, 30000, (3,)))

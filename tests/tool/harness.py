@@ -1,4 +1,4 @@
-"""Runs the tool in a directory of its own and compares all that can be seen from outside."""
+"""Runs the tool in a directory of its own and compares everything visible from outside."""
 import os
 import re
 import shutil
@@ -54,7 +54,7 @@ def question(name):
 
 
 def grids_missing(names=GRIDS):
-    """What the first open of a run says about ancillary grids that no directory holds."""
+    """What the first open of a run prints about missing ancillary grids."""
     return "".join(
         "cannot open file %s/%s\n"
         "ZELReadAncillaryFiles: Ancillary data file %s not available.  Check path.\n"
@@ -80,7 +80,7 @@ def report(f, lines=None):
 
 
 def tables_trace(tables, verb):
-    """What reading ("Read") or writing ("Write") a table block says."""
+    """What reading ("Read") or writing ("Write") a table block prints."""
     if not tables:
         return ""
     who = "ZEL%sTables:" % verb

@@ -1,5 +1,5 @@
-"""What one grid loses of its inputs, warned of on standard error: classes that were averaged, and the lines
-that a file which was cut does not have."""
+"""Warnings of what one grid loses of its inputs: classes that were averaged, and the missing lines of a file
+that ended early."""
 from harness import grids_missing, main
 from sample import sample
 from view_case import EARLY, ViewTest
@@ -30,7 +30,7 @@ class Classes(ViewTest):
             self.check_view([self.coarse(), classes(500.0, 8, 6, comment=comment)],
                             warns=[AVERAGED % (3, "in1")])
 
-    def test_channels_that_are_no_classes(self):
+    def test_channels_that_do_not_hold_classes(self):
         for fields in ({"units": 4}, {"units": 6}, {"comment": b"Cover type"}, {"comment": b""}):
             f = classes(500.0, 8, 6, **fields)
             f.luts.append(Lut(4, b"", [(1, 2, 3, b"no name")]))
@@ -71,7 +71,7 @@ class Classes(ViewTest):
 
 
 class EarlyEnds(ViewTest):
-    def test_one_line_less_is_a_matter_of_grids(self):
+    def test_one_line_less_is_not_reported(self):
         self.check_view([sample(1000, 8, 6), sample(1000, 8, 5, seed=1)])
 
     def test_two_lines_less(self):

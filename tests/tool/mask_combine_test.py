@@ -27,7 +27,7 @@ def dated_like(f, made):
 
 
 class MaskTest(ViewTest):
-    """check_made passes over nothing but the dates of masks."""
+    """check_made ignores nothing but the dates of masks."""
 
     def check_made(self, name, expected):
         super().check_made(name, dated_like(expected, parse(self.got(name))))
@@ -38,7 +38,7 @@ class MaskTest(ViewTest):
 
 
 class Samples(MaskTest):
-    """The masks of these tests are what they are meant to be."""
+    """The masks of these tests have the intended fields."""
 
     def test_a_mask_has_two_classifiers_filters_and_both_programs(self):
         mask = full_mask()

@@ -75,8 +75,8 @@ class Rasters(VornTest):
         self.rasters(30)
         status, out, err = self.run_both(["-o", "out", "-i", "a", "-vorn", "v"], files=20)
         self.assertEqual((status, err), (255, ""))
-        told = out.splitlines()[-1]
-        self.assertEqual(re.sub(r"\d+$", "9", told), "Error: cannot open Vorn file v, channel 9")
+        last = out.splitlines()[-1]
+        self.assertEqual(re.sub(r"\d+$", "9", last), "Error: cannot open Vorn file v, channel 9")
 
 
 if __name__ == "__main__":

@@ -1,5 +1,5 @@
-"""Files beside the scenes that are no ordinary files: what has no end is an error in a moment, what has no
-places is not opened, and a pipe that somebody writes is read like a file."""
+"""Files other than scenes that are not regular files: one without an end is an error within a moment, one
+that cannot seek is not opened where seeking is needed, and a pipe with a writer is read like a file."""
 import os
 import subprocess
 import threading
@@ -51,7 +51,7 @@ class WithoutAnEnd(LutTest):
 
 class Pipes(LutTest):
     def feed(self, name, data):
-        """A pipe of that name with somebody who writes the data once."""
+        """A pipe of that name with a thread that writes the data once."""
         path = self.dir / name
         os.mkfifo(path)
         writer = threading.Thread(target=lambda: path.write_bytes(data), daemon=True)

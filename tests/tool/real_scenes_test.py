@@ -56,7 +56,7 @@ class RealScenes(ToolTest):
                 for word in ("-ib" if i == base else "-i", self.scene(n))]
 
     def run_one(self, name):
-        """The run that re-writes one scene; returns (file read, file made)."""
+        """A run that rewrites one scene; returns (file read, file made)."""
         f = parsed(name)
         self.check(["-same_res", "-overwrite", "-i", self.scene(name), "-o", "out"],
                    grids_missing() + report(f) + progress(len(f.lines)))
@@ -70,7 +70,7 @@ CLASSES_OF_PAIR = "channel 0, from file pair, holds classes and was averaged$"
 
 class Scenes(RealScenes):
     def test_the_scene_files_hold_the_arrays(self):
-        """Of the scenes themselves, so that a difference further on is the tool's."""
+        """Checks the scenes themselves, so that a later difference comes from the tool."""
         for group, grids in GROUPS.items():
             for grid in grids:
                 f, data = parsed("%s_%s" % (group, grid)), data_rows(group, grid)
@@ -217,7 +217,7 @@ class OneGrid(RealScenes):
         return made
 
     def check_histogram(self, c, histogram, rows, values, exact, what):
-        """The total of every channel; every bin of it too where exact is set. A value is told by its
+        """The total of every channel; every bin of it too where exact is set. A value is known by its
         raw number unless the channel was averaged."""
         model, total, ok = HistogramModel(), 0, {}
         for n, row in enumerate(rows):

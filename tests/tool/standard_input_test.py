@@ -1,11 +1,11 @@
-"""What the overwrite questions leave on standard input, for whoever reads it after the run."""
+"""What the overwrite questions leave on standard input for the next reader."""
 import os
 import subprocess
 
 from harness import TOOL, ToolTest, cases, main
 from sample import sample
 
-# An answer and what is left of it by a question that reads a line of up to 9 and of up to 10 characters.
+# An answer, and what is left after a question that reads a line of up to 9 or of up to 10 characters.
 ANSWERS = {
     "a line": (b"y\nnext\n", b"next\n", b"next\n"),
     "a refusal": (b"no\nnext\n", b"next\n", b"next\n"),

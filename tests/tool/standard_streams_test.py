@@ -39,26 +39,26 @@ class Closed(ToolTest):
     def closed(self, words, closed):
         status, said, err = self.run_closed(words + " -overwrite -o want", ())
         self.assertEqual((status, err), (0, ""))
-        told = "" if 2 in closed or 1 not in closed else LOST
+        reported = "" if 2 in closed or 1 not in closed else LOST
 
         got = self.run_closed(words + " -overwrite -o out", closed)
-        self.assertEqual(got, (0, "" if 1 in closed else said, told))
+        self.assertEqual(got, (0, "" if 1 in closed else said, reported))
         self.same_bytes(self.got("out"), self.got("want"), "out")
 
         got = self.run_closed(words + " -o new", closed)
-        self.assertEqual(got, (0, "" if 1 in closed else said, told))
+        self.assertEqual(got, (0, "" if 1 in closed else said, reported))
         self.same_bytes(self.got("new"), self.got("want"), "new")
 
         self.put("kept", b"old")
         status, out, err = self.run_closed(words + " -o kept", closed,
                                            b"y\n" if 0 in closed else b"n\n")
-        self.assertEqual((status, err), (0, told))
+        self.assertEqual((status, err), (0, reported))
         self.assertEqual(out.endswith("file kept exists! do you wish to overwrite? (y/n) "),
                          1 not in closed)
         self.assertEqual(self.got("kept"), b"old")
 
     def test_bytes_of_an_input_are_no_answer(self):
-        """All of the file's spare text says yes."""
+        """All spare text of the file would answer yes."""
         f = sample(1000.0, 8, 6, (1,))
         f.comment, f.metadata = b"y" * 2000, b"y\n" * 10000
         f.filler = b"y" * 20000

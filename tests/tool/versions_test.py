@@ -1,4 +1,4 @@
-"""Files of older layouts, and of the other byte order, written anew in the current one."""
+"""Files of older layouts, and of the other byte order, rewritten in the current one."""
 import struct
 from dataclasses import replace
 
@@ -36,7 +36,7 @@ def old(version, order="<", **fields):
 
 class Rewriting(ToolTest):
     def rewrite(self, f):
-        """The run that re-writes f; returns the file expected of it."""
+        """A run that rewrites f; returns the expected file."""
         lead, warns = (OTHER_ORDER, LOST_ORDER) if f.order == ">" else ("", ())
         self.put("a", f)
         expected = one_grid([f])

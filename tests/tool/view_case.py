@@ -1,4 +1,4 @@
-"""Runs of the one-grid path over several components, beside what they must give."""
+"""Runs of the one-grid path over several components, compared with what they must give."""
 from harness import ToolTest, all_tables_trace, grids_missing, progress, report
 from model import as_read, one_grid
 from zelfile import container

@@ -1,4 +1,4 @@
-"""Runs that append the channels of a Vorn raster to one scene, beside what they must give."""
+"""Runs that append the channels of a Vorn raster to one scene, compared with what they must give."""
 import os
 import resource
 import subprocess
@@ -61,7 +61,7 @@ class VornTest(ToolTest):
         return expected
 
     def refused(self, words, said, status=255):
-        """The run ends with said before an output is made; an older one of that name stays."""
+        """The run prints said and ends before an output is made; an existing file of that name stays."""
         words = words.split() if isinstance(words, str) else words
         words = ["-overwrite", "-o", "out", "-i", "a"] + words
         self.check(words, grids_missing() + said, status)
@@ -103,5 +103,5 @@ class LutTest(VornTest):
 
 
 def renumbered(luts):
-    """The LUTs that a scene has once a definition file was read for it."""
+    """The LUTs of a scene after a definition file has been read for it."""
     return [replace(lut, key=k) for k, lut in enumerate(luts)]

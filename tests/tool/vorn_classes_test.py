@@ -16,7 +16,7 @@ DAMAGED = "zel_combine: Error: damaged class table in feature header file f\n"
 
 
 def translated(rows, classes):
-    """Rows after the translation by a table whose further entries are themselves."""
+    """Rows after translation by a table that maps all further classes to themselves."""
     table = list(classes) + list(range(len(classes), 1000))
     return [[float(table[int(v)]) if -1 < v < 1000 else v for v in r] for r in rows]
 
@@ -132,7 +132,7 @@ class Classes(LutTest):
 
 
 class ClassesWithoutLut(VornTest):
-    """Without a LUT no table is read; the translation, by no table, truncates all the same."""
+    """Without a LUT no table is read; without a table the translation still truncates."""
 
     def test_the_feature_header_is_not_opened(self):
         rows, = self.rasters(step=0.0)
@@ -165,7 +165,7 @@ class SharedCounter(LutTest):
         return self.run_tool(*words.split(), warns=warns)
 
     def missing(self, table, channels, said, slot):
-        """The channels behind the first are not set up; loading them ends the run."""
+        """The channels after the first are not set up; loading them ends the run."""
         status, out = self.run_with(table, channels)
         self.assertEqual(status, 255)
         self.assertTrue(out.startswith(grids_missing() + said + "ZEL lib version"), out)
@@ -194,7 +194,7 @@ class SharedCounter(LutTest):
         expected = self.made([(lut_channel(b"v channel %d" % (k + 1), b"T", p), p)
                               for k, p in enumerate(self.planes)],
                              [Lut(0, b"T", ENTRY), Lut(1, b"T", ENTRY), Lut(2, b"T", ENTRY)])
-        # Classes stay what they are; this plane's values of 1000 and more are none.
+        # Classes stay as they are; values of 1000 and more, as in this plane, are not classes.
         self.check_made("out", expected)
 
     def test_a_channel_set_up_again_and_again_ends_when_no_lut_can_be_added(self):

@@ -1,4 +1,4 @@
-"""LUT definition files: every line of them, and the keys of what they add."""
+"""LUT definition files: each kind of line, and the keys of the LUTs that they add."""
 from harness import cases, main
 from vorn_case import BLACK, ENTRY, TEXT, Lut, LutTest, renumbered
 from vornfile import float_channel, lut_channel
@@ -12,7 +12,7 @@ def one_entry(line, scale="0 1", entries=4):
 
 
 def entry(self, line, index, wanted, scale="0 1"):
-    """One entry line gives that entry; the others stay as they are allocated, 0 excepted."""
+    """One entry line gives that entry; the others keep their initial values, except entry 0."""
     entries = [(0, 0, 0, b"zero"), BLACK, BLACK, BLACK]
     entries[index] = wanted
     self.loads(one_entry(line, scale), [Lut(1, b"Title", entries)])
@@ -28,7 +28,7 @@ def entry(self, line, index, wanted, scale="0 1"):
     "scale that does not begin at zero": ("10 15 20 1 : a", 1, (0, 127, 255, b"a"), "10 20"),
     "scale that runs down": ("0 1 0.25 1 : a", 1, (255, 0, 191, b"a"), "1 0"),
     "scale with exponents": ("1e2 5e1 0 1 : a", 1, (255, 127, 0, b"a"), "0e0 1e+2"),
-    "scale with text behind it": ("1 0 1 1 : a", 1, (255, 0, 255, b"a"), "0 1 of all colours"),
+    "scale with text after it": ("1 0 1 1 : a", 1, (255, 0, 255, b"a"), "0 1 of all colours"),
     "scale without width": ("0 1 -1 1 : a", 1, (0, 0, 0, b"a"), "1 1"),
     "scale that overflows": ("1e38 -1e38 1 1 : a", 1, (0, 0, 0, b"a"), "-3e38 3e38"),
     "colours that are no numbers": ("nan inf -inf 1 : a", 1, (0, 0, 0, b"a")),
@@ -37,13 +37,13 @@ def entry(self, line, index, wanted, scale="0 1"):
     "no blank before the colon": ("1 0 1 2:label", 2, (255, 0, 255, b"label")),
     "blanks and colons before the label": ("1 0 1 2 :: : : label", 2, (255, 0, 255, b"label")),
     "colons inside the label": ("1 0 1 2 : a: b :c", 2, (255, 0, 255, b"a: b :c")),
-    "blanks behind the label": ("1 0 1 2 : a b  ", 2, (255, 0, 255, b"a b  ")),
+    "blanks after the label": ("1 0 1 2 : a b  ", 2, (255, 0, 255, b"a b  ")),
     "a tab is part of the label": ("1 0 1 2 : \ta", 2, (255, 0, 255, b"\ta")),
     "a carriage return is part of the label": ("1 0 1 2 : a\r", 2, (255, 0, 255, b"a\r")),
     "no label": ("1 0 1 2 :", 2, (255, 0, 255, b"")),
     "white space before the numbers": (" \t1  0\t1   2 : a", 2, (255, 0, 255, b"a")),
-    "numbers behind the index": ("1 0 1 2 9 9 : a", 2, (255, 0, 255, b"a")),
-    "no comment sign behind the first column": (" # 1 : a", 0, (0, 0, 0, b"zero")),
+    "numbers after the index": ("1 0 1 2 9 9 : a", 2, (255, 0, 255, b"a")),
+    "no comment sign after the first column": (" # 1 : a", 0, (0, 0, 0, b"zero")),
     "index of more words than digits": ("1 0 1 2.9 : a", 2, (255, 0, 255, b"a")),
     "label of 200 characters": ("1 0 1 2 : " + "x" * 200, 2, (255, 0, 255, b"x" * 200)),
     "label cut at 200 characters": ("1 0 1 2 : " + "x" * 220, 2, (255, 0, 255, b"x" * 200)),

@@ -63,7 +63,7 @@ class ClassMap(ToolTest):
         return parse(self.got("out"))
 
     def check_channel(self, made, rows, label, comment, code):
-        """The scene is as it was, and the channel behind it holds the rows."""
+        """The scene is unchanged, and the channel after it holds the rows."""
         self.assertEqual([s for s, _ in made.present()], list(range(SLOT + 1)))
         for (_, a), (_, b) in zip(made.present(), self.scene.present()):
             self.assertEqual((a.label, a.type, a.max, a.min, a.units),
@@ -78,7 +78,7 @@ class ClassMap(ToolTest):
         return c
 
     def test_the_map_is_the_array(self):
-        """Of the shared files themselves, so that a difference further on is the tool's."""
+        """Checks the shared files themselves, so that a later difference comes from the tool."""
         for name, order in ((MAP, "little"), (TURNED, "big")):
             data = Path(name).read_bytes()
             header = [int.from_bytes(data[4 * k:4 * k + 4], order) for k in range(4)]

@@ -8,7 +8,7 @@ from zelfile import container
 
 
 def refused_output(self, answer, left):
-    """What the question, asked once all is set up, leaves of an existing output."""
+    """What an existing output holds after the question, which is asked when everything is set up."""
     rows, = self.rasters()
     self.put("out", b"old")
     expected = self.made([(float_channel(b"v", rows), rows)])
@@ -73,7 +73,7 @@ class Views(ToolTest):
 
 
 class BigEndianScene(ToolTest):
-    """The byte order of the scene is still the shared one when the raster's header is read."""
+    """The byte order of the scene is still in force when the raster's header is read."""
 
     def setUp(self):
         super().setUp()

@@ -250,7 +250,7 @@ class Place(VornTest):
         self.full(sample(codes=(3,), places=(999,), slots=1000))
 
     def test_a_file_with_channel_0_only_has_no_free_channel(self):
-        """Slot 0 is never looked at, so that nothing seems to be in use."""
+        """Slot 0 is never examined, so that no slot seems to be in use."""
         self.full(sample(codes=(3,), places=(0,), slots=1000))
 
     def test_a_file_without_channels_has_no_free_channel(self):
@@ -280,7 +280,7 @@ class Place(VornTest):
 
 
 class Format(unittest.TestCase):
-    """The builder itself, against bytes written by hand."""
+    """The builder itself, compared with bytes written by hand."""
 
     def test_a_raster(self):
         self.assertEqual(raster([[[1.0, -2.0]], [[0.5, 0.0]]]), bytes.fromhex(

@@ -33,7 +33,7 @@ constexpr std::int64_t systemBlockSize = 16 * 1024 * 1024;
     fail("ZELCreateCompositeFile: Error: cannot read file %s\n", name);
 }
 
-// Goes to a place of the input, to be copied from there.
+// Seeks to the place of the input to copy from.
 void begin(FILE* input, const char* name, off_t place)
 {
     if (fseeko(input, place, SEEK_SET) != 0) failReading(name, std::strerror(errno));
@@ -59,13 +59,13 @@ bool Container::create(const char* name, int overwritePrompt)
     name_ = name;
     stream_ = std::fopen(name, "w+b");
     if (!stream_) report("ZELCreateCompositeFile: cannot create file %s\n", name);
-    // The directory is written last, at the start: a pipe has no way back to it.
+    // The directory is written last, at the start: a pipe cannot seek back to it.
     if (stream_ && ftello(stream_) < 0) failSeeking(name);
     return stream_ != nullptr;
 }
 
-// Takes the magic from the bytes that the container begins with, until its directory is written: half a
-// container would pass for a plain file.
+// Clears the magic in the first bytes of the container until its directory is written: half a
+// container would look like a plain file.
 void Container::hideMagic(void* firstBytes)
 {
     if (!begun_) std::memset(firstBytes, 0, magicSize);
@@ -87,8 +87,8 @@ void Container::addCopied(std::int64_t bytes)
     progress("bytes", static_cast<double>(copied_), static_cast<double>(expected_));
 }
 
-// Copies a block of the input; returns its bytes, 0 at the end. Blocks are large and go past the
-// output's buffer, which holds nothing else at that time.
+// Copies a block of the input; returns its bytes, 0 at the end. The blocks are larger than the output's
+// buffer, which is empty then, and bypass it.
 std::int64_t Container::copyBlock(FILE* input)
 {
     unsigned char* block = block_.get();
@@ -112,7 +112,7 @@ std::int64_t Container::copyInSystem(FILE* input)
     return total;
 }
 
-// Copies what is left of the input, as many bytes at least as it had before; returns how many.
+// Copies the rest of the input, at least minSize bytes; returns how many.
 std::int64_t Container::copyRest(FILE* input, const char* name, std::int64_t minSize)
 {
     std::int64_t total = copyInSystem(input);
@@ -186,7 +186,7 @@ void Container::finish(int baseIndex)
     close();
 }
 
-// A file that was removed meanwhile is lost with its last stream.
+// A file that was removed meanwhile is lost when its last stream is closed.
 void Container::close()
 {
     FILE* stream = stream_;

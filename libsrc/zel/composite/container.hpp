@@ -30,8 +30,8 @@ public:
     // Copies a plain file, from the stream that it is open on, and enters it.
     void appendPlain(FILE* input, const char* name, std::int64_t fileSize, float resolution);
 
-    // Copies a composite with its own directory reduced to one component. Its entries follow each other
-    // from where it begins, whatever its offsets are.
+    // Copies a composite with its own directory reduced to one component. Its entries are placed
+    // one after the other from where it begins; its offsets are not used.
     void appendComposite(const char* name, const Directory& directory);
 
     // How many components have been entered.

@@ -59,10 +59,11 @@ void gatherBlocks(ZELType& view)
     }
 }
 
-// How a component's grid relates to the reference's. False when the ratio is no number of pixels.
+// Relates a component's grid to that of the reference. False when the ratio is not a number of
+// pixels.
 bool setSampling(ZELType& component, const ZELType& reference)
 {
-    constexpr float negligible = 1.0e-5F;  // of the ratio
+    constexpr float negligible = 1.0e-5f;  // of the ratio
     const float own = component.ZELHeader.SpatialResolution;
     const float wanted = reference.ZELHeader.SpatialResolution;
     component.samplingFlag = ZEL_SAMPLING_SAME;
@@ -70,7 +71,7 @@ bool setSampling(ZELType& component, const ZELType& reference)
     if (!(own < wanted) && !(own > wanted)) return true;
     const float ratio = own < wanted ? wanted / own : own / wanted;
     component.samplingFlag = own < wanted ? ZEL_SAMPLING_AVERAGE : ZEL_SAMPLING_REPLICATE;
-    if (!(ratio >= 1.0F && ratio < 0x1p31F)) return false;
+    if (!(ratio >= 1.0f && ratio < 0x1p31f)) return false;
     component.samplingFactor = static_cast<int32_t>(ratio);
     const auto whole = static_cast<float>(component.samplingFactor);
     if (ratio - whole > negligible * whole)
@@ -131,7 +132,7 @@ void allocateChannel(ZELType& view, int index, int component)
     channel.ChannelLUT = zel::createScalingTable(channel);
 }
 
-// An angle channel of the reference component is one of the view's, under its new number.
+// The view has the angle channels of the reference component, under their new numbers.
 void renumberAngles(ZELHeaderType& view, const ZELHeaderType& reference, int slot, int index)
 {
     if (slot == reference.SZChannelIndex) view.SZChannelIndex = static_cast<int16_t>(index);
@@ -160,7 +161,7 @@ void gatherChannels(ZELType& view, const ZELType& reference)
     view.NumTotalChans = index;
 }
 
-// The view looks at the reference component's own line.
+// The view shares the line buffers of the reference component.
 void shareLine(ZELType& view, const ZELType& reference)
 {
     if (view.ZELHeader.SZChannelIndex < 0) view.SolarZenith = reference.SolarZenith;
@@ -178,7 +179,7 @@ void shareLine(ZELType& view, const ZELType& reference)
     view.ReadWriteFlag = ZEL_READ_ONLY;
 }
 
-// Everything of an open view that its components decide. False after a message.
+// Fills the view from its components. False after a message.
 bool assemble(ZELType& view, int referenceIndex, const char* name)
 {
     const ZELType& reference = view.ZELComponent[referenceIndex];

@@ -16,8 +16,8 @@ int32_t placeInView(int before, int stored)
         std::min(static_cast<std::int64_t>(before) + stored, std::int64_t{INT32_MAX} - 1));
 }
 
-// Reads the directories and counts the components into the view. The base index that an input stores matters only where it names
-// the component to be opened.
+// Reads the directories and counts the components into the view. The base index that an input
+// stores matters only where it names the component to be opened.
 int countComponents(ZELType& view, Inputs& inputs, int baseFile)
 {
     for (int i = 0; i < inputs.count(); ++i) {
@@ -60,8 +60,8 @@ int refuseHeaders(const char* name, std::int64_t headers)
     return viewDamaged;
 }
 
-// Opens the components of one input, from component on. Channels and headers are counted as they come:
-// their memory is that of a file each.
+// Opens the components of one input, from component on. Channels and headers are counted as they
+// come: their memory is that of a file each.
 int openInput(ZELType* component, const Inputs& inputs, int i, int& channels)
 {
     const Directory& directory = inputs.directory(i);

@@ -12,9 +12,9 @@ inline constexpr int viewOpened = 0;
 inline constexpr int viewUnreadable = -1;
 inline constexpr int viewDamaged = -2;
 
-// Opens every component of the inputs, in order, into a cleared record, and finds its base component.
-// Other results than viewOpened come after a message. The record is to be finished when it then has
-// components.
+// Opens every component of the inputs, in order, into a cleared record, and finds its base
+// component. Other results than viewOpened come after a message. The record is to be finished when
+// it then has components.
 int openComponents(ZELType& view, Inputs& inputs, int baseFile);
 
 }  // namespace zel

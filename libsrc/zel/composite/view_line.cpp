@@ -1,4 +1,4 @@
-// Lines of a composite view: a line of each component, brought to the view's grid.
+// Lines of a composite view: a line of each component, resampled to the view's grid.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -11,23 +11,24 @@
 
 namespace {
 
-// One component on its way into the view: its channels become the view's from slot first on.
-struct Passage {
+// A component that is resampled into the view: its channels become those of the view from slot
+// first on.
+struct Resampling {
     ZELType& view;
     ZELType& component;
     int first;
     int scale;
 };
 
-// action(component channel, component pixels, view slot) for every present channel; returns the view
-// slot behind the last.
+// action(component channel, component pixels, view slot) for every present channel; returns the
+// view slot after the last.
 template <class Action>
-int forChannels(const Passage& p, Action action)
+int forChannels(const Resampling& r, Action action)
 {
-    int index = p.first;
-    for (int slot = 0; slot < p.component.ZELHeader.MaxNumChan; ++slot)
-        if (p.component.Channels[slot].ChannelPresentFlag)
-            action(p.component.Channels[slot], p.component.PixBuf[slot], index++);
+    int index = r.first;
+    for (int slot = 0; slot < r.component.ZELHeader.MaxNumChan; ++slot)
+        if (r.component.Channels[slot].ChannelPresentFlag)
+            action(r.component.Channels[slot], r.component.PixBuf[slot], index++);
     return index;
 }
 
@@ -43,13 +44,13 @@ int pixelsOf(const ZELType& file)
     return file.ZELHeader.NPixelPerLine;
 }
 
-bool copySame(const Passage& p)
+bool copySame(const Resampling& r)
 {
-    if (!readLineOf(p.component, p.view.CurrentLine, p.scale)) return false;
-    const int pixels = std::min(pixelsOf(p.component), pixelsOf(p.view));
-    forChannels(p, [&](const ZELChannelType& channel, const unsigned char* stored, int index) {
-        std::copy_n(stored, pixels * channel.DataByteSize, p.view.PixBuf[index]);
-        if (p.scale) std::copy_n(channel.ChannelData, pixels, p.view.Channels[index].ChannelData);
+    if (!readLineOf(r.component, r.view.CurrentLine, r.scale)) return false;
+    const int pixels = std::min(pixelsOf(r.component), pixelsOf(r.view));
+    forChannels(r, [&](const ZELChannelType& channel, const unsigned char* stored, int index) {
+        std::copy_n(stored, pixels * channel.DataByteSize, r.view.PixBuf[index]);
+        if (r.scale) std::copy_n(channel.ChannelData, pixels, r.view.Channels[index].ChannelData);
     });
     return true;
 }
@@ -70,23 +71,23 @@ void replicateBytes(const unsigned char* from, unsigned char* to, int count, int
         replicateStored<std::uint32_t>(from, to, count, factor);
 }
 
-bool replicate(const Passage& p)
+bool replicate(const Resampling& r)
 {
-    const int factor = p.component.samplingFactor;
-    if (!readLineOf(p.component, p.view.CurrentLine / factor, p.scale)) return false;
-    const long long reach = static_cast<long long>(pixelsOf(p.component)) * factor;
-    const int pixels = static_cast<int>(std::min<long long>(reach, pixelsOf(p.view)));
-    forChannels(p, [&](const ZELChannelType& channel, const unsigned char* stored, int index) {
-        replicateBytes(stored, p.view.PixBuf[index], pixels, factor, channel.DataByteSize);
-        float* values = p.view.Channels[index].ChannelData;
-        if (!p.scale) return;
+    const int factor = r.component.samplingFactor;
+    if (!readLineOf(r.component, r.view.CurrentLine / factor, r.scale)) return false;
+    const long long reach = static_cast<long long>(pixelsOf(r.component)) * factor;
+    const int pixels = static_cast<int>(std::min<long long>(reach, pixelsOf(r.view)));
+    forChannels(r, [&](const ZELChannelType& channel, const unsigned char* stored, int index) {
+        replicateBytes(stored, r.view.PixBuf[index], pixels, factor, channel.DataByteSize);
+        float* values = r.view.Channels[index].ChannelData;
+        if (!r.scale) return;
         for (int x = 0; x < pixels; ++x) values[x] = channel.ChannelData[x / factor];
     });
     return true;
 }
 
-// sums[x] += the factor values of pixel x, one after the other. The pixels do not depend on each other,
-// so that a compiler that knows the factor sums several at a time.
+// sums[x] += the factor values of pixel x, one after the other. The pixels do not depend on each
+// other, so that a compiler that knows the factor sums several at a time.
 template <class Factor>
 void addWholeBlocks(float* sums, int count, const float* values, Factor factor)
 {
@@ -121,39 +122,39 @@ void addBlocks(float* sums, int count, const float* values, int available, int f
 }
 
 // Each line of the component is read once, for all its channels.
-bool average(const Passage& p)
+bool average(const Resampling& r)
 {
-    const int factor = p.component.samplingFactor;
-    const int pixels = pixelsOf(p.view);
-    forChannels(p, [&](const ZELChannelType&, const unsigned char*, int index) {
-        std::fill_n(p.view.Channels[index].ChannelData, pixels, 0.0F);
+    const int factor = r.component.samplingFactor;
+    const int pixels = pixelsOf(r.view);
+    forChannels(r, [&](const ZELChannelType&, const unsigned char*, int index) {
+        std::fill_n(r.view.Channels[index].ChannelData, pixels, 0.0f);
     });
     for (int j = 0; j < factor; ++j) {
-        const long long line = static_cast<long long>(p.view.CurrentLine) * factor + j;
-        if (!readLineOf(p.component, line, 1)) return false;
-        forChannels(p, [&](const ZELChannelType& channel, const unsigned char*, int index) {
-            addBlocks(p.view.Channels[index].ChannelData, pixels, channel.ChannelData,
-                      pixelsOf(p.component), factor);
+        const long long line = static_cast<long long>(r.view.CurrentLine) * factor + j;
+        if (!readLineOf(r.component, line, 1)) return false;
+        forChannels(r, [&](const ZELChannelType& channel, const unsigned char*, int index) {
+            addBlocks(r.view.Channels[index].ChannelData, pixels, channel.ChannelData,
+                      pixelsOf(r.component), factor);
         });
     }
     const auto blockSize = static_cast<float>(static_cast<std::int64_t>(factor) * factor);
-    forChannels(p, [&](const ZELChannelType&, const unsigned char*, int index) {
-        float* values = p.view.Channels[index].ChannelData;
+    forChannels(r, [&](const ZELChannelType&, const unsigned char*, int index) {
+        float* values = r.view.Channels[index].ChannelData;
         for (int x = 0; x < pixels; ++x) values[x] /= blockSize;
-        zel::encodeLine(p.view.Channels[index], p.view.PixBuf[index], pixels);
+        zel::encodeLine(r.view.Channels[index], r.view.PixBuf[index], pixels);
     });
     return true;
 }
 
-bool pass(const Passage& p)
+bool resample(const Resampling& r)
 {
-    switch (p.component.samplingFlag) {
+    switch (r.component.samplingFlag) {
     case ZEL_SAMPLING_SAME:
-        return copySame(p);
+        return copySame(r);
     case ZEL_SAMPLING_AVERAGE:
-        return average(p);
+        return average(r);
     case ZEL_SAMPLING_REPLICATE:
-        return replicate(p);
+        return replicate(r);
     default:
         zel::fail("ZELReadCompositeLine: invalid subsampling \n");
     }
@@ -180,7 +181,7 @@ int ZELReadCompositeLine(ZELType* ZELdata, int scale)
     int slot = 0;
     for (int i = 0; i < ZELdata->numZELComponents; ++i) {
         ZELType& component = ZELdata->ZELComponent[i];
-        if (!pass({*ZELdata, component, slot, scale})) return 0;
+        if (!resample({*ZELdata, component, slot, scale})) return 0;
         slot += component.NumTotalChans;
         if (i == ZELdata->baseZELComponent) copyScan(*ZELdata, component);
     }

@@ -19,7 +19,7 @@ using zel::SceneInputs;
 
 constexpr std::int64_t maxContainerSize = INT32_MAX;
 
-// Counted before anything is opened: each component takes a record and a stream.
+// Counted before anything is opened: each component needs a record and a stream.
 bool componentsFit(SceneInputs& inputs)
 {
     std::int64_t components = 0;
@@ -88,8 +88,8 @@ bool entriesFit(SceneInputs& inputs)
     return true;
 }
 
-// A component is read with the prefix's length before its header, and from its own place in one byte
-// order only. What was written otherwise is copied all the same, but not without a word.
+// A component is read with the prefix's length before its header, and in one byte order only. Other
+// files are copied with a warning.
 void warnOfUnreadable(SceneInputs& inputs)
 {
     for (int i = 0; i < inputs.count(); ++i) {
@@ -109,7 +109,7 @@ void warnOfUnreadable(SceneInputs& inputs)
     }
 }
 
-// Which input and which of its components is the base; what was asked for and cannot be is replaced.
+// Which input is the base, and which of its components. An invalid choice is replaced.
 struct Base {
     int file;
     int component;
@@ -117,7 +117,7 @@ struct Base {
 
 Base chooseFile(Base asked, int numInputFiles)
 {
-    // An index equal to the number of files passes, as it always has.
+    // An index equal to the number of files passes: existing scripts depend on it.
     if (asked.file >= 0 && asked.file <= numInputFiles) return asked;
     report("Warning: specified BaseFileIndex %d invalid... using first file\n", asked.file);
     return {0, -1};
@@ -137,7 +137,7 @@ Base chooseComponent(Base asked, SceneInputs& inputs)
 // Copies the inputs; returns the base index of the container.
 int appendInputs(Container& container, SceneInputs& inputs, const Base& base)
 {
-    // A plain base file is written as its place among the inputs, whatever comes before it.
+    // The index of a plain base file is its position among the inputs, even after a composite.
     int baseIndex = base.file;
     if (inputs.needPrefix()) {
         report("ZEL file version < 2.0  updating...\n");
@@ -179,7 +179,8 @@ int ZELCreateCompositeFile(const char* const* InputFileNames, int numInputFiles,
     if (!entriesFit(inputs)) return -1;
     Container container(size);
     if (!container.create(OutputFilename, overwritePrompt)) return -1;
-    // The directory is in the library's order, whatever the order of the input that was opened last.
+    // The directory is written in the library's order, not in that of the input that was opened
+    // last.
     CheckByteOrder();
     warnOfUnreadable(inputs);
     warnOfChannels(inputs, OutputFilename);

@@ -1,28 +1,28 @@
 // Appending the channels of a Vorn raster to the output.
-#ifndef ZEL_COMBINE_VORN_CHANNELS_H
-#define ZEL_COMBINE_VORN_CHANNELS_H
+#ifndef ZEL_COMBINE_VORN_CHANNELS_HPP
+#define ZEL_COMBINE_VORN_CHANNELS_HPP
 
 #include <vector>
 
-#include "class_map.h"
-#include "command_line.h"
-#include "vorn_file.h"
+#include "class_map.hpp"
+#include "command_line.hpp"
+#include "vorn_file.hpp"
 #include "zel.h"
 
 namespace zel_combine {
 
 class VornChannels {
 public:
-    // The files that a set-up opens, of those that the command line names: a colour cube stands for any
-    // LUT file, and classes are translated with a LUT only.
+    // The files that setUp reads, of those that the command line names: the colour cube replaces a
+    // LUT file, and a feature header is read only with a LUT.
     static std::vector<const char*> filesRead(const CommandLineStruct& info);
 
     // Opens and checks the raster and the files that describe it, and declares its channels on out,
-    // which has the headers of the view in and is not yet created. Returns 0; else, after a message, the
-    // exit status.
+    // which has the headers of the view in and is not yet created. Returns 0; else, after a
+    // message, the exit status.
     int setUp(const CommandLineStruct& info, ZELType* in, ZELType* out);
 
-    // Hands the next row of each channel over to out. Nothing is done before a set-up. False, after a
+    // Loads the next row of each channel into out. Does nothing before setUp. False, after a
     // message, when a row cannot be read.
     bool loadLine(ZELType* out);
 

@@ -1,6 +1,6 @@
 // Translating the classes of a raster.
-#ifndef ZEL_COMBINE_CLASS_MAP_H
-#define ZEL_COMBINE_CLASS_MAP_H
+#ifndef ZEL_COMBINE_CLASS_MAP_HPP
+#define ZEL_COMBINE_CLASS_MAP_HPP
 
 #include <array>
 #include <optional>
@@ -10,7 +10,7 @@ namespace zel_combine {
 
 class ClassMap {
 public:
-    // Every class stays what it is until a table is read.
+    // Classes are left as they are until a table is read.
     ClassMap();
 
     // Reads the table in the comments of a feature header, if they hold one: numClasses is then its
@@ -20,7 +20,7 @@ public:
     // Whether a table was read.
     bool hasTable() const { return hasTable_; }
 
-    // Replaces each value by its class, a whole number; values that are no class pass unchanged.
+    // Replaces each value by its class, a whole number; values outside the classes pass unchanged.
     void translate(std::vector<float>& values) const;
 
 private:

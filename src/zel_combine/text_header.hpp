@@ -1,12 +1,12 @@
-// The text header of a Vorn raster: seven lines for each channel, of which the second holds a word, a
-// blank and the channel's label.
-#ifndef ZEL_COMBINE_TEXT_HEADER_H
-#define ZEL_COMBINE_TEXT_HEADER_H
+// The text header of a Vorn raster: seven lines for each channel, of which the second holds a word,
+// a blank and the channel's label.
+#ifndef ZEL_COMBINE_TEXT_HEADER_HPP
+#define ZEL_COMBINE_TEXT_HEADER_HPP
 
 #include <optional>
 #include <string>
 
-#include "stream.h"
+#include "stream.hpp"
 
 namespace zel_combine {
 
@@ -15,7 +15,7 @@ public:
     // False, after a message, when the file does not open.
     bool open(const char* name);
 
-    // The label of the next channel, with the newline or whatever ends its line; nothing, after a
+    // The label of the next channel, with the character that ends its line; nothing, after a
     // message, when the file has no such label.
     std::optional<std::string> nextLabel();
 

@@ -1,6 +1,6 @@
 // A C stream that closes itself.
-#ifndef ZEL_COMBINE_STREAM_H
-#define ZEL_COMBINE_STREAM_H
+#ifndef ZEL_COMBINE_STREAM_HPP
+#define ZEL_COMBINE_STREAM_HPP
 
 #include <cstdio>
 #include <memory>
@@ -13,8 +13,8 @@ struct CloseStream {
 
 using Stream = std::unique_ptr<FILE, CloseStream>;
 
-// Whether what was read last from a stream could not be had; a message then names the file and says what
-// it is and why. The end of a file is no such failure.
+// Whether the last read from a stream failed; a message then gives the kind of file, its name and
+// the reason. The end of a file is not a failure.
 bool failedReading(FILE* stream, const char* what, const char* name);
 
 }  // namespace zel_combine

@@ -1,6 +1,6 @@
 // The command line of zel_combine.
-#ifndef ZEL_COMBINE_COMMAND_LINE_H
-#define ZEL_COMBINE_COMMAND_LINE_H
+#ifndef ZEL_COMBINE_COMMAND_LINE_HPP
+#define ZEL_COMBINE_COMMAND_LINE_HPP
 
 #include <string>
 
@@ -32,7 +32,7 @@ struct CommandLineStruct {
 
 extern CommandLineStruct CommandLineInfo;
 
-// Fills the record from its Argc and Argv; faults set Errors.
+// Fills the record from its Argc and Argv; errors in the arguments set Errors.
 void ProcessCommandLine(CommandLineStruct* CommandLineInfo);
 
 // Prints the usage text on standard output, with the program's name from argv[0].

@@ -1,8 +1,8 @@
 // The two ways to combine files.
-#ifndef ZEL_COMBINE_COMBINE_H
-#define ZEL_COMBINE_COMBINE_H
+#ifndef ZEL_COMBINE_COMBINE_HPP
+#define ZEL_COMBINE_COMBINE_HPP
 
-#include "command_line.h"
+#include "command_line.hpp"
 
 namespace zel_combine {
 

@@ -1,13 +1,13 @@
 // A progress line for long runs at a terminal.
-#ifndef ZEL_COMBINE_PROGRESS_H
-#define ZEL_COMBINE_PROGRESS_H
+#ifndef ZEL_COMBINE_PROGRESS_HPP
+#define ZEL_COMBINE_PROGRESS_HPP
 
 #include <chrono>
 
 namespace zel_combine {
 
-// While it lives, progress is drawn on standard error once the run is longer than a second, and erased
-// at the end. Nothing is drawn where standard error is no terminal.
+// While it lives, progress is drawn on standard error once the run is longer than a second, and
+// erased at the end. Nothing is drawn when standard error is not a terminal.
 class Progress {
 public:
     Progress();
