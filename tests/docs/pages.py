@@ -46,7 +46,8 @@ def man_examples(section):
 
 def commands(text):
     """The words of each zel_combine command line."""
-    return [shlex.split(line)[1:] for line in text.splitlines() if line.startswith("zel_combine ")]
+    lines = text.replace("\\\n", " ").splitlines()
+    return [shlex.split(line)[1:] for line in lines if line.startswith("zel_combine ")]
 
 
 def run(*words, status=0, **how):
