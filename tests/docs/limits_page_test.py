@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The table of limits: every place that it names is a file or folder, and every message stands in one of
-them."""
+"""The table of limits: every place that it names is a file or folder, and every message stands
+in one of them."""
 import re
 import unittest
 
