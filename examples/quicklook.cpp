@@ -62,8 +62,8 @@ void draw(const std::vector<std::vector<float>>& rows)
     }
 }
 
-// Warnings are shown. Of the other messages only the reason of a failure is of use: the last one, and
-// of a composite the one before it.
+// Warnings are shown. Of the other messages only the reason of a failure is of use: the last one,
+// and of a composite the one before it.
 struct LastMessages {
     std::string before, last;
 };

@@ -1,6 +1,6 @@
 // Samples the scenes that a feature parameter file names into a feature file, reads that back, and
-// prints what it holds: the number of samples of each class, the range of each feature, and its mean
-// in each class.
+// prints what it holds: the number of samples of each class, the range of each feature, and its
+// mean in each class.
 //
 //   sample_scene_features PARAMETER_FILE [OUTPUT_FILE]
 //

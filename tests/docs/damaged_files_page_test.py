@@ -75,6 +75,7 @@ FILES = {
     "mask.zel": lambda: with_block(2, -1, ">i", b"ZEL_MASK", 8, mask=full_mask()),
     "later.zel": lambda: scene(version_text=b"3.0"),
     "two_lines_less.zel": lambda: without_end(2 * line_size()),
+    "fine_cut.zel": lambda: sample(500.0, 16, 9).bytes(),
     "half_a_line_less.zel": lambda: without_end(line_size() // 2),
     "shrinking.zel": scene,
     "torn.zel": scene,

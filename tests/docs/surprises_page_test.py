@@ -10,6 +10,12 @@ from zelfile import container, parse
 PAGE = (ROOT / "docs" / "surprises.md").read_text()
 
 
+def classes_of_500_m():
+    f = sample(500.0, 16, 12)
+    f.channels[0].units = 5
+    return f.bytes()
+
+
 class Commands(PageTest):
     FILES = {
         "a.zel": lambda: sample().bytes(),
@@ -17,6 +23,7 @@ class Commands(PageTest):
         "two.zel": lambda: sample(codes=(3, 5)).bytes(),
         "two_components.zel": lambda: container(
             [(sample().bytes(), 1000.0), (sample(250.0).bytes(), 250.0)]),
+        "fine_classes.zel": classes_of_500_m,
         "good.vorn": lambda: raster([plane(8, 6, 0, 0.0)]),
     }
     NOT_THERE = {"out.zel"}
