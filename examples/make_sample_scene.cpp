@@ -1,5 +1,5 @@
-// Writes one invented scene - a coast with some cloud - as three files of 250, 500 and 1000 m, as an
-// imager with bands of different sharpness delivers it.
+// Writes one invented scene - a coast with some cloud - as three files of 250, 500 and 1000 m, as
+// an imager with bands of different resolution delivers it.
 //
 //   make_sample_scene DIRECTORY
 #include <cmath>
@@ -156,7 +156,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: %s DIRECTORY\n", argv[0]);
         return 2;
     }
-    // A process writes the LUT block of its first file only: the file with the class channel is first.
+    // A process writes the LUT block of its first file only, so the file with classes is first.
     const auto file = std::make_unique<ZELType>();
     for (const Resolution& r : resolutions) {
         const std::string path = std::string(argv[1]) + "/" + r.filename;

@@ -19,7 +19,7 @@ namespace {
 constexpr const char shades[] = " .:-=+*#%@";
 constexpr int darkest = 0;
 constexpr int brightest = static_cast<int>(sizeof shades) - 2;
-constexpr long mostColumns = 1000;
+constexpr long maxColumns = 1000;
 
 // Every so many pixels and lines a sample; characters are twice as high as wide.
 std::vector<std::vector<float>> sample(ZELType* file, int channel, int step)
@@ -36,7 +36,7 @@ std::vector<std::vector<float>> sample(ZELType* file, int channel, int step)
     return rows;
 }
 
-// What is no number is a blank.
+// A NaN is a blank.
 char shade(double value, double low, double range)
 {
     if (std::isnan(value)) return shades[darkest];
@@ -62,13 +62,13 @@ void draw(const std::vector<std::vector<float>>& rows)
     }
 }
 
-// Warnings are shown. Of the other messages, such as where the ancillary grids are, only those that say
-// why there is no picture are of use: the last one, and of a composite the one before.
+// Warnings are shown. Of the other messages only the reason of a failure is of use: the last one,
+// and of a composite the one before it.
 struct LastMessages {
     std::string before, last;
 };
 
-void hear(void* data, FILE* stream, const char* text)
+void keepMessage(void* data, FILE* stream, const char* text)
 {
     auto& messages = *static_cast<LastMessages*>(data);
     if (stream == stderr)
@@ -77,7 +77,7 @@ void hear(void* data, FILE* stream, const char* text)
         messages.before = std::exchange(messages.last, text);
 }
 
-void tellLast(void* data, int)
+void printLast(void* data, int)
 {
     const auto& messages = *static_cast<const LastMessages*>(data);
     std::fprintf(stderr, "%s%s", messages.before.c_str(), messages.last.c_str());
@@ -101,11 +101,11 @@ int main(int argc, char** argv)
         return 2;
     }
     LastMessages messages;
-    ZELSetMessageSink(hear, &messages);
-    ZELSetExitHandler(tellLast, &messages);
+    ZELSetMessageSink(keepMessage, &messages);
+    ZELSetExitHandler(printLast, &messages);
     const auto file = std::make_unique<ZELType>();
     if (ZELOpenReadOnlyFile(file.get(), argv[1]) != 0) {
-        tellLast(&messages, 1);
+        printLast(&messages, 1);
         std::fprintf(stderr, "%s: cannot open %s\n", argv[0], argv[1]);
         return 1;
     }
@@ -117,7 +117,7 @@ int main(int argc, char** argv)
         return 1;
     }
     const std::string label = ZELFetchChannelLabel(file.get(), channel);
-    const int width = static_cast<int>(std::clamp(columns, 1L, mostColumns));
+    const int width = static_cast<int>(std::clamp(columns, 1L, maxColumns));
     const int step = (ZELFetchNumberOfPixels(file.get()) + width - 1) / width;
     const auto rows = sample(file.get(), channel, std::max(step, 1));
     std::printf("channel %d, %s, %s\n", channel, label.c_str(), argv[1]);

@@ -1,6 +1,6 @@
 // Samples the scenes that a feature parameter file names into a feature file, reads that back, and
-// says what it holds: how many samples of each class, the range of each feature, and its mean in each
-// class.
+// prints what it holds: the number of samples of each class, the range of each feature, and its
+// mean in each class.
 //
 //   sample_scene_features PARAMETER_FILE [OUTPUT_FILE]
 //
@@ -16,7 +16,7 @@
 
 namespace {
 
-// Keeps the reports of the library back for the length of a scope; errors pass.
+// Drops the library's reports for the length of a scope; errors pass.
 class Quiet {
 public:
     Quiet()
@@ -41,7 +41,7 @@ class Scene {
 public:
     explicit Scene(const char* filename)
     {
-        const Quiet quiet;  // where the ancillary grids are is nothing to these features
+        const Quiet quiet;  // these features do not use the ancillary grids
         isOpen_ = ZELOpenReadOnlyFile(scene_.get(), filename) == 0;
         if (!isOpen_) return;
         for (int slot = 0; slot < ZELFetchNumberOfChannels(scene_.get()); ++slot)

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Makes GDAL read a plain ZEL file: writes a virtual raster that names the place of each channel in the
-file, with its units, wavelength and comment, and gives a class map its colours and names. Navigation
-points of some lines become ground control points. No pixel is copied. Files of layout 2.21 and later are
-read, without classifier masks."""
+"""Makes GDAL read a plain ZEL file: writes a virtual raster that names the place of each channel in
+the file, with its units, wavelength and comment, and gives a class map its colours and names.
+Navigation points of some lines become ground control points. No pixel is copied. Files of layout
+2.21 and later are read, without classifier masks."""
 import argparse
 import datetime
 import os
@@ -22,11 +22,12 @@ PREFIX_SIZE = 1221
 CONTROL = re.compile("[\0-\x1f\x7f-\x9f]")  # what XML does not hold
 
 # By units code: for programs that calculate with units, and as the channel report has them.
-UNITS = {0: ("", "None"), 1: ("K", "Degree Kelvin"), 2: ("%", "Percent Albedo"), 3: ("1", "Reflectance"),
-         4: ("degC", "Degree Celcius"), 5: ("", "None (Look up Table)"), 6: ("", "None (Daytime)"),
+UNITS = {0: ("", "None"), 1: ("K", "Degree Kelvin"), 2: ("%", "Percent Albedo"),
+         3: ("1", "Reflectance"), 4: ("degC", "Degree Celcius"),
+         5: ("", "None (Look up Table)"), 6: ("", "None (Daytime)"),
          7: ("W m-2 um-1 sr-1", "Radiance(W/m^2/micron/steradian)")}
-SENSORS = ("Generic", "AVHRR LAC", "AVHRR GAC", "MAS", "VIRS", "LANDSAT TM", "GOES", "MODIS", "ASTER",
-           "Cirrovue VIRS", "Cirrovue MODIS", "Landsat MSS", "IKONOS", "Unsupported")
+SENSORS = ("Generic", "AVHRR LAC", "AVHRR GAC", "MAS", "VIRS", "LANDSAT TM", "GOES", "MODIS",
+           "ASTER", "Cirrovue VIRS", "Cirrovue MODIS", "Landsat MSS", "IKONOS", "Unsupported")
 
 
 class Channel:
@@ -39,7 +40,7 @@ class Channel:
 
 
 class Layout:
-    """Where things are in a plain file of version 2.21 or later. What cannot be so ends the script."""
+    """Where things are in a plain file of version 2.21 or later. Damage ends the script."""
 
     def __init__(self, path):
         self.path = path
@@ -105,12 +106,14 @@ class Layout:
         data = self.take_bytes(4)
         (version,), (reversed_version,) = struct.unpack("<f", data), struct.unpack(">f", data)
         if 0.995 <= version < 2.205:
-            self.refuse("version %g at offset %d: an older layout than 2.21: make a current file of it "
-                        "first, %s" % (version, at, self.one_grid()))
+            self.refuse("version %g at offset %d: an older layout than 2.21: make a current file "
+                        "of it first, %s" % (version, at, self.one_grid()))
         if at == 0 and 0.995 <= reversed_version < 2.305:
-            self.refuse("version %g at offset 0, big-endian: only the library reads it" % reversed_version)
+            self.refuse("version %g at offset 0, big-endian: only the library reads it"
+                        % reversed_version)
         if not 2.205 <= version < 2.305:
-            self.refuse("version %g at offset %d: not from 1 to 2.3" % (version, at) if at else "not a ZEL file")
+            out_of_range = "version %g at offset %d: not from 1 to 2.3" % (version, at)
+            self.refuse(out_of_range if at else "not a ZEL file")
 
     def read_scene(self):
         """The header after its version; the number of channel slots."""
@@ -169,8 +172,8 @@ class Layout:
 
     def classes(self, channel):
         """The LUT that the channel's comment names, when its pixels are stored numbers."""
-        showable = channel.comment and channel.code not in STEPS and TYPES[channel.code] in MAX_COLOURS
-        return self.luts.get(channel.comment) if showable else None
+        is_index = channel.code not in STEPS and TYPES[channel.code] in MAX_COLOURS
+        return self.luts.get(channel.comment) if is_index and channel.comment else None
 
 
 def tied_lines(layout):
@@ -180,8 +183,8 @@ def tied_lines(layout):
 
 
 def positions(file, layout):
-    """(pixel, line, latitude, longitude) of the navigation points of the tied lines, as far as they are
-    places on Earth."""
+    """(pixel, line, latitude, longitude) of the navigation points of the tied lines, as far as they
+    are places on Earth."""
     for n in tied_lines(layout):
         file.seek(layout.header_offset + n * layout.line_offset + 32)
         points = struct.unpack("<%df" % (2 * layout.nav_points), file.read(8 * layout.nav_points))
@@ -192,7 +195,7 @@ def positions(file, layout):
 
 
 def scan_times(file, layout):
-    """Hours of the day of the first and the last line; nothing when nobody set them."""
+    """Hours of the day of the first and the last line; empty when both are 0, which is not set."""
     times = {}
     for name, n in (("START_TIME", 0), ("END_TIME", layout.lines - 1)):
         file.seek(layout.header_offset + n * layout.line_offset)
@@ -213,7 +216,8 @@ def scene_items(file, layout):
             if 0 <= hours < 48:
                 time = date + datetime.timedelta(hours=hours, microseconds=500)  # rounds
                 yield key, time.isoformat(timespec="milliseconds") + "Z"
-    yield "SENSOR", SENSORS[layout.sensor] if 0 <= layout.sensor < len(SENSORS) else str(layout.sensor)
+    known = 0 <= layout.sensor < len(SENSORS)
+    yield "SENSOR", SENSORS[layout.sensor] if known else str(layout.sensor)
     yield "SATELLITE_NUMBER", str(layout.satellite)
     yield "RESOLUTION_M", "%g" % layout.resolution
     yield "COMMENT", layout.comment
@@ -237,7 +241,9 @@ def colours(entries, kind):
     for red, green, blue, name in entries[:MAX_COLOURS[kind]]:
         names.append("<Category>%s</Category>" % escape(name))
         table.append('<Entry c1="%d" c2="%d" c3="%d" c4="255"/>' % (red, green, blue))
-    return ["<ColorInterp>Palette</ColorInterp>"] + names + ["</CategoryNames>"] + table + ["</ColorTable>"]
+    names.append("</CategoryNames>")
+    table.append("</ColorTable>")
+    return ["<ColorInterp>Palette</ColorInterp>"] + names + table
 
 
 def source(path, output):
@@ -277,7 +283,8 @@ def vrt(path, output):
         if layout.nav_points:
             out.append('<GCPList Projection="EPSG:4326" dataAxisToSRSAxisMapping="2,1">')
             for k, (pixel, line, lat, lon) in enumerate(positions(file, layout), 1):
-                out.append('<GCP Id="%d" Pixel="%g" Line="%g" X="%r" Y="%r"/>' % (k, pixel, line, lon, lat))
+                out.append('<GCP Id="%d" Pixel="%g" Line="%g" X="%r" Y="%r"/>'
+                           % (k, pixel, line, lon, lat))
             out.append("</GCPList>")
     for number, channel in enumerate(layout.channels, 1):
         out += band(number, channel, layout, source(path, output))
@@ -286,7 +293,7 @@ def vrt(path, output):
 
 
 def write(path, text):
-    """Puts the text in place of the file in one step. GDAL takes names as bytes, be they UTF-8 or not."""
+    """Replaces the file in one step. GDAL takes names as bytes, in UTF-8 or not."""
     part = "%s.%d" % (path, os.getpid())
     with open(part, "x", encoding="utf-8", errors="surrogateescape") as stream:
         try:
@@ -301,7 +308,8 @@ def write(path, text):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("file", metavar="FILE", help="a plain ZEL file")
-    parser.add_argument("-o", metavar="OUT.vrt", help="the virtual raster; FILE.vrt without this option")
+    parser.add_argument("-o", metavar="OUT.vrt",
+                        help="the virtual raster; FILE.vrt without this option")
     words = parser.parse_args()
     output = words.o or words.file + ".vrt"
     try:

@@ -16,7 +16,8 @@ extern int SuccessfullyRead[4];
 extern int BadLatLonCount;
 
 /* Reads the four grids, once per process, from the directories named by ZEL_DATA_DIR, EPA_DATA_DIR,
-   CC_DATA_DIR or the built-in one. A missing grid is reported, and an error only when it is used. */
+   CC_DATA_DIR or the built-in one. A missing grid is reported, and an error only when it is
+   used. */
 void ZELAncillaryReadFiles(void);
 
 /* The grid's byte at a position, 255 when the position is invalid. Ends the process (-1) when the

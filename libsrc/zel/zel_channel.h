@@ -8,9 +8,9 @@
 extern "C" {
 #endif
 
-/* Declares a channel of a file that is to be written: its slot, scale range, storage code (1..5), bit
-   resolution, label and comment (119 characters at most, longer ones are cut). Ends the process (-1)
-   on a read-only record, after the header is written, or when slot or code is out of range. */
+/* Declares a channel of a file that is to be written: its slot, scale range, storage code (1..5),
+   bit resolution, label and comment (119 characters at most, longer ones are cut). Ends the process
+   (-1) on a read-only record, after the header is written, or when slot or code is out of range. */
 void ZELAddChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, int ArchiveType,
                    int BitResolution, const char* ChanLabel, const char* ChanComm);
 
@@ -18,8 +18,8 @@ void ZELAddChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, in
 void ZELAddLUTChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, int ArchiveType,
                       int BitResolution, const char* ChanLabel, const char* ChanComm);
 
-/* ZELAddLUTChannel with a classifier mask, which the file owns from then on; a mask that the slot had
-   is freed. */
+/* ZELAddLUTChannel with a classifier mask, which the file owns from then on; a mask that the slot
+   had is freed. */
 void ZELAddMaskChannel(ZELType* ZELdata, ZELFeatureMaskType* FeatureMask, int Channel, float MaxVal,
                        float MinVal, int ArchiveType, int BitResolution, const char* ChanLabel,
                        const char* ChanComm);
@@ -41,12 +41,12 @@ void ZELAddSpecialChannel(ZELType* ZELdata, int Channel, float MaxVal, float Min
 void ZELAddStandardAVHRRChannels(ZELType* ZELdata, int ByteSize);
 void ZELAddStandardVIRSChannels(ZELType* ZELdata, int ByteSize);
 
-/* Hands over a channel's next line, NPixelPerLine values in the channel's units. Ends the process (-1)
-   on a read-only record or an absent slot. */
+/* Hands over a channel's next line, NPixelPerLine values in the channel's units. Ends the process
+   (-1) on a read-only record or an absent slot. */
 void ZELLoadChannel(ZELType* ZELdata, int Channel, const float* Data);
 
-/* Marks a slot absent and frees its scaling table and histograms. Do so before the file is opened for
-   writing, or behind its last line: it is warned of in between. */
+/* Marks a slot absent and frees its scaling table and histograms. Do so before the file is opened
+   for writing, or after its last line; in between there is a warning. */
 void ZELDeleteChannel(ZELType* ZELdata, int Channel);
 
 /* Makes *ZELdataNew a write-only record with the header and channels of ZELdataOrig. */
@@ -62,7 +62,7 @@ int ZELFetchUnits(ZELType* ZELdata, int Channel);
 /* 1 when the slot holds a channel, else 0. */
 int ZELIsChannelPresent(ZELType* ZELdata, int Channel);
 
-/* First slot, present or not, whose label is the text, begins with it or contains it; -1 for none. */
+/* First slot, present or not, whose label is the text, begins with it or contains it; else -1. */
 int ZELFindChannelIndexByLabel(ZELType* ZELdata, const char* label);
 int ZELFindChannelIndexByStartOfLabel(ZELType* ZELdata, const char* label);
 int ZELFindChannelIndexBySubstringOfLabel(ZELType* ZELdata, const char* label);

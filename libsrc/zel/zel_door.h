@@ -1,4 +1,4 @@
-/* The one way out of the library: where messages go and what an ending does. */
+/* The one way out of the library: where messages go, and what happens instead of a process exit. */
 #ifndef ZEL_DOOR_H
 #define ZEL_DOOR_H
 
@@ -12,11 +12,11 @@ extern "C" {
    layer's errors; text is the formatted message, valid during the call only. */
 typedef void (*ZELMessageSink)(void* userData, FILE* stream, const char* text);
 
-/* Called before the process would end; may leave by its own means. When it returns, the process
+/* Called before the process ends; may leave by its own means. When it returns, the process
    ends with status. */
 typedef void (*ZELExitHandler)(void* userData, int status);
 
-/* Told how far a long operation is; unit is "bytes" or "lines". */
+/* Receives the progress of a long operation; unit is "bytes" or "lines". */
 typedef void (*ZELProgressSink)(void* userData, const char* unit, double done, double total);
 
 /* Replaces the sink for messages; a null sink restores the default, which writes to stream. */
@@ -25,14 +25,14 @@ void ZELSetMessageSink(ZELMessageSink sink, void* userData);
 /* Replaces the exit handler; null restores the default, exit(status). */
 void ZELSetExitHandler(ZELExitHandler handler, void* userData);
 
-/* Sets who is told of progress; null (the default) for nobody. */
+/* Sets the receiver of progress; null, the default, for none. */
 void ZELSetProgressSink(ZELProgressSink sink, void* userData);
 
-/* Runs function(userData) so that an ending inside it returns here instead of ending the process.
-   Returns 0 when function returned, 1 when the library ended it; *status (which may be null) is
-   then the exit status, else 0. Calls may be nested. After an ending, a file record that was in use
-   is fit only for its finish function. function may be C: compile it with -fexceptions, and keep
-   nothing in it that only its own return would release. */
+/* Runs function(userData) so that a process exit inside it returns here instead. Returns 0 when
+   function returned, 1 when the library ended it; *status (status may be null) is then the exit
+   status, else 0. Calls may be nested. After such an exit, a file record that was in use is fit
+   only for its finish function. function may be C: compile it with -fexceptions, and keep nothing
+   in it that only its own return would release. */
 int ZELGuardedCall(void (*function)(void* userData), void* userData, int* status);
 
 #ifdef __cplusplus

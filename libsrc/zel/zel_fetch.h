@@ -27,8 +27,8 @@ int ZELFetchNumberOfPixels(ZELType* ZELdata); /* per line */
 int ZELFetchCurrentLineNumber(ZELType* ZELdata);
 double ZELFetchCurrentScanTime(ZELType* ZELdata); /* hours UT */
 
-/* Values of the current line, float[NPixelPerLine]; null, with a message, for an absent slot. Ends the
-   process (-1) on a write-only record. */
+/* Values of the current line, float[NPixelPerLine]; null, with a message, for an absent slot. Ends
+   the process (-1) on a write-only record. */
 float* ZELFetchChannel(ZELType* ZELdata, int Channel);
 
 /* Solar zenith, view zenith and relative azimuth of the current line, float[NPixelPerLine] each,
@@ -42,7 +42,7 @@ void ZELFetchNavigation(ZELType* ZELdata, float** lat, float** lon);
 /* The line's navigation points, float[NumNavPoints] each; null without points. */
 void ZELFetchNonInterpolatedNavigation(ZELType* ZELdata, float** lat, float** lon);
 
-/* The slot's histogram, or null. (The spelling is the interface's.) */
+/* The slot's histogram, or null. Programs depend on the spelling of this name. */
 ZELHistogramType* ZELFetchChannelHistogam(ZELType* ZELdata, int Channel);
 
 #ifdef __cplusplus

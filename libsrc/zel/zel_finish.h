@@ -1,4 +1,4 @@
-/* Ends of a record's life. */
+/* Finishing files: writing what is still to be written, closing, and freeing. */
 #ifndef ZEL_FINISH_H
 #define ZEL_FINISH_H
 
@@ -12,8 +12,8 @@ extern "C" {
    Ends the process (-1) on a write-only record. */
 void ZELFinishReadingFile(ZELType* ZELdata);
 
-/* Writes the histograms back into the header, frees all that the record owns and closes the file. Ends
-   the process (-1) on a read-only record or when the file could not be written whole. */
+/* Writes the histograms back into the header, frees all that the record owns and closes the file.
+   Ends the process (-1) on a read-only record or when the file could not be written whole. */
 void ZELFinishWritingFile(ZELType* ZELdata);
 
 /* Frees everything that an open allocated, but leaves the stream open. */

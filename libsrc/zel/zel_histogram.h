@@ -31,8 +31,8 @@ void ZELRescaleHistogram(ZELHistogramType* histogram, float newMax, float newMin
 
 /* Counts the current line of one channel, or of every present channel. Counted are the pixels from
    LeftPixel to RightPixel, never the last of the line, that are not 3.4028235e+38, lie in the scale
-   range (storage codes 1 and 2), are above 0 (kelvin, albedo, reflectance), have a valid position and,
-   for albedo, reflectance and daytime channels, a solar zenith angle of at most 85 degrees. */
+   range (storage codes 1 and 2), are above 0 (kelvin, albedo, reflectance), have a valid position
+   and, for albedo, reflectance and daytime channels, a solar zenith angle of at most 85 degrees. */
 void ZELIncrementHistogram(ZELType* ZELdata, int channel);
 void ZELIncrementChannelHistograms(ZELType* ZELdata);
 

@@ -8,16 +8,17 @@
 extern "C" {
 #endif
 
-/* Makes *ZELdata a write-only record with no channels; what it held before is forgotten. DataType is a
-   sensor code, Year of 99 or less counts from 1900, JulianDay is 1-based, SatelliteAltitude is in km
-   and SpatialResolution in metres. Ends the process (-1) when NumPix is not 1..32767 or NumNavPts not
-   0..32767. */
+/* Makes *ZELdata a write-only record with no channels; what it held before is not freed. DataType
+   is a sensor code, Year of 99 or less counts from 1900, JulianDay is 1-based, SatelliteAltitude is
+   in km and SpatialResolution in metres. Ends the process (-1) when NumPix is not 1..32767 or
+   NumNavPts not 0..32767. */
 void ZELInitNewWriteOnlyFile(ZELType* ZELdata, int DataType, const char* DataComment, int Year,
                              int JulianDay, int SatNumber, int NumPix, int NumNavPts,
                              int StartNavPoint, int NavPointInterval, float SatelliteAltitude,
                              float SpatialResolution);
 
-/* The same for a read-only record, with LUTStartOffset, NumLines and the components left as they were. */
+/* The same for a read-only record, with LUTStartOffset, NumLines and the components left as they
+   were. */
 void ZELInitNewCompositeFile(ZELType* ZELdata, int DataType, const char* DataComment, int Year,
                              int JulianDay, int SatNumber, int NumPix, int NumNavPts,
                              int StartNavPoint, int NavPointInterval, float SatelliteAltitude,
@@ -32,10 +33,10 @@ void ZELInitNewMASFile(ZELType* ZELdata, int Year, int JulianDay, const char* Da
 void ZELInitNewVIRSFile(ZELType* ZELdata, int Year, int JulianDay, const char* DataComment);
 
 /* Creates the file and writes its header and channel records. Where a file of that name exists and
-   the prompt is on, asks on standard output and standard input first, and ends the process (0) unless
-   the answer begins with "y". Returns 0, or -1 when the file cannot be created or no reader would take
-   the navigation points: several must begin inside the line and go forward. Ends the process when
-   memory fails (-1, -3 or -8) or the record is read-only (-1). */
+   the prompt is on, asks on standard output and standard input first, and ends the process (0)
+   unless the answer begins with "y". Returns 0, or -1 when the file cannot be created or no reader
+   would accept the navigation points: two or more must begin inside the line and go forward. Ends
+   the process when memory fails (-1, -3 or -8) or the record is read-only (-1). */
 int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName);
 
 /* Whether ZELOpenWriteOnlyFile asks before it overwrites a file (it does, by default). */

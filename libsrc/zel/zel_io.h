@@ -9,14 +9,15 @@ extern "C" {
 #endif
 
 /* 1: every element wider than a byte is reversed between file and memory. Process-wide: all open
-   files share it, and every open sets it anew for the host. */
+   files share it, and every open sets it for the host again. */
 extern int SwapByteOrdering;
 
-/* Sets SwapByteOrdering so that little-endian files are read and written rightly on this host. */
+/* Sets SwapByteOrdering so that little-endian files are read and written correctly on this host. */
 void CheckByteOrder(void);
 
-/* fread of Count elements of Size bytes into Buffer, reversing each element when SwapByteOrdering is
-   set and Size is not 1. Returns what fread returned; a short read is not reported otherwise. */
+/* fread of Count elements of Size bytes into Buffer, reversing each element when SwapByteOrdering
+   is set and Size is not 1. Returns what fread returned; a short read is not reported in any other
+   way. */
 int ZELRead(void* Buffer, int Size, int Count, FILE* fptr);
 
 /* fwrite of Count elements of Size bytes, reversed on the way when SwapByteOrdering is set; Buffer

@@ -8,10 +8,11 @@
 extern "C" {
 #endif
 
-/* Reads the current line and advances: PixBuf holds the stored pixels, ChannelData their values (not
-   filled by the second). Returns NPixelPerLine, or 0 at the end of the file. Ends the process (-1) on
-   a write-only record, one that is not open, or a read error. The line read last is not read again when
-   it is asked for again: after the second function its values stay unfilled, which is warned of. */
+/* Reads the current line and advances: PixBuf holds the stored pixels, ChannelData their values
+   (not filled by the second). Returns NPixelPerLine, or 0 at the end of the file. Ends the process
+   (-1) on a write-only record, one that is not open, or a read error. The line read last is not
+   read again when it is requested again: after the second function its values stay unfilled, with a
+   warning. */
 int ZELReadLine(ZELType* ZELdata);
 int ZELReadLineNoScale(ZELType* ZELdata);
 
@@ -22,13 +23,13 @@ int ReadLine(ZELType* ZELdata, int scale);
 int ZELReadCompositeLine(ZELType* ZELdata, int scale);
 
 /* Writes the current line and advances. Channels that were loaded are encoded first (and clamped to
-   their scale range in ChannelData itself); the others are written as their PixBuf stands. Ends the
-   process (-1) on a read-only record or a write error; warns when an open since its own has changed the
-   byte order that all files share. */
+   their scale range in ChannelData itself); the others are written as their PixBuf is. Ends the
+   process (-1) on a read-only record or a write error; warns when an open since its own has changed
+   the byte order that all files share. */
 void ZELWriteLine(ZELType* ZELdata);
 
-/* Copies the current line of src to dst, for every slot present in both: with the stored bytes, to be
-   written unchanged; or the values only, to be encoded anew for dst's own storage. */
+/* Copies the current line of src to dst, for every slot present in both: with the stored bytes, to
+   be written unchanged; or the values only, to be encoded again for dst's own storage. */
 void ZELCopyLine(ZELType* ZELdataDest, ZELType* ZELdataSrc);
 void ZELCopyLineWithLoad(ZELType* ZELdataDest, ZELType* ZELdataSrc);
 

@@ -38,8 +38,8 @@ ZELDisplayLUTType* ZELAppendLUT(ZELType* ZELdata, int NumLUTValues, const char* 
 void ZELDeleteLUTByKey(ZELType* ZELdata, int key);
 void ZELDeleteLUTByLabel(ZELType* ZELdata, const char* label);
 
-/* Sets one entry. index runs from 0 to NumLUTValues, the bound included (the spare entry); any other
-   ends the process (-1). The two that look the LUT up change nothing when there is none. */
+/* Sets one entry. index runs from 0 to NumLUTValues, the bound included (the spare entry); any
+   other ends the process (-1). The two that look the LUT up change nothing when there is none. */
 void ZELLoadLUTEntry(ZELDisplayLUTType* lut, int index, unsigned char R, unsigned char G,
                      unsigned char B, const char* label);
 void ZELLoadLUTEntryByKey(ZELType* ZELdata, int key, int index, unsigned char R, unsigned char G,
@@ -77,8 +77,8 @@ int ZELReadLUTs(ZELType* ZELdata);
 void ZELWriteLUTs(ZELType* ZELdata);
 
 /* Rewrites the LUT block at LUTStartOffset and returns to the stream's position. The number of LUTs
-   and of their entries must be that of the written block; one that was not written is warned of and
-   nothing is written. */
+   and of their entries must be that of the written block; for one that was not written there is
+   a warning, and nothing is written. */
 void ZELUpdateLUTs(ZELType* ZELdata);
 
 /* Adds the LUTs "Collapsed Classes" (key 1) and "Full Classes" (key 2). */

@@ -8,7 +8,8 @@
 extern "C" {
 #endif
 
-/* Solar declination (degrees) and equation of time (degrees of longitude), entry day of year - 1. */
+/* Solar declination (degrees) and equation of time (degrees of longitude), entry day of year -
+   1. */
 extern const float declination[366];
 extern const float delon[366];
 
@@ -39,7 +40,8 @@ void ZEL_UTILCalculateAngle(float lat, float lon, float ScanAltitude, int julian
 /* Sets the channel indices of solar zenith, view zenith and relative azimuth, -1 for none. */
 void ZELSetSolarChannels(ZELType* ZELdata, int szIndex, int vzIndex, int azIndex);
 
-/* For writers: the scan time (hours UT) and NumNavPoints latitudes and longitudes of the next line. */
+/* For writers: the scan time (hours UT) and NumNavPoints latitudes and longitudes of the next
+   line. */
 void ZELLoadNavigation(ZELType* ZELdata, double ScanTime, const float* lat, const float* lon);
 
 /* Copies scan time, scan altitude and navigation points of the current line. */

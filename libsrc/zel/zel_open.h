@@ -8,17 +8,18 @@
 extern "C" {
 #endif
 
-/* Opens a file, plain or composite, for reading; *ZELdata need not be initialised. Returns 0; -1 when
-   the file cannot be opened; -2 when its version is not supported or its header is damaged. After -2
-   for a version the stream stays open: finish the record. Ends the process (-1) when the file needs a
-   newer library or memory fails (-3 for a channel's line). */
+/* Opens a file, plain or composite, for reading; *ZELdata need not be initialised. Returns 0; -1
+   when the file cannot be opened; -2 when its version is not supported or its header is damaged.
+   After -2 for a version the stream stays open: finish the record. Ends the process (-1) when the
+   file needs a newer library or memory fails (-3 for a channel's line). */
 int ZELOpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName);
 
-/* Opens one plain file, or one component that starts at fileOffset and is numBytes long (0: to the end
-   of the file). Results as above. */
+/* Opens one plain file, or one component that starts at fileOffset and is numBytes long (0: to the
+   end of the file). Results as above. */
 int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, int numBytes);
 
-/* 1 when the stream holds a file that this library can read (the stream is then at offset 0), else 0. */
+/* 1 when the stream holds a file that this library can read (the stream is then at offset 0), else
+   0. */
 int ZELCheckFileVersion(FILE* fptr);
 
 #ifdef __cplusplus

@@ -1,5 +1,5 @@
-/* Value tables: named, keyed arrays of floats in a file's header or in a channel. Labels are compared
-   without regard to case; a label longer than 200 characters is cut there. */
+/* Value tables: named, keyed arrays of floats in a file's header or in a channel. Labels are
+   compared without regard to case; a label longer than 200 characters is cut there. */
 #ifndef ZEL_TABLE_H
 #define ZEL_TABLE_H
 
@@ -16,7 +16,8 @@ TableType* ZELAllocateTable(int NumTableValues);
 /* Frees a table and its values. Ends the process (-1) when given null. */
 void ZELDeAllocateTable(TableType* table);
 
-/* Appends a new table to the list. Returns it (the list owns it), or null when the key is in use. */
+/* Appends a new table to the list. Returns it (the list owns it), or null when the key is in
+   use. */
 TableType* ZELAddTable(TableListType* list, int key, int NumTableValues, const char* label);
 
 /* Removes the first table with that key or label; without a match only a message is printed. */
@@ -41,8 +42,8 @@ char* ZELFetchTableLabelByKey(TableListType* list, int key);
 /* A deep copy, owned by the caller; its next pointer is null. */
 TableType* ZELCopyTable(TableType* table);
 
-/* Replaces the destination list with deep copies (the old tables are dropped, not freed), or appends
-   the copies; keys are not compared. An empty source changes nothing. */
+/* Replaces the destination list with deep copies (the old tables are dropped, not freed), or
+   appends the copies; keys are not compared. An empty source changes nothing. */
 void ZELCopyTableList(TableListType* dest, TableListType* src);
 void ZELAppendTableList(TableListType* dest, TableListType* src);
 
@@ -52,16 +53,16 @@ void ZELCopyFileTables(ZELType* ZELdataDest, ZELType* ZELdataSrc);
 void ZELAppendFileTables(ZELType* ZELdataDest, ZELType* ZELdataSrc);
 
 /* Reads list->NumTables table records at the stream's position, with a trace on standard output.
-   Returns the length to add to the header: 204 + 204 x values for each table, which is more than the
-   bytes read. A damaged block ends the process (-1). */
+   Returns the length to add to the header: 204 + 204 x values for each table, which is more than
+   the bytes read. A damaged block ends the process (-1). */
 int ZELReadTables(FILE* fptr, TableListType* list);
 
 /* Writes the list's block at the stream's position and records it in TableStartOffset. */
 void ZELWriteTables(FILE* fptr, TableListType* list);
 
 /* Rewrites the block at TableStartOffset and returns to the stream's position. The number of tables
-   and of their values must be that of the written block; one that was not written is warned of and
-   nothing is written. */
+   and of their values must be that of the written block; for one that was not
+   written there is a warning, and nothing is written. */
 void ZELUpdateTables(FILE* fptr, TableListType* list);
 
 /* Adds two small test tables (keys 1 and 2, 5 and 7 values, value i = i) to the file's header. Ends

@@ -191,7 +191,7 @@ typedef struct ZELType {
     int32_t LUTStartOffset; /* where the LUT block was written */
     int32_t CurrentLine;    /* next line to read or write */
     int32_t PreviousLine;   /* line that the buffers hold; -2 after an open */
-    float* LatBuffer;       /* float[NumNavPoints] of the current line, none without points */
+    float* LatBuffer;       /* float[NumNavPoints] of the current line, null without points */
     float* LonBuffer;
     int32_t NumLines;
     unsigned char* PixBuf[ZEL_MAX_CHANNELS]; /* stored form of each channel's current line */

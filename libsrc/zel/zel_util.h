@@ -20,9 +20,9 @@ void ZELPrintChannelInfo(ZELType* ZELdata, FILE* fptr);
 /* Headers and channel blocks together. */
 void ZELPrintHeaderInfo(ZELType* ZELdata, FILE* fptr);
 
-/* Loads the metadata text, of that type, from a text file of at most 20000 bytes. Returns its size in
-   bytes; 0 when the file cannot be opened, -1 when it is too large or cannot be read (there is no metadata
-   then). */
+/* Loads the metadata text, of that type, from a text file of at most 20000 bytes. Returns its size
+   in bytes; 0 when the file cannot be opened, -1 when it is too large or cannot be read (there is
+   no metadata then). */
 int ZELLoadMetadata(ZELType* ZELdata, const char* FileName, int type);
 
 /* Prints the metadata text on standard output; it also switches the overwrite prompt off. */

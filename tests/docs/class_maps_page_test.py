@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The page on class maps: its script, its definition file and its commands make the map and the picture
-that it shows."""
+"""The page on class maps: its script, its definition file and its commands make the map and the
+picture that it shows."""
 import shutil
 import struct
 import sys
@@ -9,8 +9,8 @@ import xml.etree.ElementTree as ElementTree
 import zlib
 from pathlib import Path
 
-from pages import (BIN, ROOT, SCRIPT, TOOL, WithSampleScene, code_blocks, commands, pixels_by_place, read, run,
-                   zel_to_vrt)
+from pages import (BIN, ROOT, SCRIPT, TOOL, WithSampleScene, code_blocks, commands,
+                   pixels_by_place, read, run, zel_to_vrt)
 
 PAGE = read("docs/class-maps.md")
 
@@ -75,7 +75,8 @@ class ClassMaps(WithSampleScene):
         self.assertEqual([tuple(int(e.get(c)) for c in ("c1", "c2", "c3"))
                           for e in band.find("ColorTable")], want)
         width, picture = rgb_picture(ROOT / "docs" / "class_map.png")
-        self.assertEqual((width, len(picture)), (3 * layout.pixels, 9 * layout.pixels * layout.lines))
+        self.assertEqual(width, 3 * layout.pixels)
+        self.assertEqual(len(picture), 9 * layout.pixels * layout.lines)
         for k, number in enumerate(pixels_by_place(path, layout, 4)):
             y, x = divmod(k, layout.pixels)
             self.assertEqual(picture[3 * y * width + 3 * x], want[number])

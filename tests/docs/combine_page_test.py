@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The page on combining, the first page and the manual page: their commands are carried out, and the
-scripts end with the status that the page promises."""
+"""The page on combining, the first page and the manual page: their commands are carried out, and
+the scripts end with the status that the page promises."""
 import os
 import shutil
 import subprocess
@@ -45,9 +45,9 @@ class Scripts(WithSampleScene):
         text, = [b for b in code_blocks(PAGE, "sh") if "# %s " % name in b]
         (self.demo / name).write_text(text, encoding="utf-8")
         path = os.pathsep.join([str(BIN), os.environ["PATH"]])
-        done = subprocess.run(["sh", name, *words], cwd=self.demo, stdin=subprocess.DEVNULL, timeout=60,
-                              env=dict(os.environ, PATH=path), stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT)
+        done = subprocess.run(["sh", name, *words], cwd=self.demo, timeout=60,
+                              env=dict(os.environ, PATH=path), stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         return done.returncode, done.stdout.decode("latin-1")
 
     def test_a_container_is_made_without_a_word(self):

@@ -20,7 +20,7 @@ struct Example {
     std::string said;
 };
 
-// The blocks of the page with this word behind their opening fence.
+// The blocks of the page with this word after their opening fence.
 std::vector<Example> examples(const std::string& kind)
 {
     std::ifstream page(zel_test::sourceFile("docs/damaged-files.md"));

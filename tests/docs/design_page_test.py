@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The page on the design: its drawing of the floors is the one that the house rules hold, and every file and
-function that it names is there."""
+"""The page on the design: its drawing of the floors is the one that the house rules hold, and
+every file and function that it names is there."""
 import re
 import sys
 import unittest

@@ -19,7 +19,7 @@ using zel_test::Outcome;
 
 // An example of the document: the pixel, the lines of the example, and what comes out of them.
 struct Example {
-    std::string kind;  // what stands behind the opening fence
+    std::string kind;  // the word after the opening fence
     int line = 0;      // of the document
     std::string pixel;
     std::vector<std::string> lines;
@@ -33,7 +33,7 @@ std::string trimmed(const std::string& text)
     return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
 }
 
-// Text and what stands behind the mark.
+// The text before and after the mark.
 std::pair<std::string, std::string> splitAt(const std::string& text, const std::string& mark)
 {
     const std::size_t at = text.find(mark);
@@ -206,7 +206,7 @@ TEST(ExpressionGuide, EveryExampleGivesWhatItSays)
     std::map<std::string, int> lines;
     for (const Example& example : readGuide()) {
         SCOPED_TRACE("docs/expressions.md:" + std::to_string(example.line));
-        ASSERT_TRUE(runs.count(example.kind)) << "an example that nobody runs: " << example.kind;
+        ASSERT_TRUE(runs.count(example.kind)) << "an example that no test runs: " << example.kind;
         ASSERT_FALSE(example.lines.empty());
         runs.at(example.kind)(example);
         lines[example.kind] += static_cast<int>(example.lines.size());

@@ -1,5 +1,5 @@
-// The tables of docs/format.md against the records that the library reads and writes. A table is found
-// by its heading, a field by its name in code type.
+// The tables of docs/format.md against the records that the library reads and writes. A table is
+// found by its heading, a field by its name in code type.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -281,7 +281,7 @@ public:
     Scribe(int version, bool withBlocks) : version_(version), withBlocks_(withBlocks) {}
 
     // A record in which these fields have values, and the others are 0. A block that a row of the
-    // document places behind a field follows it.
+    // document places after a field follows it.
     void record(const std::string& heading, const Values& values)
     {
         const zel_test::DocTable& table = document().table(heading);
@@ -395,7 +395,7 @@ void expectReadBack(int version, bool withBlocks)
 {
     Bytes bytes = header(version, withBlocks);
     append(bytes, channelRecords(version, withBlocks));
-    // Below 1.41 lines begin further on: each value of the header's table counts as 204 bytes, not 4.
+    // Below 1.41 lines begin later: each value of the header's table counts as 204 bytes, not 4.
     if (withBlocks && version >= 111 && version < 141) bytes.resize(bytes.size() + 3 * 200);
     const std::size_t headerOffset = bytes.size();
     for (const double time : {12.5, 13.5}) {
@@ -462,14 +462,14 @@ TEST(FormatReference, TheHistoryNamesTheFieldsThatEachVersionBrought)
                 if (version != 0) brought[version].insert(name);
         }
     }
-    std::map<int, std::set<std::string>> told;
+    std::map<int, std::set<std::string>> listed;
     const zel_test::DocTable& history = document().table("Layout versions");
     for (const Strings& row : history.rows) {
         const Strings names = codesIn(history.cell(row, "fields"));
         if (!names.empty())
-            told[versionOf(history.cell(row, "version"))].insert(names.begin(), names.end());
+            listed[versionOf(history.cell(row, "version"))].insert(names.begin(), names.end());
     }
-    EXPECT_EQ(told, brought);
+    EXPECT_EQ(listed, brought);
     EXPECT_EQ(versionsOfHistory().front(), "1.00");
     const auto prefixed = std::find_if(
         history.rows.begin(), history.rows.end(),
@@ -488,7 +488,7 @@ Strings sizesAt(int version)
     zel::walkVersion(front, header);
     zel::walkHeader(front, header);
     zel::walkHeaderEnd(back, header);
-    // The blocks' own fields have been held against the reader above.
+    // The blocks' own fields were compared with the reader above.
     const long channel = sizeOf(documentedFields("Channel record", version, {}));
     return {std::to_string(front.bytes()), std::to_string(back.bytes()), std::to_string(channel),
             std::to_string(zel::navOffset(version, 0))};

@@ -10,7 +10,8 @@ import sys
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from pages import SCRIPT, WithSampleScene, code_blocks, mean_by_place, pixels_by_place, read, run, zel_to_vrt
+from pages import (SCRIPT, WithSampleScene, code_blocks, mean_by_place, pixels_by_place, read,
+                   run, zel_to_vrt)
 
 PAGE = read("docs/gdal.md")
 
@@ -34,7 +35,8 @@ class VirtualRaster(WithSampleScene):
         for band, channel in zip(tree.iter("VRTRasterBand"), layout.channels):
             self.assertEqual(band.findtext("Description"), channel.label)
             self.assertEqual(band.findtext("SourceFilename"), "one_grid.zel")
-            self.assertEqual(int(band.findtext("ImageOffset")), layout.header_offset + channel.offset)
+            place = layout.header_offset + channel.offset
+            self.assertEqual(int(band.findtext("ImageOffset")), place)
             self.assertEqual(int(band.findtext("LineOffset")), layout.line_offset)
             self.assertEqual(int(band.findtext("PixelOffset")), zel_to_vrt.BYTES[channel.code])
         # The scene begins at 44 north, 9.5 west; lines are 1 km, 111.2 km a degree.

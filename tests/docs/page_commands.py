@@ -1,5 +1,5 @@
-"""The commands that a page shows, run: what they say must be what the page says. The names on the page tell
-what kind of file stands for them."""
+"""The commands that a page shows, run: what they say must be what the page says. The names on
+the page tell what kind of file stands for them."""
 import os
 import re
 import subprocess

@@ -1,5 +1,5 @@
-"""What tests of the documents share: the pages, the texts that they show, and the library and the tools
-to try them with."""
+"""What tests of the documents share: the pages, the texts that they show, and the library and
+the tools to try them with."""
 import os
 import re
 import shlex
@@ -35,7 +35,8 @@ def code_blocks(markdown, language):
 
 
 def man_section(page, name):
-    return re.search(r"^\.SH %s\n(.*?)(?=^\.SH |\Z)" % name, page, re.DOTALL | re.MULTILINE).group(1)
+    section = r"^\.SH %s\n(.*?)(?=^\.SH |\Z)" % name
+    return re.search(section, page, re.DOTALL | re.MULTILINE).group(1)
 
 
 def man_examples(section):
@@ -46,7 +47,8 @@ def man_examples(section):
 
 def commands(text):
     """The words of each zel_combine command line."""
-    return [shlex.split(line)[1:] for line in text.splitlines() if line.startswith("zel_combine ")]
+    lines = text.replace("\\\n", " ").splitlines()
+    return [shlex.split(line)[1:] for line in lines if line.startswith("zel_combine ")]
 
 
 def run(*words, status=0, **how):
@@ -71,12 +73,13 @@ def build_program(directory, name, source):
         flags += ["-fsanitize=address,undefined"]
     if cached("ZEL_COVERAGE") == "ON":
         flags += ["--coverage"]
-    (directory / (name + ".c")).write_text(source, encoding="utf-8")
     program = directory / name
-    run(cached("CMAKE_C_COMPILER") or "cc", "-std=c11", "-Wall", "-Wextra", "-Wpedantic", "-Werror",
-        "-I%s" % (ROOT / "libsrc"), "-c", directory / (name + ".c"), "-o", directory / (name + ".o"))
-    run(cached("CMAKE_CXX_COMPILER") or "c++", directory / (name + ".o"), BUILD / "lib" / "libzel.a",
-        *flags, "-o", program)
+    text, unit = program.with_suffix(".c"), program.with_suffix(".o")
+    text.write_text(source, encoding="utf-8")
+    run(cached("CMAKE_C_COMPILER") or "cc", "-std=c11", "-fexceptions", "-Wall", "-Wextra",
+        "-Wpedantic", "-Werror", "-I%s" % (ROOT / "libsrc"), "-c", text, "-o", unit)
+    run(cached("CMAKE_CXX_COMPILER") or "c++", unit, BUILD / "lib" / "libzel.a", *flags,
+        "-o", program)
     return program
 
 

@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
-"""The programs of the first page, of the page on programs and of zel(3): each is built and run, and what it
-prints is worked out again from the bytes of the file."""
+"""The programs of the first page, of the page on programs and of zel(3): each is built and run,
+and what it prints is worked out again from the bytes of the file."""
 import re
 import shutil
 import unittest
 
-from pages import (BUILD, InDirectory, WithSampleScene, build_program, cached, code_blocks, man_examples,
-                   man_section, mean_by_place, pixels_by_place, read, run, zel_to_vrt)
+from pages import (BUILD, InDirectory, WithSampleScene, build_program, cached, code_blocks,
+                   man_examples, man_section, mean_by_place, pixels_by_place, read, run,
+                   zel_to_vrt)
 
 PAGE = read("docs/programs.md")
 HISTOGRAM_BYTES = 1034  # of 256 bins
@@ -31,14 +32,16 @@ class Examples(InDirectory):
         path = self.dir / "example.zel"
         last = run(self.example, path).splitlines()[-1]
         numbers = [float(n) for n in re.findall(r"-?\d+\.\d+", last)]
-        # 280 + 0.25 x (63 - 47) K, line 47, pixel 63, to a step of the stored number and of the text.
+        # 280 + 0.25 x (63 - 47) K, line 47, pixel 63, to a step of the stored number and of the
+        # text.
         for got, want, error in zip(numbers, (284.0, 43.577, -8.7125), (0.0151, 0.001, 0.001)):
             self.assertAlmostEqual(got, want, delta=error)
         self.assertEqual(len(numbers), 3)
 
         layout = zel_to_vrt.Layout(str(path))
         self.assertEqual((layout.pixels, layout.lines), (64, 48))
-        self.assertEqual(self.printed_mean(path, 0), "11 um: mean %f" % mean_by_place(path, layout, 0))
+        mean = mean_by_place(path, layout, 0)
+        self.assertEqual(self.printed_mean(path, 0), "11 um: mean %f" % mean)
         for channel in (1, -1, 5000):
             run(self.mean, path, channel, status=1)
         run(self.mean, self.dir / "no_such_file", 0, status=1)
@@ -79,7 +82,8 @@ class Means(WithSampleScene):
                    cwd=self.demo, status=1).splitlines()
         self.assertEqual(said, [
             "sample_500m.zel: 240 lines",
-            "short.zel: OpenReadOnlyFile: corrupt file short.zel: cut short in MetaDataText at offset 3275",
+            "short.zel: OpenReadOnlyFile: corrupt file short.zel: "
+            "cut short in MetaDataText at offset 3275",
             "missing.zel: ZELReadCompositeInfo: cannot open file missing.zel",
             "sample_1000m.zel: 120 lines"])
 

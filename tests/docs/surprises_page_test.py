@@ -10,6 +10,12 @@ from zelfile import container, parse
 PAGE = (ROOT / "docs" / "surprises.md").read_text()
 
 
+def classes_of_500_m():
+    f = sample(500.0, 16, 12)
+    f.channels[0].units = 5
+    return f.bytes()
+
+
 class Commands(PageTest):
     FILES = {
         "a.zel": lambda: sample().bytes(),
@@ -17,6 +23,7 @@ class Commands(PageTest):
         "two.zel": lambda: sample(codes=(3, 5)).bytes(),
         "two_components.zel": lambda: container(
             [(sample().bytes(), 1000.0), (sample(250.0).bytes(), 250.0)]),
+        "fine_classes.zel": classes_of_500_m,
         "good.vorn": lambda: raster([plane(8, 6, 0, 0.0)]),
     }
     NOT_THERE = {"out.zel"}
@@ -34,14 +41,15 @@ class Results(PageTest):
     def one_grid(self, coarse, fine):
         self.put("a.zel", coarse)
         self.put("b.zel", fine)
-        status, _, _ = self.run_command(Command("zel_combine -same_res -ib a.zel -i b.zel -o out.zel"))
-        self.assertEqual(status, 0)
+        command = Command("zel_combine -same_res -ib a.zel -i b.zel -o out.zel")
+        self.assertEqual(self.run_command(command)[0], 0)
         return parse(self.got("out.zel"))
 
     def test_between_class_4_and_class_8_lies_class_6(self):
         fine = sample(500.0, 16, 12)
         fine.channels[0].rows = [array("B", [4, 8] * 8) for _ in range(12)]
-        self.assertEqual([set(row) for row in self.one_grid(sample(), fine).channels[1].rows], [{6}] * 6)
+        rows = self.one_grid(sample(), fine).channels[1].rows
+        self.assertEqual([set(row) for row in rows], [{6}] * 6)
 
     def test_the_output_ends_with_the_first_input_that_runs_out_of_lines(self):
         self.assertEqual(len(self.one_grid(sample(), sample(500.0, 16, 9)).lines), 4)

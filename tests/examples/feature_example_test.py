@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """The worked example over a real scene: its numbers, worked out again from the plain arrays.
 
-Runs where ZEL_TEST_DATA names a directory that has the scene and the example is built (ZEL_BIN_DIR);
-else exit status 77. Sums, products and quotients of 32-bit floats in 64-bit arithmetic, rounded once,
-are those of 32-bit arithmetic.
+Runs where ZEL_TEST_DATA names a directory that has the scene and the example is built
+(ZEL_BIN_DIR); else exit status 77. Sums, products and quotients of 32-bit floats in 64-bit
+arithmetic, rounded once, are those of 32-bit arithmetic.
 """
 import json
 import math
@@ -28,7 +28,8 @@ EXAMPLE = BIN / "examples" / "sample_scene_features"
 PARAMETERS = SOURCE / "examples" / "gulf.par"
 STEP = 4
 CLASSES = {1: ("land", 60, 140, 60), 2: ("water", 30, 60, 200), 3: ("cloud", 240, 240, 240)}
-LABELS = ["vegetation index", "water index", "brightness temperature", "colour of the visible bands"]
+LABELS = ["vegetation index", "water index", "brightness temperature",
+          "colour of the visible bands"]
 
 
 def f32(x):
@@ -122,7 +123,7 @@ class FeatureFile:
                 for _ in range(self.number())]
 
 
-@unittest.skipUnless(SCENE.is_file() and EXAMPLE.is_file(), "no scene in ZEL_TEST_DATA, or no example")
+@unittest.skipUnless(SCENE.is_file() and EXAMPLE.is_file(), "no scene (ZEL_TEST_DATA) or example")
 class Example(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -136,8 +137,9 @@ class Example(unittest.TestCase):
     @classmethod
     def run_as_shown(cls, command):
         """Runs a command of the file's comment in an empty directory."""
-        command = command.replace("build/bin/examples/sample_scene_features", shlex.quote(str(EXAMPLE)))
-        command = command.replace("examples/gulf.par", shlex.quote(str(PARAMETERS)))
+        for shown, path in (("build/bin/examples/sample_scene_features", EXAMPLE),
+                            ("examples/gulf.par", PARAMETERS)):
+            command = command.replace(shown, shlex.quote(str(path)))
         return subprocess.run(["sh", "-c", command], cwd=cls.directory.name, text=True,
                               stdin=subprocess.DEVNULL, capture_output=True, timeout=600)
 
@@ -192,7 +194,8 @@ class Example(unittest.TestCase):
     def test_the_file_holds_the_samples(self):
         file = FeatureFile(Path(self.output).read_bytes())
         self.assertEqual(file.identifier, b"ZEL_FEATURE_HEADER\0")
-        self.assertEqual((file.version, file.output, file.inputs), ("1.2", "gulf.feat", [SCENE.name]))
+        self.assertEqual((file.version, file.output), ("1.2", "gulf.feat"))
+        self.assertEqual(file.inputs, [SCENE.name])
         self.assertEqual(file.settings, (82497, -STEP, 0, 5))
         self.assertEqual([f[0] for f in file.features], LABELS)
         self.assertEqual({i: c for i, c in enumerate(file.classes) if c[0]}, CLASSES)

@@ -3,11 +3,12 @@
 library and the tools with a test that quotes it. Writes coverage.md into the build tree (build/, or
 ZEL_BUILD_DIR) and lists what no test covers.
 
-Operations are the functions that the public headers declare. Messages are the texts in the sources
-that are handed to one of the functions that report, or that end with a line; what a user sees of those
-that are put together, as of the name of a function and a text, is in a list. A test quotes a message
-when one of its own texts has the message's fixed parts in their order, with anything in the places of
-the values. Texts that are joined from pieces count as one, with a gap for what is no text.
+Operations are the functions that the public headers declare. Messages are the texts in the
+sources that are handed to one of the functions that report, or that end with a line; what a user
+sees of those that are put together, as of the name of a function and a text, is in a list. A
+test quotes a message when one of its own texts has the message's fixed parts in their order,
+with anything in the places of the values. Texts that are joined from pieces count as one, with a
+gap for what is no text.
 """
 
 import ast
@@ -131,8 +132,8 @@ def operations(header):
     while previous != code:
         previous, code = code, re.sub(r"\{[^{}]*\}", " ", code)
     for declaration in code.split(";"):
-        match = re.match(r"\s*(?!typedef\b)[\w\s*]+?\b(\w+)\s*\((?!\s*\*)[^()]*(?:\([^()]*\)[^()]*)*\)\s*$",
-                         declaration)
+        match = re.match(r"\s*(?!typedef\b)[\w\s*]+?\b(\w+)\s*"
+                         r"\((?!\s*\*)[^()]*(?:\([^()]*\)[^()]*)*\)\s*$", declaration)
         if match:
             yield match.group(1)
 
@@ -197,7 +198,8 @@ def pieces(group):
                 yield from pieces(item)
 
 
-CONVERSION = re.compile(r"%(?:%|[-+ #0]*(?:\d+|\*)?(?:\.(?:\d+|\*))?(?:hh|h|ll|l|z|j|t)?[diouxXcsfeEgGp])")
+CONVERSION = re.compile(r"%(?:%|[-+ #0]*(?:\d+|\*)?(?:\.(?:\d+|\*))?"
+                        r"(?:hh|h|ll|l|z|j|t)?[diouxXcsfeEgGp])")
 
 
 def letters(text):
@@ -349,12 +351,12 @@ def coverage():
     """The text of the map, and its gaps."""
     gaps = []
     lines = ["# What covers what", "",
-             "Every public operation with tests that call it, and every message of the library and the",
-             "tools with a test that quotes it; `tests/house/coverage_map.py` writes this page.", "",
-             "Of the test files that call an operation the first %d are named. %%d and the like in a"
+             "Every public operation with tests that call it, and every message of the library and",
+             "the tools with a test that quotes it, from `tests/house/coverage_map.py`.", "",
+             "Of the test files that call an operation the first %d are named. %%d and the like"
              % NAMED_TESTS,
-             "message stand for values. Messages that are nothing but values are left out. Those that",
-             "no call can bring about have the reason why they are there.",
+             "in a message stand for values. Messages that are nothing but values are left out.",
+             "Those that no call can bring about have the reason why they are there.",
              "", "## Operations"]
     lines += operation_rows(gaps)
     lines += ["", "## Messages"]

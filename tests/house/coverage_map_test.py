@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Every public operation and every message has a test: the map of both, written into the build tree,
-has no gap. Its maker is checked on samples."""
+"""Every public operation and every message has a test: the map of both, written into the build
+tree, has no gap. Its maker is checked on samples."""
 
 import os
 import sys
@@ -51,7 +51,8 @@ class Messages(unittest.TestCase):
         self.assertEqual(self.of('message(a ? "this one" : "that one")'), ["this one", "that one"])
 
     def test_lines_anywhere(self):
-        self.assertEqual(self.of('f(x, "printed later\\n"); g("not printed");'), ["printed later\n"])
+        code = 'f(x, "printed later\\n"); g("not printed");'
+        self.assertEqual(self.of(code), ["printed later\n"])
 
     def test_a_name_given_to_a_message_is_no_message(self):
         self.assertEqual(self.of('fail("%s: no\\n", "ZELName");'), ["%s: no\n"])

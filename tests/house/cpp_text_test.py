@@ -35,7 +35,8 @@ class Tokens(unittest.TestCase):
 
     def test_characters_and_separated_digits_are_told_apart(self):
         self.assertEqual(others("a = '\"'; b = 1'000'000; c = '\\'';"),
-                         ["a", "=", "'\"'", ";", "b", "=", "1'000'000", ";", "c", "=", "'\\''", ";"])
+                         ["a", "=", "'\"'", ";", "b", "=", "1'000'000", ";",
+                          "c", "=", "'\\''", ";"])
 
     def test_positions_are_those_of_the_code(self):
         self.assertEqual([p for _, _, p in cpp_text.tokens('a /* */ "b" c')], [0, 8, 12])

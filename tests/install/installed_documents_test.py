@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""An installed tree has what its documents lead with: their links lead to files, and the programs that
-they name are there and run."""
+"""An installed tree has what its documents lead with: their links lead to files, and the programs
+that they name are there and run."""
 import os
 import re
 import shutil
@@ -29,8 +29,8 @@ class Installed(unittest.TestCase):
         cls.documents = readme.parent
 
     def run_program(self, name, *words):
-        done = subprocess.run([str(self.prefix / "bin" / name), *words], cwd=self.prefix, timeout=60,
-                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+        done = subprocess.run([str(self.prefix / "bin" / name), *words], cwd=self.prefix,
+                              timeout=60, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT)
         return done.returncode, done.stdout.decode("latin-1")
 

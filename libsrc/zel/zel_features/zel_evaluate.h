@@ -5,8 +5,8 @@
    numChannels + 1 may be named: it reads as 0.0 and a write to it is ignored.
 
    Run-time errors print a message on standard error and end the process (-1): a channel above
-   numChannels + 1 or below 1, a register above 20 or below 1, a variable that is none, an unknown
-   operator; and, on standard output, "stack processing error 1" when an operator lacks an operand
+   numChannels + 1 or below 1, a register above 20 or below 1, an unknown variable, an unknown
+   operator; and, on standard output, "stack processing error 1" when an operand is missing
    and "stack processing error 2" when more than 200 values are pending. */
 #ifndef ZEL_EVALUATE_H
 #define ZEL_EVALUATE_H

@@ -1,9 +1,8 @@
-/* Expressions: the operators and variables of the language, and compiling a text to a postfix
-   list.
+/* Expressions: the operators and variables of the language, and compiling a text to a postfix list.
 
    White space means nothing anywhere. Operands are constants, Ch<n>, register<n>, the pixel
-   variables and named definitions; variable names, "Ch" and "register" are read without regard to
-   case, operators and definition labels exactly. */
+   variables and named definitions; variable names, "Ch" and "register" are matched without regard
+   to case, operators and definition labels exactly. */
 #ifndef ZEL_EXPRESSION_H
 #define ZEL_EXPRESSION_H
 
@@ -110,13 +109,13 @@ extern const char* const ParseErrorMsgs[ZEL_NUM_PARSE_STATUSES];
 
 /* Compiles line into *stack and returns the status. The stack's previous content is overwritten,
    not freed: pass an empty one. CheckFlag non-zero also requires that the text is one expression
-   with one value (else 3) and at most one assignment (else 5). definedConditions is the first
-   entry of a list of named definitions, or null; an entry without a Label or a Condition is passed
-   over. A text of more than 240 characters that are not blank gives 3, as do definitions that stand
-   for more than 100,000 elements, or with which all stacks of the process have more than 4,000,000: a
-   process that gets there frees stacks before it compiles more. After a failure
-   the stack holds what was compiled until then and is still to be freed. Ends the process (-1) when
-   memory fails. */
+   with one value (else 3) and at most one assignment (else 5). definedConditions is the first entry
+   of a list of named definitions, or null; an entry without a Label or a Condition is ignored. A
+   text of more than 240 characters that are not blank gives 3, as do definitions that stand for
+   more than 100,000 elements, or with which all stacks of the process have more than 4,000,000: a
+   process that gets there frees stacks before it compiles more. After a failure the stack holds
+   what was compiled until then and is still to be freed. Ends the process (-1) when memory
+   fails. */
 int ZELParseExpression(const char* line, ZELStackStruct* stack, int CheckFlag,
                        const CommandListStruct* definedConditions);
 

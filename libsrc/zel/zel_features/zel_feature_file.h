@@ -1,5 +1,6 @@
 /* Feature files: samples of pixels with their class and the values of every feature. Wrong mode
-   prints a message and ends the process (-2), every other failure, as of a file that is not open, (-1). */
+   prints a message and ends the process (-2); every other failure, such as a file that is not open,
+   ends it with -1. */
 #ifndef ZEL_FEATURE_FILE_H
 #define ZEL_FEATURE_FILE_H
 
@@ -15,8 +16,8 @@ void ZELFeatureSetOverwritePromptOn(void);
 void ZELFeatureSetOverwritePromptOff(void);
 
 /* Reads the parameter file, creates the output (the name given, or the parameter file's when that
-   is null) and writes its header. The record need not be initialised. An output that is the parameter file or
-   one of its inputs ends the process (-1), and is not touched. */
+   is null) and writes its header. The record need not be initialised. An output that is the
+   parameter file or one of its inputs ends the process (-1), and is not touched. */
 void ZELFeatureCreateFile(const char* parameterFilename, ZELFeatureFileStruct* FeatureFile,
                           const char* outputFilename);
 
@@ -33,7 +34,8 @@ void ZELFeatureCopyFileParameters(ZELFeatureFileStruct* DestFile,
    copied. */
 void ZELFeatureOpenCopiedFile(ZELFeatureFileStruct* FeatureFile, const char* outputFilename);
 
-/* The two in turn. An output that is the source's file ends the process (-1), and is not touched. */
+/* The two in turn. An output that is the source's file ends the process (-1), and is not
+   touched. */
 void ZELFeatureCreateCopiedFile(ZELFeatureFileStruct* DestFile, const ZELFeatureFileStruct* SrcFile,
                                 const char* outputFilename);
 

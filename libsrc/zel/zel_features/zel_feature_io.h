@@ -17,8 +17,8 @@ extern int OSInitialized;
 /* Sets HostOS; the first read or write that needs it calls this. */
 void InitializeFileRead(void);
 
-/* fread of count elements of size bytes into buffer, turned to the host's order. Returns what
-   fread returned; a short read is not reported otherwise. */
+/* fread of count elements of size bytes into buffer, in the host's order. Returns what
+   fread returned; a short read is not reported in any other way. */
 int FileRead(void* buffer, int size, int count, FILE* fptr);
 
 /* fwrite of count elements of size bytes in big-endian order; buffer is not changed. Writing no
@@ -29,7 +29,7 @@ void FileWrite(const void* buffer, int size, int count, FILE* fptr);
 void WriteString(FILE* fptr, const char* string);
 
 /* Reads a string, which the caller frees with free(). The stream must be able to seek: a length is
-   held against what the file has before memory is taken for it. */
+   compared with what is left of the file before memory is allocated for it. */
 char* ReadString(FILE* fptr);
 
 #ifdef __cplusplus

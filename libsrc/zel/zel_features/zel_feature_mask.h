@@ -58,7 +58,7 @@ ZELClassifierList* ZELFeatureNewClassifierListEntry(ZELFeatureMaskType* mask);
 /* Makes the record one without rules; what it held before is forgotten. */
 void initializeMaskParameterStruct(ZELMaskParameterType* Parameters);
 
-/* Makes dest a deep copy of source; what dest held before is forgotten. */
+/* Makes dest a deep copy of source; what dest held before is not freed. */
 void ZELFeatureCopyMaskParameters(ZELMaskParameterType* dest, const ZELMaskParameterType* source);
 
 /* A deep copy, the caller's; null for null. Its next pointer is null. */
@@ -78,15 +78,16 @@ void ZELFeatureFreeMaskList(ZELFeatureMaskListType* list);
 
 /* ---- Files ---- */
 
-/* Writes a mask: version "1.2", with the date of now, which also replace the mask's Header, and with
-   the class counts of its classifiers. A classifier without features ends the process (-1). Null is
-   written as the single number 0; that is also how a mask without classifiers begins, so that nobody
-   reads it again. */
+/* Writes a mask: version "1.2", with the date of now, which also replace the mask's Header, and
+   with the class counts of its classifiers. A classifier without features ends the process (-1).
+   Null is written as the single number 0; that is also how a mask without classifiers begins, which
+   no reader takes for a mask. */
 void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr);
 
-/* Reads a mask at the position of a stream that can be positioned; the caller's. Null for the number
+/* Reads a mask at the position of a stream that can be positioned; the caller's. Null for the
+   number
    0. The text of a program that does not compile is kept, without its statements, after a message;
-   every other error ends the process (-1). */
+      every other error ends the process (-1). */
 ZELFeatureMaskType* ZELFeatureReadMask(FILE* fptr);
 
 /* Writes a mask to a file of its own, which may not be one of those that it was read from. */
@@ -94,8 +95,8 @@ void ZELFeatureSaveMask(ZELFeatureMaskType* mask, const char* filename);
 
 /* Reads a mask parameter file into the list, whose previous content is not freed. The masks take
    channels 0, 1 and so on. The names of a mask's classifier files become the input files of its IO,
-   the name to save it under the output file. Every error prints its message, behind the line where
-   there is one, and ends the process (-1); unknown commands are reported and passed over. */
+   the name to save it under the output file. Every error prints its message, after the line where
+   there is one, and ends the process (-1); unknown commands are reported and ignored. */
 void ZELParseMaskParameterFile(const char* filename, ZELFeatureMaskListType* list);
 
 /* ---- Use ---- */

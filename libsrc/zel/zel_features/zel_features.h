@@ -11,7 +11,7 @@
     3. Angles and positions are degrees. Pixel values are 32-bit floats throughout.
     4. Errors print a message and end the process, with status -1, or -2 for a feature file used in
        the wrong mode. Errors go to standard error, reports to standard output; both, and the
-       ending, by way of zel_door.h. Messages are cut at 240 characters.
+       process exit, through zel_door.h. Messages are cut at 240 characters.
     5. Strings that are only read are const char*.
     6. Lists are appended at the tail and keep head, tail and count together.
     7. The layer is single-threaded. Process-wide are the variable table with its binding to the

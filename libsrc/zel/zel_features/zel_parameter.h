@@ -38,7 +38,7 @@ void freeInputList(IOStruct* IO);
 
 /* Reads a parameter file into the record, whose previous content is not freed. Every error prints
    its message and ends the process (-1); unknown commands, class or data types, and input files
-   that do not open are reported and passed over. */
+   that do not open are reported and ignored. */
 void ZELParseParameterFile(const char* filename, ZELParameterStruct* Parameters);
 
 /* An output file name that stands in for the parameter file's own: with one set, a parameter file

@@ -21,7 +21,7 @@ enum {
     END_STATEMENT = 8,
     IF_END_STATEMENT = 9,       /* in place of a single-line statement that was dropped */
     ELSE_IF_END_STATEMENT = 10, /* the last statement of a branch before an else if; by linking */
-    END_ELSE_STATEMENT = 11,    /* the same behind an else */
+    END_ELSE_STATEMENT = 11,    /* the same after an else */
     IMPLIED_ENDIF_STATEMENT = 12,
     RETURN_STATEMENT = 13,
     ZEL_NUM_STATEMENT_TYPES
