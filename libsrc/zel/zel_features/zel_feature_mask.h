@@ -79,7 +79,8 @@ void ZELFeatureFreeMaskList(ZELFeatureMaskListType* list);
 /* ---- Files ---- */
 
 /* Writes a mask: version "1.2", with the date of now, which also replace the mask's Header, and with
-   the class counts of its classifiers. A classifier without features ends the process (-1). Null is
+   class counts of 0 in the headers of its classifiers. A classifier without features ends the process
+   (-1). Null is
    written as the single number 0; that is also how a mask without classifiers begins, so that nobody
    reads it again. */
 void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr);
