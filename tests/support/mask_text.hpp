@@ -211,11 +211,19 @@ inline Bytes written(ZELFeatureMaskType* mask)
     return stream.bytes();
 }
 
-// A mask with the strings and lists of a first read is a file of the date it was written at.
-inline Bytes withDateOf(const ZELFeatureMaskType* mask, MaskRecord record)
+// A record without the class counts in the headers of its classifiers, which nobody writes.
+inline MaskRecord uncounted(MaskRecord record)
 {
-    record.date = mask->Header.DateTimeString;
-    return build(record).bytes;
+    for (ClassifierRecord& classifier : record.classifiers) classifier.header.counts.clear();
+    return record;
+}
+
+// The bytes that the mask which was read from a record is written as: the date is that of writing.
+inline Bytes asWritten(const ZELFeatureMaskType* mask, const MaskRecord& record)
+{
+    MaskRecord written = uncounted(record);
+    written.date = mask->Header.DateTimeString;
+    return build(written).bytes;
 }
 
 }  // namespace zel_test

@@ -14,13 +14,15 @@ extern "C" {
 void ZELWriteStack(FILE* fptr, const ZELStackStruct* stack);
 
 /* One entry of a list: label, condition and action, each when present. The reader fills an entry
-   that is in its list already, and compiles with the check when parseFlag is not 0. */
+   that is in its list already: what is absent becomes null, what the entry held is not freed, next
+   stays. It compiles with the check when parseFlag is not 0. */
 void ZELWriteCommandList(FILE* fptr, const CommandListStruct* entry);
 void ZELReadCommandList(FILE* fptr, CommandListStruct* entry, int parseFlag,
                         const CommandListStruct* definedConditions);
 
 /* A whole list: its count and its entries. Null is written as an empty list. The readers append to
-   the group; with definedConditions null, each entry may refer to those read before it.
+   the group; with definedConditions null, the first entry read may use no names, and each later one
+   those of the entries before it.
    ZELReadCommand compiles with the check, ZELReadList (class lists) without. */
 void ZELWriteCommand(FILE* fptr, const CommandStruct* Command);
 void ZELReadCommand(FILE* fptr, CommandStruct* Command, const CommandListStruct* definedConditions);

@@ -331,6 +331,9 @@ TEST_F(Samples, ClassesAreTruncatedAndDaysRounded)
     EXPECT_EQ(ZELFeatureFetchClass(file.get()), 2);
     EXPECT_EQ(ZELFeatureFetchJulianDay(file.get()), 121);
     EXPECT_EQ(ZELFeatureFetchYear(file.get()), 2000);
+    file->Pixel.jday = file->Pixel.year = 0.49999997f;  // in a float, 0.5 more would be 1
+    EXPECT_EQ(ZELFeatureFetchJulianDay(file.get()), 0);
+    EXPECT_EQ(ZELFeatureFetchYear(file.get()), 0);
     file->Pixel.Class = -2.9f;
     EXPECT_EQ(ZELFeatureFetchClass(file.get()), -2);
     file->Pixel.Class = 1e20f;

@@ -76,6 +76,31 @@ TEST_F(Lists, AnEntryIsReadIntoAListThatItIsPartOf)
     EXPECT_EQ(elements(read->Action), "4:0 1:2 0:2");
 }
 
+// An entry need not be initialised: what it holds is neither read nor freed.
+TEST_F(Lists, WhatAnEntryHeldIsReplacedAndNotFreed)
+{
+    CommandListStruct read;
+    std::memset(&read, 0xA5, sizeof read);
+    CommandListStruct* const next = read.next;
+    const Stream absent(FeatureBytes().number(0).number(0).number(0).bytes);
+    ZELReadCommandList(absent, &read, 1, nullptr);
+    EXPECT_EQ(read.Label, nullptr);
+    EXPECT_EQ(read.Condition, nullptr);
+    EXPECT_EQ(read.Action, nullptr);
+    EXPECT_EQ(read.next, next) << "its place in a list";
+
+    std::memset(&read, 0xA5, sizeof read);
+    const Stream present(
+        FeatureBytes().number(1).string("a").number(1).string("Ch1").number(1).string("Ch2").bytes);
+    ZELReadCommandList(present, &read, 1, nullptr);
+    EXPECT_EQ(text(read.Label), "a");
+    EXPECT_EQ(elements(read.Condition), "2:1");
+    EXPECT_EQ(elements(read.Action), "2:2");
+    std::free(read.Label);
+    ZELFreeStack(read.Condition);
+    ZELFreeStack(read.Action);
+}
+
 TEST_F(Lists, AListIsItsCountAndItsEntries)
 {
     add(list, "a", "Ch1");
@@ -136,6 +161,24 @@ TEST_F(Lists, WithoutDefinitionsTheFirstEntryHasNoNamesAndTheNextTheFirst)
     EXPECT_EQ(
         outcome.err,
         "expression: first\nparse error: illegal character in constant or unknown variable\n");
+    freeCommandList(&other);
+}
+
+TEST_F(Lists, WithoutDefinitionsTheFirstEntryHasNoNamesOfAListWithEntries)
+{
+    add(list, "before", "Ch9");
+    const Stream first(twoEntries("before", "Ch1"));
+    const Outcome outcome = runFeature([&] { ZELReadCommand(first, &list, nullptr); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(
+        outcome.err,
+        "expression: before\nparse error: illegal character in constant or unknown variable\n");
+
+    CommandStruct other{};
+    add(other, "before", "Ch9");
+    const Stream second(twoEntries("Ch1", "before+first"));
+    ZELReadCommand(second, &other, nullptr);
+    EXPECT_EQ(elements(entry(other, 2).Condition), "2:9 2:1 0:12");
     freeCommandList(&other);
 }
 

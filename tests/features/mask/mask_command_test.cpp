@@ -117,7 +117,8 @@ TEST(MaskCommand, TypesThatAreNoneEndTheProcess)
     EXPECT_TRUE(negative.failed("line 2: classifiername x -1\ninvalid classifier type: -1\n"));
     for (const char* words : {"two", "1.5", "2147483648", "1x", "0 one", "0 1."}) {
         Block file(std::string("classifiername x ") + words + "\n");
-        EXPECT_TRUE(file.failed("syntax error line 2\n")) << words;
+        EXPECT_TRUE(file.failed(std::string("line 2: classifiername x ") + words +
+                                "\nsyntax error line 2\n"));
     }
 }
 
@@ -233,11 +234,13 @@ TEST(MaskCommand, DefinitionsOutsideAreForAllMasksThatFollow)
     EXPECT_EQ(elements(entry(file.rules(1).PreClassFilters).Condition), "2:1 1:2 0:13");
 }
 
+// After the line, as for every error on a line of a mask.
 TEST(MaskCommand, ADefinitionWithoutAColonIsASyntaxError)
 {
-    for (const char* word : {"condition", "variable", "define"}) {
-        EXPECT_TRUE(MaskParameters(std::string(word) + " a Ch1\n").failed("syntax error line 1\n"));
-        EXPECT_TRUE(Block(std::string(word) + " a Ch1\n").failed("syntax error line 2\n"));
+    for (const std::string word : {"condition", "variable", "define"}) {
+        const std::string line = word + " a Ch1\n";
+        EXPECT_TRUE(MaskParameters(line).failed("line 1: " + line + "syntax error line 1\n"));
+        EXPECT_TRUE(Block(line).failed("line 2: " + line + "syntax error line 2\n"));
     }
 }
 
@@ -312,21 +315,39 @@ TEST(MaskCommand, AnActionThatDoesNotCompileEndsTheProcess)
                                "expression\n"));
 }
 
-TEST(MaskCommand, AFilterWithoutAnActionEndsTheProcess)
+TEST(MaskCommand, APostClassFilterWithoutAnActionEndsTheProcess)
 {
-    for (const std::string line :
-         {"preclassfilter Ch1", "preclassfilter Ch1:", "preclassfilter Ch1: :l",
-          "postclassfilter Ch1", "postclassfilter Ch1:"}) {
+    for (const std::string line : {"postclassfilter Ch1", "postclassfilter Ch1:"}) {
         Block file(line + "\n");
         EXPECT_TRUE(file.failed("line 2: " + line + "\nAction parse error: syntax error\n"));
+    }
+}
+
+// A class list need not have a value, and so may be empty, as in a mask file.
+TEST(MaskCommand, APreClassFilterMayHaveAnEmptyClassList)
+{
+    for (const char* line :
+         {"preclassfilter Ch1", "preclassfilter Ch1:", "preclassfilter Ch1: :l"}) {
+        Block file(line + std::string("\n"));
+        ASSERT_TRUE(file.succeeded()) << line;
+        const CommandListStruct filter = entry(file.rules().PreClassFilters);
+        EXPECT_EQ(elements(filter.Condition), "2:1") << line;
+        ASSERT_NE(filter.Action, nullptr) << line;
+        EXPECT_EQ(filter.Action->numStackElements, 0) << line;
+        const zel_test::ReadMask again(zel_test::written(&file.mask()));
+        ASSERT_FALSE(again.outcome.ended) << again.outcome.err;
+        EXPECT_EQ(
+            zel_test::textOf(again.mask.get()).find("pre-class filters = 1\n") == std::string::npos,
+            false)
+            << line;
     }
 }
 
 // The text is looked for behind the word as it is written in lower case.
 TEST(MaskCommand, AFilterInUpperCaseIsASyntaxError)
 {
-    EXPECT_TRUE(Block("PreClassFilter 1:3\n").failed("syntax error line 2\n"));
-    EXPECT_TRUE(Block("POSTCLASSFILTER 1:class=3\n").failed("syntax error line 2\n"));
+    for (const std::string line : {"PreClassFilter 1:3\n", "POSTCLASSFILTER 1:class=3\n"})
+        EXPECT_TRUE(Block(line).failed("line 2: " + line + "syntax error line 2\n"));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 namespace {
 
+using zel_test::asWritten;
 using zel_test::build;
 using zel_test::BuiltMask;
 using zel_test::Bytes;
@@ -25,7 +26,6 @@ using zel_test::ReadMask;
 using zel_test::runFeature;
 using zel_test::Stream;
 using zel_test::text;
-using zel_test::withDateOf;
 using zel_test::written;
 
 char* owned(const char* characters)
@@ -137,16 +137,33 @@ TEST(MaskFile, WritingRenewsIdentifierVersionAndDate)
     EXPECT_GE(then, before);
     EXPECT_LE(then, after);
     record.version = "1.2";
-    EXPECT_EQ(bytes, withDateOf(mask.get(), record));
+    EXPECT_EQ(bytes, asWritten(mask.get(), record));
 }
 
-// Class counts included, which headers by themselves are written without.
 TEST(MaskFile, WhatIsReadAndWrittenAgainIsTheSameBytes)
 {
     ReadMask mask(build(fullMask()).bytes);
     ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
     const Bytes bytes = written(mask.mask.get());
-    EXPECT_EQ(bytes, withDateOf(mask.mask.get(), fullMask()));
+    EXPECT_EQ(bytes, asWritten(mask.mask.get(), fullMask()));
+    EXPECT_EQ(written(mask.mask.get()), bytes);
+}
+
+TEST(MaskFile, TheHeadersOfClassifiersAreWrittenWithClassCountsOf0)
+{
+    ReadMask mask(build(fullMask()).bytes);
+    ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
+    const ZELClassifierList* first = mask->ClassifierListHead;
+    ASSERT_EQ(first->Parameters->ClassInfo.Count[3], 258);
+    const Bytes bytes = written(mask.mask.get());
+    EXPECT_EQ(first->Parameters->ClassInfo.Count[3], 258) << "the record keeps its counts";
+    for (const char* item : {"classifier 0 class counts", "classifier 1 class counts"}) {
+        const auto at = static_cast<long>(build(fullMask()).place(item));
+        EXPECT_EQ(Bytes(bytes.begin() + at, bytes.begin() + at + 4000), Bytes(4000, 0)) << item;
+    }
+    const ReadMask again(bytes);
+    ASSERT_FALSE(again.outcome.ended) << again.outcome.err;
+    EXPECT_EQ(again.mask->ClassifierListHead->Parameters->ClassInfo.Count[3], 0);
 }
 
 TEST(MaskFile, AMaskIsWrittenWhereTheStreamStands)
@@ -155,7 +172,7 @@ TEST(MaskFile, AMaskIsWrittenWhereTheStreamStands)
     const Stream stream(Bytes(1000, 0xEE));
     std::fseek(stream, 100, SEEK_SET);
     ZELFeatureWriteMask(mask.mask.get(), stream);
-    const Bytes expected = withDateOf(mask.mask.get(), fullMask());
+    const Bytes expected = asWritten(mask.mask.get(), fullMask());
     EXPECT_EQ(std::ftell(stream), static_cast<long>(100 + expected.size()));
     const Bytes bytes = stream.bytes();
     EXPECT_EQ(Bytes(bytes.begin(), bytes.begin() + 100), Bytes(100, 0xEE));
@@ -169,7 +186,7 @@ TEST(MaskFile, TheByteOrderOfSceneFilesDoesNotMatter)
     ReadMask mask(build(fullMask()).bytes);
     ASSERT_FALSE(mask.outcome.ended) << mask.outcome.err;
     const Bytes bytes = written(mask.mask.get());
-    EXPECT_EQ(bytes, withDateOf(mask.mask.get(), fullMask()));
+    EXPECT_EQ(bytes, asWritten(mask.mask.get(), fullMask()));
     CheckByteOrder();
 }
 
@@ -335,7 +352,7 @@ TEST(MaskFile, AnEmptyMaskHasEmptyLists)
     EXPECT_EQ(mask->ClassifierListHead->ClassifierByteCount, 0);
     EXPECT_EQ(mask->ClassifierListHead->Classifier, nullptr);
     const Bytes bytes = written(mask.mask.get());
-    EXPECT_EQ(bytes, withDateOf(mask.mask.get(), MaskRecord{}));
+    EXPECT_EQ(bytes, asWritten(mask.mask.get(), MaskRecord{}));
 }
 
 TEST(MaskFile, LaterFiltersMayUseEarlierOnesWhereNothingIsDefined)
@@ -373,7 +390,7 @@ TEST(MaskFile, AMaskCanBeAppended)
     std::fclose(stream);
     EXPECT_FALSE(outcome.ended) << outcome.err;
     Bytes expected = {'b', 'e', 'f', 'o', 'r', 'e'};
-    const Bytes bytes = withDateOf(mask.mask.get(), fullMask());
+    const Bytes bytes = asWritten(mask.mask.get(), fullMask());
     expected.insert(expected.end(), bytes.begin(), bytes.end());
     EXPECT_EQ(zel_test::readFile(dir.path("two")), expected);
 }
@@ -415,7 +432,7 @@ TEST(MaskFile, SavingWritesAFileOfItsOwn)
     const Outcome outcome =
         runFeature([&] { ZELFeatureSaveMask(mask.mask.get(), dir.path("saved").c_str()); });
     EXPECT_FALSE(outcome.ended);
-    EXPECT_EQ(zel_test::readFile(dir.path("saved")), withDateOf(mask.mask.get(), fullMask()));
+    EXPECT_EQ(zel_test::readFile(dir.path("saved")), asWritten(mask.mask.get(), fullMask()));
 }
 
 TEST(MaskFile, AMaskThatCannotBeWrittenCostsNoFile)

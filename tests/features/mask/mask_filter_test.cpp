@@ -96,6 +96,19 @@ TEST(PreClassFilter, ClassNumbersAreRounded)
     EXPECT_EQ(filters.excluded(0), "2 6 999");
 }
 
+// 0.49999997 and 0.5 add up to a little less than 1, which a float cannot hold; a constant is the
+// nearest float, which is 4.5 for 4.4999998.
+TEST(PreClassFilter, AClassNumberIsAFloatThatIsRoundedExactly)
+{
+    EXPECT_EQ(Filters({{{}, "1", "0.49999997"}}, {}).excluded(0), "0");
+    EXPECT_EQ(Filters({{{}, "1", "4.4999998"}}, {}).excluded(0), "5");
+}
+
+TEST(PreClassFilter, AnEmptyListExcludesNothing)
+{
+    EXPECT_EQ(Filters({{{}, "1", ""}}, {}).excluded(0), "");
+}
+
 // The bits of a number of a channel, or of an operator, are next to nothing as a float.
 TEST(PreClassFilter, WhatIsNoConstantCountsAsClass0)
 {

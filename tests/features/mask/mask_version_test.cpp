@@ -6,6 +6,7 @@
 
 namespace {
 
+using zel_test::asWritten;
 using zel_test::build;
 using zel_test::BuiltMask;
 using zel_test::Bytes;
@@ -14,7 +15,6 @@ using zel_test::fullMask;
 using zel_test::MaskRecord;
 using zel_test::ReadMask;
 using zel_test::text;
-using zel_test::withDateOf;
 using zel_test::written;
 
 // ---- Versions ----
@@ -50,7 +50,7 @@ TEST_P(MaskVersion, HasTheItemsOfItsTime)
     if (!record.hasPrograms) record.preProgram = record.postProgram = {};
     if (!record.hasType) record.type = 0;
     record.hasPrograms = record.hasType = true;
-    EXPECT_EQ(again, withDateOf(mask.mask.get(), record)) << "everything is written";
+    EXPECT_EQ(again, asWritten(mask.mask.get(), record)) << "everything is written";
 }
 
 // 1.15 times 100 is a little less than 115; 1.1 is not above 110.
@@ -100,7 +100,7 @@ TEST(MaskFile, TheLevelCameAfterVersion1_1OfTheClassifiersHeader)
         record.version = "1.2";
         if (!record.hasType) record.type = 0;
         record.hasType = true;
-        EXPECT_EQ(again, withDateOf(mask.mask.get(), record));
+        EXPECT_EQ(again, asWritten(mask.mask.get(), record));
     }
 }
 

@@ -99,6 +99,7 @@ TEST_F(Decision, AnOptionHoldsLikeARequirement)
     CompleteParameters file("option Ch1\n");
     EXPECT_EQ(ZELFeatureCheckOptions(file.get(), at(0.5f)), 1);
     EXPECT_EQ(ZELFeatureCheckOptions(file.get(), at(0.4f)), 0);
+    EXPECT_EQ(ZELFeatureCheckOptions(file.get(), at(0.49999997f)), 0);
     EXPECT_EQ(ZELFeatureCheckRequirements(file.get(), at(0.0f)), 1);
 }
 

@@ -280,6 +280,33 @@ TEST(ProgramLink, AStatementRightBeforeABlockElseIsWarnedOf)
                                "warning: line 9: the statement goes on into the else block\n");
 }
 
+// The value of the last statement decides, without its fraction: 0 goes on at the endif.
+TEST(ProgramLink, AStatementWhoseValueIs0KeepsABlockOutOfItsElse)
+{
+    for (const char* last : {"register20 = 0", "register20=(0.9)", "0"}) {
+        Program program("if (Ch1>5) then\nclass=1\n" + std::string(last) +
+                        "\nelse\nclass=2\nendif\nclass=class+10\n");
+        EXPECT_EQ(program.outcome.err, "") << last;
+        EXPECT_EQ(program.classOf(9), 11.0f) << last;
+        EXPECT_EQ(program.classOf(1), 12.0f) << last;
+    }
+    Program reset("if (Ch1>5) then\nclass=0\nelse\nclass=2\nendif\n");
+    EXPECT_EQ(reset.outcome.err, "");
+    EXPECT_EQ(reset.classOf(9), 0.0f);
+}
+
+// Only a constant is sure to be 0.
+TEST(ProgramLink, AStatementWhoseValueMayBeOtherThan0IsWarnedOf)
+{
+    for (const char* last :
+         {"register20 = 1", "register20 = Ch1", "Ch1 * 0", "register20 = 0 + Ch2", "1"}) {
+        const Program program("if (Ch1>5) then\n" + std::string(last) + "\nelse\nclass=2\nendif\n");
+        EXPECT_EQ(program.outcome.err,
+                  "warning: line 2: a value other than 0 goes on into the else block\n")
+            << last;
+    }
+}
+
 TEST(ProgramLink, ABlockThatEndsInAnotherIsWarnedOf)
 {
     Program program(

@@ -36,6 +36,28 @@ TEST(Program, AStatementOfEachKindHasItsNumberAndLabel)
     }
 }
 
+// Neither a blank nor a text stands for an expression that is missing; one without its text is
+// listed as an empty one.
+TEST(Program, AStatementIsListedWithTheExpressionsThatItHas)
+{
+    const auto listed = [](ProgramStruct* statement) {
+        return zel_test::run([&] { printProgram(statement); }).out;
+    };
+    int status = -1;
+    ProgramStruct* first = addProgamStatement(nullptr, WEIGHT_STATEMENT, 3);
+    ProgramStruct* second = addProgamStatement(first, OTHER_STATEMENT, 4);
+    EXPECT_EQ(listed(first), "3: WEIGHT_STATEMENT T -> 4    F -> 4\n"
+                             "4: OTHER_STATEMENT T -> 0    F -> 0\n");
+    first->ClassList = parseCondition("3,5", &status, 0, nullptr);
+    second->Statement = static_cast<ZELStackStruct*>(std::calloc(1, sizeof(ZELStackStruct)));
+    EXPECT_EQ(listed(first), "3: WEIGHT_STATEMENT 3,5 T -> 4    F -> 4\n"
+                             "4: OTHER_STATEMENT  T -> 0    F -> 0\n");
+    first->Statement = parseCondition("Ch1", &status, 1, nullptr);
+    EXPECT_EQ(listed(first), "3: WEIGHT_STATEMENT 3,5 Ch1 T -> 4    F -> 4\n"
+                             "4: OTHER_STATEMENT  T -> 0    F -> 0\n");
+    ZELFeatureFreeProgram(first);
+}
+
 TEST(Program, AStatementThatIsAddedFollowsTheOneBefore)
 {
     ProgramStruct* first = addProgamStatement(nullptr, BEGIN_STATEMENT, 3);

@@ -32,14 +32,15 @@ void walkEntry(Walker& w, CommandListStruct& entry)
     if (w.present("action", entry.Action)) w.expression("action", entry.Action);
 }
 
-// The definitions are the names that expressions may use; null for those read before in this list.
+// The definitions are the names that expressions may use. With null the first entry has none, and the
+// others have those before them, with what the list held already.
 template <class Walker>
 void walkList(Walker& w, CommandStruct& list, const CommandListStruct* definitions)
 {
     const int entries = w.count("entries", list.num, smallestEntry);
     CommandListStruct* entry = list.ListHead;
     for (int i = 0; i < entries; ++i) {
-        w.setDefinitions(definitions ? definitions : list.ListHead);
+        w.setDefinitions(definitions || i == 0 ? definitions : list.ListHead);
         if constexpr (Walker::reads) entry = allocateNewCommand(&list);
         walkEntry(w, *entry);
         entry = entry->next;

@@ -83,15 +83,14 @@ void readFeatureHeader(FeatureReader& reader, ZELParameterStruct& p)
     walkHeaderEnd(reader, p);
 }
 
-void writeFeatureHeader(FeatureWriter& writer, ZELParameterStruct& p, ClassCounts counts)
+void writeFeatureHeader(FeatureWriter& writer, ZELParameterStruct& p)
 {
     if (p.Features.num > 0 && (!p.FeatureInfo.Max || !p.FeatureInfo.Min))
         failWithError("ZELFeatureWriteHeader: %d features without ranges\n", p.Features.num);
     ZELParameterStruct stored = p;
     Text version = VersionNumber;
     stored.Header.VersionNumber = version.data();
-    if (counts == ClassCounts::none)
-        std::fill(std::begin(stored.ClassInfo.Count), std::end(stored.ClassInfo.Count), 0);
+    std::fill(std::begin(stored.ClassInfo.Count), std::end(stored.ClassInfo.Count), 0);
     char identifier[identifierSize];
     std::memcpy(identifier, IdentifierString, sizeof identifier);
 
@@ -128,6 +127,8 @@ void ZELWriteCommandList(FILE* fptr, const CommandListStruct* entry)
 void ZELReadCommandList(FILE* fptr, CommandListStruct* entry, int parseFlag,
                         const CommandListStruct* definedConditions)
 {
+    entry->Label = nullptr;
+    entry->Condition = entry->Action = nullptr;
     zel::readFeatures(fptr, [&](zel::FeatureReader& reader) {
         reader.setCheck(parseFlag != 0);
         reader.setDefinitions(definedConditions);
@@ -155,7 +156,7 @@ void ZELReadList(FILE* fptr, CommandStruct* Command, const CommandListStruct* de
 int ZELFeatureWriteHeader(FILE* fptr, ZELParameterStruct* Parameters)
 {
     zel::FeatureWriter writer(fptr);
-    zel::writeFeatureHeader(writer, *Parameters, zel::ClassCounts::none);
+    zel::writeFeatureHeader(writer, *Parameters);
     return static_cast<int>(std::ftell(fptr));
 }
 

@@ -11,11 +11,9 @@ namespace zel {
 // Damage; the record can be freed then.
 void readFeatureHeader(FeatureReader& reader, ZELParameterStruct& parameters);
 
-// What a header that is written says of its classes: nothing yet, as a file of samples that begins, or
-// their counts, as a classifier that is trained.
-enum class ClassCounts { none, kept };
-
-void writeFeatureHeader(FeatureWriter& writer, ZELParameterStruct& parameters, ClassCounts counts);
+// Writes a header with class counts of 0, whatever the record holds: a file of samples gets them when
+// it is closed.
+void writeFeatureHeader(FeatureWriter& writer, ZELParameterStruct& parameters);
 
 // Labels the features and gives them empty ranges. Ends the process (-1) with one of the messages
 // when memory fails.

@@ -112,7 +112,7 @@ void renewHeader(InfoStruct& header)
 
 void writeClassifier(zel::FeatureWriter& writer, ZELClassifierList& c)
 {
-    zel::writeFeatureHeader(writer, *c.Parameters, zel::ClassCounts::kept);
+    zel::writeFeatureHeader(writer, *c.Parameters);
     int byteCount = c.ClassifierByteCount;
     walkClassifier(writer, c, byteCount);
     if (byteCount > 0) writer.array("classifier bytes", c.Classifier, byteCount);

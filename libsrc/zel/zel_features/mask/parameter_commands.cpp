@@ -105,7 +105,7 @@ void readDefinitionCommand(MaskFile& file)
     zel::readDefinition(file.line, file.mask ? conditionsOf(*file.mask) : file.list.Conditions);
 }
 
-// A class list is no expression with one value.
+// A class list is compiled without the check: it has any number of values, and may be empty.
 void readFilter(MaskFile& file, CommandStruct& filters, const char* word, bool actionIsList)
 {
     string_view text = file.line.after(word);
@@ -115,8 +115,6 @@ void readFilter(MaskFile& file, CommandStruct& filters, const char* word, bool a
         zel::compileFromLine(file.line, zel::takeUpToColon(text), definitions, "Condition ");
     entry->Action = zel::compileFromLine(file.line, zel::takeUpToColon(text), definitions,
                                          "Action ", !actionIsList);
-    if (entry->Action->numStackElements == 0)
-        zel::failParse(file.line, "Action ", ZEL_PARSE_SYNTAX_ERROR);
     if (!text.empty()) entry->Label = zel::copyString(zel::unquoted(text));
 }
 
@@ -149,7 +147,7 @@ int integerAt(const ParameterLines& line, int n)
     int number = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
     if (!word.empty() && (error != std::errc() || end != word.data() + word.size()))
-        zel::failWithError("syntax error line %d\n", line.number());
+        line.failSyntax();
     return number;
 }
 

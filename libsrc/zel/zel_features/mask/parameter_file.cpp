@@ -31,7 +31,7 @@ void requireClassifiers(const ZELFeatureMaskListType& list)
 void ZELParseMaskParameterFile(const char* filename, ZELFeatureMaskListType* list)
 {
     ZELFeatureInitializeMaskList(list);
-    zel::ParameterLines lines(filename);
+    zel::ParameterLines lines(filename, zel::SyntaxErrors::afterLine);
     if (!lines.isOpen()) zel::failWithError("cannot open mask parameter filename %s\n", filename);
     zel::MaskFile file{lines, *list};
     while (lines.next()) zel::readMaskLine(file);

@@ -38,7 +38,7 @@ void requireFeature(const ZELParameterStruct& parameters)
 
 void ZELParseParameterFile(const char* filename, ZELParameterStruct* Parameters)
 {
-    zel::ParameterLines lines(filename);
+    zel::ParameterLines lines(filename, zel::SyntaxErrors::alone);
     if (!lines.isOpen()) {
         *Parameters = {};
         zel::failWithError("cannot open parameter filename %s\n", filename);

@@ -34,8 +34,8 @@ bool isAtEnd(FILE* stream)
 
 namespace zel {
 
-ParameterLines::ParameterLines(const char* filename)
-    : filename_(filename), stream_(std::fopen(filename, "r"))
+ParameterLines::ParameterLines(const char* filename, SyntaxErrors syntaxErrors)
+    : filename_(filename), syntaxErrors_(syntaxErrors), stream_(std::fopen(filename, "r"))
 {
 }
 
@@ -85,9 +85,16 @@ std::string_view ParameterLines::afterCommand() const
 std::string_view ParameterLines::after(std::string_view lowerCaseWord) const
 {
     const std::size_t found = text_.find(lowerCaseWord);
-    if (found == zel::Text::npos) failWithError("syntax error line %d\n", number_);
+    if (found == zel::Text::npos) failSyntax();
     const std::size_t begin = found + lowerCaseWord.size() + 1;
     return std::string_view(text_).substr(std::min(begin, text_.size()));
+}
+
+void ParameterLines::failSyntax() const
+{
+    errno = 0;  // nothing that the system refused
+    if (syntaxErrors_ == SyntaxErrors::afterLine) printLine(*this);
+    failWithError("syntax error line %d\n", number_);
 }
 
 void printLine(const ParameterLines& line)
@@ -143,8 +150,7 @@ void failParse(const ParameterLines& line, const char* what, int status)
 void readDefinition(const ParameterLines& line, CommandStruct& definitions)
 {
     std::string_view text = line.text();
-    if (text.find(':') == std::string_view::npos)
-        failWithError("syntax error line %d\n", line.number());
+    if (text.find(':') == std::string_view::npos) line.failSyntax();
     takeUpToColon(text);
     std::string_view label = line.word(1);
     CommandListStruct* entry = allocateNewCommand(&definitions);

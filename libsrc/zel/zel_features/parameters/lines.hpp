@@ -12,12 +12,15 @@
 
 namespace zel {
 
+// How "syntax error line <n>" is reported: a mask file prints the line first, as for its other errors.
+enum class SyntaxErrors { alone, afterLine };
+
 // Reads a parameter file line by line. Blank lines and comments ("#") are counted and passed over.
 // A last line without a newline is not read. What is longer than 239 characters comes in pieces,
 // each a line of its own, of which the last character is lost as the newline is.
 class ParameterLines {
 public:
-    explicit ParameterLines(const char* filename);
+    ParameterLines(const char* filename, SyntaxErrors syntaxErrors);
     bool isOpen() const { return stream_ != nullptr; }
 
     // Goes on to the next line; false at the end of the file. Ends the process (-1) when the file cannot
@@ -38,10 +41,14 @@ public:
     // the line does not contain it.
     std::string_view after(std::string_view lowerCaseWord) const;
 
+    // Ends the process (-1) with the syntax error.
+    [[noreturn]] void failSyntax() const;
+
 private:
     bool read();
 
     const char* filename_;
+    SyntaxErrors syntaxErrors_;
     OpenedFile stream_;
     Text text_;
     int number_ = 0;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "zel_features/language/text.hpp"
+#include "zel_features/language/truncate.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
 #include "zel_features/program/zel_program.hpp"
 #include "zel_features/zel_expression.h"
@@ -255,7 +256,7 @@ private:
         case RETURN_STATEMENT:
             return;
         case OTHER_STATEMENT:
-            if (!skips(*before.Statement))
+            if (!skips(*before.Statement) && !isZero(*before.Statement))
                 add(before, "a value other than 0 goes on into the else block");
             return;
         default:
@@ -267,6 +268,16 @@ private:
         for (const StackElementStruct* e = stack.stackHead; e; e = e->nextElement)
             if (e->type == OPER && e->op.int_t == SKIP_PIXEL) return true;
         return false;
+    }
+    // A constant without anything before its point, alone or assigned: register20 = 0.
+    static bool isZero(const ZELStackStruct& stack)
+    {
+        const StackElementStruct* e = stack.stackHead;
+        const bool assigned = stack.numStackElements == 3 && stack.stackElements->type == OPER &&
+                              stack.stackElements->op.int_t == SET_VARIABLE;
+        if (assigned) e = e->nextElement;
+        return (assigned || stack.numStackElements == 1) && e->type == CON &&
+               zel::truncatesToZero(e->op.float_t);
     }
     void add(const ProgramStruct& statement, const char* text)
     {
