@@ -74,6 +74,7 @@ std::string openingReason(const std::string& file)
     std::string text = reason();
     if (text == "unsupported data type") return "not a ZEL file, or of an unsupported version";
     text = replaced(text, "corrupt file " + printable(file) + ": ", "corrupt header: ");
+    text = replaced(text, "corrupt header: invalid ", "corrupt header: ");
     text = replaced(text, "file " + printable(file) + ": ", "");
     return text.empty() ? "cannot be read" : text;
 }

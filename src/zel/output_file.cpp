@@ -117,19 +117,19 @@ bool giveNewName(const std::string& temporary, const std::string& name)
 }  // namespace
 
 OutputFile::OutputFile(const std::string& name, Overwrite overwrite)
-    : name_(resolved(name)), overwrite_(overwrite)
+    : name_(name), path_(resolved(name)), overwrite_(overwrite)
 {
     struct stat status {};
-    const bool exists = stat(name_.c_str(), &status) == 0;
+    const bool exists = stat(path_.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) fail(name, "write", EISDIR);
     isDevice_ = exists && !S_ISREG(status.st_mode);
     if (isDevice_) {
-        temporary_ = name_;
+        temporary_ = path_;
         return;
     }
     if (exists && overwrite == Overwrite::no)
         throw Failure(printable(name) + " exists; --overwrite replaces it");
-    temporary_ = temporaryBeside(name_);
+    temporary_ = temporaryBeside(path_);
     const int file = createNew(temporary_);
     if (file < 0) fail(name, "create", errno);
     if (exists) fchmod(file, status.st_mode & 07777U);
@@ -166,8 +166,8 @@ void OutputFile::commit()
 {
     if (isDevice_) return;
     const bool done = flushToDisk(temporary_) &&
-                      (overwrite_ == Overwrite::yes ? rename(temporary_.c_str(), name_.c_str()) == 0
-                                                    : giveNewName(temporary_, name_));
+                      (overwrite_ == Overwrite::yes ? rename(temporary_.c_str(), path_.c_str()) == 0
+                                                    : giveNewName(temporary_, path_));
     const int error = errno;
     if (!done) remove();
     if (!done) fail(name_, "write", error);

@@ -29,7 +29,8 @@ public:
 private:
     void remove();
 
-    std::string name_;
+    std::string name_;  // as it was given
+    std::string path_;  // where that leads
     std::string temporary_;
     Overwrite overwrite_;
     bool isDevice_ = false;  // such as /dev/null: written to directly
