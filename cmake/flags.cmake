@@ -1,7 +1,7 @@
 # How this project's own targets are compiled.
 
-# No fused multiply-add and no fast-math: results are the same on every machine. Nobody looks at errno
-# behind a square root, so that it may be an instruction.
+# No fused multiply-add and no fast-math: results are the same on every machine. No code reads errno
+# after a square root, so that it may be one instruction.
 set(zel_compile_options
     -ffp-contract=off
     -fno-math-errno
@@ -9,19 +9,19 @@ set(zel_compile_options
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
     $<$<BOOL:${ZEL_WERROR}>:-Werror>)
-# This compiler takes some sums of strings for overlapping copies.
+# gcc 12 warns falsely (-Wrestrict) about string concatenation.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     list(APPEND zel_compile_options $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()
 
-# With the checks built in, it takes parts of the standard library for uninitialized.
+# Under the sanitizers gcc warns falsely about uninitialized values in the standard library.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND ZEL_SANITIZE)
     list(APPEND zel_compile_options -Wno-maybe-uninitialized)
 endif()
 
-# What changes the whole program, its link included. A float beyond the range of the integer that it
-# becomes is looked for too, which "undefined" leaves out. Fuzz targets that count what runs look for
-# nothing: the checks are branches of their own.
+# Options for the whole program, its link included. "undefined" leaves out the conversion of a float
+# to an integer that cannot hold it. Fuzz targets that count coverage run without checks: these would
+# count as branches.
 set(zel_instrumentation)
 if(ZEL_SANITIZE OR (ZEL_FUZZ AND NOT ZEL_COVERAGE))
     list(APPEND zel_instrumentation

@@ -1,4 +1,4 @@
-# What `cmake --install` puts where: tool, library, headers, package files, manual.
+# Where `cmake --install` puts the tools, library, headers, package files, manual and documents.
 
 include(CMakePackageConfigHelpers)
 
@@ -18,8 +18,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/zelConfig.cmake ${PROJECT_BINARY_DIR}/zelConfigVersion.cmake
     DESTINATION ${zel_package_dir})
 
-# pkg-config: paths from where the file lies, so that the tree can be moved; the C++ run-time library
-# by name, because a C compiler may do the linking.
+# pkg-config: paths relative to the file, so that the tree can be moved; the C++ run-time library by
+# name, because a C compiler may do the linking.
 cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY /prefix OUTPUT_VARIABLE zel_pc_libdir)
 cmake_path(SET zel_pc_up NORMALIZE "${zel_pc_libdir}/pkgconfig")
 cmake_path(RELATIVE_PATH zel_pc_up BASE_DIRECTORY /prefix OUTPUT_VARIABLE zel_pc_up)
@@ -36,11 +36,19 @@ foreach(section 1 3 5)
     file(GLOB zel_man_pages CONFIGURE_DEPENDS docs/man/*.${section})
     install(FILES ${zel_man_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
 endforeach()
-foreach(document README.md CHANGELOG.md LICENSE)
-    if(EXISTS ${PROJECT_SOURCE_DIR}/${document})
-        install(FILES ${document} DESTINATION ${CMAKE_INSTALL_DOCDIR})
-    endif()
-endforeach()
+
+# The documents in the arrangement of the source tree, so that their links hold.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md LICENSE SECURITY.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    PATTERN __pycache__ EXCLUDE)
+
+# What the documents lead with. OPTIONAL: a build of the tools alone can be installed too.
+install(PROGRAMS examples/zel_to_vrt.py DESTINATION ${CMAKE_INSTALL_BINDIR})
+if(TARGET quicklook)
+    install(PROGRAMS $<TARGET_FILE:quicklook> DESTINATION ${CMAKE_INSTALL_BINDIR}
+        RENAME zel_quicklook OPTIONAL)
+endif()
 
 if(PROJECT_IS_TOP_LEVEL)
     set(CPACK_GENERATOR TGZ DEB)

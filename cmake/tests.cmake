@@ -1,4 +1,4 @@
-# One GoogleTest program whose tests CTest runs as a process each, and the scripts.
+# One GoogleTest program, each of its tests a CTest test with a process of its own, and the scripts.
 
 file(GLOB_RECURSE zel_test_sources CONFIGURE_DEPENDS
     tests/*_test.cpp tests/*_test.c tests/support/*.cpp)
@@ -17,7 +17,7 @@ elseif(zel_test_sources)
     gtest_discover_tests(zel_tests
         DISCOVERY_MODE PRE_TEST
         DISCOVERY_TIMEOUT 120
-        NO_PRETTY_VALUES # a test is called what its author called it
+        NO_PRETTY_VALUES # a test keeps the name that its author chose
         PROPERTIES TIMEOUT 300)
 endif()
 
@@ -27,29 +27,42 @@ if(NOT Python3_FOUND)
 else()
     file(GLOB_RECURSE zel_test_scripts CONFIGURE_DEPENDS
         RELATIVE ${PROJECT_SOURCE_DIR}/tests tests/*_test.py)
-    if(ZEL_COVERAGE) # the counts are files of the tool's own, which these would make fail
+    if(ZEL_COVERAGE) # these tests make writes fail, those of the coverage counts too
         list(FILTER zel_test_scripts EXCLUDE REGEX "tool/failing_")
     endif()
+    set(zel_test_environment
+        ZEL_COMBINE=${PROJECT_BINARY_DIR}/bin/zel_combine
+        ZEL_SOURCE_DIR=${PROJECT_SOURCE_DIR}
+        ZEL_BUILD_DIR=${PROJECT_BINARY_DIR}
+        ZEL_BIN_DIR=${PROJECT_BINARY_DIR}/bin
+        PYTHONDONTWRITEBYTECODE=1)
     foreach(script IN LISTS zel_test_scripts)
         cmake_path(REMOVE_EXTENSION script OUTPUT_VARIABLE name)
         add_test(NAME ${name} COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/tests/${script})
         set_tests_properties(${name} PROPERTIES
             SKIP_RETURN_CODE 77
             TIMEOUT 900
-            ENVIRONMENT "ZEL_COMBINE=${PROJECT_BINARY_DIR}/bin/zel_combine;ZEL_SOURCE_DIR=${PROJECT_SOURCE_DIR};ZEL_BUILD_DIR=${PROJECT_BINARY_DIR};ZEL_BIN_DIR=${PROJECT_BINARY_DIR}/bin;PYTHONDONTWRITEBYTECODE=1")
+            ENVIRONMENT "${zel_test_environment}")
     endforeach()
 endif()
 
-# Preloaded into the tool by a test. The sanitizers want to be the first in a program themselves.
+# Preloaded into the tool by a test. The sanitizers' libraries must come first in a program.
 if(CMAKE_SYSTEM_NAME STREQUAL Linux AND NOT ZEL_SANITIZE)
     add_library(failing_calls MODULE tests/support/failing_calls.c)
     set_target_properties(failing_calls PROPERTIES
         LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 endif()
 
-# Installs into an empty place and builds a C program against what it finds there.
+# Installs into an empty directory and builds a C program against the installed files.
 string(REPLACE ";" " " zel_consumer_flags "${zel_instrumentation}")
 add_test(NAME install_consumer COMMAND sh ${PROJECT_SOURCE_DIR}/tests/install/install_consumer.sh)
+set(zel_consumer_environment
+    CMAKE=${CMAKE_COMMAND}
+    CMAKE_GENERATOR=${CMAKE_GENERATOR}
+    CC=${CMAKE_C_COMPILER}
+    CXX=${CMAKE_CXX_COMPILER}
+    ZEL_BUILD_DIR=${PROJECT_BINARY_DIR}
+    ZEL_CONSUMER_FLAGS=${zel_consumer_flags})
 set_tests_properties(install_consumer PROPERTIES
     TIMEOUT 300
-    ENVIRONMENT "CMAKE=${CMAKE_COMMAND};CMAKE_GENERATOR=${CMAKE_GENERATOR};CC=${CMAKE_C_COMPILER};CXX=${CMAKE_CXX_COMPILER};ZEL_BUILD_DIR=${PROJECT_BINARY_DIR};ZEL_CONSUMER_FLAGS=${zel_consumer_flags}")
+    ENVIRONMENT "${zel_consumer_environment}")

@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "losses.hpp"
 #include "progress.h"
 #include "vorn_channels.h"
 #include "zel.h"
@@ -66,9 +67,7 @@ std::vector<const char*> namesOfInputs(const CommandLineStruct& info)
 {
     std::vector<const char*> names(info.InputFileName, info.InputFileName + info.numInputFiles);
     if (!info.vornFlag) return names;
-    for (const char* name :
-         {info.vornFileName, info.vornHeader, info.vornLUT, info.ZELFeatureHeader})
-        if (name) names.push_back(name);
+    for (const char* name : VornChannels::filesRead(info)) names.push_back(name);
     return names;
 }
 
@@ -140,6 +139,7 @@ int writeSameResolution(CommandLineStruct& info)
     ZELPrintHeader(out.get(), stdout);
     const std::optional<int> lines = copyLines(out.get(), in.get(), vorn);
     if (!lines) return failed;
+    warnOfLosses(*in);
     in.reset();
     out.reset();
     std::printf("%d lines processed\n", *lines);

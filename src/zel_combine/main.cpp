@@ -31,6 +31,12 @@ bool occupyStandardStreams()
     return true;
 }
 
+// What follows an answer on standard input belongs to whoever reads it next.
+void readNothingAhead()
+{
+    std::setvbuf(stdin, nullptr, _IONBF, 0);
+}
+
 int run(int argc, char** argv)
 {
     using zel_combine::CommandLineInfo;
@@ -59,6 +65,7 @@ int main(int argc, char** argv)
 {
     ignoreSignals();
     if (!occupyStandardStreams() || std::atexit(warnOfLostMessages) != 0) return failed;
+    readNothingAhead();
     try {
         return run(argc, argv);
     } catch (const std::bad_alloc&) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <initializer_list>
 #include <optional>
 #include <string>
 
@@ -73,6 +74,17 @@ void warnOfNoTable(const CommandLineStruct& info)
 }
 
 }  // namespace
+
+std::vector<const char*> VornChannels::filesRead(const CommandLineStruct& info)
+{
+    const char* lut = info.vornColorcubeFlag ? nullptr : info.vornLUT;
+    const char* classes = hasLUT(info) ? info.ZELFeatureHeader : nullptr;
+    std::vector<const char*> names;
+    for (const char* name :
+         std::initializer_list<const char*>{info.vornFileName, info.vornHeader, lut, classes})
+        if (name) names.push_back(name);
+    return names;
+}
 
 int VornChannels::setUp(const CommandLineStruct& info, ZELType* in, ZELType* out)
 {

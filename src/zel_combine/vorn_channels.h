@@ -2,6 +2,8 @@
 #ifndef ZEL_COMBINE_VORN_CHANNELS_H
 #define ZEL_COMBINE_VORN_CHANNELS_H
 
+#include <vector>
+
 #include "class_map.h"
 #include "command_line.h"
 #include "vorn_file.h"
@@ -11,6 +13,10 @@ namespace zel_combine {
 
 class VornChannels {
 public:
+    // The files that a set-up opens, of those that the command line names: a colour cube stands for any
+    // LUT file, and classes are translated with a LUT only.
+    static std::vector<const char*> filesRead(const CommandLineStruct& info);
+
     // Opens and checks the raster and the files that describe it, and declares its channels on out,
     // which has the headers of the view in and is not yet created. Returns 0; else, after a message, the
     // exit status.

@@ -402,4 +402,36 @@ TEST(HistogramPrint, ListsTheChannelHistogramBeforeTheStandardOne)
     ZELFreeChannelHistograms(writer.get());
 }
 
+TEST(HistogramRecord, AtTheStartOfAStreamIsRewritten)
+{
+    SwapByteOrdering = 0;
+    Scratch file;
+    ZELSetHistogramFlag(file.get(), 1);
+    const Owned h(ZELCreateHistogram(2));
+    ZELWriteHistogram(file.get(), h.get());
+    h->Max = 1.0f;   // 00 00 80 3f
+    h->Min = -2.0f;  // 00 00 00 c0
+    h->Histogram[0] = 5;
+    h->Histogram[1] = 0x01020304;
+    const auto outcome = run([&] { ZELUpdateHistogram(file.get(), h.get()); });
+    EXPECT_EQ(outcome.out + outcome.err, "");
+    EXPECT_EQ(file.bytes(), (Bytes{2, 0, 0, 0, 0x80, 0x3f, 0, 0, 0, 0xc0, 5, 0, 0, 0, 4, 3, 2, 1}));
+}
+
+// What a program finds after the file is closed, or before it is open.
+TEST(HistogramRecord, IsLeftAloneWithoutAStreamWhenTheFileKeepsNoHistograms)
+{
+    const auto record = zel_test::writeOnlyRecord();
+    ZELAddChannel(record.get(), 0, 1, 0, 3, 8, "channel", "");
+    ZELCreateChannelHistograms(record.get());
+    ZELSetHistogramFlag(record.get(), 0);
+    const auto outcome = run([&] {
+        ZELUpdateHistogram(record.get(), ZELFetchChannelHistogram(record.get(), 0));
+        ZELUpdateAllHistograms(record.get());
+    });
+    EXPECT_FALSE(outcome.ended);
+    EXPECT_EQ(outcome.out + outcome.err, "");
+    ZELFreeChannelHistograms(record.get());
+}
+
 }  // namespace

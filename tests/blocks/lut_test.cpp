@@ -388,4 +388,18 @@ TEST_F(LutList, FreeingLeavesCountZeroAndANullHead)
     EXPECT_EQ(said([&] { ZELFreeLUTs(record.get()); }), "");
 }
 
+TEST_F(LutList, AnEntryKeepsALabelThatIsItsOwn)
+{
+    ZELDisplayLUTType* lut = add(1, 2, "lut");
+    char* label = lut->DisplayLUT[1].LUTEntryLabel;
+    ZELLoadLUTEntry(lut, 1, 1, 2, 3, "Water Cloud");
+    ZELLoadLUTEntry(lut, 1, 4, 5, 6, label);
+    EXPECT_STREQ(label, "Water Cloud");
+    ZELLoadLUTEntryByKey(record.get(), 1, 1, 4, 5, 6, label + 6);
+    EXPECT_STREQ(label, "Cloud");
+    EXPECT_STREQ(label + 6, "") << "and zeros after it";
+    ZELLoadLUTEntryByLabel(record.get(), "lut", 1, 4, 5, 6, label + 2);
+    EXPECT_STREQ(label, "oud");
+}
+
 }  // namespace

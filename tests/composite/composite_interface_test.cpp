@@ -1,6 +1,7 @@
 // Composites through the functions themselves, where the tool's command line does not reach.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <tuple>
 
 #include "support/file_builder.hpp"
@@ -388,6 +389,25 @@ TEST(MetadataBytes, ZeroBytesArePrintedAsTheyAre)
     fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               std::string("Metadata size 3, type NONE\na\0b\n", 31));
+}
+
+// The order is that of the library from the start on, whatever another file has left.
+TEST(Container, IsMadeInTheByteOrderOfTheLibrary)
+{
+    const Files files;
+    int orderWhenWarned = -1;
+    const auto look = [](void* data, FILE*, const char* text) {
+        if (std::strstr(text, "BaseFileIndex 7 invalid"))
+            *static_cast<int*>(data) = SwapByteOrdering;
+    };
+    const char* inputs[] = {files.coarse.c_str(), files.fine.c_str()};
+    SwapByteOrdering = 1;
+    ZELSetMessageSink(look, &orderWhenWarned);
+    const int result = ZELCreateCompositeFile(inputs, 2, 7, 0, files.output.c_str(), 0);
+    ZELSetMessageSink(nullptr, nullptr);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(orderWhenWarned, 0);
+    EXPECT_EQ(infoOf(files.output).count, 2);
 }
 
 }  // namespace

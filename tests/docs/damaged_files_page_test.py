@@ -1,14 +1,10 @@
 """The page on damaged files: each command on it is run on files damaged in the ways that their names
 tell, and must say what the page says."""
-import os
 import re
 import struct
-import subprocess
-import sys
-from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tool"))
-from harness import ROOT, TOOL, ToolTest, grids_missing, main
+from page_commands import PageTest, commands
+from harness import ROOT, main
 from maskfile import full_mask
 from sample import sample
 from vornfile import feature_header, plane, raster
@@ -21,10 +17,6 @@ MAX_CHANNELS_AT = PREFIX_SIZE + 4
 START_NAV_POINT_AT = MAX_CHANNELS_AT + 2 + 8 + 4
 NUM_COMPONENTS_AT = DIRECTORY_AT + 4
 SECOND_OFFSET_AT = DIRECTORY_AT + 8 + 4
-# What goes to standard error: warnings, and what the feature layer says.
-ERROR_STREAM = re.compile(r"^\w+: warning: |^corrupt feature file: |^ZELCreateCompositeFile: write error on |"
-                          r"^zel_combine: Error: cannot read zel_feature header file cut")
-
 DEFINITION = b"Surface\n0 255\n2\n0 80 200 0 : water\n90 150 60 1 : land\n"
 VALUES = plane(8, 6, 0, 0.0)
 
@@ -115,115 +107,22 @@ SHRUNK = {
     "shrinking.zel": lambda: len(scene()) - 2 * line_size(),
     "torn.zel": lambda: len(scene()) - line_size() - 3,
 }
-FULL_DISK = "full_disk.zel"
 
 
-class Command:
-    """A command of the page, the lines that follow it, and the status if that is asked for."""
-
-    def __init__(self, text):
-        self.text = text
-        self.said = []
-        self.status = None
-        self.answer = ""
-
-    def names(self):
-        return [w for w in self.text.split() if re.search(r"\.\w+$", w)]
-
-    def expected(self):
-        """(standard output as a pattern, standard error)"""
-        out, err = "", ""
-        for line in self.said:
-            question = re.match(r"(.*\(y/n\) )([yn])$", line)
-            if question:
-                self.answer = question.group(2) + "\n"
-                out += re.escape(question.group(1))
-                if self.answer == "n\n":
-                    out += r"\n?"
-            elif ERROR_STREAM.match(line):
-                err += line + "\n"
-            elif line == "...":
-                out += r"(?:[^\n]*\n)+?"
-            else:
-                out += re.escape(line + "\n")
-        return out, err
-
-
-def commands():
-    found = []
-    for block in re.findall(r"^```text\n(.*?)^```$", PAGE, re.MULTILINE | re.DOTALL):
-        for line in block.splitlines():
-            if line == "$ echo $?":
-                found[-1].status = ""
-            elif line.startswith("$ "):
-                found.append(Command(line[2:]))
-            elif found[-1].status == "":
-                found[-1].status = int(line)
-            else:
-                found[-1].said.append(line)
-    return found
-
-
-class Page(ToolTest):
-    def prepare(self, command):
-        for name in command.names():
-            if name in FILES:
-                self.put(name, FILES[name]())
-            elif name == FULL_DISK:
-                os.symlink("/dev/full", self.dir / name)
-            else:
-                self.assertIn(name, NOT_THERE)
-
-    def run_command(self, command):
-        """(status, standard output, standard error)"""
-        none = str(self.dir / "no_data")
-        run = subprocess.Popen(
-            [TOOL] + command.text.split()[1:], cwd=self.dir, stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-            env=dict(os.environ, ZEL_DATA_DIR=none, EPA_DATA_DIR=none, CC_DATA_DIR=none))
-        out = b""
-        if command.answer:
-            while not out.endswith(b"(y/n) "):
-                byte = run.stdout.read(1)
-                self.assertTrue(byte, out)
-                out += byte
-            for name in command.names():
-                if name in SHRUNK:
-                    os.truncate(self.dir / name, SHRUNK[name]())
-        rest, err = run.communicate(command.answer.encode(), timeout=60)
-        return run.returncode, (out + rest).decode().replace(grids_missing(), ""), err.decode()
-
-    def check_command(self, command):
-        self.prepare(command)
-        pattern, warnings = command.expected()
-        status, out, err = self.run_command(command)
-        self.assertRegex(out, "^" + pattern + r"\Z", command.text)
-        self.assertEqual(err, warnings, command.text)
-        if command.status is not None:
-            self.assertEqual(status, command.status, command.text)
-        if status != 0:
-            self.absent("out.zel")
-        for name in command.names():
-            if name in FILES and name not in SHRUNK and name != "old.zel":
-                self.same_bytes(self.got(name), FILES[name](), name)
+class Page(PageTest):
+    FILES, NOT_THERE, SHRUNK = FILES, NOT_THERE, SHRUNK
 
     def test_every_command_says_what_the_page_says(self):
-        found = commands()
-        self.assertGreater(len(found), 40)
-        for command in found:
-            for old in self.dir.iterdir():
-                if old.name != "no_data":
-                    old.unlink()
-            with self.subTest(command=command.text):
-                self.check_command(command)
+        self.assertGreater(len(commands(PAGE)), 40)
+        self.check_page(PAGE)
 
     def test_every_file_is_used(self):
-        used = {name for command in commands() for name in command.names()}
+        used = {name for command in commands(PAGE) for name in command.names()}
         self.assertEqual(set(FILES) - used, set())
 
     def test_every_message_of_the_table_is_said_below(self):
         """Its words in capitals stand for a name or a number."""
-        said = [line for command in commands() for line in command.said]
+        said = [line for command in commands(PAGE) for line in command.said]
         rows = re.findall(r"^\| `([^`]+)`", PAGE, re.MULTILINE)
         self.assertGreater(len(rows), 10)
         for row in rows:

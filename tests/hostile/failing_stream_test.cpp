@@ -7,6 +7,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "blocks/zel_ancillary.hpp"
+#include "blocks/zel_lut.hpp"
 #include "support/failing_stream.hpp"
 #include "support/feature_file.hpp"
 #include "support/file_builder.hpp"
@@ -195,6 +197,7 @@ protected:
         writer.add(0, 3, 0, 0);
         ZELAddTable(&writer->ZELHeader.TableList, 1, 3, "table");
         ZELAddLUT(writer.get(), 1, 2, "lut");
+        zel::lutBlockWritten() = false;
         writer.open();
         std::fflush(writer->fptr);
         const long end = std::ftell(writer->fptr);
@@ -333,6 +336,7 @@ TEST(UnreadableFile, AGridIsNotRead)
     const TempDir dir;
     std::filesystem::create_directories(dir.path("epa/owe14d.img"));
     setenv("ZEL_DATA_DIR", dir.path().c_str(), 1);
+    zel::gridsWereSought() = false;
     const Outcome outcome = run([] { ZELAncillaryReadFiles(); });
     unsetenv("ZEL_DATA_DIR");
     EXPECT_NE(outcome.out.find("ZELReadAncillaryFiles: read error on file " +

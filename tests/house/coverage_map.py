@@ -1,9 +1,7 @@
 #!/usr/bin/env python3
 """What covers what: every public operation with the tests that call it, and every message of the
-library and the tool with a test that quotes it.
-
-python3 tests/house/coverage_map.py          writes docs/coverage.md
-python3 tests/house/coverage_map.py --check  fails when it is not what would be written, or has a gap
+library and the tools with a test that quotes it. Writes coverage.md into the build tree (build/, or
+ZEL_BUILD_DIR) and lists what no test covers.
 
 Operations are the functions that the public headers declare. Messages are the texts in the sources
 that are handed to one of the functions that report, or that end with a line; what a user sees of those
@@ -18,23 +16,27 @@ import os
 import re
 import sys
 
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+sys.dont_write_bytecode = True
+
+from cpp_text import blanked, closing_brace, tokens  # noqa: E402
+
 ROOT = os.environ.get("ZEL_SOURCE_DIR") or os.path.dirname(
     os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-MAP = "docs/coverage.md"
+MAP = os.path.join(os.environ.get("ZEL_BUILD_DIR") or os.path.join(ROOT, "build"), "coverage.md")
 WHOLE = "tests/house/whole_messages.txt"
 
 HEADERS = ["libsrc/zel/*.h", "libsrc/zel/zel_features/*.h"]
-SOURCES = ["libsrc/zel/**/*.[ch]pp", "src/zel_combine/*.cpp",
-           "src/zel_combine/*.h"]
+SOURCES = ["libsrc/zel/**/*.[ch]pp", "src/zel_combine/*.[ch]pp"]
 TESTS = ["tests/**/*_test.c", "tests/**/*_test.cpp", "tests/**/*_test.py", "tests/tool/*_case.py",
          "tests/tool/harness.py"]
-NOT_TESTS = {"tests/house/coverage_map_test.py"}     # whose texts are samples
+NOT_TESTS = {"tests/house/coverage_map_test.py", "tests/house/cpp_text_test.py"}  # only samples
 SUPPORT = ["tests/support/*.hpp", "tests/support/*.cpp"]
 
 # Texts given to these are messages.
 REPORTING = {"report", "reportTo", "fail", "failWith", "failWithError", "failAtLine", "message",
              "printf", "fprintf", "print", "snprintf", "vsnprintf", "requireReadOnly",
-             "requireWriteOnly", "failExecution", "failLinking", "add"}
+             "requireWriteOnly", "failExecution", "add"}
 # So are those in these tables.
 TABLES = {"ParseErrorMsgs"}
 
@@ -43,7 +45,7 @@ CANNOT_HAPPEN = {
     "!!!!condition NULL after parse!!!!!!!!\n":
         "a compile without a result has a status that ends the process before",
     "error: unmatched else if block\n":
-        "an else-if that is counted stands among the open statements, so that these are told of",
+        "an else-if that is counted is among the open statements, which are reported",
 }
 
 GAP = "\0"              # in a text that is joined from pieces: something that is no text
@@ -62,42 +64,6 @@ def files(patterns):
 
 
 # --- C++ ---------------------------------------------------------------------------------------
-
-TOKEN = re.compile(
-    r"""(?P<space>\s+|//[^\n]*|/\*.*?\*/|^[ \t]*\#(?:[^\n]*\\\n)*[^\n]*)
-      | R"(?P<tag>[^()\\\s]{0,16})\((?P<raw>.*?)\)(?P=tag)"
-      | "(?P<text>(?:\\.|[^"\\\n])*)"
-      | (?P<other>'(?:\\.|[^'\\\n])+' | [A-Za-z_]\w* | \.?\d(?:'?[\w.])* | ->\*? | :: | .)
-    """, re.DOTALL | re.VERBOSE | re.MULTILINE)
-
-ESCAPES = {"n": "\n", "t": "\t", "r": "\r", "0": "\0", "a": "\a", "v": "\v", "f": "\f", "b": "\b"}
-
-
-def unescaped(text):
-    return re.sub(r"\\(x[0-9A-Fa-f]+|[0-7]{1,3}|.)", one_escape, text, flags=re.DOTALL)
-
-
-def one_escape(match):
-    escape = match.group(1)
-    if escape[0] == "x":
-        return chr(int(escape[1:], 16) & 0xFF)
-    if escape.isdigit() and escape != "0":
-        return chr(int(escape, 8))
-    return ESCAPES.get(escape, escape)
-
-
-def tokens(code):
-    """(kind, value, position): "text" with its characters, or "other" as it is written."""
-    for match in TOKEN.finditer(code):
-        if match.group("space") is not None:
-            continue
-        if match.group("raw") is not None:
-            yield "text", match.group("raw"), match.start()
-        elif match.group("text") is not None:
-            yield "text", unescaped(match.group("text")), match.start()
-        else:
-            yield "other", match.group("other"), match.start()
-
 
 class Group:
     """What stands between a pair of brackets: segments, divided by commas and semicolons."""
@@ -152,20 +118,15 @@ def groups(code):
             stack[-1].segments.append([])
         elif value != "+" and value != "<<":
             stack[-1].segments[-1].append("gap")
-        name = value if kind == "other" and re.match(r"\w", value) else ""
+        name = value if kind != "text" and re.match(r"\w", value) else ""
     return stack[0]
 
 
 # --- operations --------------------------------------------------------------------------------
 
-def without_comments(code):
-    return re.sub(r"/\*.*?\*/|//[^\n]*|^[ \t]*#(?:[^\n]*\\\n)*[^\n]*", " ", code,
-                  flags=re.DOTALL | re.MULTILINE)
-
-
 def operations(header):
     """The functions that a header declares."""
-    code = without_comments(header).replace('extern "C" {', " ")
+    code = blanked(header, literals=False, directives=True).replace('extern "C" {', " ")
     previous = None
     while previous != code:
         previous, code = code, re.sub(r"\{[^{}]*\}", " ", code)
@@ -178,7 +139,7 @@ def operations(header):
 
 def words_of(path):
     """The names in the code of a C or C++ file."""
-    return {value for kind, value, _ in tokens(read(path)) if kind == "other"}
+    return {value for kind, value, _ in tokens(read(path)) if kind != "text"}
 
 
 def callers(names):
@@ -208,7 +169,8 @@ def messages(code):
     """The texts of a source that are messages, in their order, each once."""
     table = re.compile(r"(\w+)\s*\[[^\]]*\]\s*=\s*\{")
     names = {match.end() - 1: match.group(1) for match in table.finditer(code)}
-    places = sorted((begin, closing_brace(code, begin), name) for begin, name in names.items())
+    bare = blanked(code, literals=True)
+    places = sorted((begin, closing_brace(bare, begin), name) for begin, name in names.items())
     seen = []
     for name, text, position in pieces(groups(code)):
         for begin, end, table_name in places:
@@ -233,16 +195,6 @@ def pieces(group):
                 text, position = "", None
             if isinstance(item, Group):
                 yield from pieces(item)
-
-
-def closing_brace(code, opening):
-    depth = 0
-    for match in TOKEN.finditer(code, opening):
-        value = match.group("other")
-        depth += {"{": 1, "}": -1}.get(value, 0)
-        if depth == 0:
-            return match.start()
-    return len(code)
 
 
 CONVERSION = re.compile(r"%(?:%|[-+ #0]*(?:\d+|\*)?(?:\.(?:\d+|\*))?(?:hh|h|ll|l|z|j|t)?[diouxXcsfeEgGp])")
@@ -398,12 +350,11 @@ def coverage():
     gaps = []
     lines = ["# What covers what", "",
              "Every public operation with tests that call it, and every message of the library and the",
-             "tool with a test that quotes it. `tests/coverage_map.py` writes this page from the sources",
-             "and the tests; CTest fails when it is out of date or has a gap.", "",
+             "tools with a test that quotes it; `tests/house/coverage_map.py` writes this page.", "",
              "Of the test files that call an operation the first %d are named. %%d and the like in a"
              % NAMED_TESTS,
-             "message stand for values. Messages that are nothing but their values are left out. What",
-             "cannot happen is guarded all the same, and says why.",
+             "message stand for values. Messages that are nothing but values are left out. Those that",
+             "no call can bring about have the reason why they are there.",
              "", "## Operations"]
     lines += operation_rows(gaps)
     lines += ["", "## Messages"]
@@ -411,28 +362,18 @@ def coverage():
     return "\n".join(lines) + "\n", gaps
 
 
-def check():
-    """What is wrong with the map in the tree."""
-    text, problems = coverage()
-    try:
-        stale = read(MAP) != text
-    except OSError:
-        stale = True
-    if stale:
-        problems.append("%s is out of date: run python3 tests/house/coverage_map.py" % MAP)
-    return problems
+def write():
+    """Writes the map; its gaps."""
+    text, gaps = coverage()
+    with open(MAP, "w", encoding="utf-8") as stream:
+        stream.write(text)
+    return gaps
 
 
 def main():
-    if sys.argv[1:] == ["--check"]:
-        problems = check()
-    else:
-        text, problems = coverage()
-        with open(os.path.join(ROOT, MAP), "w", encoding="utf-8") as stream:
-            stream.write(text)
-    for problem in problems:
-        print(problem)
-    return 1 if problems else 0
+    gaps = write()
+    print("\n".join(gaps + [MAP]))
+    return 1 if gaps else 0
 
 
 if __name__ == "__main__":

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <functional>
 
+#include "blocks/zel_lut.hpp"
 #include "support/feature_file.hpp"
 #include "support/file_builder.hpp"
 #include "support/writer.hpp"
@@ -43,7 +44,11 @@ const Row<ZELType> readingRows[] = {
 
 const Row<ZELType> blockRows[] = {
     {"ZELReadHistogram: the file is not open\n", ZELReadHistogram},
-    {"ZELUpdateAllHistograms: the file is not open\n", ZELUpdateAllHistograms},
+    {"ZELUpdateAllHistograms: the file is not open\n",
+     [](ZELType* file) {
+         file->HistogramFlag = 1;
+         ZELUpdateAllHistograms(file);
+     }},
     {"ZELReadLUTs: the file is not open\n",
      [](ZELType* file) {
          file->ZELHeader.NumDisplayLUTs = 1;
@@ -127,7 +132,11 @@ TEST(ClosedFile, ThatIsNotOpenYetHasNoBlocksToWrite)
          [&](ZELType* file) { ZELWriteHistogram(file, histogram); }},
         {"ZELUpdateHistogram: the file is not open\n",
          [&](ZELType* file) { ZELUpdateHistogram(file, histogram); }},
-        {"ZELWriteLUTs: the file is not open\n", ZELWriteLUTs},
+        {"ZELWriteLUTs: the file is not open\n",
+         [](ZELType* file) {
+             zel::lutBlockWritten() = false;
+             ZELWriteLUTs(file);
+         }},
         {"ZELUpdateLUTs: the file is not open\n", ZELUpdateLUTs},
         {"ZELWriteTables: the file is not open\n",
          [&](ZELType* file) { ZELWriteTables(file->fptr, &list); }},

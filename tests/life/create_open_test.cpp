@@ -10,6 +10,7 @@
 
 #include "support/file_builder.hpp"
 #include "support/file_size_limit.hpp"
+#include "support/rest_of_input.hpp"
 #include "support/writer.hpp"
 
 namespace {
@@ -468,6 +469,7 @@ struct Attempt {
     zel_test::Outcome outcome;
     int result = 99;
     std::string after;  // the first bytes of the file
+    std::string left;   // on standard input
 };
 
 Attempt overwrite(const std::string& answer, bool prompt = true)
@@ -478,8 +480,11 @@ Attempt overwrite(const std::string& answer, bool prompt = true)
     zel_test::writeFile(attempt.path, std::string("old content"));
     auto record = zel_test::writeOnlyRecord();
     if (!prompt) ZELSetOverwritePromptOff(record.get());
-    attempt.outcome = runWithInput(
-        answer, [&] { attempt.result = ZELOpenWriteOnlyFile(record.get(), attempt.path.c_str()); });
+    runWithInput(answer, [&] {
+        attempt.outcome =
+            run([&] { attempt.result = ZELOpenWriteOnlyFile(record.get(), attempt.path.c_str()); });
+        attempt.left = zel_test::restOfInput();
+    });
     attempt.outcome.out = zel_test::withoutGridNotes(attempt.outcome.out);
     if (!attempt.outcome.ended) run([&] { ZELFinishWritingFile(record.get()); });
     attempt.after = zel_test::readText(attempt.path).substr(0, 11);
@@ -516,6 +521,18 @@ TEST_P(Consent, OverwritesTheOldFile)
 INSTANTIATE_TEST_SUITE_P(Answers, Consent,
                          testing::Values("y\n", "yes\n", "y", "yesterday evening\n"));
 
+// The line of the answer, or the first ten characters of a longer one.
+TEST(CreateOpen, TheQuestionLeavesWhatFollowsItsAnswer)
+{
+    const std::pair<const char*, const char*> rows[] = {{"y\nnext\n", "next\n"},
+                                                        {"n\nnext\n", "next\n"},
+                                                        {"\nnext\n", "next\n"},
+                                                        {"yes567890\nnext\n", "next\n"},
+                                                        {"yes4567890\nnext\n", "\nnext\n"},
+                                                        {"no345678901\nnext\n", "1\nnext\n"}};
+    for (const auto& [answer, wanted] : rows) EXPECT_EQ(overwrite(answer).left, wanted) << answer;
+}
+
 TEST(CreateOpen, DoesNotAskWhenThePromptIsOff)
 {
     const Attempt attempt = overwrite("n\n", false);
@@ -528,6 +545,34 @@ TEST(CreateOpen, DoesNotAskForANewFile)
 {
     Writer writer;
     EXPECT_EQ(writer.open().out, "");
+}
+
+TEST(CreateOpen, IsBegunWhenTheOverwriteQuestionIsAsked)
+{
+    Writer writer;
+    zel_test::writeFile(writer.path(), std::string("old"));
+    const auto outcome = zel_test::runWithInput(
+        "n\n", [&] { ZELOpenWriteOnlyFile(writer.get(), writer.path().c_str()); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(writer->FileOpened, 1);
+    EXPECT_EQ(zel_test::readText(writer.path()), "old");
+}
+
+TEST(CreateOpen, ThatFailedLeavesNothingToWriteTo)
+{
+    Writer writer(4, 0, 1);
+    writer.add(0, 3, 0, 0);
+    const std::string path = writer.path() + "/no directory";
+    ASSERT_EQ(run([&] { writer.result = ZELOpenWriteOnlyFile(writer.get(), path.c_str()); }).out,
+              "ZELOpenWriteOnlyFile: cannot open file " + path + "\n");
+    EXPECT_EQ(writer.result, -1);
+    EXPECT_EQ(writer->FileOpened, 1) << "as soon as it is begun";
+    const auto outcome = writer.write();
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.out, "ZELWriteLine: the file is not open for writing\n");
+    EXPECT_FALSE(run([&] { ZELFinishWritingFile(writer.get()); }).ended);
+    EXPECT_EQ(writer->FileOpened, 0);
 }
 
 }  // namespace

@@ -301,4 +301,15 @@ TEST(OverwritePrompt, IsSwitchedOnAndOff)
     EXPECT_EQ(record->WritePrompt, 1);
 }
 
+TEST(Create, ARecordIsInitialisedAgainWithItsOwnComment)
+{
+    auto record = zel_test::junkRecord();
+    ZELInitNewMASFile(record.get(), 1997, 12, "over the ice");
+    ZELInitNewMASFile(record.get(), 1998, 13, record->ZELHeader.DataComment);
+    EXPECT_STREQ(record->ZELHeader.DataComment, "over the ice");
+    EXPECT_EQ(record->ZELHeader.year, 1998);
+    ZELInitNewMASFile(record.get(), 1998, 13, record->ZELHeader.DataComment + 5);
+    EXPECT_STREQ(record->ZELHeader.DataComment, "the ice");
+}
+
 }  // namespace

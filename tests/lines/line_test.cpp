@@ -496,4 +496,15 @@ TEST(CompositeRecord, WithoutComponentsCannotBeRead)
     EXPECT_EQ(stored.out, "ZELReadLineNoScale: Error NULL ZELComponent\n");
 }
 
+TEST(ReadLine, FollowsAnotherWhenTheLastChannelWasDeleted)
+{
+    OpenedFile file(build(smallScene()).bytes);
+    ZELDeleteChannel(file.get(), 2);
+    ASSERT_EQ(ZELReadLine(file.get()), 4);
+    EXPECT_EQ(valuesOf(file, 0), (Values{11, 12, 13, 14}));
+    ASSERT_EQ(ZELReadLine(file.get()), 4);
+    EXPECT_EQ(valuesOf(file, 0), (Values{11, 12, 13, 15}));
+    EXPECT_EQ(file->ScanTime, 11.25);
+}
+
 }  // namespace

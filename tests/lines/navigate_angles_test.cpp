@@ -153,7 +153,8 @@ TEST(AnglesUtil, APositionIsNotLookedAtWithoutAltitudeOrTime)
     EXPECT_EQ(ZELGetBadLatLonCount(), 0);
 }
 
-// Right below the sun, and where the sun is right below: no direction leads to it.
+// Right below the sun, and where the sun is right below, no direction leads to it. The cosine of the
+// zenith is a sum of squares there, which for the declination of this day is exactly 1.
 TEST(AnglesUtil, WithTheSunInTheZenithOrTheNadirTheAzimuthIsZero)
 {
     const auto lat = static_cast<float>(midsummer.declination);
@@ -163,12 +164,23 @@ TEST(AnglesUtil, WithTheSunInTheZenithOrTheNadirTheAzimuthIsZero)
         EXPECT_EQ(below.sz, 0);
         EXPECT_EQ(below.az, 0);
         EXPECT_GT(below.vz, 10);
-        const Angles opposite =
-            utilAngles(-lat, lon + 180 - 360, 833, 173, 4 - lat, -180 + nadirLon, 12);
-        EXPECT_NEAR(opposite.sz, 180, 0.001);
+        const Angles opposite = utilAngles(-lat, lon, 833, 173, 4 - lat, nadirLon, 24);
+        EXPECT_FLOAT_EQ(static_cast<float>(opposite.sz), 180.0f);
         EXPECT_EQ(opposite.az, 0);
         EXPECT_GT(opposite.vz, 10);
     }
+}
+
+// A pixel 8.4295e-8 radians, 54 cm on the ground, west of the nadir: the cosine is 1 - 32 * 2^-53. It
+// sees the satellite, at 7221.03 km, 8.4295e-8 * 7221.03 / (7221.03 - 6378.374478) radians from its
+// zenith in the east, where the sun stands as well, at an hour angle of -46.879 degrees.
+TEST(AnglesByHand, APixelNextToTheNadirIsNotTheNadir)
+{
+    const float lon = 4.82975e-6f;
+    const Angles west = utilAngles(0, -lon, 850, 80, 0, 0, 9);
+    EXPECT_NEAR(west.vz, 8.4295e-8 * 7221.03 / 842.655522 * degrees, 1e-7);
+    EXPECT_NEAR(west.az, 180.0, 2.0);
+    EXPECT_NEAR(utilAngles(0, lon, 850, 80, 0, 0, 9).az, 0.0, 2.0);
 }
 
 // At the pole the ground lies 6356.993... km from the centre, (0.99999788 - 0.00335208) * 6378.388,

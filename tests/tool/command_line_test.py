@@ -53,6 +53,11 @@ def same_grid(self, words, inputs, base):
         ("-vorn_label l stray -i a -i b -o out",),
     "stray word after the colour cube flag, which takes no value and resets the state":
         ("-i a -i b -vorn_lut_cc stray -o out",),
+    "stray word after a raster": ("-vorn v stray -i a -i b -o out",),
+    "stray word after a text to prepend": ("-vorn_prepend p stray -i a -i b -o out",),
+    "stray word after a feature header": ("-feat_hdr f stray -i a -i b -o out",),
+    "stray word after a text header": ("-vorn_hdr h stray -i a -i b -o out",),
+    "stray word after a LUT": ("-vorn_lut l stray -i a -i b -o out",),
     "stray word where another option ended the run of base files": ("-ib a -o out b",),
     "options are case sensitive": ("-I a -i a -i b -o out",),
     "an option must match whole": ("-over -i a -i b -o out",),

@@ -118,14 +118,14 @@ class Composites(WithComposites):
         self.assertEqual(self.make("-i odd -i a", NO_COMPONENT % -1)[:13], b"ZEL1.9\0junk\0x")
 
     def test_offsets_in_an_inner_directory_are_not_used(self):
-        odd = bytearray(container(self.parts[:2], 0))
-        middle = bytes(odd)
-        odd[13:PREFIX_SIZE] = directory(
-            0, [len(self.parts[0][0]), 0], [500.0, 1000.0], [len(self.parts[1][0]), len(self.parts[0][0])])
-        self.put("odd", middle)
+        """Its entries are in the other order than its components: they are taken to follow one another."""
+        odd = bytearray(container(self.parts[:2]))
+        (first, _), (second, _) = self.parts[:2]
+        odd[13:PREFIX_SIZE] = directory(0, [len(first), 0], [500.0, 1000.0], [len(second), len(first)])
+        self.put("odd", odd)
         data = self.make("-i odd -i c", NO_COMPONENT % -1)
-        sizes = [len(b) for b, _ in self.parts[:3]]
-        self.check_directory(data, 0, sizes, [1000.0, 500.0, 250.0])
+        self.check_directory(data, 0, [len(second), len(first), len(self.parts[2][0])],
+                             [500.0, 1000.0, 250.0])
 
     def test_bytes_behind_the_last_inner_component_shift_what_follows(self):
         """A component's place is the sum of the sizes before it, also where the copy was longer."""

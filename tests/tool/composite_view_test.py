@@ -5,7 +5,7 @@ from array import array
 from harness import CREATING, ToolTest, grids_missing, main, progress, report
 from model import average, one_grid
 from sample import channel, sample
-from view_case import ViewTest
+from view_case import EARLY, ViewTest
 from zelfile import Histogram, Line, Lut, Table, ZelFile, container
 
 ALL = (1, 2, 3, 4, 5)
@@ -133,7 +133,8 @@ class Averaging(ViewTest):
             self.assertEqual(data[at + 12:at + 20], want[at + 12:at + 20])
 
     def test_a_finer_component_that_ends_early_ends_the_view(self):
-        made = self.check_view([sample(1000.0, 4, 9, (3,)), sample(500.0, 8, 11, (3,), seed=1)])
+        made = self.check_view([sample(1000.0, 4, 9, (3,)), sample(500.0, 8, 11, (3,), seed=1)],
+                               warns=[EARLY % ("in1", 500, 4)])
         self.assertEqual(len(made.lines), 5)
 
 
@@ -162,7 +163,8 @@ class Replication(ViewTest):
         self.assertEqual(row(made, 1)[6:], [0, 0, 0])
 
     def test_a_coarser_component_that_ends_early_ends_the_view(self):
-        made = self.check_view([sample(500.0, 8, 9, (3,)), sample(1000.0, 4, 3, (3,), seed=1)])
+        made = self.check_view([sample(500.0, 8, 9, (3,)), sample(1000.0, 4, 3, (3,), seed=1)],
+                               warns=[EARLY % ("in1", 1000, 3)])
         self.assertEqual(len(made.lines), 6)
 
     def test_coarser_and_finer_components_together(self):
@@ -184,11 +186,13 @@ class SameGrid(ViewTest):
         self.check_view([sample(1000, 8, 4), odd])
 
     def test_a_shorter_component_ends_the_view(self):
-        made = self.check_view([sample(1000, 8, 60, nav_points=0), sample(1000, 8, 51, seed=1, nav_points=0)])
+        made = self.check_view([sample(1000, 8, 60, nav_points=0), sample(1000, 8, 51, seed=1, nav_points=0)],
+                               warns=[EARLY % ("in1", 1000, 9)])
         self.assertEqual(len(made.lines), 51)
 
     def test_lines_beyond_the_reference_are_not_read(self):
-        made = self.check_view([sample(1000, 8, 4), sample(1000, 8, 9, seed=1)])
+        made = self.check_view([sample(1000, 8, 4), sample(1000, 8, 9, seed=1)],
+                               warns=[EARLY % ("in0", 1000, 5)])
         self.assertEqual(len(made.lines), 4)
 
 
@@ -204,6 +208,13 @@ class BaseAndReference(ViewTest):
             made = self.check_view([(self.parts(), base)])
             self.assertEqual(made.pixels, (4, 8, 16)[base])
             self.assertEqual(made.comment, b"scene at %d m" % (2000, 1000, 500)[base])
+
+    def test_a_base_component_that_is_asked_for_is_not_used(self):
+        p = self.parts()
+        self.put("p", container([(f.bytes(), f.resolution) for f in p], 1))
+        expected = one_grid(p, 1)
+        self.check("-same_res -i p -bc 2 -o out", grids_missing() + report(expected, 6) + progress(6))
+        self.check_made("out", expected)
 
     def test_several_plain_files_with_each_as_base(self):
         for base in range(3):

@@ -223,7 +223,7 @@ class OutputIsAnInput(Output):
     def test_what_names_the_classes_of_a_raster(self):
         self.put("f", b"a feature header")
         self.inputs["f"] = self.state("f")
-        self.spared("-same_res -i a -vorn v -feat_hdr f", "f")
+        self.spared("-same_res -i a -vorn v -vorn_lut_cc -feat_hdr f", "f")
 
 
 class NotToBeReplaced(Output):

@@ -4,6 +4,9 @@ from model import as_read, one_grid
 from zelfile import container
 
 
+EARLY = r"file %s \(resolution %g\) ended early: %d lines are missing$"     # warned of after the run
+
+
 class ViewTest(ToolTest):
     def check_view(self, inputs, base_file=0, warns=(), **model):
         """inputs: files, or (files, stored base index) for a composite. Returns the file expected."""

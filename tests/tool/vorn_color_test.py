@@ -36,6 +36,10 @@ class ColorCube(LutTest):
     def test_it_goes_before_a_definition_file_which_is_not_read(self):
         self.cubes("-vorn v -vorn_lut none -vorn_lut_cc", 0)
 
+    def test_a_definition_file_that_is_not_read_may_be_the_output(self):
+        self.put("out", b"old")
+        self.cubes("-vorn v -vorn_lut out -vorn_lut_cc", 0)
+
     def test_a_key_in_use(self):
         self.with_luts(4, 3)
         self.refused("-vorn v -vorn_lut_cc", "Key value 4 already in use...\n"

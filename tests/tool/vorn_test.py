@@ -204,10 +204,16 @@ class Unfit(VornTest):
     def test_the_output_is_one_of_the_files_read(self):
         rows, = self.rasters()
         for words in ("-vorn v", "-vorn other -vorn_hdr v", "-vorn other -vorn_lut v",
-                      "-vorn other -feat_hdr ./v"):
+                      "-vorn other -vorn_lut_cc -feat_hdr ./v", "-vorn other -vorn_lut l -feat_hdr v"):
             self.check("-overwrite -i a -o v " + words, grids_missing()
                        + "zel_combine: Error: output file v is one of the input files\n", 255)
             self.same_bytes(self.got("v"), raster([rows]), words)
+
+    def test_a_feature_header_that_is_not_read_may_be_the_output(self):
+        rows, = self.rasters(step=0.0)
+        self.put("out", b"old")
+        self.appends("-vorn v -feat_hdr out", [(float_channel(b"v", rows), rows)],
+                     warns=["feature header out is not read without a LUT"])
 
     def test_files_that_describe_a_raster_may_be_overwritten_where_none_is_read(self):
         self.put("t", b"text")

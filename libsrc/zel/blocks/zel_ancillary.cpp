@@ -1,6 +1,7 @@
 #include "zel_ancillary.h"
 
 #include <cmath>
+#include <utility>
 
 #include "blocks/ancillary_grids.hpp"
 #include "blocks/zel_ancillary.hpp"
@@ -11,11 +12,7 @@ int BadLatLonCount = 0;
 
 namespace {
 
-struct Store {
-    bool firstTime = true;
-    zel::GridCells cells;
-};
-Store store;
+zel::GridCells cells;
 
 void printReport(const char* text)
 {
@@ -38,9 +35,14 @@ constexpr double radiansPerDegreeOf(double degrees)
 
 void ZELAncillaryReadFiles(void)
 {
-    if (!store.firstTime) return;
-    store.firstTime = false;
-    zel::findGrids(store.cells, SuccessfullyRead, printReport);
+    if (std::exchange(zel::gridsWereSought(), true)) return;
+    zel::findGrids(cells, SuccessfullyRead, printReport);
+}
+
+bool& zel::gridsWereSought()
+{
+    static bool sought = false;
+    return sought;
 }
 
 void zel::requireGrid(int grid)
@@ -52,7 +54,7 @@ void zel::requireGrid(int grid)
 
 unsigned char zel::storedCell(int grid, float lat, float lon)
 {
-    return gridCell(store.cells, grid, lat, lon);
+    return gridCell(cells, grid, lat, lon);
 }
 
 unsigned char ZELAncillaryFetchPixelOlsonEcosystem(float lat, float lon)

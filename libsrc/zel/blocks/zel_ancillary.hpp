@@ -4,6 +4,9 @@
 
 namespace zel {
 
+// Whether this process has looked for the grids: it does once, for the first file.
+bool& gridsWereSought();
+
 // Ends the process (-1) when the grid was not read.
 void requireGrid(int grid);
 

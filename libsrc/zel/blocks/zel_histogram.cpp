@@ -261,8 +261,8 @@ void ZELWriteHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 bool zel::updateHistogram(ZELType& file, ZELHistogramType& histogram)
 {
     if (!file.HistogramFlag) return true;
-    // The file begins with its prefix: place 0 is that of a histogram without a record.
-    if (histogram.fileOffset <= 0) {
+    // A histogram without a record has place 0, where a file begins with its prefix.
+    if (histogram.fileOffset <= 0 && beginsWithPrefix(file.fptr)) {
         zel::reportTo(
             stderr,
             "ZELUpdateHistogram: warning: a histogram of file %s was made after its header "
@@ -288,12 +288,14 @@ bool zel::updateAllHistograms(ZELType& file)
 
 void ZELUpdateHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 {
+    if (!ZELdata->HistogramFlag) return;
     requireOpen(*ZELdata, "ZELUpdateHistogram");
     if (!zel::updateHistogram(*ZELdata, *histogram)) failWriting(*ZELdata, "ZELUpdateHistogram");
 }
 
 void ZELUpdateAllHistograms(ZELType* ZELdata)
 {
+    if (!ZELdata->HistogramFlag) return;
     requireOpen(*ZELdata, "ZELUpdateAllHistograms");
     if (!zel::updateAllHistograms(*ZELdata)) failWriting(*ZELdata, "ZELUpdateAllHistograms");
 }

@@ -1,101 +1,40 @@
 // Opening several files, or the components of one, as a single read-only record.
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "blocks/zel_histogram.hpp"
+#include "composite/view_components.hpp"
 #include "ground/memory.hpp"
 #include "ground/text.hpp"
 #include "ground/zel_door.hpp"
 #include "lines/composite_seam.hpp"
 #include "records/mask_seam.hpp"
 #include "records/pixels.hpp"
-#include "records/prefix.hpp"
 #include "records/release_seam.hpp"
 #include "zel_composite.h"
 #include "zel_finish.h"
 #include "zel_init.h"
 #include "zel_io.h"
 #include "zel_lut.h"
-#include "zel_open.h"
 #include "zel_table.h"
 
 namespace {
 
-using zel::Directory;
 using zel::fail;
+using zel::Inputs;
 using zel::report;
 
-// Results of an open.
-constexpr int done = 0;
-constexpr int unreadable = -1;
-constexpr int damaged = -2;
+constexpr const char* noMemory = "cannot allocate memory for ZELComponents\n";
 
-// The inputs of a view and where the components of each are.
-struct Inputs {
-    const char* const* names;
-    int count;
-    zel::Owned<Directory> directories;
-
-    const Directory& directory(int i) const { return directories.get()[i]; }
-    int components(int i) const
-    {
-        return directory(i).isComposite ? directory(i).prefix.numComponents : 1;
-    }
-};
-
-// Reads the directories and counts the components into the view.
-int countComponents(ZELType& view, Inputs& inputs, int baseFile)
+void warnOfMissingBase(const ZELType& view, const char* baseName)
 {
-    for (int i = 0; i < inputs.count; ++i) {
-        Directory& directory = inputs.directories.get()[i];
-        if (!zel::readDirectory(inputs.names[i], directory)) return unreadable;
-        if (inputs.count == 1 && !directory.isComposite) {
-            report("OpenCompositeReadOnlyFile: Error: file %s is not a composite ZEL file\n",
-                   inputs.names[i]);
-            return unreadable;
-        }
-        if (directory.isComposite &&
-            !zel::checkDirectory(inputs.names[i], directory, inputs.count == 1 || i == baseFile))
-            return damaged;
-        const int stored = directory.isComposite ? directory.prefix.baseIndex : 0;
-        if (i == baseFile) view.baseZELComponent = view.numZELComponents + stored;
-        view.numZELComponents += inputs.components(i);
-    }
-    if (inputs.count == 1) view.baseZELComponent = baseFile;
-    if (baseFile >= 0 && baseFile < view.numZELComponents) return done;
-    report("ZELOpenCompositeReadOnlyFile: Error: invalid base file index %d\n", baseFile);
-    return unreadable;
-}
-
-bool refuseChannels(int channels)
-{
-    report("ZELOpenCompositeReadOnlyFile: Error: the components have %d channels, at most %d fit\n",
-           channels, ZEL_MAX_CHANNELS);
-    return false;
-}
-
-// False after a message. The channels are counted as they come: their memory is that of a file each.
-bool openComponents(ZELType& view, const Inputs& inputs)
-{
-    const int count = view.numZELComponents;
-    view.ZELComponent = zel::allocate<ZELType>(static_cast<std::size_t>(count));
-    if (!view.ZELComponent) fail("cannot allocate memory for ZELComponents\n");
-    ZELType* component = view.ZELComponent;
-    int channels = 0;
-    for (int i = 0; i < inputs.count; ++i) {
-        const zel::Prefix& prefix = inputs.directory(i).prefix;
-        const bool composite = inputs.directory(i).isComposite;
-        for (int k = 0; k < inputs.components(i); ++k, ++component) {
-            const int offset = composite ? prefix.offsets[k] : 0;
-            const int size = composite ? prefix.sizes[k] : 0;
-            if (OpenReadOnlyFile(component, inputs.names[i], offset, size) != 0)
-                fail("Error opening file %s\n", inputs.names[i]);
-            component->isComponent = 1;
-            channels += component->NumTotalChans;
-            if (channels > ZEL_MAX_CHANNELS) return refuseChannels(channels);
-        }
-    }
-    return true;
+    const int base = view.baseZELComponent;
+    if (base >= 0 && base < view.numZELComponents) return;
+    zel::reportTo(stderr,
+                  "ZELOpenCompositeReadOnlyFile: warning: file %s names a base component that the "
+                  "view does not have: its lines have no scan times\n",
+                  baseName);
 }
 
 void initView(ZELType& view, const ZELType& reference, const char* name)
@@ -120,8 +59,8 @@ void gatherBlocks(ZELType& view)
     }
 }
 
-// How a component's grid relates to the reference's. False when its lines cannot be found by it.
-bool relate(ZELType& component, const ZELType& reference)
+// How a component's grid relates to the reference's. False when the ratio is no number of pixels.
+bool setSampling(ZELType& component, const ZELType& reference)
 {
     constexpr float negligible = 1.0e-5F;  // of the ratio
     const float own = component.ZELHeader.SpatialResolution;
@@ -131,7 +70,7 @@ bool relate(ZELType& component, const ZELType& reference)
     if (!(own < wanted) && !(own > wanted)) return true;
     const float ratio = own < wanted ? wanted / own : own / wanted;
     component.samplingFlag = own < wanted ? ZEL_SAMPLING_AVERAGE : ZEL_SAMPLING_REPLICATE;
-    if (!(ratio >= 1.0F) || ratio > static_cast<float>(INT16_MAX)) return false;
+    if (!(ratio >= 1.0F && ratio < 0x1p31F)) return false;
     component.samplingFactor = static_cast<int32_t>(ratio);
     const auto whole = static_cast<float>(component.samplingFactor);
     if (ratio - whole > negligible * whole)
@@ -143,11 +82,11 @@ bool relate(ZELType& component, const ZELType& reference)
     return true;
 }
 
-bool relateComponents(ZELType& view, const ZELType& reference)
+bool setSamplings(ZELType& view, const ZELType& reference)
 {
     for (int i = 0; i < view.numZELComponents; ++i) {
         ZELType& component = view.ZELComponent[i];
-        if (relate(component, reference)) continue;
+        if (setSampling(component, reference)) continue;
         report(
             "ZELOpenCompositeReadOnlyFile: Error: resolutions %f of file %s and %f of the base do "
             "not belong to one scene\n",
@@ -246,41 +185,49 @@ bool assemble(ZELType& view, int referenceIndex, const char* name)
     const int base = view.baseZELComponent;
     initView(view, reference, name);
     view.baseZELComponent = base;
-    if (!relateComponents(view, reference)) return false;
+    if (!setSamplings(view, reference)) return false;
     gatherBlocks(view);
     gatherChannels(view, reference);
     shareLine(view, reference);
     return true;
 }
 
+void beginView(ZELType& view)
+{
+    CheckByteOrder();
+    zel::clearRecord(view);
+    view.ReadWriteFlag = ZEL_READ_ONLY;
+}
+
+int openView(ZELType& view, Inputs& inputs, int baseFile)
+{
+    int result = zel::openComponents(view, inputs, baseFile);
+    if (result == zel::viewOpened && !assemble(view, baseFile, inputs.name(0)))
+        result = zel::viewUnreadable;
+    if (result == zel::viewOpened && baseFile < inputs.count())
+        warnOfMissingBase(view, inputs.name(baseFile));
+    if (result != zel::viewOpened && view.ZELComponent) ZELFinishReadingFile(&view);
+    return result;
+}
+
 }  // namespace
 
-int zel::openComposite(ZELType* file, const char* filename, int baseIndex)
+int zel::openComposite(ZELType* file, const char* filename, const Directory& directory)
 {
-    return ZELOpenCompositeReadOnlyFile(file, &filename, 1, baseIndex);
+    beginView(*file);
+    Inputs inputs(&filename, 1, noMemory);
+    inputs.setDirectory(0, directory);
+    return openView(*file, inputs, directory.prefix.baseIndex);
 }
 
 int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, const char* const* InputFileNames,
                                  int numInputFiles, int BaseFileIndex)
 {
-    CheckByteOrder();
-    zel::clearRecord(*ZELdata);
-    ZELdata->ReadWriteFlag = ZEL_READ_ONLY;
+    beginView(*ZELdata);
     if (numInputFiles < 1) {
         report("ZELOpenCompositeReadOnlyFile: Error: no input files\n");
-        return unreadable;
+        return zel::viewUnreadable;
     }
-    Inputs inputs{
-        InputFileNames, numInputFiles,
-        zel::Owned<Directory>(zel::allocate<Directory>(static_cast<std::size_t>(numInputFiles)))};
-    if (!inputs.directories) fail("cannot allocate memory for ZELComponents\n");
-    const int counted = countComponents(*ZELdata, inputs, BaseFileIndex);
-    if (counted != done) {
-        ZELdata->numZELComponents = 0;
-        return counted;
-    }
-    if (openComponents(*ZELdata, inputs) && assemble(*ZELdata, BaseFileIndex, InputFileNames[0]))
-        return done;
-    ZELFinishReadingFile(ZELdata);
-    return unreadable;
+    Inputs inputs(InputFileNames, numInputFiles, noMemory);
+    return openView(*ZELdata, inputs, BaseFileIndex);
 }

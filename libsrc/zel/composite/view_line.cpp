@@ -1,7 +1,11 @@
 // Lines of a composite view: a line of each component, brought to the view's grid.
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
 
 #include "ground/zel_door.hpp"
+#include "lines/composite_seam.hpp"
 #include "records/pixels.hpp"
 #include "zel_line.h"
 
@@ -81,17 +85,39 @@ bool replicate(const Passage& p)
     return true;
 }
 
-// sums[x] += the factor values of pixel x, one after the other; values a line lacks are left out.
-void addBlocks(float* sums, int count, const float* values, int available, int factor)
+// sums[x] += the factor values of pixel x, one after the other. The pixels do not depend on each other,
+// so that a compiler that knows the factor sums several at a time.
+template <class Factor>
+void addWholeBlocks(float* sums, int count, const float* values, Factor factor)
 {
     for (int x = 0; x < count; ++x) {
-        const long long first = static_cast<long long>(x) * factor;
-        const int last = static_cast<int>(std::min<long long>(first + factor, available));
         float sum = sums[x];
-        for (int i = static_cast<int>(std::min<long long>(first, available)); i < last; ++i)
-            sum += values[i];
+        for (int i = 0; i < factor; ++i) sum += values[static_cast<std::ptrdiff_t>(x) * factor + i];
         sums[x] = sum;
     }
+}
+
+void addWholeBlocks(float* sums, int count, const float* values, int factor)
+{
+    switch (factor) {
+    case 2:
+        return addWholeBlocks(sums, count, values, std::integral_constant<int, 2>{});
+    case 3:
+        return addWholeBlocks(sums, count, values, std::integral_constant<int, 3>{});
+    case 4:
+        return addWholeBlocks(sums, count, values, std::integral_constant<int, 4>{});
+    default:
+        return addWholeBlocks<int>(sums, count, values, factor);
+    }
+}
+
+// The same where the last pixel may have fewer values, or none: those are left out.
+void addBlocks(float* sums, int count, const float* values, int available, int factor)
+{
+    const int whole = std::min(count, available / factor);
+    addWholeBlocks(sums, whole, values, factor);
+    if (whole < count)
+        addWholeBlocks<int>(sums + whole, 1, values + whole * factor, available - whole * factor);
 }
 
 // Each line of the component is read once, for all its channels.
@@ -110,7 +136,7 @@ bool average(const Passage& p)
                       pixelsOf(p.component), factor);
         });
     }
-    const auto blockSize = static_cast<float>(factor * factor);
+    const auto blockSize = static_cast<float>(static_cast<std::int64_t>(factor) * factor);
     forChannels(p, [&](const ZELChannelType&, const unsigned char*, int index) {
         float* values = p.view.Channels[index].ChannelData;
         for (int x = 0; x < pixels; ++x) values[x] /= blockSize;
@@ -160,4 +186,9 @@ int ZELReadCompositeLine(ZELType* ZELdata, int scale)
     }
     ZELdata->CurrentLine += 1;
     return pixelsOf(*ZELdata);
+}
+
+int zel::readCompositeLine(ZELType& view, int scale)
+{
+    return ZELReadCompositeLine(&view, scale);
 }

@@ -7,13 +7,14 @@
 
 namespace zel {
 
-// Copies text, cut where the buffer ends; what is left of the buffer is zeros.
+// Copies text, cut where the buffer ends; what is left of the buffer is zeros. The text may be the
+// buffer's own, or its end.
 template <std::size_t N>
 void copyText(char (&buffer)[N], const char* text)
 {
     const std::size_t length = text ? strnlen(text, N - 1) : 0;
-    std::memset(buffer, 0, N);
-    if (length > 0) std::memcpy(buffer, text, length);
+    if (length > 0) std::memmove(buffer, text, length);
+    std::memset(buffer + length, 0, N - length);
 }
 
 inline char lowerCase(char c)

@@ -59,9 +59,12 @@ void initHeader(ZELHeaderType& h, const Scene& scene)
     h.SZChannelIndex = h.VZChannelIndex = h.AZChannelIndex = -1;
 }
 
-// Every field that is not set here is 0.
-void initRecord(ZELType& file, const Scene& scene, int mode)
+// Every field that is not set here is 0. The comment may be the record's own, which is cleared.
+void initRecord(ZELType& file, Scene scene, int mode)
 {
+    char comment[ZEL_COMMENT_SIZE + 1];
+    zel::copyText(comment, scene.comment);
+    scene.comment = comment;
     zel::clearRecord(file);
     file.ReadWriteFlag = mode;
     initHeader(file.ZELHeader, scene);
@@ -221,6 +224,7 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     CheckByteOrder();
     ZELdata->CurrentLine = 0;
     ZELdata->PreviousLine = -2;
+    ZELdata->FileOpened = 1;
     ZELdata->LatLonInterpolated = 0;
     zel::copyText(ZELdata->ImageFilename, RawFileName);
     constexpr int answerSize = 10;
@@ -237,7 +241,6 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
         zel::closeStream(*ZELdata);
         return -1;
     }
-    ZELdata->FileOpened = 1;
     ZELdata->fileOffset = 0;
     errno = 0;  // so that it is the write error's, if there is one
     writeHeader(*ZELdata);
@@ -247,7 +250,6 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
         reportWriteError(RawFileName, reason);
         zel::closeStream(*ZELdata);
         zel::releaseData(*ZELdata);
-        ZELdata->FileOpened = 0;
         return -1;
     }
     ZELdata->HeaderOffset = static_cast<int32_t>(ftello(ZELdata->fptr));

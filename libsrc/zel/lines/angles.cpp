@@ -1,6 +1,7 @@
 // Sun and view angles of the pixels of a line.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "lines/zel_navigate.hpp"
 #include "records/buffers.hpp"
@@ -24,16 +25,6 @@ float degrees(double radian)
 double clampUnit(double value)
 {
     return std::clamp(value, -1.0, 1.0);
-}
-
-// A cosine that rounding has left a hair inside the unit interval, where its angle is below the size
-// of a pixel by far, is the unit: the nadir pixel sees the satellite at exactly 0 degrees.
-double cosine(double value)
-{
-    constexpr double hair = 1.0e-14;
-    if (value > 1.0 - hair) return 1.0;
-    if (value < -1.0 + hair) return -1.0;
-    return value;
 }
 
 bool isUnit(double value)
@@ -99,8 +90,17 @@ double hourAngle(const Geometry& g, const Place& p)
 
 double cosSolarZenith(const Geometry& g, const Place& p)
 {
-    return cosine(std::cos(radians(hourAngle(g, p))) * g.cosDeclination * p.cosLat +
-                  g.sinDeclination * p.sinLat);
+    return clampUnit(std::cos(radians(hourAngle(g, p))) * g.cosDeclination * p.cosLat +
+                     g.sinDeclination * p.sinLat);
+}
+
+// Cosine of the angle at the earth's centre between nadir and pixel. At the nadir itself it is exactly
+// 1, which the sum may miss by its rounding.
+double cosFromNadir(const Geometry& g, const Place& p)
+{
+    if (p.lon == g.nadirLon && p.sinLat == g.sinNadir && p.cosLat == g.cosNadir) return 1.0;
+    return clampUnit(std::cos(radians(p.lon - g.nadirLon)) * g.cosNadir * p.cosLat +
+                     g.sinNadir * p.sinLat);
 }
 
 float solarZenith(const Geometry& g, const Place& p)
@@ -112,8 +112,7 @@ Angles anglesAt(const Geometry& g, const Place& p)
 {
     const double cosSun = cosSolarZenith(g, p);
     const double fromNadir = p.lon - g.nadirLon;
-    const double cosB =
-        cosine(std::cos(radians(fromNadir)) * g.cosNadir * p.cosLat + g.sinNadir * p.sinLat);
+    const double cosB = cosFromNadir(g, p);
     const double sinB = std::sin(std::acos(cosB));
     const double ground = localEarthRadius(p.sinLat);
     const double satellite = g.satelliteRadius;
@@ -132,6 +131,48 @@ Angles anglesAt(const Geometry& g, const Place& p)
         (cosSubSolar - cosSun * cosB) / (std::sqrt(1.0 - cosSun * cosSun) * sinB);
     angles.az = static_cast<float>(180.0 - std::acos(clampUnit(cosAzimuth)) * degreesPerRadian);
     return angles;
+}
+
+constexpr float darkestZenith = 85.0F;  // degrees
+constexpr int daylightBlock = 32;       // pixels
+
+std::uint8_t isDaylight(float zenith)
+{
+    return zenith <= darkestZenith ? 1 : 0;
+}
+
+void markZeniths(const float* zenith, int count, std::uint8_t* daylight)
+{
+    for (int x = 0; x < count; ++x) daylight[x] = isDaylight(zenith[x]);
+}
+
+double extent(const float* values, int count)
+{
+    float min = values[0];
+    float max = values[0];
+    for (int i = 1; i < count; ++i) {
+        min = values[i] < min ? values[i] : min;
+        max = values[i] > max ? values[i] : max;
+    }
+    return static_cast<double>(max) - static_cast<double>(min);
+}
+
+// Neighbouring pixels see the sun at nearly the same angle: going from one place to another changes the
+// cosine by no more than the angle between them, which is at most that of the latitudes and that of the
+// longitudes together. Unless the limit is that close, the pixel in the middle decides for its block.
+void markBlock(const Geometry& g, const float* lat, const float* lon, int count,
+               std::uint8_t* daylight)
+{
+    constexpr double margin = 1.0e-5;  // of roundings, the zenith's to float above all
+    static const double limit = std::cos(radians(static_cast<double>(darkestZenith)));
+    const double reach = radians(extent(lat, count) + extent(lon, count)) + margin;
+    const double middle = cosSolarZenith(g, placeOf(lat[count / 2], lon[count / 2]));
+    if (std::fabs(middle - limit) > reach) {
+        std::fill_n(daylight, count, std::uint8_t{middle > limit});
+        return;
+    }
+    for (int x = 0; x < count; ++x)
+        daylight[x] = isDaylight(solarZenith(g, placeOf(lat[x], lon[x])));
 }
 
 bool truncatesToZero(float value)
@@ -229,21 +270,22 @@ void ZELCalculateLineOfAngles(ZELType* ZELdata, float centerLat, float centerLon
     ZELdata->SolarAnglesCalculated = 1;
 }
 
-const float* zel::solarZenithOfLine(ZELType& file)
+void zel::markDaylight(ZELType& file, std::uint8_t* daylight)
 {
-    if (file.SolarAnglesCalculated) return file.SolarZenith;
-    if (carriesAngles(file)) return file.Channels[file.ZELHeader.SZChannelIndex].ChannelData;
-    if (!file.LatLonInterpolated) ZELInterpolateLatLong(&file);
-    requireAngleBuffers(file);
     const int pixels = file.ZELHeader.NPixelPerLine;
+    if (file.SolarAnglesCalculated) return markZeniths(file.SolarZenith, pixels, daylight);
+    if (carriesAngles(file))
+        return markZeniths(file.Channels[file.ZELHeader.SZChannelIndex].ChannelData, pixels,
+                           daylight);
+    if (!file.LatLonInterpolated) ZELInterpolateLatLong(&file);
     if (!hasGeometry(file)) {
-        std::fill_n(file.SolarZenith, pixels, 0.0F);
-        return file.SolarZenith;
+        std::fill_n(daylight, pixels, std::uint8_t{1});  // the angles are 0
+        return;
     }
     const Geometry geometry = geometryOfLine(file, 0.0F, 0.0F);
-    for (int x = 0; x < pixels; ++x)
-        file.SolarZenith[x] = solarZenith(geometry, placeOf(file.Lat[x], file.Lon[x]));
-    return file.SolarZenith;
+    for (int x = 0; x < pixels; x += daylightBlock)
+        markBlock(geometry, file.Lat + x, file.Lon + x, std::min(daylightBlock, pixels - x),
+                  daylight + x);
 }
 
 void ZELCalculateOneAngle(ZELType* ZELdata, float lat, float lon, float* sz, float* vz, float* az)

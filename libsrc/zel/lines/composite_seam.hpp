@@ -1,13 +1,17 @@
-// The way up to the composite room, for the open that finds a composite.
+// The way up to the composite room, for the open that finds a composite and the read of its lines.
 #ifndef ZEL_LINES_COMPOSITE_SEAM_HPP
 #define ZEL_LINES_COMPOSITE_SEAM_HPP
 
+#include "records/prefix.hpp"
 #include "zel_types.h"
 
 namespace zel {
 
-// ZELOpenCompositeReadOnlyFile of one file.
-int openComposite(ZELType* file, const char* filename, int baseIndex);
+// ZELOpenCompositeReadOnlyFile of one file, whose directory has been read.
+int openComposite(ZELType* file, const char* filename, const Directory& directory);
+
+// ZELReadCompositeLine.
+int readCompositeLine(ZELType& view, int scale);
 
 }  // namespace zel
 

@@ -1,10 +1,12 @@
 #include "lines/count.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cfloat>
+#include <cstring>
+#include <limits>
 
-#include "blocks/zel_histogram.hpp"
-#include "ground/memory.hpp"
+#include "blocks/histogram_tally.hpp"
 #include "ground/zel_door.hpp"
 #include "lines/zel_navigate.hpp"
 #include "records/slot.hpp"
@@ -15,7 +17,8 @@ namespace zel {
 namespace {
 
 constexpr float missingValue = FLT_MAX;
-constexpr float darkestZenith = 85.0F;  // degrees
+constexpr float infinity = std::numeric_limits<float>::infinity();
+constexpr int blockSize = 32;
 
 bool needsDaylight(int units)
 {
@@ -34,87 +37,111 @@ bool isScaled(int storageCode)
     return storageCode == ZEL_STORED_BYTE_SCALED || storageCode == ZEL_STORED_UINT16_SCALED;
 }
 
-bool isOnEarth(float lat, float lon)
+std::uint8_t isOnEarth(float lat, float lon)
 {
-    return lat >= -90.0F && lat <= 90.0F && lon >= -180.0F && lon <= 180.0F;
+    return static_cast<std::uint8_t>((lat >= -90.0F) & (lat <= 90.0F) & (lon >= -180.0F) &
+                                     (lon <= 180.0F));
 }
 
-// Widens the range to the values; whether that changed it.
-void widen(ZELHistogramType& histogram, const float* values, int count)
-{
-    float max = histogram.Max;
-    float min = histogram.Min;
-    for (int i = 0; i < count; ++i) {
-        if (values[i] > max) max = values[i];
-        if (values[i] < min) min = values[i];
+// The values of a channel that count.
+struct Bounds {
+    bool required;  // without it a value that is not a number counts too
+    float min, max;
+
+    std::uint8_t hold(float value) const
+    {
+        const bool inside = (value >= min) & (value <= max);
+        return static_cast<std::uint8_t>((inside | !required) & (value != missingValue));
     }
-    if (max != histogram.Max || min != histogram.Min)
-        ZELRescaleHistogram(&histogram, std::max(max, histogram.Max), std::min(min, histogram.Min));
+};
+
+Bounds boundsOf(const ZELChannelType& channel)
+{
+    const bool scaled = isScaled(channel.Type);
+    const bool positive = isPositiveQuantity(channel.Units);
+    Bounds bounds{scaled || positive, scaled ? channel.MinValue : -infinity,
+                  scaled ? channel.MaxValue : infinity};
+    constexpr float leastPositive = std::numeric_limits<float>::denorm_min();
+    // A bound that is not a number holds nothing, and stays.
+    if (positive && bounds.min < leastPositive) bounds.min = leastPositive;
+    return bounds;
 }
 
-void addToBins(ZELHistogramType& histogram, const float* values, int count)
+// Copies the values of a block that count, and returns how many. Most blocks count as a whole.
+int copyBlock(const float* values, const std::uint8_t* mask, const Bounds& bounds, float* to)
 {
-    for (int i = 0; i < count; ++i) {
-        const int bin = binAt((values[i] - histogram.Min) * histogram.BinIncrement);
-        if (bin < 0 || bin >= histogram.NumHistogramBins) continue;
-        addToBin(histogram.Histogram[bin], 1);
-        histogram.NumPixels += 1.0F;
+    std::array<std::uint8_t, blockSize> counts;
+    unsigned sum = 0;
+    for (std::size_t k = 0; k < blockSize; ++k) {
+        counts[k] = mask[k] & bounds.hold(values[k]);
+        sum += counts[k];
     }
+    if (sum == blockSize) {
+        std::memcpy(to, values, blockSize * sizeof(float));
+        return blockSize;
+    }
+    int count = 0;
+    for (std::size_t k = 0; k < blockSize; ++k) {
+        to[count] = values[k];
+        count += counts[k];
+    }
+    return count;
+}
+
+template <class T>
+Owned<T> lineOf(int pixels)
+{
+    Owned<T> line(allocate<T>(static_cast<std::size_t>(pixels)));
+    if (!line) fail("ZELIncrementHistogram: cannot allocate memory for a line\n");
+    return line;
 }
 
 }  // namespace
 
-// Which pixels of a channel count; a rule that does not apply has no line to look at.
-struct LineCounter::Rules {
-    const float* lat;
-    const float* lon;
-    const float* solarZenith;
-    bool positive;
-    bool scaled;
-    float min, max;
-
-    bool allow(float value, int pixel) const
-    {
-        if (value == missingValue) return false;
-        if (lat && !isOnEarth(lat[pixel], lon[pixel])) return false;
-        if (solarZenith && !(solarZenith[pixel] <= darkestZenith)) return false;
-        if (positive && !(value > 0.0F)) return false;
-        return !scaled || (value >= min && value <= max);
-    }
-};
-
-const float* LineCounter::solarZenith()
+void LineCounter::prepare()
 {
-    if (!solarZenith_) solarZenith_ = solarZenithOfLine(file_);
-    return solarZenith_;
+    if (pixels_ > 0) return;
+    pixels_ = file_.ZELHeader.NPixelPerLine;
+    values_ = lineOf<float>(pixels_);
+    onEarth_ = lineOf<std::uint8_t>(pixels_);
+    inDaylight_ = lineOf<std::uint8_t>(pixels_);
+    findPositions();
 }
 
-LineCounter::Rules LineCounter::rulesFor(const ZELChannelType& channel)
+void LineCounter::findPositions()
 {
-    const bool located = file_.ZELHeader.NumNavPoints > 0;
-    if (located && !file_.LatLonInterpolated) ZELInterpolateLatLong(&file_);
-    return {located ? file_.Lat : nullptr,
-            located ? file_.Lon : nullptr,
-            needsDaylight(channel.Units) ? solarZenith() : nullptr,
-            isPositiveQuantity(channel.Units),
-            isScaled(channel.Type),
-            channel.MinValue,
-            channel.MaxValue};
+    std::uint8_t* mask = onEarth_.get();
+    if (file_.ZELHeader.NumNavPoints <= 0) {
+        std::fill_n(mask, pixels_, std::uint8_t{1});
+        return;
+    }
+    if (!file_.LatLonInterpolated) ZELInterpolateLatLong(&file_);
+    for (int x = 0; x < pixels_; ++x) mask[x] = isOnEarth(file_.Lat[x], file_.Lon[x]);
+}
+
+void LineCounter::findDaylight()
+{
+    if (daylightIsKnown_) return;
+    daylightIsKnown_ = true;
+    markDaylight(file_, inDaylight_.get());
+    for (int x = 0; x < pixels_; ++x) inDaylight_.get()[x] &= onEarth_.get()[x];
 }
 
 // The values of the line that count. The last pixel of a line never does.
-int LineCounter::collect(const ZELChannelType& channel, float* values)
+int LineCounter::collect(const ZELChannelType& channel)
 {
-    const Rules rules = rulesFor(channel);
-    const int first = std::max<int>(file_.LeftPixel, 0);
-    const int last = std::min<int>(file_.RightPixel, file_.ZELHeader.NPixelPerLine - 2);
-    int count = 0;
-    for (int x = first; x <= last; ++x) {
-        const float value = channel.ChannelData[x];
-        values[count] = value;
-        count += rules.allow(value, x) ? 1 : 0;
-    }
-    return count;
+    const bool daylight = needsDaylight(channel.Units);
+    if (daylight) findDaylight();
+    const std::uint8_t* mask = daylight ? inDaylight_.get() : onEarth_.get();
+    const Bounds bounds = boundsOf(channel);
+    int x = std::max<int>(file_.LeftPixel, 0);
+    const int end = std::min<int>(file_.RightPixel, pixels_ - 2) + 1;
+    float* to = values_.get();
+    for (; x + blockSize <= end; x += blockSize)
+        to += copyBlock(channel.ChannelData + x, mask + x, bounds, to);
+    for (; x < end; ++x)
+        if (mask[x] & bounds.hold(channel.ChannelData[x])) *to++ = channel.ChannelData[x];
+    return static_cast<int>(to - values_.get());
 }
 
 void LineCounter::count(int index)
@@ -122,12 +149,9 @@ void LineCounter::count(int index)
     ZELChannelType& channel = slotOf(&file_, index, "ZELIncrementHistogram");
     if (!file_.HistogramFlag || !channel.UpdateChannelHistogramFlag || !channel.ChannelHistogram)
         return;
-    const Owned<float> values(
-        allocate<float>(static_cast<std::size_t>(file_.ZELHeader.NPixelPerLine)));
-    if (!values) fail("ZELIncrementHistogram: cannot allocate memory for a line\n");
-    const int counted = collect(channel, values.get());
-    widen(*channel.ChannelHistogram, values.get(), counted);
-    addToBins(*channel.ChannelHistogram, values.get(), counted);
+    prepare();
+    const int counted = collect(channel);
+    countValues(*channel.ChannelHistogram, values_.get(), counted);
 }
 
 }  // namespace zel

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "ground/zel_door.hpp"
+#include "lines/composite_seam.hpp"
 #include "lines/count.hpp"
 #include "lines/zel_navigate.hpp"
 #include "records/buffers.hpp"
@@ -184,7 +185,7 @@ int readCurrentLine(ZELType* file, int scale, const char* function)
     if (file->numZELComponents < 2) return ReadLine(file, scale);
     if (!file->ZELComponent) fail("%s: Error NULL ZELComponent\n", function);
     if (!hasPixels(*file)) fail("%s: the file is not open\n", function);
-    return ZELReadCompositeLine(file, scale);
+    return zel::readCompositeLine(*file, scale);
 }
 
 void copyScan(ZELType& dest, const ZELType& src, const char* function)
@@ -259,7 +260,8 @@ int ReadLine(ZELType* ZELdata, int scale)
 void ZELWriteLine(ZELType* ZELdata)
 {
     zel::requireWriteOnly(*ZELdata, "ZELWriteLine can only be used on a write only ZEL file\n");
-    if (!ZELdata->FileOpened) fail("ZELWriteLine: the file is not open for writing\n");
+    if (!ZELdata->fptr || !ZELdata->FileOpened)
+        fail("ZELWriteLine: the file is not open for writing\n");
     zel::warnOfWrittenOrder(*ZELdata, "ZELWriteLine");
     forgetDerived(*ZELdata);
     bool isWhole = writeScan(*ZELdata);

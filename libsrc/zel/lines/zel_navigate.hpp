@@ -2,6 +2,8 @@
 #ifndef ZEL_LINES_NAVIGATE_HPP
 #define ZEL_LINES_NAVIGATE_HPP
 
+#include <cstdint>
+
 #include "zel_types.h"
 
 namespace zel {
@@ -10,9 +12,10 @@ namespace zel {
 // none. Ends the process (-1) when the destination has room for fewer points.
 void copyNavigationPoints(ZELType& dest, const ZELType& src, const char* function);
 
-// The current line's solar zenith angles alone, degrees: the line's own when all angles are valid,
-// else computed into SolarZenith without marking the angles valid.
-const float* solarZenithOfLine(ZELType& file);
+// 1 for each pixel of the current line where the solar zenith angle is at most 85 degrees, else 0. The
+// line's own angles count when they are valid, else those that ZELCalculateAngles would compute; neither
+// they nor SolarAnglesCalculated change. A pixel whose position is not a number may get either.
+void markDaylight(ZELType& file, std::uint8_t* daylight);
 
 }  // namespace zel
 

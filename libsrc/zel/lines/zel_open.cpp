@@ -189,8 +189,7 @@ int ZELOpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName)
         beginReading(*ZELdata, RawFileName, 0);
         return -1;
     }
-    if (directory.isComposite)
-        return zel::openComposite(ZELdata, RawFileName, directory.prefix.baseIndex);
+    if (directory.isComposite) return zel::openComposite(ZELdata, RawFileName, directory);
     return OpenReadOnlyFile(ZELdata, RawFileName, 0, 0);
 }
 

@@ -72,13 +72,11 @@ bool checkDirectory(const char* filename, const Directory& directory, bool usesB
         return refuse(filename, "number of components", p.numComponents, "number of components");
     if (usesBase && (p.baseIndex < 0 || p.baseIndex >= p.numComponents))
         return refuse(filename, "base component index", p.baseIndex, "base component index");
-    std::int64_t room = directory.fileSize;  // components that overlap are more than the file has
     for (int i = 0; i < p.numComponents; ++i) {
         if (p.offsets[i] < 0 || p.offsets[i] >= directory.fileSize)
             return refuse(filename, "component offset", p.offsets[i], "component offsets", i);
-        if (p.sizes[i] < 1 || p.sizes[i] > directory.fileSize - p.offsets[i] || p.sizes[i] > room)
+        if (p.sizes[i] < 0 || p.sizes[i] > directory.fileSize - p.offsets[i])
             return refuse(filename, "component size", p.sizes[i], "component sizes", i);
-        room -= p.sizes[i];
     }
     return true;
 }

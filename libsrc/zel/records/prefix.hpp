@@ -19,7 +19,8 @@ struct Directory {
 bool readDirectory(const char* filename, Directory& directory);
 
 // Whether every component of a composite lies inside its file, and the base index names one of them
-// where it is used; a message says what does not hold.
+// where it is used; a message says what does not hold. Components may overlap, and a size of 0 reaches
+// to the end of the file.
 bool checkDirectory(const char* filename, const Directory& directory, bool usesBase);
 
 // The directory of a file that holds itself alone, in the library's version.

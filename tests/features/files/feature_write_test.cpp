@@ -11,6 +11,7 @@
 #include "support/feature_file.hpp"
 #include "support/file_size_limit.hpp"
 #include "support/fresh_process.hpp"
+#include "support/rest_of_input.hpp"
 
 namespace {
 
@@ -205,6 +206,21 @@ TEST_F(Writing, AnExistingOutputStaysWithoutAYes)
         EXPECT_EQ(outcome.out,
                   "output file " + dir.path("own.feat") + " exists!  overwrite?\n(y/n) ");
         EXPECT_EQ(zel_test::readText(dir.path("own.feat")), "old");
+    }
+}
+
+TEST_F(Writing, TheQuestionReadsOneCharacter)
+{
+    ZELFeatureSetOverwritePromptOn();
+    for (const std::string answer : {"y\nnext\n", "no\nnext\n"}) {
+        zel_test::writeFile(dir.path("own.feat"), std::string("old"));
+        std::string left;
+        runWithInput(answer, [&] {
+            FeatureFile other;
+            other.create(dir.path("f.par"));
+            left = zel_test::restOfInput();
+        });
+        EXPECT_EQ(left, answer.substr(1));
     }
 }
 

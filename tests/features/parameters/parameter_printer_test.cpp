@@ -88,6 +88,7 @@ TEST_F(Decision, ARequirementHoldsWhenItsRoundedValueIsNotZero)
     EXPECT_EQ(ZELFeatureCheckRequirements(file.get(), at(1.0f)), 1);
     EXPECT_EQ(ZELFeatureCheckRequirements(file.get(), at(0.5f)), 1);
     EXPECT_EQ(ZELFeatureCheckRequirements(file.get(), at(0.4f)), 0);
+    EXPECT_EQ(ZELFeatureCheckRequirements(file.get(), at(0.49999997f)), 0);  // 1 as a float sum
     EXPECT_EQ(ZELFeatureCheckRequirements(file.get(), at(0.0f)), 0);
     EXPECT_EQ(ZELFeatureCheckRequirements(file.get(), at(-1.0f)), 0);  // -0.5
     EXPECT_EQ(ZELFeatureCheckRequirements(file.get(), at(-1.5f)), 1);

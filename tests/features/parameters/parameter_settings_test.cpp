@@ -1,8 +1,10 @@
 // Feature parameter files: input and output files, classes and settings.
 #include <gtest/gtest.h>
 
+#include <dirent.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <climits>
 #include <set>
 
@@ -96,6 +98,28 @@ TEST_F(Directory, ByStringAddsEveryEntryThatContainsThePattern)
               in({"a.img", "a.img.img", "scene.imgs", ".img", "sub.img"}));
     EXPECT_EQ(found("inputdirstr " + dir.path() + ":scene"), in({"scene.imgs"}));
     EXPECT_EQ(found("inputdirstr " + dir.path() + ":nothing like it"), in({}));
+}
+
+// With so many names, no file system lists them in the order of the alphabet by chance.
+TEST_F(Directory, EntriesKeepTheOrderOfTheListing)
+{
+    TempDir many;
+    for (const int k : {17, 3, 29, 11, 1, 23, 7, 19, 2, 13, 5, 31})
+        zel_test::writeFile(many.path(std::to_string(k) + ".img"), std::string("x"));
+    std::vector<std::string> listed;
+    DIR* const directory = opendir(many.path().c_str());
+    ASSERT_NE(directory, nullptr);
+    while (const dirent* entry = readdir(directory))
+        if (entry->d_name[0] != '.') listed.push_back(many.path(entry->d_name));
+    closedir(directory);
+    ASSERT_EQ(listed.size(), 12u);
+    if (std::is_sorted(listed.begin(), listed.end())) GTEST_SKIP() << "listed by name";
+    for (const char* word : {"inputdirstr ", "inputdirext "}) {
+        CompleteParameters file(word + many.path() + ":.img\n");
+        auto all = inputs(file);
+        std::erase(all, file.dir.path("f.par"));
+        EXPECT_EQ(all, listed);
+    }
 }
 
 TEST_F(Directory, ByExtensionAddsEveryEntryThatEndsWithIt)

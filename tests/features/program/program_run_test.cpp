@@ -94,6 +94,20 @@ TEST(ProgramRun, ClassesOfAListAreRoundedAndThoseOutsideTheTableIgnored)
         EXPECT_EQ(program.pixel.class_weights[i], i == 0 || i == 3 || i == 999 ? 4.0f : 0.0f) << i;
 }
 
+// Half of the way is added in double: of floats, 0.49999997 and 0.5 make 1. What is written as 4.4999998
+// is the float 4.5.
+TEST(ProgramRun, ClassesJustBelowAHalfAreRoundedAsTheirFloatsAre)
+{
+    const std::pair<const char*, int> rows[] = {
+        {"0.49999997", 0}, {"0.5", 1}, {"4.4999995", 4}, {"4.4999998", 5}};
+    for (const auto& [text, number] : rows) {
+        Program program(std::string("weightclasses ") + text + ":4\n");
+        program.classOf(0);
+        for (int i = 0; i < 1000; ++i)
+            EXPECT_EQ(program.pixel.class_weights[i], i == number ? 4.0f : 0.0f) << text << i;
+    }
+}
+
 // The list is not evaluated: a channel's number is bits that round to class 0.
 TEST(ProgramRun, AListOfAnythingButConstantsSetsClassZero)
 {

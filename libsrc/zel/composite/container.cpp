@@ -1,0 +1,173 @@
+#include "composite/container.hpp"
+
+#include <cerrno>
+#include <cstring>
+
+#include "ground/same_file.hpp"
+#include "ground/zel_door.hpp"
+
+namespace zel {
+namespace {
+
+constexpr std::size_t blockSize = 256 * 1024;
+
+[[noreturn]] void failWriting(const char* name)
+{
+    reportTo(stderr, "ZELCreateCompositeFile: write error on file %s: %s\n", name,
+             std::strerror(errno));
+    fail("ZELCreateCompositeFile: Error:  write error copying files\n");
+}
+
+[[noreturn]] void failSeeking(const char* name)
+{
+    reportTo(stderr, "ZELCreateCompositeFile: write error on file %s: %s\n", name,
+             std::strerror(errno));
+    fail("ZELCreateCompositeFile: Error:  seek error\n");
+}
+
+[[noreturn]] void failReading(const char* name, const char* reason)
+{
+    reportTo(stderr, "ZELCreateCompositeFile: read error on file %s: %s\n", name, reason);
+    fail("ZELCreateCompositeFile: Error: cannot read file %s\n", name);
+}
+
+// Goes to a place of the input, to be copied from there.
+void begin(FILE* input, const char* name, off_t place)
+{
+    if (fseeko(input, place, SEEK_SET) != 0) failReading(name, std::strerror(errno));
+}
+
+}  // namespace
+
+Container::Container(std::int64_t expected)
+    : expected_(expected), block_(allocate<unsigned char>(blockSize))
+{
+    if (!block_) fail("ZELCreateCompositeFile: Error: cannot allocate ZELdata\n");
+}
+
+Container::~Container()
+{
+    if (stream_) std::fclose(stream_);
+}
+
+bool Container::create(const char* name, int overwritePrompt)
+{
+    constexpr int answerSize = 9;
+    if (overwritePrompt && isReadable(name)) confirmOverwrite(name, answerSize);
+    name_ = name;
+    stream_ = std::fopen(name, "w+b");
+    if (!stream_) report("ZELCreateCompositeFile: cannot create file %s\n", name);
+    // The directory is written last, at the start: a pipe has no way back to it.
+    if (stream_ && ftello(stream_) < 0) failSeeking(name);
+    return stream_ != nullptr;
+}
+
+// Takes the magic from the bytes that the container begins with, until its directory is written: half a
+// container would pass for a plain file.
+void Container::hideMagic(void* firstBytes)
+{
+    if (!begun_) std::memset(firstBytes, 0, magicSize);
+    begun_ = true;
+}
+
+void Container::writePrefix(float resolution)
+{
+    RecordWriter writer(stream_);
+    Prefix prefix = plainPrefix(resolution);
+    hideMagic(prefix.magic);
+    walkPrefix(writer, prefix);
+    prefixSize_ = compositeHeaderOffset;
+}
+
+// Copies what is left of the input, as many bytes at least as it had before; returns how many. Blocks
+// are large and go past the output's buffer, which holds nothing else at that time.
+std::int64_t Container::copyRest(FILE* input, const char* name, std::int64_t minSize)
+{
+    std::int64_t total = 0;
+    unsigned char* block = block_.get();
+    while (const std::size_t got = std::fread(block, 1, blockSize, input)) {
+        hideMagic(block);
+        if (std::fwrite(block, 1, got, stream_) != got) failWriting(name_);
+        total += static_cast<std::int64_t>(got);
+        copied_ += static_cast<std::int64_t>(got);
+        progress("bytes", static_cast<double>(copied_), static_cast<double>(expected_));
+    }
+    if (std::ferror(input)) failReading(name, std::strerror(errno));
+    if (total < minSize) failReading(name, "unexpected end of file");
+    return total;
+}
+
+void Container::addEntry(std::int64_t offset, float resolution, std::int64_t size)
+{
+    directory_.offsets[components_] = static_cast<int32_t>(offset);
+    directory_.resolutions[components_] = resolution;
+    directory_.sizes[components_] = static_cast<int32_t>(size);
+    ++components_;
+}
+
+void Container::appendPlain(FILE* input, const char* name, std::int64_t fileSize, float resolution)
+{
+    begin(input, name, 0);
+    const std::int64_t size = prefixSize_ + copyRest(input, name, fileSize);
+    prefixSize_ = 0;
+    addEntry(start_, resolution, size);
+    start_ = ftello(stream_);
+    if (start_ < 0) failSeeking(name_);
+}
+
+void Container::appendComposite(const char* name, const Directory& directory)
+{
+    const OpenedFile opened(std::fopen(name, "rb"));
+    FILE* const input = opened.get();
+    if (!input) failReading(name, std::strerror(errno));
+    RecordWriter writer(stream_);
+    unsigned char magicAndVersion[compositeVersionOffset];
+    const bool whole =
+        std::fread(magicAndVersion, 1, sizeof magicAndVersion, input) == sizeof magicAndVersion;
+    hideMagic(magicAndVersion);
+    writer.array("magic and version text", magicAndVersion, sizeof magicAndVersion);
+    Prefix single = plainPrefix(directory.prefix.resolutions[0]);
+    walkDirectory(writer, single);
+    if (!whole)
+        failReading(name, std::ferror(input) ? std::strerror(errno) : "unexpected end of file");
+    begin(input, name, compositeHeaderOffset);
+    copyRest(input, name, directory.fileSize - compositeHeaderOffset);
+    prefixSize_ = 0;
+    for (int k = 0; k < directory.prefix.numComponents; ++k) {
+        const std::int64_t size = directory.prefix.sizes[k];
+        addEntry(start_, directory.prefix.resolutions[k], size);
+        start_ += size;
+    }
+}
+
+void Container::finish(int baseIndex)
+{
+    directory_.baseIndex = baseIndex;
+    directory_.numComponents = components_;
+    if (baseIndex >= components_)
+        reportTo(stderr,
+                 "ZELCreateCompositeFile: warning: file %s names component %d as its base and has "
+                 "%d, counted from 0: it cannot be opened\n",
+                 name_, baseIndex, components_);
+    if (fseeko(stream_, compositeVersionOffset, SEEK_SET) != 0) failSeeking(name_);
+    RecordWriter writer(stream_);
+    walkDirectory(writer, directory_);
+    if (fseeko(stream_, 0, SEEK_SET) != 0) failSeeking(name_);
+    writer.array("magic", ZELString, magicSize);
+    close();
+}
+
+// A file that was removed meanwhile is lost with its last stream.
+void Container::close()
+{
+    FILE* stream = stream_;
+    stream_ = nullptr;
+    const bool gone = isGone(stream, name_);
+    errno = EIO;
+    const bool failed = std::ferror(stream) != 0;
+    if (std::fclose(stream) != 0 || failed) failWriting(name_);
+    errno = ENOENT;
+    if (gone) failWriting(name_);
+}
+
+}  // namespace zel

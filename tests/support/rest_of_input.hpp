@@ -1,0 +1,16 @@
+// What a question leaves behind, inside of a runWithInput.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+namespace zel_test {
+
+inline std::string restOfInput()
+{
+    std::string rest;
+    for (int c = std::fgetc(stdin); c != EOF; c = std::fgetc(stdin)) rest += static_cast<char>(c);
+    return rest;
+}
+
+}  // namespace zel_test
