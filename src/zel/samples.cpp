@@ -233,6 +233,13 @@ std::string shown(const Json& value)
     return value.is_number_float() ? shortest(value.get<double>()) : value.dump();
 }
 
+// Texts of parameter files often begin with a blank.
+std::string ruleText(const Json& value)
+{
+    std::string text = value.is_null() ? "" : shown(value);
+    return text.erase(0, text.find_first_not_of(' '));
+}
+
 std::string joined(const Json& texts)
 {
     std::vector<std::string> list;
@@ -245,9 +252,8 @@ std::string rulesText(const char* title, const Json& rules)
     if (rules.empty()) return {};
     std::vector<std::vector<std::string>> rows;
     for (const Json& rule : rules)
-        rows.push_back({rule["label"].is_null() ? "" : shown(rule["label"]),
-                        rule["condition"].is_null() ? "" : shown(rule["condition"]),
-                        rule["action"].is_null() ? "" : "-> " + shown(rule["action"])});
+        rows.push_back({ruleText(rule["label"]), ruleText(rule["condition"]),
+                        rule["action"].is_null() ? "" : "-> " + ruleText(rule["action"])});
     return std::string("\n") + title + "\n" + table(rows, "lll", "  ");
 }
 
