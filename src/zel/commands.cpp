@@ -9,7 +9,8 @@ namespace zel_tool {
 
 const std::vector<Command>& commands()
 {
-    static const std::vector<Command> all = {infoCommand(), pixelCommand(), lookCommand()};
+    static const std::vector<Command> all = {infoCommand(), pixelCommand(), lookCommand(),
+                                             channelsCommand(), samplesCommand()};
     return all;
 }
 

@@ -212,27 +212,34 @@ std::string infoText(const Json& info, bool all)
            restText(info, all);
 }
 
-int showFile(const Options& options, const std::string& file, Json& documents)
+// The documents of a run, and whether one was shown already.
+struct Shown {
+    Json documents = Json::array();
+    bool any = false;
+};
+
+int showFile(const Options& options, const std::string& file, Shown& shown)
 {
     Scene scene(file);
     Json info = describe(scene, options.stats ? Stats::yes : Stats::no);
     if (!options.get.empty())
         put(jsonLine(jsonAt(info, options.get)));
     else if (options.json)
-        documents.push_back(std::move(info));
+        shown.documents.push_back(std::move(info));
     else
-        put((file == options.files.front() ? "" : "\n") + infoText(info, options.all));
+        put((shown.any ? "\n" : "") + infoText(info, options.all));
+    shown.any = true;
     return statusDone;
 }
 
 int run(const Options& options)
 {
-    Json documents = Json::array();
+    Shown shown;
     const int status = forEachFile(
-        options.files, [&](const std::string& file) { return showFile(options, file, documents); });
+        options.files, [&](const std::string& file) { return showFile(options, file, shown); });
+    const Json& all = shown.documents;
     if (options.json && options.get.empty())
-        put(jsonText(options.files.size() == 1 && documents.size() == 1 ? documents[0]
-                                                                        : documents));
+        put(jsonText(options.files.size() == 1 && all.size() == 1 ? all[0] : all));
     return status;
 }
 

@@ -63,7 +63,9 @@ std::string reason()
 {
     std::string best;
     for (const std::string& message : said()) {
-        if (message.starts_with("Error opening file") && !best.empty()) continue;
+        const bool follows =
+            message.starts_with("Error opening file") || message.starts_with("system error code");
+        if (follows && !best.empty()) continue;
         best = message;
     }
     return printable(withoutFunction(best));
@@ -74,12 +76,15 @@ std::string openingReason(const std::string& file)
     std::string text = reason();
     if (text == "unsupported data type") return "not a ZEL file, or of an unsupported version";
     text = replaced(text, "corrupt file " + printable(file) + ": ", "corrupt header: ");
+    text = replaced(text, "corrupt header: invalid ", "corrupt header: ");
     text = replaced(text, "file " + printable(file) + ": ", "");
     return text.empty() ? "cannot be read" : text;
 }
 
+}  // namespace
+
 // A pipe or a device could block for ever, and has no place to go back to.
-long long sizeOfFile(const std::string& file)
+long long requireFile(const std::string& file)
 {
     struct stat status {};
     if (stat(file.c_str(), &status) != 0) throw Failure(std::strerror(errno));
@@ -87,8 +92,6 @@ long long sizeOfFile(const std::string& file)
     if (!S_ISREG(status.st_mode)) throw Failure("is not a regular file");
     return static_cast<long long>(status.st_size);
 }
-
-}  // namespace
 
 void takeMessages()
 {
@@ -115,7 +118,7 @@ void Scene::Finish::operator()(ZELType* record) const
 }
 
 Scene::Scene(const std::string& file)
-    : file_(file), bytes_(sizeOfFile(file)), record_(new ZELType())
+    : file_(file), bytes_(requireFile(file)), record_(new ZELType())
 {
     int result = 0;
     errno = 0;

@@ -15,6 +15,9 @@ void takeMessages();
 // Runs a call of the library. When the library ends the process, throws a Failure with its message.
 void guarded(const std::function<void()>& call);
 
+// The size of a regular file. Throws Failure for anything else.
+long long requireFile(const std::string& file);
+
 // A file that is open for reading: a plain file, or a container as one view.
 class Scene {
 public:

@@ -82,27 +82,18 @@ int createNew(std::string& path)
     return -1;
 }
 
-bool writeAll(int file, std::string_view bytes)
+// The place is negative for "after what is there".
+bool writeAll(int file, std::string_view bytes, long long place)
 {
     while (!bytes.empty()) {
-        const ssize_t written = ::write(file, bytes.data(), bytes.size());
+        const ssize_t written = place < 0 ? ::write(file, bytes.data(), bytes.size())
+                                          : pwrite(file, bytes.data(), bytes.size(), place);
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return false;
         bytes.remove_prefix(static_cast<std::size_t>(written));
+        if (place >= 0) place += written;
     }
     return true;
-}
-
-// So that a crash of the machine leaves the old file or the whole new one.
-bool flushToDisk(const std::string& path)
-{
-    const int file = open(path.c_str(), O_RDONLY);
-    if (file < 0) return false;
-    const bool flushed = fsync(file) == 0 || errno == EINVAL;
-    const int error = errno;
-    close(file);
-    errno = error;
-    return flushed;
 }
 
 // A new name is given by a link, which never replaces a file that has come meanwhile; where there are
@@ -117,34 +108,35 @@ bool giveNewName(const std::string& temporary, const std::string& name)
 }  // namespace
 
 OutputFile::OutputFile(const std::string& name, Overwrite overwrite)
-    : name_(resolved(name)), overwrite_(overwrite)
+    : name_(name), path_(resolved(name)), overwrite_(overwrite)
 {
     struct stat status {};
-    const bool exists = stat(name_.c_str(), &status) == 0;
+    const bool exists = stat(path_.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) fail(name, "write", EISDIR);
     isDevice_ = exists && !S_ISREG(status.st_mode);
     if (isDevice_) {
-        temporary_ = name_;
-        return;
+        temporary_ = path_;
+        descriptor_ = open(path_.c_str(), O_WRONLY);
+    } else {
+        if (exists && overwrite == Overwrite::no)
+            throw Failure(printable(name) + " exists; --overwrite replaces it");
+        temporary_ = temporaryBeside(path_);
+        descriptor_ = createNew(temporary_);
+        if (descriptor_ >= 0) slot_ = remember(temporary_);
     }
-    if (exists && overwrite == Overwrite::no)
-        throw Failure(printable(name) + " exists; --overwrite replaces it");
-    temporary_ = temporaryBeside(name_);
-    const int file = createNew(temporary_);
-    if (file < 0) fail(name, "create", errno);
-    if (exists) fchmod(file, status.st_mode & 07777U);
-    close(file);
-    slot_ = remember(temporary_);
+    if (descriptor_ < 0) fail(name, "create", errno);
+    if (exists && !isDevice_) fchmod(descriptor_, status.st_mode & 07777U);
 }
 
 OutputFile::~OutputFile()
 {
-    remove();
+    if (descriptor_ >= 0) close(descriptor_);
+    if (!isDevice_ && !temporary_.empty()) unlink(temporary_.c_str());
+    forget();
 }
 
-void OutputFile::remove()
+void OutputFile::forget()
 {
-    if (!isDevice_ && !temporary_.empty()) unlink(temporary_.c_str());
     temporary_.clear();
     if (slot_ >= 0) unfinished[slot_][0] = '\0';
     slot_ = -1;
@@ -152,28 +144,29 @@ void OutputFile::remove()
 
 void OutputFile::write(std::string_view bytes)
 {
-    const int file = open(temporary_.c_str(), O_WRONLY | O_TRUNC);
-    bool whole = file >= 0 && writeAll(file, bytes);
-    int error = errno;
-    if (file >= 0 && close(file) != 0 && whole) {
-        whole = false;
-        error = errno;
-    }
-    if (!whole) fail(name_, "write", error);
+    writeAt(-1, bytes);
 }
 
+void OutputFile::writeAt(long long offset, std::string_view bytes)
+{
+    if (!writeAll(descriptor_, bytes, offset)) fail(name_, "write", errno);
+}
+
+// The bytes reach the disk before the name does, so that a crash of the machine leaves the old file or
+// the whole new one.
 void OutputFile::commit()
 {
+    const bool flushed = isDevice_ || fsync(descriptor_) == 0;
+    const int flushError = errno;
+    const bool closed = close(descriptor_) == 0;
+    descriptor_ = -1;
+    if (!flushed) fail(name_, "write", flushError);
+    if (!closed) fail(name_, "write", errno);
     if (isDevice_) return;
-    const bool done = flushToDisk(temporary_) &&
-                      (overwrite_ == Overwrite::yes ? rename(temporary_.c_str(), name_.c_str()) == 0
-                                                    : giveNewName(temporary_, name_));
-    const int error = errno;
-    if (!done) remove();
-    if (!done) fail(name_, "write", error);
-    temporary_.clear();
-    if (slot_ >= 0) unfinished[slot_][0] = '\0';
-    slot_ = -1;
+    const bool named = overwrite_ == Overwrite::yes ? rename(temporary_.c_str(), path_.c_str()) == 0
+                                                    : giveNewName(temporary_, path_);
+    if (!named) fail(name_, "write", errno);
+    forget();
 }
 
 }  // namespace zel_tool

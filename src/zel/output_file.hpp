@@ -20,18 +20,21 @@ public:
     // What is written to instead, by others.
     const std::string& temporary() const { return temporary_; }
 
-    // Writes all of a file at once.
+    // Writes after what is there, or at a place.
     void write(std::string_view bytes);
+    void writeAt(long long offset, std::string_view bytes);
 
-    // Gives the temporary file its name. Throws Failure; the temporary file is then removed.
+    // Gives the temporary file its name. Throws Failure.
     void commit();
 
 private:
-    void remove();
+    void forget();
 
-    std::string name_;
+    std::string name_;  // as it was given
+    std::string path_;  // where that leads
     std::string temporary_;
     Overwrite overwrite_;
+    int descriptor_ = -1;
     bool isDevice_ = false;  // such as /dev/null: written to directly
     int slot_ = -1;          // in the list of what a signal removes
 };

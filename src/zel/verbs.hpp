@@ -8,5 +8,7 @@ namespace zel_tool {
 Command infoCommand();
 Command pixelCommand();
 Command lookCommand();
+Command channelsCommand();
+Command samplesCommand();
 
 }  // namespace zel_tool
