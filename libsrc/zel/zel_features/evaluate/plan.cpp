@@ -29,6 +29,19 @@ float* elementOf(float** rows, int index)
     return rows ? rows[index] : nullptr;
 }
 
+// The last of the first n pixels where the mask is not 0, -1 for none. Masks are 1 or 0.
+int lastOf(const float* mask, int n)
+{
+    constexpr int block = 32;
+    for (; n >= block; n -= block) {
+        std::uint32_t any = 0;
+        for (int i = n - block; i < n; ++i) any |= std::bit_cast<std::uint32_t>(mask[i]);
+        if (any != 0) break;
+    }
+    while (n > 0 && mask[n - 1] == 0.0f) --n;
+    return n - 1;
+}
+
 // The addresses of a plan's rows, for one strip of the line after the other.
 class Strip {
 public:
@@ -47,7 +60,7 @@ public:
 
     void compute(int start, int n)
     {
-        if (plan_.active) markActive(run_.passedOver + start, n);
+        if (plan_.active) markActive(run_.passedOver + start, at_[plan_.active], n);
         for (const zel::Step& step : plan_.steps) {
             zel::Operand operands[3];
             for (int i = 0; i < 3; ++i)
@@ -55,8 +68,8 @@ public:
             step.kernel(operands, at_[step.result], n);
         }
         for (const Kept& kept : plan_.kept) keepLast(kept, n);
-        if (run_.results) storeResults(start, n);
         if (plan_.evaluates) noteSkipFlag(n);
+        if (run_.results) storeResults(start, n);
     }
     void advance()
     {
@@ -65,45 +78,48 @@ public:
     }
 
 private:
-    bool isActive(int i) const { return !plan_.active || at_[plan_.active][i] != 0.0f; }
-    bool isSkipped(int i) const { return plan_.skipped && at_[plan_.skipped][i] != 0.0f; }
-
-    void markActive(const int* passedOver, int n)
+    static void markActive(const int* passedOver, float* active, int n)
     {
-        float* const active = at_[plan_.active];
         for (int i = 0; i < n; ++i) active[i] = passedOver[i] == 0 ? 1.0f : 0.0f;
     }
 
     void keepLast(const Kept& kept, int n)
     {
-        const auto wrote = [this, &kept](int i) {
-            return std::any_of(kept.masks.begin(), kept.masks.end(),
-                               [this, i](int mask) { return !mask || at_[mask][i] != 0.0f; });
-        };
-        int i = n - 1;
-        while (i >= 0 && !wrote(i)) --i;
-        if (i < 0) return;
+        int last = -1;
+        for (const int mask : kept.masks)
+            last = std::max(last, mask ? lastOf(at_[mask], n) : n - 1);
+        if (last < 0) return;
         zel::fieldOf(run_.record, kept.name) =
-            kept.value.row ? at_[kept.value.row][i] : kept.value.value;
-    }
-
-    void storeResults(int start, int n)
-    {
-        int* const results = run_.results + start;
-        for (int i = 0; i < n; ++i)
-            results[i] = isSkipped(i) ? ZEL_PROGRAM_SKIPPED : ZEL_PROGRAM_DONE;
-        if (!plan_.active) return;
-        const int* const passedOver = run_.passedOver + start;
-        for (int i = 0; i < n; ++i)
-            results[i] = passedOver[i] != 0 ? passedOver[i] : results[i];
+            kept.value.row ? at_[kept.value.row][last] : kept.value.value;
     }
 
     // The flag of the last pixel that was not passed over.
     void noteSkipFlag(int n)
     {
-        int last = n - 1;
-        while (last >= 0 && !isActive(last)) --last;
-        if (last >= 0) run_.record.skipPixelFlag = isSkipped(last) ? 1 : 0;
+        const int last = plan_.active ? lastOf(at_[plan_.active], n) : n - 1;
+        if (last < 0) return;
+        run_.record.skipPixelFlag = plan_.skipped && at_[plan_.skipped][last] != 0.0f ? 1 : 0;
+    }
+
+    void storeResults(int start, int n)
+    {
+        int* const results = run_.results + start;
+        if (plan_.skipped)
+            markSkipped(at_[plan_.skipped], results, n);
+        else
+            std::fill_n(results, n, +ZEL_PROGRAM_DONE);
+        if (plan_.active) copyPassedOver(run_.passedOver + start, results, n);
+    }
+
+    static void markSkipped(const float* skipped, int* results, int n)
+    {
+        for (int i = 0; i < n; ++i)
+            results[i] = skipped[i] != 0.0f ? ZEL_PROGRAM_SKIPPED : ZEL_PROGRAM_DONE;
+    }
+
+    static void copyPassedOver(const int* passedOver, int* results, int n)
+    {
+        for (int i = 0; i < n; ++i) results[i] = passedOver[i] != 0 ? passedOver[i] : results[i];
     }
 
     const Plan& plan_;

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "zel_features/evaluate/arithmetic_fast.hpp"
-#include "zel_features/language/truncate.hpp"
 
 namespace {
 
@@ -24,7 +23,7 @@ struct Select {
 struct TruncatedTruth {
     float operator()(float value) const
     {
-        return zel::arithmetic::truth(!zel::truncatesToZero(static_cast<double>(value)));
+        return zel::arithmetic::truth(!((value > -1.0f) & (value < 1.0f)));
     }
 };
 

@@ -59,44 +59,56 @@ bool makeFlow(const ProgramStruct* program, Flow& flow)
     return true;
 }
 
-// report is called with each pixel's result, in order.
-template <class Report>
-void executeLine(const ProgramStruct* program, const zel::Run& run, Report report)
+// What is to be said of a result, if anything, and whether there is something to say of a skipped pixel.
+struct Reports {
+    void (*report)(int result);
+    bool ofSkips;
+};
+
+void reportSkips(const zel::Run& run, Reports reports)
+{
+    for (int i = 0; i < run.line.numPixels; ++i)
+        if (!run.passedOver || run.passedOver[i] == 0) reports.report(run.results[i]);
+}
+
+// A program that has a plan does not fail.
+void executeLine(const ProgramStruct* program, const zel::Run& run, Reports reports)
 {
     if (run.line.numPixels <= 0) return;
     const zel::Plan* plan = zel::flowPlanFor(
         program, [program](auto& describer) { describeProgram(program, describer); },
         [program](Flow& flow) { return makeFlow(program, flow); }, run);
-    if (!plan) {
-        zel::runByPixels(run, [&](zel::LinePixel& pixel, int i) {
-            run.results[i] = zel::execute(program, pixel);
-            report(run.results[i]);
-        });
+    if (plan) {
+        zel::runPlan(*plan, run);
+        if (plan->skipped && reports.ofSkips) reportSkips(run, reports);
         return;
     }
-    zel::runPlan(*plan, run);
-    for (int i = 0; i < run.line.numPixels; ++i)
-        if (!run.passedOver || run.passedOver[i] == 0) report(run.results[i]);
+    zel::runByPixels(run, [&](zel::LinePixel& pixel, int i) {
+        run.results[i] = zel::execute(program, pixel);
+        reports.report(run.results[i]);
+    });
 }
+
+void reportNothing(int) {}
 
 }  // namespace
 
 void ZELExecuteProgramLine(const ProgramStruct* Program, ZELPixelStruct* pixel,
                            const ZELLineStruct* line, const int* passedOver, int* results)
 {
-    executeLine(Program, {*line, *pixel, nullptr, passedOver, results}, [](int) {});
+    executeLine(Program, {*line, *pixel, nullptr, passedOver, results}, {reportNothing, false});
 }
 
 void ZELPreProcessLine(const ZELMaskParameterType* Parameters, ZELPixelStruct* pixel,
                        const ZELLineStruct* line, const int* passedOver, int* results)
 {
     executeLine(Parameters->PreProcessHead, {*line, *pixel, nullptr, passedOver, results},
-                zel::reportPreProcess);
+                {zel::reportPreProcess, false});
 }
 
 void ZELPostProcessLine(const ZELMaskParameterType* Parameters, ZELPixelStruct* pixel,
                         const ZELLineStruct* line, const int* passedOver, int* results)
 {
     executeLine(Parameters->PostProcessHead, {*line, *pixel, nullptr, passedOver, results},
-                zel::reportPostProcess);
+                {zel::reportPostProcess, true});
 }
