@@ -5,7 +5,7 @@
 namespace zel {
 
 // Pixels that are computed at a time: few enough that all rows in use stay in the processor's cache.
-inline constexpr int rowSize = 256;
+inline constexpr int rowSize = 512;
 
 // An argument: a row of values, or with row null one value that all pixels share.
 struct Operand {
