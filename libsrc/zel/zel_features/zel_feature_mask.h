@@ -112,6 +112,15 @@ void ZELFeaturePreClassificationFilter(const ZELMaskParameterType* Parameters,
 void ZELFeaturePostClassificationFilter(const ZELMaskParameterType* Parameters,
                                         ZELPixelStruct* Pixel);
 
+/* The same for the pixels of a line where passedOver, int[numPixels] or null, is 0:
+   ZELExecuteProgramLine in zel_program.h. */
+void ZELFeaturePreClassificationFilterLine(const ZELMaskParameterType* Parameters,
+                                           ZELPixelStruct* pixel, const ZELLineStruct* line,
+                                           const int* passedOver);
+void ZELFeaturePostClassificationFilterLine(const ZELMaskParameterType* Parameters,
+                                            ZELPixelStruct* pixel, const ZELLineStruct* line,
+                                            const int* passedOver);
+
 /* Lists on standard output. */
 void ZELFeaturePrintMaskConditions(const ZELMaskParameterType* Parameters);
 void ZELFeaturePrintPreClassFilters(const ZELMaskParameterType* Parameters);

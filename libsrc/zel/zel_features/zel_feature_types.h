@@ -80,10 +80,9 @@ typedef struct ZELPixelStruct {
     float class_weights[ZEL_FEATURE_NUM_CLASSES];
 } ZELPixelStruct;
 
-/* A line of pixels, stored by field. Each row is float[numPixels]. A variable without a row (null)
-   is the same for the whole line: it is read from, and written to, the pixel record. A channel
-   without a row reads as 0.0 and ignores writes. A row that an expression assigns to must not
-   overlap another. */
+/* A line of pixels, stored by field. Each row is float[numPixels]. A variable, register or class
+   weight without a row (null) is read from, and written to, the pixel record. A channel without a row
+   reads as 0.0 and ignores writes. A row that is assigned to must not overlap another. */
 typedef struct ZELLineStruct {
     int numPixels;
     int numChannels;
@@ -94,6 +93,8 @@ typedef struct ZELLineStruct {
     float *lat, *lon;
     float *jday, *year;
     float* Class;
+    float** Registers;    /* ZEL_FEATURE_NUM_REGISTERS rows, or null for none */
+    float** ClassWeights; /* ZEL_FEATURE_NUM_CLASSES rows, or null for none */
 } ZELLineStruct;
 
 /* ---- Feature parameters ---- */

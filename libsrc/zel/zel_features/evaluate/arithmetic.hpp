@@ -4,6 +4,7 @@
 #define ZEL_FEATURES_EVALUATE_ARITHMETIC_HPP
 
 #include <cmath>
+#include <type_traits>
 
 #include "zel_features/zel_expression.h"
 
@@ -153,6 +154,30 @@ struct Power {
 struct SquareRoot {
     float operator()(float a) const { return std::sqrt(a); }
 };
+
+// How many arguments a function takes.
+template <class Compute>
+inline constexpr int arity = std::is_invocable_v<Compute, float>          ? 1
+                             : std::is_invocable_v<Compute, float, float> ? 2
+                                                                          : 3;
+
+// The function of its arguments; argument(k) is the k-th one.
+template <class Compute, class ArgumentOf>
+inline float applied(Compute compute, ArgumentOf argument)
+{
+    if constexpr (arity<Compute> == 1)
+        return compute(argument(0));
+    else if constexpr (arity<Compute> == 2)
+        return compute(argument(0), argument(1));
+    else
+        return compute(argument(0), argument(1), argument(2));
+}
+
+// Whether the operator yields 1 or 0 and nothing else.
+constexpr bool yieldsTruth(int operatorIndex)
+{
+    return (operatorIndex >= OR && operatorIndex <= LESSTHAN) || operatorIndex == NOT;
+}
 
 // Calls use with the operator's function; the index must be one of OR to SQRT.
 template <class Use>

@@ -1,253 +1,189 @@
 #include "zel_features/evaluate/plan.hpp"
 
 #include <algorithm>
+#include <bit>
 
-#include "zel_features/evaluate/zel_evaluate.hpp"
+#include "zel_features/language/variables.hpp"
+#include "zel_features/zel_program.h"
 
 namespace {
 
-using zel::Argument;
-using zel::RowPlace;
-using zel::Target;
+using zel::Kept;
+using zel::Name;
+using zel::Plan;
+using zel::Run;
 
-constexpr RowPlace noRow = {nullptr, false};
-
-// Values that are carried from pixel to pixel in the record: registers, and variables that have no
-// row in the line.
-constexpr int numCells = ZEL_FEATURE_NUM_REGISTERS + ZEL_FEATURE_NUM_VARIABLES;
-
-struct Cell {
-    bool readFirst = false;  // shows a pixel what the one before it left there
-    int kept = -1;           // the plan's entry, once it is assigned to
+struct alignas(64) Buffer {
+    float values[zel::rowSize];
 };
 
-// Follows the postfix list once, with the pending values as rows instead of numbers.
-class Planner {
+// Plans of a thread share its buffers: nothing stays in them from one run to the next.
+std::vector<Buffer>& buffers()
+{
+    static thread_local std::vector<Buffer> all;
+    return all;
+}
+
+float* elementOf(float** rows, int index)
+{
+    return rows ? rows[index] : nullptr;
+}
+
+// The last of the first n pixels where the mask is not 0, -1 for none. Masks are 1 or 0.
+int lastOf(const float* mask, int n)
+{
+    constexpr int block = 32;
+    for (; n >= block; n -= block) {
+        std::uint32_t any = 0;
+        for (int i = n - block; i < n; ++i) any |= std::bit_cast<std::uint32_t>(mask[i]);
+        if (any != 0) break;
+    }
+    while (n > 0 && mask[n - 1] == 0.0f) --n;
+    return n - 1;
+}
+
+// The addresses of a plan's rows, for one strip of the line after the other.
+class Strip {
 public:
-    Planner(zel::Plan& plan, ZELPixelStruct& record, const ZELLineStruct& line)
-        : plan_(plan), record_(record), line_(line)
+    Strip(const Plan& plan, const Run& run) : plan_(plan), run_(run)
     {
-        plan.numSteps = plan.numKept = 0;
-        plan.skips = false;
-    }
-
-    // False when the element cannot be laid out.
-    bool take(const StackElementStruct& element)
-    {
-        const int n = element.op.int_t;
-        switch (element.type) {
-        case CON:
-            return push(element.op.float_t);
-        case CHAN:
-            return isChannel(n) && push({channelPlace(n - 1), 0.0f});
-        case VAR:
-            return zel::isVariable(n) && pushVariable(n);
-        case LVALUE:
-            return push(static_cast<float>(n));
-        case CHAN_LVALUE:
-            return isChannel(n) && push(static_cast<float>(n - 1 + ZEL_TARGET_CHANNEL));
-        case REG:
-            return isRegister(n) && pushCell(n - 1, record_.Registers[n - 1]);
-        case REG_LVALUE:
-            return isRegister(n) && push(static_cast<float>(n - 1 + ZEL_TARGET_REGISTER));
-        default:
-            if (element.type != OPER || n < 0 || n >= ZEL_NUM_OPERATORS) return false;
-            return n == COMMA || (n == SET_VARIABLE ? takeAssignment() : takeOperator(n));
+        Buffer* const buffer = buffers().data();
+        at_[0] = nullptr;
+        for (std::size_t i = 1; i < plan.rows.size(); ++i) {
+            const Name name = plan.rows[i];
+            if (name.kind == Name::buffer)
+                at_[i] = buffer[name.index].values;
+            else
+                at_[i] = name.kind == Name::values ? run.values : zel::rowOf(run.line, name);
         }
     }
 
-    // Sends the bottom value to the caller's row: straight from the last step where that makes it.
-    bool finish(float* values)
+    void compute(int start, int n)
     {
-        const RowPlace destination = {values, true};
-        if (plan_.skips || size_ == 0) return addCopy({noRow, 0.0f}, destination);
-        const RowPlace bottom = pending_[0].place;
-        if (bottom.start == plan_.results[0] && plan_.numSteps > 0 &&
-            plan_.steps[plan_.numSteps - 1].result.start == bottom.start) {
-            plan_.steps[plan_.numSteps - 1].result = destination;
-            return true;
+        if (plan_.active) markActive(run_.passedOver + start, at_[plan_.active], n);
+        for (const zel::Step& step : plan_.steps) {
+            zel::Operand operands[3];
+            for (int i = 0; i < 3; ++i)
+                operands[i] = {at_[step.operands[i].row], step.operands[i].value};
+            step.kernel(operands, at_[step.result], n);
         }
-        return addCopy(pending_[0], destination);
+        for (const Kept& kept : plan_.kept) keepLast(kept, n);
+        if (plan_.evaluates) noteSkipFlag(n);
+        if (run_.results) storeResults(start, n);
+    }
+    void advance()
+    {
+        for (std::size_t i = 1; i < plan_.rows.size(); ++i)
+            if (plan_.rows[i].kind != Name::buffer) at_[i] += zel::rowSize;
     }
 
 private:
-    bool isChannel(int n) const { return n >= 1 && n - 1 <= line_.numChannels; }
-    static bool isRegister(int n) { return n >= 1 && n <= ZEL_FEATURE_NUM_REGISTERS; }
-
-    // One channel more than there are has no row.
-    RowPlace channelPlace(int index) const
+    static void markActive(const int* passedOver, float* active, int n)
     {
-        return {index < line_.numChannels ? line_.Channels[index] : nullptr, true};
-    }
-    RowPlace variablePlace(int index) const { return {line_.*zel::variableRows[index].row, true}; }
-    // Where the result of the pending value next pushed may be computed.
-    RowPlace resultPlace() { return {plan_.results[size_], false}; }
-
-    bool push(Argument argument)
-    {
-        if (size_ == zel::maxPendingRows) return false;
-        pending_[size_++] = argument;
-        return true;
-    }
-    bool push(float value) { return push(Argument{noRow, value}); }
-
-    bool pushVariable(int index)
-    {
-        const RowPlace place = variablePlace(index);
-        if (place.start) return push({place, 0.0f});
-        return pushCell(variableCell(index), record_.*zel::variableRows[index].field);
+        for (int i = 0; i < n; ++i) active[i] = passedOver[i] == 0 ? 1.0f : 0.0f;
     }
 
-    static int variableCell(int index)
+    void keepLast(const Kept& kept, int n)
     {
-        return ZEL_FEATURE_NUM_REGISTERS + zel::firstNameOf(index);
+        int last = -1;
+        for (const int mask : kept.masks)
+            last = std::max(last, mask ? lastOf(at_[mask], n) : n - 1);
+        if (last < 0) return;
+        zel::fieldOf(run_.record, kept.name) =
+            kept.value.row ? at_[kept.value.row][last] : kept.value.value;
     }
 
-    bool pushCell(int cell, float value)
+    // The flag of the last pixel that was not passed over.
+    void noteSkipFlag(int n)
     {
-        Cell& c = cells_[cell];
-        if (c.kept >= 0) return push(plan_.kept[c.kept].value);
-        c.readFirst = true;
-        return push(value);
+        const int last = plan_.active ? lastOf(at_[plan_.active], n) : n - 1;
+        if (last < 0) return;
+        run_.record.skipPixelFlag = plan_.skipped && at_[plan_.skipped][last] != 0.0f ? 1 : 0;
     }
 
-    bool addStep(zel::Kernel kernel, const Argument* arguments, int numArguments, RowPlace result)
+    void storeResults(int start, int n)
     {
-        if (plan_.numSteps == zel::maxSteps) return false;
-        zel::Step& step = plan_.steps[plan_.numSteps++];
-        step.kernel = kernel;
-        step.result = result;
-        step.numArguments = numArguments;
-        std::copy_n(arguments, numArguments, step.arguments);
-        return true;
-    }
-    bool addCopy(const Argument& argument, RowPlace result)
-    {
-        return addStep(zel::copyRow, &argument, 1, result);
+        int* const results = run_.results + start;
+        if (plan_.skipped)
+            markSkipped(at_[plan_.skipped], results, n);
+        else
+            std::fill_n(results, n, +ZEL_PROGRAM_DONE);
+        if (plan_.active) copyPassedOver(run_.passedOver + start, results, n);
     }
 
-    bool takeOperator(int index)
+    static void markSkipped(const float* skipped, int* results, int n)
     {
-        const int operands = zel::operatorRows[index].operands;
-        if (size_ < operands) return false;
-        size_ -= operands;
-        const Argument* arguments = pending_ + size_;
-        if (std::any_of(arguments, arguments + operands,
-                        [](const Argument& argument) { return argument.place.start; }))
-            return addStep(zel::kernelOf(index), arguments, operands, resultPlace()) &&
-                   push({resultPlace(), 0.0f});
-        zel::Operand values[3] = {};
-        for (int i = 0; i < operands; ++i) values[i] = {nullptr, arguments[i].value};
-        return push(zel::computeValue(index, values));
+        for (int i = 0; i < n; ++i)
+            results[i] = skipped[i] != 0.0f ? ZEL_PROGRAM_SKIPPED : ZEL_PROGRAM_DONE;
     }
 
-    // The target must be known before any pixel is seen.
-    bool takeAssignment()
+    static void copyPassedOver(const int* passedOver, int* results, int n)
     {
-        if (size_ < 2 || pending_[size_ - 2].place.start) return false;
-        const Argument value = pending_[--size_];
-        const Target target = zel::targetOf(pending_[--size_].value, line_.numChannels);
-        switch (target.kind) {
-        case Target::reg:
-            return assignCell(target.index, record_.Registers[target.index], value);
-        case Target::channel:
-            return assignRow(channelPlace(target.index), value);
-        case Target::variable:
-            if (const RowPlace place = variablePlace(target.index); place.start)
-                return assignRow(place, value);
-            return assignCell(variableCell(target.index),
-                              record_.*zel::variableRows[target.index].field, value);
-        default:
-            return pushAgain(value);
-        }
+        for (int i = 0; i < n; ++i) results[i] = passedOver[i] != 0 ? passedOver[i] : results[i];
     }
 
-    // The value of an assignment, which stood one place higher.
-    bool pushAgain(const Argument& value)
-    {
-        if (value.place.start != plan_.results[size_ + 1]) return push(value);
-        return addCopy(value, resultPlace()) && push({resultPlace(), 0.0f});
-    }
-
-    bool assignRow(RowPlace row, const Argument& value)
-    {
-        if (!row.start) return pushAgain(value);
-        if (value.place.start == row.start) return push(value);
-        return keepPending(row) && addCopy(value, row) &&
-               push(value.place.start ? Argument{row, 0.0f} : value);
-    }
-
-    bool assignCell(int cell, float& target, const Argument& value)
-    {
-        Cell& c = cells_[cell];
-        if (c.readFirst) return false;
-        if (c.kept < 0) {
-            if (plan_.numKept == zel::maxKept) return false;
-            c.kept = plan_.numKept++;
-            plan_.kept[c.kept].target = &target;
-        }
-        Argument& kept = plan_.kept[c.kept].value;
-        const RowPlace row = {plan_.keptRows[c.kept], false};
-        if (value.place.start == row.start) return push(value);
-        if (!keepPending(row)) return false;
-        kept = value.place.start ? Argument{row, 0.0f} : value;
-        if (value.place.start && !addCopy(value, row)) return false;
-        return push(kept);
-    }
-
-    // Pending values that stand in a row about to change move to rows of their own.
-    bool keepPending(RowPlace row)
-    {
-        for (int i = 0; i < size_; ++i) {
-            if (pending_[i].place.start != row.start) continue;
-            const RowPlace own = {plan_.results[i], false};
-            if (!addCopy(pending_[i], own)) return false;
-            pending_[i].place = own;
-        }
-        return true;
-    }
-
-    zel::Plan& plan_;
-    ZELPixelStruct& record_;
-    const ZELLineStruct& line_;
-    Argument pending_[zel::maxPendingRows];
-    int size_ = 0;
-    Cell cells_[numCells];
+    const Plan& plan_;
+    const Run& run_;
+    float* at_[zel::maxRows];
 };
+
+bool sameBits(float a, float b)
+{
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+}
 
 }  // namespace
 
 namespace zel {
 
-bool makePlan(Plan& plan, const StackElementStruct* head, ZELPixelStruct& record,
-              const ZELLineStruct& line, float* values)
+float* rowOf(const ZELLineStruct& line, Name name)
 {
-    Planner planner(plan, record, line);
-    for (const StackElementStruct* element = head; element; element = element->nextElement) {
-        if (element->type == OPER && element->op.int_t == SKIP_PIXEL) {
-            plan.skips = true;
-            break;
-        }
-        if (!planner.take(*element)) return false;
+    switch (name.kind) {
+    case Name::channel:
+        return name.index < line.numChannels ? line.Channels[name.index] : nullptr;
+    case Name::variable:
+        return line.*variableRows[name.index].row;
+    case Name::reg:
+        return elementOf(line.Registers, name.index);
+    case Name::weight:
+        return elementOf(line.ClassWeights, name.index);
+    default:
+        return nullptr;
     }
-    return planner.finish(values);
 }
 
-void runPlan(const Plan& plan, int numPixels)
+float& fieldOf(ZELPixelStruct& record, Name name)
 {
-    for (int start = 0; start < numPixels; start += rowSize) {
-        const int n = std::min(rowSize, numPixels - start);
-        for (const Step* step = plan.steps; step != plan.steps + plan.numSteps; ++step) {
-            Operand operands[3];
-            for (int i = 0; i < step->numArguments; ++i)
-                operands[i] = {step->arguments[i].place.at(start), step->arguments[i].value};
-            step->kernel(operands, step->result.at(start), n);
-        }
-    }
-    const int last = (numPixels - 1) % rowSize;
-    for (int i = 0; i < plan.numKept; ++i) {
-        const Argument& value = plan.kept[i].value;
-        *plan.kept[i].target = value.place.start ? value.place.start[last] : value.value;
+    if (name.kind == Name::reg) return record.Registers[name.index];
+    if (name.kind == Name::weight) return record.class_weights[name.index];
+    return record.*variableRows[name.index].field;
+}
+
+bool fits(const Plan& plan, const ZELLineStruct& line, ZELPixelStruct& record)
+{
+    if (plan.numChannels != line.numChannels || plan.width != kernelWidth()) return false;
+    for (const Name& name : plan.rows)
+        if (name.kind >= Name::channel && name.kind <= Name::weight && !rowOf(line, name))
+            return false;
+    for (const Name& name : plan.absent)
+        if (rowOf(line, name)) return false;
+    return std::all_of(plan.carried.begin(), plan.carried.end(), [&record](const Carried& c) {
+        return sameBits(fieldOf(record, c.name), c.value);
+    });
+}
+
+void reserveBuffers(const Plan& plan)
+{
+    const auto count = static_cast<std::size_t>(plan.numBuffers);
+    if (buffers().size() < count) buffers().resize(count);
+}
+
+void runPlan(const Plan& plan, const Run& run)
+{
+    Strip strip(plan, run);
+    for (int start = 0; start < run.line.numPixels; start += rowSize) {
+        strip.compute(start, std::min(rowSize, run.line.numPixels - start));
+        strip.advance();
     }
 }
 

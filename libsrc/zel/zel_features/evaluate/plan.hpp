@@ -1,64 +1,93 @@
-// An expression laid out for many pixels at a time: which operator reads and writes which rows.
+// An expression or a program as steps over rows of pixels: which operator reads and writes which rows.
+// planner.hpp makes plans, plan_cache.hpp keeps them.
 #ifndef ZEL_FEATURES_EVALUATE_PLAN_HPP
 #define ZEL_FEATURES_EVALUATE_PLAN_HPP
+
+#include <cstdint>
+#include <vector>
 
 #include "zel_features/evaluate/rows.hpp"
 #include "zel_features/zel_feature_types.h"
 
 namespace zel {
 
-// A row that steps read or write. It runs along the line, or stays in place and is filled anew for
-// each group of pixels.
-struct RowPlace {
-    float* start;  // null: no row, a value that all pixels share
-    bool runs;
-
-    float* at(int pixel) const { return start && runs ? start + pixel : start; }
+// Something that has a value for each pixel.
+struct Name {
+    enum Kind { none, buffer, channel, variable, reg, weight, values } kind = none;
+    int index = 0;  // from 0
+    friend bool operator==(const Name&, const Name&) = default;
 };
 
-struct Argument {
-    RowPlace place;
-    float value;  // without a row
+// Its row of the line, null where it has none. Buffers and the row of results are no rows of a line.
+float* rowOf(const ZELLineStruct& line, Name name);
+
+// Its place in the pixel record. For variables, registers and weights.
+float& fieldOf(ZELPixelStruct& record, Name name);
+
+// The number of a row in its plan. Row 0 is no row: the value is that of all pixels.
+struct Source {
+    int row = 0;
+    float value = 0.0f;
 };
 
 struct Step {
     Kernel kernel;
-    RowPlace result;
-    int numArguments;
-    Argument arguments[3];
+    int result;
+    Source operands[3];  // those that the kernel takes
 };
 
-// What an expression leaves in the pixel record: the last pixel's value.
+// What a pixel leaves in the record, of those pixels where one of the masks is not 0. Mask 0 means all.
 struct Kept {
-    float* target;
-    Argument value;
+    Name name;
+    Source value;
+    int buffer;
+    std::vector<int> masks;
 };
 
-// Larger expressions than these are rare; they are evaluated pixel after pixel.
-inline constexpr int maxSteps = 128;
-inline constexpr int maxPendingRows = 24;
-inline constexpr int maxKept = 8;
+// A value of the record that stands in the plan as a constant.
+struct Carried {
+    Name name;
+    float value;
+};
 
-// The steps compute maxPendingRows results, of each pending value at most one, and the values to be
-// kept in rows of the plan. Nothing of it is zeroed: a plan is made for every line.
+// The row numbers of a plan end below this. Plans with more are not made.
+inline constexpr int maxRows = 1024;
+
 struct Plan {
-    int numSteps;
-    int numKept;
-    bool skips;  // the expression comes to skip_pixel
-    Step steps[maxSteps];
-    Kept kept[maxKept];
-    float results[maxPendingRows][rowSize];
-    float keptRows[maxKept][rowSize];
+    std::vector<Name> rows = {Name()};
+    int numBuffers = 0;
+    std::vector<Step> steps;
+    std::vector<Kept> kept;
+    // What must be so for the plan to hold, beside that named rows are there.
+    std::vector<Name> absent;
+    std::vector<Carried> carried;
+    int numChannels = 0;
+    Width width = Width::narrow;
+    // For programs.
+    int active = 0;          // mask of the pixels that are not passed over; 0: all are active
+    int skipped = 0;         // mask of the pixels that the program skips; 0: none
+    bool evaluates = false;  // an active pixel evaluates at least one expression
+    bool skips = false;      // for expressions: every pixel is skipped
 };
 
-// Lays out the expression for a line and the rest of its pixel record, with the result in values.
-// False when pixels depend on each other or an evaluation fails: pixel after pixel must then be
-// evaluated. With true, the steps give what that would give.
-bool makePlan(Plan& plan, const StackElementStruct* head, ZELPixelStruct& record,
-              const ZELLineStruct& line, float* values);
+// Whether the plan was made for rows and values like these.
+bool fits(const Plan& plan, const ZELLineStruct& line, ZELPixelStruct& record);
 
-// Runs all steps of a plan over the line and updates the pixel record.
-void runPlan(const Plan& plan, int numPixels);
+// Takes the memory that a run of the plan in this thread needs.
+void reserveBuffers(const Plan& plan);
+
+// Where a plan runs. values, passedOver and results may be null if the plan has no use for them.
+struct Run {
+    const ZELLineStruct& line;
+    ZELPixelStruct& record;
+    float* values;
+    const int* passedOver;
+    int* results;
+};
+
+// Runs all steps of a plan, whose buffers are reserved, over the line and updates the pixel record and
+// the results.
+void runPlan(const Plan& plan, const Run& run);
 
 }  // namespace zel
 

@@ -1,7 +1,6 @@
 #include "zel_features/evaluate/rows.hpp"
 
 #include <algorithm>
-#include <type_traits>
 
 #include "zel_features/evaluate/arithmetic_fast.hpp"
 
@@ -9,6 +8,26 @@ namespace {
 
 using zel::Kernel;
 using zel::Operand;
+using zel::Width;
+using zel::arithmetic::arity;
+
+// ---- What kernels compute that operators do not ----
+
+struct Select {
+    float operator()(float condition, float yes, float no) const
+    {
+        return condition != 0.0f ? yes : no;
+    }
+};
+
+struct TruncatedTruth {
+    float operator()(float value) const
+    {
+        return zel::arithmetic::truth(!((value > -1.0f) & (value < 1.0f)));
+    }
+};
+
+// ---- Loops over a row ----
 
 // Calls body for each pixel. Each element of a result depends on the same element of the arguments
 // alone, also where the result takes the place of an argument: the compiler need not look for overlaps.
@@ -37,6 +56,21 @@ inline void computeTwo(Compute compute, const Operand* arguments, float* result,
     }
 }
 
+inline void computeSelect(const Operand* arguments, float* result, int n)
+{
+    const Select select;
+    const float* const condition = arguments[0].row;
+    const Operand yes = arguments[1], no = arguments[2];
+    if (yes.row && no.row)
+        eachPixel(n, [=](int i) { result[i] = select(condition[i], yes.row[i], no.row[i]); });
+    else if (no.row)
+        eachPixel(n, [=](int i) { result[i] = select(condition[i], yes.value, no.row[i]); });
+    else if (yes.row)
+        eachPixel(n, [=](int i) { result[i] = select(condition[i], yes.row[i], no.value); });
+    else
+        eachPixel(n, [=](int i) { result[i] = select(condition[i], yes.value, no.value); });
+}
+
 // The arguments as rows, those that are single values spread out.
 template <int Count>
 class Rows {
@@ -57,13 +91,17 @@ private:
     float spread_[Count][zel::rowSize];
 };
 
+// ---- Functions that are approximated ----
+
 template <class Compute>
-inline void computeThree(Compute compute, const Operand* arguments, float* result, int n)
+constexpr bool isApproximated = requires
 {
-    const Rows<3> rows(arguments, n);
-    const float *const a = rows[0], *const b = rows[1], *const c = rows[2];
-    eachPixel(n, [=](int i) { result[i] = compute(a[i], b[i], c[i]); });
+    approximate(Compute(), 0.0f);
 }
+|| requires
+{
+    approximate(Compute(), 0.0f, 0.0f);
+};
 
 // Both ends of the interval that holds the library's value. They are the same float, or the library
 // must be asked.
@@ -94,13 +132,6 @@ inline void computeApproximately(Compute compute, float* result, int n, RowOf...
     std::copy_n(low, n, result);
 }
 
-template <class Compute>
-inline void computeTwoApproximately(Compute compute, const Operand* arguments, float* result, int n)
-{
-    const Rows<2> rows(arguments, n);
-    computeApproximately(compute, result, n, rows[0], rows[1]);
-}
-
 inline bool isSquare(zel::arithmetic::Power, const Operand* arguments)
 {
     return !arguments[1].row && arguments[1].value == 2.0f;
@@ -111,34 +142,28 @@ bool isSquare(Compute, const Operand*)
     return false;
 }
 
-template <class Compute>
-constexpr bool isApproximated = requires
-{
-    approximate(Compute(), 0.0f);
-}
-|| requires
-{
-    approximate(Compute(), 0.0f, 0.0f);
-};
+// ---- Kernels ----
 
 template <class Compute>
 inline void computeRow(const Operand* arguments, float* result, int n)
 {
     const Compute compute;
-    const float* a = arguments[0].row;
-    if constexpr (requires { approximate(compute, 0.0f); }) {
-        computeApproximately(compute, result, n, a);
-    } else if constexpr (requires { approximate(compute, 0.0f, 0.0f); }) {
-        if (isSquare(compute, arguments))
-            computeTwo(compute, arguments, result, n);
-        else
-            computeTwoApproximately(compute, arguments, result, n);
-    } else if constexpr (std::is_invocable_v<Compute, float>) {
-        eachPixel(n, [=](int i) { result[i] = compute(a[i]); });
-    } else if constexpr (std::is_invocable_v<Compute, float, float>) {
-        computeTwo(compute, arguments, result, n);
+    if constexpr (std::is_same_v<Compute, Select>) {
+        computeSelect(arguments, result, n);
+    } else if constexpr (arity<Compute> == 2) {
+        if (!isApproximated<Compute> || isSquare(compute, arguments))
+            return computeTwo(compute, arguments, result, n);
+        if constexpr (isApproximated<Compute>) {
+            const Rows<2> rows(arguments, n);
+            computeApproximately(compute, result, n, rows[0], rows[1]);
+        }
+    } else if constexpr (isApproximated<Compute>) {
+        computeApproximately(compute, result, n, arguments[0].row);
     } else {
-        computeThree(compute, arguments, result, n);
+        const Rows<arity<Compute>> rows(arguments, n);
+        eachPixel(n, [&rows, compute, result](int i) {
+            result[i] = zel::arithmetic::applied(compute, [&rows, i](int k) { return rows[k][i]; });
+        });
     }
 }
 
@@ -148,8 +173,6 @@ template <class Compute>
     computeRow<Compute>(arguments, result, n);
 }
 
-// The same for processors with wider registers; results do not depend on them. The widest ones pay
-// where much is computed with what is read.
 #if defined(__x86_64__) && defined(__GNUC__)
 template <class Compute>
 [[gnu::target("avx2"), gnu::flatten]] void wideKernel(const Operand* arguments, float* result,
@@ -165,23 +188,32 @@ template <class Compute>
     computeRow<Compute>(arguments, result, n);
 }
 
-bool isWidest()
+Width widthOfProcessor()
 {
-    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
-           __builtin_cpu_supports("avx512vl") != 0;
+    if (!__builtin_cpu_supports("avx2")) return Width::narrow;
+    const bool widest = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+                        __builtin_cpu_supports("avx512vl");
+    return widest ? Width::widest : Width::wide;
 }
 
 template <class Compute>
 Kernel bestKernel()
 {
-    static const bool wide = __builtin_cpu_supports("avx2") != 0;
-    if constexpr (isApproximated<Compute>) {
-        static const bool widest = isWidest();
-        if (widest) return widestKernel<Compute>;
+    switch (zel::kernelWidth()) {
+    case Width::widest:
+        return widestKernel<Compute>;
+    case Width::wide:
+        return wideKernel<Compute>;
+    default:
+        return narrowKernel<Compute>;
     }
-    return wide ? wideKernel<Compute> : narrowKernel<Compute>;
 }
 #else
+Width widthOfProcessor()
+{
+    return Width::narrow;
+}
+
 template <class Compute>
 Kernel bestKernel()
 {
@@ -189,9 +221,25 @@ Kernel bestKernel()
 }
 #endif
 
+Width& chosenWidth()
+{
+    static Width width = widthOfProcessor();
+    return width;
+}
+
 }  // namespace
 
 namespace zel {
+
+Width kernelWidth()
+{
+    return chosenWidth();
+}
+
+void limitKernelWidth(Width width)
+{
+    chosenWidth() = std::min(width, widthOfProcessor());
+}
 
 Kernel kernelOf(int operatorIndex)
 {
@@ -209,17 +257,21 @@ void copyRow(const Operand* argument, float* result, int n)
         std::fill_n(result, n, argument->value);
 }
 
-float computeValue(int operatorIndex, const Operand* arguments)
+Kernel selectKernel()
+{
+    return bestKernel<Select>();
+}
+
+Kernel truncatedTruthKernel()
+{
+    return bestKernel<TruncatedTruth>();
+}
+
+float computeValue(int operatorIndex, const float* arguments)
 {
     float result = 0.0f;
-    arithmetic::withOperator(operatorIndex, [&](auto compute) {
-        using Compute = decltype(compute);
-        if constexpr (std::is_invocable_v<Compute, float>)
-            result = compute(arguments[0].value);
-        else if constexpr (std::is_invocable_v<Compute, float, float>)
-            result = compute(arguments[0].value, arguments[1].value);
-        else
-            result = compute(arguments[0].value, arguments[1].value, arguments[2].value);
+    arithmetic::withOperator(operatorIndex, [arguments, &result](auto compute) {
+        result = arithmetic::applied(compute, [arguments](int k) { return arguments[k]; });
     });
     return result;
 }

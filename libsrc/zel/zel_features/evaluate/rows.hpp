@@ -14,17 +14,34 @@ struct Operand {
 };
 
 // Computes the first n pixels of a row, n at most rowSize. Of the arguments at least one is a row;
-// result may be one of the rows, but must not overlap them otherwise.
+// result may be one of the rows, but must not overlap them otherwise. Results do not depend on the
+// width of the instructions.
 using Kernel = void (*)(const Operand* arguments, float* result, int n);
 
 // The kernel of an operator from OR on.
 Kernel kernelOf(int operatorIndex);
 
-// The kernel that copies its one argument, which may be a single value.
+// Copies its one argument, which may be a single value.
 void copyRow(const Operand* argument, float* result, int n);
 
-// What the kernel computes, for arguments none of which is a row.
-float computeValue(int operatorIndex, const Operand* arguments);
+// The second argument where the first is not 0, else the third. The first is a row.
+Kernel selectKernel();
+
+// 1 where something other than 0 is left of the argument without its fraction, else 0.
+Kernel truncatedTruthKernel();
+
+// What the kernel computes, for arguments that are single values.
+float computeValue(int operatorIndex, const float* arguments);
+
+// Instructions that kernels are compiled for: those that every processor of the kind has, and wider
+// ones.
+enum class Width { narrow, wide, widest };
+
+// The width that kernels are chosen for, at first the widest that this processor has.
+Width kernelWidth();
+
+// For tests. What the processor does not have is not chosen.
+void limitKernelWidth(Width width);
 
 }  // namespace zel
 

@@ -2,10 +2,8 @@
 #ifndef ZEL_FEATURES_EVALUATE_EVALUATE_HPP
 #define ZEL_FEATURES_EVALUATE_EVALUATE_HPP
 
-#include <type_traits>
-
 #include "zel_features/evaluate/arithmetic.hpp"
-#include "zel_features/language/operators.hpp"
+#include "zel_features/evaluate/follow.hpp"
 #include "zel_features/language/variables.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
 #include "zel_features/zel_evaluate.h"
@@ -51,10 +49,12 @@ public:
         if (size_ == ZEL_FEATURE_STACK_SIZE) failStack(2);
         values_[size_++] = value;
     }
-    float pop()
+    // The last count values, the first of them first. They stay in place until the next push.
+    const float* pop(int count)
     {
-        if (size_ == 0) failStack(1);
-        return values_[--size_];
+        if (size_ < count) failStack(1);
+        size_ -= count;
+        return values_ + size_;
     }
     float bottom() const { return size_ > 0 ? values_[0] : 0.0f; }
 
@@ -85,95 +85,83 @@ inline Target targetOf(float code, int numChannels)
     return {};
 }
 
-// Pixel says where the values are: numChannels(), channel(i) and variable(i), which give an address
-// (null for a channel that is not there), and reg(i).
+// The evaluation of a postfix list on one pixel, for follow(). Pixel says where the values are:
+// numChannels(), channel(i) and variable(i), which give an address (null for a channel without
+// values), and reg(i). What a list may not name ends the process.
 template <class Pixel>
-void assign(Pixel& pixel, float code, float value)
-{
-    const Target target = targetOf(code, pixel.numChannels());
-    if (target.kind == Target::variable) *pixel.variable(target.index) = value;
-    if (target.kind == Target::reg) pixel.reg(target.index) = value;
-    if (target.kind != Target::channel) return;
-    if (float* channel = pixel.channel(target.index)) *channel = value;
-}
+class PixelEvaluation {
+public:
+    explicit PixelEvaluation(Pixel& pixel) : pixel_(pixel) {}
+    float result() const { return values_.bottom(); }
 
-template <class Pixel>
-float channelValue(Pixel& pixel, int index)
-{
-    const float* channel = index < pixel.numChannels() ? pixel.channel(index) : nullptr;
-    return channel ? *channel : 0.0f;
-}
-
-// Pops the arguments of an operator from OR on, the last one first, and pushes its result.
-template <class Pixel>
-void applyOperator(int operatorIndex, ValueStack& values, Pixel& pixel)
-{
-    if (operatorIndex == SET_VARIABLE) {
-        const float value = values.pop();
-        assign(pixel, values.pop(), value);
-        values.push(value);
-        return;
+    bool allowsChannel(int channel) const
+    {
+        requireChannel(channel, pixel_.numChannels());
+        return true;
     }
-    arithmetic::withOperator(operatorIndex, [&values](auto compute) {
-        using Compute = decltype(compute);
-        if constexpr (std::is_invocable_v<Compute, float>) {
-            values.push(compute(values.pop()));
-        } else if constexpr (std::is_invocable_v<Compute, float, float>) {
-            const float b = values.pop();
-            values.push(compute(values.pop(), b));
-        } else {
-            const float c = values.pop();
-            const float b = values.pop();
-            values.push(compute(values.pop(), b, c));
-        }
-    });
-}
+    bool allowsRegister(int number) const
+    {
+        requireRegister(number);
+        return true;
+    }
+    bool allowsVariable(int index) const
+    {
+        requireVariable(index);
+        return true;
+    }
+    bool allowsOperator(bool known) const
+    {
+        if (!known) failWithError("ZELEvaluateStack: illegal operator or function\n");
+        return true;
+    }
+
+    bool push(float value)
+    {
+        values_.push(value);
+        return true;
+    }
+    bool pushChannel(int index)
+    {
+        const float* channel = index < pixel_.numChannels() ? pixel_.channel(index) : nullptr;
+        return push(channel ? *channel : 0.0f);
+    }
+    bool pushVariable(int index) { return push(*pixel_.variable(index)); }
+    bool pushRegister(int index) { return push(pixel_.reg(index)); }
+
+    bool apply(int operatorIndex)
+    {
+        arithmetic::withOperator(operatorIndex, [this](auto compute) {
+            const float* arguments = values_.pop(arithmetic::arity<decltype(compute)>);
+            push(arithmetic::applied(compute, [arguments](int k) { return arguments[k]; }));
+        });
+        return true;
+    }
+    bool assign()
+    {
+        const float* arguments = values_.pop(2);
+        const float value = arguments[1];
+        const Target target = targetOf(arguments[0], pixel_.numChannels());
+        if (target.kind == Target::variable) *pixel_.variable(target.index) = value;
+        if (target.kind == Target::reg) pixel_.reg(target.index) = value;
+        float* channel =
+            target.kind == Target::channel ? pixel_.channel(target.index) : nullptr;
+        if (channel) *channel = value;
+        return push(value);
+    }
+
+private:
+    Pixel& pixel_;
+    ValueStack values_;
+};
 
 // The value of the list for the pixel. skipped is set when skip_pixel was reached.
 template <class Pixel>
-float evaluate(const StackElementStruct* element, Pixel& pixel, int& skipped)
+float evaluate(const StackElementStruct* head, Pixel& pixel, int& skipped)
 {
-    ValueStack values;
-    for (; element; element = element->nextElement) {
-        const int n = element->op.int_t;
-        switch (element->type) {
-        case CON:
-            values.push(element->op.float_t);
-            break;
-        case CHAN:
-            requireChannel(n, pixel.numChannels());
-            values.push(channelValue(pixel, n - 1));
-            break;
-        case VAR:
-            requireVariable(n);
-            values.push(*pixel.variable(n));
-            break;
-        case LVALUE:
-            values.push(static_cast<float>(n));
-            break;
-        case CHAN_LVALUE:
-            requireChannel(n, pixel.numChannels());
-            values.push(static_cast<float>(n - 1 + ZEL_TARGET_CHANNEL));
-            break;
-        case REG:
-            requireRegister(n);
-            values.push(pixel.reg(n - 1));
-            break;
-        case REG_LVALUE:
-            requireRegister(n);
-            values.push(static_cast<float>(n - 1 + ZEL_TARGET_REGISTER));
-            break;
-        default:
-            if (element->type != OPER || n < 0 || n >= ZEL_NUM_OPERATORS)
-                failWithError("ZELEvaluateStack: illegal operator or function\n");
-            if (n == SKIP_PIXEL) {
-                skipped = 1;
-                return 0.0f;
-            }
-            if (n != COMMA) applyOperator(n, values, pixel);
-        }
-    }
-    return values.bottom();
+    PixelEvaluation evaluation(pixel);
+    if (follow(head, evaluation) != Followed::skipped) return evaluation.result();
+    skipped = 1;
+    return 0.0f;
 }
 
 }  // namespace zel

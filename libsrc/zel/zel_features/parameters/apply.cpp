@@ -21,25 +21,6 @@ bool holdForAll(const CommandStruct& list, ZELPixelStruct& pixel)
 
 }  // namespace
 
-namespace zel {
-
-bool filterHolds(const CommandListStruct& filter, ZELPixelStruct& pixel)
-{
-    return !truncatesToZero(valueOf(filter.Condition, pixel));
-}
-
-bool applyFilters(const CommandStruct& filters, ZELPixelStruct& pixel)
-{
-    for (const CommandListStruct* filter = filters.ListHead; filter; filter = filter->next) {
-        if (!filterHolds(*filter, pixel)) continue;
-        valueOf(filter->Action, pixel);
-        if (pixel.skipPixelFlag) return true;
-    }
-    return false;
-}
-
-}  // namespace zel
-
 int ZELFeatureCheckRequirements(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
 {
     return holdForAll(Parameters->Requirements, *pixel) ? 1 : 0;
@@ -52,5 +33,6 @@ int ZELFeatureCheckOptions(const ZELParameterStruct* Parameters, ZELPixelStruct*
 
 void ZELFeatureApplyFilters(const ZELParameterStruct* Parameters, ZELPixelStruct* pixel)
 {
-    zel::applyFilters(Parameters->Filters, *pixel);
+    zel::RecordPixel record(*pixel);
+    zel::applyFilters(Parameters->Filters, record);
 }

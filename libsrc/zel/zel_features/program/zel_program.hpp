@@ -24,8 +24,12 @@ ProgramLines* appendProgramLine(
 bool compileProgram(const ProgramLines* text, int processFlag, const CommandListStruct* definitions,
                     ProgramStruct*& program);
 
-// Sets the weight of the classes in a compiled list, and of class 0 for each comma in it.
-void setListedWeights(const ZELStackStruct& classList, ZELPixelStruct& pixel, float weight);
+// The class that an element of a compiled class list stands for. A comma stands for class 0.
+int listedClass(const StackElementStruct& element);
+
+// Report the result of a mask's program where that is an error.
+void reportPreProcess(int result);
+void reportPostProcess(int result);
 
 // A text that nobody owns yet.
 struct OwnedProgramText {

@@ -1,0 +1,52 @@
+// Running a flow over a line of pixels: by its plan, or pixel after pixel where it has none.
+#ifndef ZEL_FEATURES_PROGRAM_FLOW_LINE_HPP
+#define ZEL_FEATURES_PROGRAM_FLOW_LINE_HPP
+
+#include <new>
+
+#include "zel_features/evaluate/line_pixel.hpp"
+#include "zel_features/evaluate/plan_cache.hpp"
+#include "zel_features/program/flow.hpp"
+
+namespace zel {
+
+// The plan of a flow, null for none. makeFlow(flow) is false when there is no flow either.
+// Null also when memory for a plan is missing: pixels need none.
+template <class Describe, class MakeFlow>
+const Plan* flowPlanFor(const void* origin, Describe describeOrigin, MakeFlow makeFlow,
+                        const Run& run)
+{
+    const bool mayPassOver = run.passedOver != nullptr;
+    const auto describe = [&](auto& describer) {
+        describer.add(mayPassOver ? 1 : 0);
+        describeOrigin(describer);
+    };
+    const auto make = [&](Plan& plan) {
+        Flow flow;
+        return makeFlow(flow) && planFlow(plan, flow, mayPassOver, run.line, run.record);
+    };
+    try {
+        return planFor(origin, describe, make, run.line, run.record);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+// Calls runOne(pixel, i) for each pixel that is not passed over; what is passed over has that for its
+// result.
+template <class RunOne>
+void runByPixels(const Run& run, RunOne runOne)
+{
+    for (int i = 0; i < run.line.numPixels; ++i) {
+        if (run.passedOver && run.passedOver[i] != 0) {
+            if (run.results) run.results[i] = run.passedOver[i];
+            continue;
+        }
+        LinePixel pixel(run.line, run.record, i);
+        runOne(pixel, i);
+    }
+}
+
+}  // namespace zel
+
+#endif
