@@ -8,6 +8,7 @@
 #include "ground/same_file.hpp"
 #include "ground/zel_door.hpp"
 #include "records/buffers.hpp"
+#include "records/file_state.hpp"
 #include "records/mask_seam.hpp"
 #include "records/release_seam.hpp"
 #include "zel_ancillary.h"
@@ -53,7 +54,7 @@ void zel::releaseData(ZELType& file)
     for (int i = 0; i < ZEL_MAX_CHANNELS; ++i) releaseChannel(file, i);
     ZELFreeLUTs(&file);
     ZELFreeTables(&file.ZELHeader.TableList);
-    freeLineMemory(file);
+    freeLineBuffers(file);
 }
 
 bool zel::closeStream(ZELType& file)

@@ -9,6 +9,7 @@
 #include "ground/zel_door.hpp"
 #include "lines/channel_records.hpp"
 #include "records/buffers.hpp"
+#include "records/file_state.hpp"
 #include "records/mask_seam.hpp"
 #include "records/prefix.hpp"
 #include "records/release_seam.hpp"
@@ -255,7 +256,7 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     ZELdata->HeaderOffset = static_cast<int32_t>(ftello(ZELdata->fptr));
     zel::placeChannels(*ZELdata);
     allocateBuffers(*ZELdata);
-    zel::noteByteOrder(*ZELdata);
+    zel::stateOf(*ZELdata)->order.note();
     ZELAncillaryReadFiles();
     ZELClearBadLatLonCount();
     return 0;

@@ -8,7 +8,7 @@
 #include "lines/composite_seam.hpp"
 #include "lines/count.hpp"
 #include "lines/zel_navigate.hpp"
-#include "records/buffers.hpp"
+#include "records/file_state.hpp"
 #include "records/pixels.hpp"
 #include "records/records.hpp"
 
@@ -82,9 +82,9 @@ bool endsHere(const ZELType& file)
 }
 
 // An open since then has set the order for all files.
-void warnOfByteOrder(ZELType& file)
+void warnOfByteOrder(const ZELType& file, zel::ByteOrderWatch& order)
 {
-    if (zel::byteOrderWasLost(file))
+    if (order.losesOrder())
         zel::reportTo(
             stderr,
             "ZELReadLine: warning: file %s is of the other byte order, which the opening of "
@@ -92,25 +92,35 @@ void warnOfByteOrder(ZELType& file)
             file.ImageFilename);
 }
 
-void warnOfMissingValues(ZELType& file)
+void warnOfMissingValues(const ZELType& file, zel::ScalingWatch& scaling)
 {
-    if (zel::valuesAreMissing(file))
+    if (scaling.missesValues())
         zel::reportTo(stderr,
                       "ZELReadLine: warning: line %d of file %s is held as it was read without "
                       "scaling: its values are not filled\n",
                       file.CurrentLine, file.ImageFilename);
 }
 
-// The record of the line at which the stream stands, into the line's fields and PixBuf.
-void readRecord(ZELType& file)
+// The fields of the line at which the stream stands.
+void readScan(ZELType& file, off_t place)
 {
-    const off_t place = placeOfLine(file, file.CurrentLine);
     zel::RecordReader reader(file.fptr, zel::layoutVersion(file.ZELHeader.VersionNumber), place,
                              place + file.LineOffset);
     resetLine(file);
     file.NadirLat = file.NadirLon = 0.0F;
-    zel::walkScan(reader, file);
-    zel::walkNavigation(reader, file);
+    try {
+        zel::walkScan(reader, file);
+        zel::walkNavigation(reader, file);
+    } catch (const zel::Damage&) {
+        failReading(file);
+    }
+}
+
+// The record of the line at which the stream stands, into the line's fields and PixBuf.
+void readRecord(ZELType& file)
+{
+    const off_t place = placeOfLine(file, file.CurrentLine);
+    readScan(file, place);
     int at = file.NavOffset;
     for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) {
         const ZELChannelType& channel = file.Channels[i];
@@ -130,6 +140,22 @@ void decodeChannels(ZELType& file)
     for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i)
         if (file.Channels[i].ChannelPresentFlag)
             zel::decodeLine(file.Channels[i], file.PixBuf[i], file.ZELHeader.NPixelPerLine);
+}
+
+// The current line, from the file. False at the end of the file.
+bool readCurrent(ZELType& file, zel::FileState& state, bool scale)
+{
+    forgetDerived(file);
+    if (file.CurrentLine - file.PreviousLine != 1) goTo(file, placeOfLine(file, file.CurrentLine));
+    // Nothing is held until the line is there.
+    file.PreviousLine = -2;
+    if (endsHere(file)) return false;
+    warnOfByteOrder(file, state.order);
+    readRecord(file);
+    if (scale) decodeChannels(file);
+    file.PreviousLine = file.CurrentLine;
+    state.scaling.note(scale);
+    return true;
 }
 
 bool writeScan(ZELType& file)
@@ -230,29 +256,14 @@ int ZELReadLineNoScale(ZELType* ZELdata)
 int ReadLine(ZELType* ZELdata, int scale)
 {
     zel::requireReadOnly(*ZELdata, "ZELReadLine can only be used on a read only ZEL file\n");
-    if (!ZELdata->fptr || !zel::hasLineMemory(*ZELdata))
+    zel::FileState* state = zel::stateOf(*ZELdata);
+    if (!ZELdata->fptr || !state || state->memory.isEmpty())
         fail("ZELReadLine: the file is not open\n");
-    // Behind the last whole line there is the end of the file, or another component.
+    // After the last whole line comes the end of the file, or another component.
     if (ZELdata->CurrentLine >= ZELdata->NumLines) return 0;
-    if (ZELdata->CurrentLine != ZELdata->PreviousLine) {
-        forgetDerived(*ZELdata);
-        if (ZELdata->CurrentLine - ZELdata->PreviousLine != 1)
-            goTo(*ZELdata, placeOfLine(*ZELdata, ZELdata->CurrentLine));
-        // Nothing is held until the line is there.
-        ZELdata->PreviousLine = -2;
-        if (endsHere(*ZELdata)) return 0;
-        warnOfByteOrder(*ZELdata);
-        try {
-            readRecord(*ZELdata);
-        } catch (const zel::Damage&) {
-            failReading(*ZELdata);
-        }
-        if (scale) decodeChannels(*ZELdata);
-        ZELdata->PreviousLine = ZELdata->CurrentLine;
-        zel::noteValues(*ZELdata, scale != 0);
-    } else if (scale) {
-        warnOfMissingValues(*ZELdata);
-    }
+    const bool isHeld = ZELdata->CurrentLine == ZELdata->PreviousLine;
+    if (isHeld && scale) warnOfMissingValues(*ZELdata, state->scaling);
+    if (!isHeld && !readCurrent(*ZELdata, *state, scale != 0)) return 0;
     ZELdata->CurrentLine += 1;
     return ZELdata->ZELHeader.NPixelPerLine;
 }
