@@ -27,10 +27,7 @@ void releaseChannel(ZELType& file, int slot)
     zel::freeMask(channel.Mask);
     channel.Mask = nullptr;
     ZELFreeTables(&channel.TableList);
-    ZELFreeHistogram(channel.ChannelHistogram);
-    ZELFreeHistogram(channel.ChannelStandardHistogram);
-    channel.ChannelHistogram = nullptr;
-    channel.ChannelStandardHistogram = nullptr;
+    zel::freeHistograms(channel);
 }
 
 void finishComponents(ZELType& view)

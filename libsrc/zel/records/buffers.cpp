@@ -1,5 +1,6 @@
 #include "records/buffers.hpp"
 
+#include "ground/memory.hpp"
 #include "records/file_state.hpp"
 
 namespace zel {
@@ -38,6 +39,19 @@ void allocateNavigation(ZELType& file, const char* function)
     if (points < 1) return;
     file.LatBuffer = lineBuffer<float>(file, points, function, "latitude buffer");
     file.LonBuffer = lineBuffer<float>(file, points, function, "longitude buffer");
+}
+
+void allocateChannel(ZELType& file, int slot, const ChannelBufferNames& names)
+{
+    ZELChannelType& channel = file.Channels[slot];
+    const auto pixels = static_cast<std::size_t>(file.ZELHeader.NPixelPerLine);
+    const auto pixelSize = static_cast<std::size_t>(channel.DataByteSize);
+    channel.ChannelData = allocate<float>(pixels);
+    if (!channel.ChannelData)
+        failWith(-3, "%s: cannot allocate memory for channel %d\n", names.function, names.number);
+    file.PixBuf[slot] = allocate<unsigned char>(pixels * pixelSize);
+    if (!file.PixBuf[slot])
+        failWith(names.pixelStatus, "%s: cannot allocate %s\n", names.function, names.pixels);
 }
 
 void freeLineBuffers(ZELType& file)

@@ -34,7 +34,19 @@ void allocateLineBuffers(ZELType& file, const LineBufferOptions& options);
 // Allocates LatBuffer and LonBuffer when the file has navigation points.
 void allocateNavigation(ZELType& file, const char* function);
 
-// Frees all of them and forgets the public pointers to them.
+// How messages name a channel whose buffers cannot be allocated: "FUNCTION: cannot allocate memory for
+// channel NUMBER" (-3), or "FUNCTION: cannot allocate PIXELS" with a status of its own.
+struct ChannelBufferNames {
+    const char* function;
+    int number;
+    const char* pixels;
+    int pixelStatus;
+};
+
+// Allocates ChannelData and PixBuf of a slot, a line of zeros each.
+void allocateChannel(ZELType& file, int slot, const ChannelBufferNames& names);
+
+// Frees the buffers of lines, those of channels excepted, and forgets the public pointers to them.
 void freeLineBuffers(ZELType& file);
 
 }  // namespace zel
