@@ -3,21 +3,15 @@
 #ifndef ZEL_LUT_H
 #define ZEL_LUT_H
 
+#include "zel_class_tables.h"
 #include "zel_types.h"
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/* Rows of the standard class tables; the two standard LUTs use rows 0 to 33. */
-enum { ZEL_NUM_CLASS_ROWS = 35, ZEL_NUM_STANDARD_LUT_ENTRIES = 34 };
-
-/* Standard classes, row = class value: colours as red, green, blue (0..255), and labels. */
-extern const int collapsed_class_colors[ZEL_NUM_CLASS_ROWS][3];
-extern const char* const collapsed_class_labels[ZEL_NUM_CLASS_ROWS];
-extern const int full_class_colors[ZEL_NUM_CLASS_ROWS][3];
-extern const char* const full_class_labels[ZEL_NUM_CLASS_ROWS];
-extern const char* const full_combined_class_labels[ZEL_NUM_CLASS_ROWS];
+/* The two standard LUTs use rows 0 to 33 of the standard class tables. */
+enum { ZEL_NUM_STANDARD_LUT_ENTRIES = 34 };
 
 /* A new LUT of that many entries, each black and labelled "None"; the caller owns it. Ends the
    process (-1) when memory fails or the number is not 0..32767. */

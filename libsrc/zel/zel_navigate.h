@@ -2,19 +2,12 @@
 #ifndef ZEL_NAVIGATE_H
 #define ZEL_NAVIGATE_H
 
+#include "zel_almanac.h"
 #include "zel_types.h"
 
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-/* Solar declination (degrees) and equation of time (degrees of longitude), entry day of year -
-   1. */
-extern const float declination[366];
-extern const float delon[366];
-
-/* Mean earth radius, km. */
-extern const double earth_radius;
 
 /* Fills Lat and Lon from the line's navigation points, linearly, across the date line too. Without
    navigation points every value is -9999; with exactly one, every pixel gets that point. */

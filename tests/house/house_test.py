@@ -39,7 +39,7 @@ HIGHEST_FLOOR_FOR_FEATURES = FLOORS[CORE + "life"]
 SEEN_FROM_EVERYWHERE = {CORE + "zel_types.h", FEATURES + "zel_feature_types.h"}
 
 # Tables of constants: they hold data, so neighbours may see each other for them, and they may be long.
-DATA_ROOMS = {"class_tables", "almanac"}
+DATA_ROOMS = {"zel_class_tables", "zel_almanac"}
 
 # In this folder rooms do not see each other, tables of constants excepted. A room is all files that
 # begin with the same name: zel_lut.h, zel_lut.cpp and zel_lut_standard.cpp.
@@ -304,7 +304,7 @@ class Floors(unittest.TestCase):
     HOUSE = {"libsrc/zel/" + name for name in (
         "zel.h", "zel_types.h", "zel_io.h", "zel_lut.h", "zel_table.h", "zel_open.h", "zel_line.h",
         "zel_composite.h", "ground/zel_io.cpp", "ground/text.hpp", "blocks/zel_lut.cpp",
-        "blocks/zel_table.cpp", "blocks/class_tables.hpp", "lines/zel_open.cpp", "lines/zel_line.cpp",
+        "blocks/zel_table.cpp", "blocks/zel_class_tables.hpp", "lines/zel_open.cpp", "lines/zel_line.cpp",
         "composite/zel_composite.cpp", "zel_features/zel_features.h",
         "zel_features/zel_feature_mask.h", "zel_features/zel_feature_types.h",
         "zel_features/mask/zel_feature_mask.cpp")} | {"src/zel_combine/options.hpp"}
@@ -338,7 +338,7 @@ class Floors(unittest.TestCase):
                             "do not see each other")
 
     def test_blocks_see_data_rooms_and_themselves(self):
-        text = '#include "zel_lut.h"\n#include "blocks/class_tables.hpp"\n'
+        text = '#include "zel_lut.h"\n#include "blocks/zel_class_tables.hpp"\n'
         self.assertEqual(self.messages("libsrc/zel/blocks/zel_lut.cpp", text), [])
 
     def test_a_room_may_have_several_files(self):
@@ -444,7 +444,7 @@ class Length(unittest.TestCase):
     def test_a_long_file_is_refused_unless_it_is_a_table(self):
         text = "\n" * (MAX_FILE_LINES + 1)
         self.assertEqual(len(self.messages(text)), 1)
-        self.assertEqual(self.messages(text, "libsrc/zel/lines/almanac.cpp"), [])
+        self.assertEqual(self.messages(text, "libsrc/zel/lines/zel_almanac.cpp"), [])
         self.assertEqual(self.messages("\n" * MAX_FILE_LINES), [])
 
     def test_a_long_function_is_refused_wherever_it_stands(self):

@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "lines/zel_navigate.hpp"
+#include "lines/angles.hpp"
 #include "zel_navigate.h"
 
 namespace {

@@ -82,30 +82,9 @@ void printHistogram(const char* heading, int channel, const ZELHistogramType& hi
     report("\b\n");
 }
 
-// action(channel) for every present channel of the file.
-template <class Action>
-void forPresentChannels(ZELType* file, Action action)
-{
-    for (int i = 0; i < file->ZELHeader.MaxNumChan; ++i)
-        if (file->Channels[i].ChannelPresentFlag) action(i);
-}
-
 [[noreturn]] void failWriting(const ZELType& file, const char* function)
 {
     fail("%s: write error on file %s: %s\n", function, file.ImageFilename, std::strerror(errno));
-}
-
-void requireOpen(const ZELType& file, const char* function)
-{
-    if (!file.fptr) fail("%s: the file is not open\n", function);
-}
-
-void freeHistograms(ZELChannelType& channel)
-{
-    ZELFreeHistogram(channel.ChannelHistogram);
-    ZELFreeHistogram(channel.ChannelStandardHistogram);
-    channel.ChannelHistogram = nullptr;
-    channel.ChannelStandardHistogram = nullptr;
 }
 
 }  // namespace
@@ -134,6 +113,14 @@ void ZELFreeHistogram(ZELHistogramType* histogram)
     zel::release(histogram);
 }
 
+void zel::freeHistograms(ZELChannelType& channel)
+{
+    ZELFreeHistogram(channel.ChannelHistogram);
+    ZELFreeHistogram(channel.ChannelStandardHistogram);
+    channel.ChannelHistogram = nullptr;
+    channel.ChannelStandardHistogram = nullptr;
+}
+
 void ZELCreateChannelHistograms(ZELType* ZELdata)
 {
     for (int i = 0; i < ZELdata->ZELHeader.MaxNumChan; ++i) {
@@ -149,7 +136,7 @@ void ZELCreateChannelHistograms(ZELType* ZELdata)
 
 void ZELFreeChannelHistograms(ZELType* ZELdata)
 {
-    forPresentChannels(ZELdata, [&](int i) { freeHistograms(ZELdata->Channels[i]); });
+    for (const auto [slot, channel] : zel::presentChannels(*ZELdata)) zel::freeHistograms(channel);
 }
 
 void ZELRescaleHistogram(ZELHistogramType* histogram, float newMax, float newMin)
@@ -239,7 +226,7 @@ ZELHistogramType* zel::readHistogram(RecordReader& reader, int fileOffset)
 
 ZELHistogramType* ZELReadHistogram(ZELType* ZELdata)
 {
-    requireOpen(*ZELdata, "ZELReadHistogram");
+    zel::requireOpen(ZELdata->fptr, "ZELReadHistogram");
     const auto read = [&](zel::RecordReader& reader) {
         return zel::readHistogram(reader, ZELdata->fileOffset);
     };
@@ -248,7 +235,7 @@ ZELHistogramType* ZELReadHistogram(ZELType* ZELdata)
 
 void ZELWriteHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 {
-    requireOpen(*ZELdata, "ZELWriteHistogram");
+    zel::requireOpen(ZELdata->fptr, "ZELWriteHistogram");
     const auto place = ftello(ZELdata->fptr);
     if (place < 0) failWriting(*ZELdata, "ZELWriteHistogram");
     histogram->fileOffset = static_cast<int32_t>(place - ZELdata->fileOffset);
@@ -276,39 +263,35 @@ bool zel::updateHistogram(ZELType& file, ZELHistogramType& histogram)
 
 bool zel::updateAllHistograms(ZELType& file)
 {
-    for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) {
-        const ZELChannelType& channel = file.Channels[i];
-        if (!channel.ChannelPresentFlag) continue;
+    for (const auto [slot, channel] : presentChannels(file))
         for (ZELHistogramType* histogram :
              {channel.ChannelHistogram, channel.ChannelStandardHistogram})
             if (histogram && !updateHistogram(file, *histogram)) return false;
-    }
     return true;
 }
 
 void ZELUpdateHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
 {
     if (!ZELdata->HistogramFlag) return;
-    requireOpen(*ZELdata, "ZELUpdateHistogram");
+    zel::requireOpen(ZELdata->fptr, "ZELUpdateHistogram");
     if (!zel::updateHistogram(*ZELdata, *histogram)) failWriting(*ZELdata, "ZELUpdateHistogram");
 }
 
 void ZELUpdateAllHistograms(ZELType* ZELdata)
 {
     if (!ZELdata->HistogramFlag) return;
-    requireOpen(*ZELdata, "ZELUpdateAllHistograms");
+    zel::requireOpen(ZELdata->fptr, "ZELUpdateAllHistograms");
     if (!zel::updateAllHistograms(*ZELdata)) failWriting(*ZELdata, "ZELUpdateAllHistograms");
 }
 
 void ZELPrintHistograms(ZELType* ZELdata)
 {
-    forPresentChannels(ZELdata, [&](int i) {
-        const ZELChannelType& channel = ZELdata->Channels[i];
+    for (const auto [slot, channel] : zel::presentChannels(*ZELdata)) {
         if (channel.ChannelHistogram)
-            printHistogram("Channel Histogram", i, *channel.ChannelHistogram);
+            printHistogram("Channel Histogram", slot, *channel.ChannelHistogram);
         if (channel.ChannelStandardHistogram)
-            printHistogram("Channel Standard Histogram", i, *channel.ChannelStandardHistogram);
-    });
+            printHistogram("Channel Standard Histogram", slot, *channel.ChannelStandardHistogram);
+    }
 }
 
 void ZELSetHistogramFlag(ZELType* ZELdata, int flag)

@@ -21,6 +21,9 @@ bool updateAllHistograms(ZELType& file);
 // A new histogram with the range and counts of another; null for null.
 ZELHistogramType* duplicateHistogram(ZELHistogramType* histogram);
 
+// Frees both histograms of a channel.
+void freeHistograms(ZELChannelType& channel);
+
 // The bin of a position given in bins, truncated toward zero; -1 for one that no bin can have, a
 // position that is not finite among them.
 inline int binAt(float position)

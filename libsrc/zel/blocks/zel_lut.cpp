@@ -62,11 +62,6 @@ ZELDisplayLUTType* searchByLabel(ZELType* file, const char* label, const char* f
     return lut;
 }
 
-void requireOpen(const ZELType& file, const char* function)
-{
-    if (!file.fptr) fail("%s: the file is not open\n", function);
-}
-
 // Whether LUTs may be taken from the file; ends the process when its header is written.
 bool mayDelete(const ZELType& file)
 {
@@ -343,7 +338,7 @@ int ZELReadLUTs(ZELType* ZELdata)
         report("ZELReadLUTs:No LUT's defined.\n");
         return 0;
     }
-    requireOpen(*ZELdata, "ZELReadLUTs");
+    zel::requireOpen(ZELdata->fptr, "ZELReadLUTs");
     const auto read = [&](zel::RecordReader& reader) { return zel::readLUTs(reader, *ZELdata); };
     return static_cast<int>(zel::readBlock(ZELdata->fptr, "ZELReadLUTs", read));
 }
@@ -366,7 +361,7 @@ void ZELWriteLUTs(ZELType* ZELdata)
         return;
     }
     if (hasNoLUTs(ZELdata, "ZELWriteLUTs")) return;
-    requireOpen(*ZELdata, "ZELWriteLUTs");
+    zel::requireOpen(ZELdata->fptr, "ZELWriteLUTs");
     ZELdata->LUTStartOffset = static_cast<int32_t>(ftello(ZELdata->fptr));
     writeRecords(*ZELdata);
     zel::lutBlockWritten() = true;
@@ -379,7 +374,7 @@ void ZELUpdateLUTs(ZELType* ZELdata)
         return;
     }
     if (hasNoLUTs(ZELdata, "ZELUpdateLUTs")) return;
-    requireOpen(*ZELdata, "ZELUpdateLUTs");
+    zel::requireOpen(ZELdata->fptr, "ZELUpdateLUTs");
     if (ZELdata->LUTStartOffset <= 0 && zel::beginsWithPrefix(ZELdata->fptr)) {
         zel::reportTo(
             stderr,

@@ -316,7 +316,7 @@ std::int64_t zel::readTables(RecordReader& reader, TableListType& list)
 int ZELReadTables(FILE* fptr, TableListType* list)
 {
     if (hasNoTables(list, "ZELReadTables")) return 0;
-    if (!fptr) fail("ZELReadTables: the file is not open\n");
+    zel::requireOpen(fptr, "ZELReadTables");
     const auto read = [&](zel::RecordReader& reader) { return zel::readTables(reader, *list); };
     return static_cast<int>(zel::readBlock(fptr, "ZELReadTables", read));
 }
@@ -324,7 +324,7 @@ int ZELReadTables(FILE* fptr, TableListType* list)
 void ZELWriteTables(FILE* fptr, TableListType* list)
 {
     if (hasNoTables(list, "ZELWriteTables")) return;
-    if (!fptr) fail("ZELWriteTables: the file is not open\n");
+    zel::requireOpen(fptr, "ZELWriteTables");
     report("ZELWriteTables:NumTables %d\n", list->NumTables);
     list->TableStartOffset = static_cast<int32_t>(ftello(fptr));
     writeRecords(fptr, list, "ZELWriteTables");
@@ -333,7 +333,7 @@ void ZELWriteTables(FILE* fptr, TableListType* list)
 void ZELUpdateTables(FILE* fptr, TableListType* list)
 {
     if (hasNoTables(list, "ZELUpdateTables")) return;
-    if (!fptr) fail("ZELUpdateTables: the file is not open\n");
+    zel::requireOpen(fptr, "ZELUpdateTables");
     if (list->TableStartOffset <= 0 && zel::beginsWithPrefix(fptr)) {
         zel::reportTo(
             stderr,

@@ -8,10 +8,12 @@
 #include "ground/memory.hpp"
 #include "ground/text.hpp"
 #include "ground/zel_door.hpp"
+#include "life/zel_channel.hpp"
 #include "lines/composite_seam.hpp"
-#include "records/mask_seam.hpp"
+#include "records/buffers.hpp"
 #include "records/pixels.hpp"
 #include "records/release_seam.hpp"
+#include "records/slot.hpp"
 #include "zel_composite.h"
 #include "zel_finish.h"
 #include "zel_init.h"
@@ -100,36 +102,9 @@ bool setSamplings(ZELType& view, const ZELType& reference)
 
 void copyChannel(ZELChannelType& to, ZELChannelType& from)
 {
-    to.ChannelPresentFlag = from.ChannelPresentFlag;
-    to.ChannelWaveLength = from.ChannelWaveLength;
-    to.MaxValue = from.MaxValue;
-    to.MinValue = from.MinValue;
-    to.Type = from.Type;
-    to.DataByteSize = from.DataByteSize;
-    to.DataBitResolution = from.DataBitResolution;
-    to.Units = from.Units;
-    to.BaseChannelFlag = from.BaseChannelFlag;
-    zel::copyText(to.ChannelLabel, from.ChannelLabel);
-    zel::copyText(to.ChannelComment, from.ChannelComment);
-    to.Mask = zel::duplicateMask(from.Mask);
-    ZELCopyTableList(&to.TableList, &from.TableList);
+    zel::copyDescription(to, from);
     to.ChannelHistogram = zel::duplicateHistogram(from.ChannelHistogram);
     if (to.ChannelHistogram) to.UpdateChannelHistogramFlag = 0;
-    to.ChannelStandardHistogram = zel::duplicateHistogram(from.ChannelStandardHistogram);
-}
-
-void allocateChannel(ZELType& view, int index, int component)
-{
-    ZELChannelType& channel = view.Channels[index];
-    const auto pixels = static_cast<std::size_t>(view.ZELHeader.NPixelPerLine);
-    channel.ChannelData = zel::allocate<float>(pixels);
-    if (!channel.ChannelData)
-        zel::failWith(-3, "ZELOpenCompositeReadOnlyFile: cannot allocate memory for channel %d\n",
-                      component + 1);
-    view.PixBuf[index] =
-        zel::allocate<unsigned char>(pixels * static_cast<std::size_t>(channel.DataByteSize));
-    if (!view.PixBuf[index]) fail("ZELOpenCompositeReadOnlyFile: cannot allocate pixel buffer\n");
-    channel.ChannelLUT = zel::createScalingTable(channel);
 }
 
 // The view has the angle channels of the reference component, under their new numbers.
@@ -146,15 +121,16 @@ void gatherChannels(ZELType& view, const ZELType& reference)
     view.LineOffset = view.NavOffset;
     for (int i = 0; i < view.numZELComponents; ++i) {
         ZELType& component = view.ZELComponent[i];
-        for (int slot = 0; slot < component.ZELHeader.MaxNumChan; ++slot) {
-            if (!component.Channels[slot].ChannelPresentFlag) continue;
+        for (const auto [slot, source] : zel::presentChannels(component)) {
             if (&component == &reference)
                 renumberAngles(view.ZELHeader, reference.ZELHeader, slot, index);
             ZELChannelType& channel = view.Channels[index];
-            copyChannel(channel, component.Channels[slot]);
+            copyChannel(channel, source);
             channel.DataOffset = view.LineOffset;
             view.LineOffset += channel.DataByteSize * view.ZELHeader.NPixelPerLine;
-            allocateChannel(view, index, i);
+            zel::allocateChannel(view, index,
+                                 {"ZELOpenCompositeReadOnlyFile", i + 1, "pixel buffer", -1});
+            channel.ChannelLUT = zel::createScalingTable(channel);
             ++index;
         }
     }

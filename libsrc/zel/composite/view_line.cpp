@@ -6,7 +6,9 @@
 
 #include "ground/zel_door.hpp"
 #include "lines/composite_seam.hpp"
+#include "lines/zel_line.hpp"
 #include "records/pixels.hpp"
+#include "records/slot.hpp"
 #include "zel_line.h"
 
 namespace {
@@ -26,9 +28,8 @@ template <class Action>
 int forChannels(const Resampling& r, Action action)
 {
     int index = r.first;
-    for (int slot = 0; slot < r.component.ZELHeader.MaxNumChan; ++slot)
-        if (r.component.Channels[slot].ChannelPresentFlag)
-            action(r.component.Channels[slot], r.component.PixBuf[slot], index++);
+    for (const auto [slot, channel] : zel::presentChannels(r.component))
+        action(channel, r.component.PixBuf[slot], index++);
     return index;
 }
 
@@ -160,30 +161,18 @@ bool resample(const Resampling& r)
     }
 }
 
-void copyScan(ZELType& view, const ZELType& base)
-{
-    view.ScanAltitude = base.ScanAltitude;
-    view.ScanTime = base.ScanTime;
-    view.LeftPixel = base.LeftPixel;
-    view.RightPixel = base.RightPixel;
-    view.NadirPixel = base.NadirPixel;
-    view.NadirLat = base.NadirLat;
-    view.NadirLon = base.NadirLon;
-}
-
 }  // namespace
 
 int ZELReadCompositeLine(ZELType* ZELdata, int scale)
 {
     if (!ZELdata->ZELComponent) zel::fail("ZELReadCompositeLine: Error NULL ZELComponent\n");
-    ZELdata->SolarAnglesCalculated = 0;
-    ZELdata->LatLonInterpolated = 0;
+    zel::forgetDerived(*ZELdata);
     int slot = 0;
     for (int i = 0; i < ZELdata->numZELComponents; ++i) {
         ZELType& component = ZELdata->ZELComponent[i];
         if (!resample({*ZELdata, component, slot, scale})) return 0;
         slot += component.NumTotalChans;
-        if (i == ZELdata->baseZELComponent) copyScan(*ZELdata, component);
+        if (i == ZELdata->baseZELComponent) zel::copyScan(*ZELdata, component);
     }
     ZELdata->CurrentLine += 1;
     return pixelsOf(*ZELdata);

@@ -7,7 +7,7 @@
 #include "composite/scene_inputs.hpp"
 #include "ground/same_file.hpp"
 #include "ground/zel_door.hpp"
-#include "records/buffers.hpp"
+#include "records/file_state.hpp"
 #include "zel_io.h"
 
 namespace {

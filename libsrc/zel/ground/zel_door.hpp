@@ -42,6 +42,12 @@ inline void requireWriteOnly(const ZELType& file, const char* message)
     if (file.ReadWriteFlag == ZEL_READ_ONLY) fail("%s", message);
 }
 
+// Ends the process in the function's name when there is no stream.
+inline void requireOpen(const FILE* stream, const char* function)
+{
+    if (!stream) fail("%s: the file is not open\n", function);
+}
+
 }  // namespace zel
 
 #endif

@@ -7,6 +7,7 @@
 #include "ground/memory.hpp"
 #include "ground/text.hpp"
 #include "ground/zel_door.hpp"
+#include "life/zel_channel.hpp"
 #include "lines/channel_records.hpp"
 #include "records/mask_seam.hpp"
 #include "records/pixels.hpp"
@@ -73,7 +74,9 @@ void addStandardChannels(ZELType* file, const StandardChannel (&channels)[N], in
     }
 }
 
-void copyChannel(ZELChannelType& dest, ZELChannelType& src)
+}  // namespace
+
+void zel::copyDescription(ZELChannelType& dest, ZELChannelType& src)
 {
     dest.ChannelPresentFlag = src.ChannelPresentFlag;
     dest.ChannelWaveLength = src.ChannelWaveLength;
@@ -84,16 +87,12 @@ void copyChannel(ZELChannelType& dest, ZELChannelType& src)
     dest.DataBitResolution = src.DataBitResolution;
     dest.Units = src.Units;
     dest.BaseChannelFlag = src.BaseChannelFlag;
-    dest.LoadChannelFlag = src.LoadChannelFlag;
-    dest.Mask = zel::duplicateMask(src.Mask);
+    copyText(dest.ChannelLabel, src.ChannelLabel);
+    copyText(dest.ChannelComment, src.ChannelComment);
+    dest.Mask = duplicateMask(src.Mask);
     ZELCopyTableList(&dest.TableList, &src.TableList);
-    zel::copyText(dest.ChannelLabel, src.ChannelLabel);
-    zel::copyText(dest.ChannelComment, src.ChannelComment);
-    dest.ChannelHistogram = nullptr;
-    dest.ChannelStandardHistogram = zel::duplicateHistogram(src.ChannelStandardHistogram);
+    dest.ChannelStandardHistogram = duplicateHistogram(src.ChannelStandardHistogram);
 }
-
-}  // namespace
 
 void ZELAddChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, int ArchiveType,
                    int BitResolution, const char* ChanLabel, const char* ChanComm)
@@ -202,10 +201,7 @@ void ZELDeleteChannel(ZELType* ZELdata, int Channel)
                       "channel %d: lines without it are not read as they are written\n",
                       ZELdata->ImageFilename, Channel);
     zel::discard(channel.ChannelLUT);
-    ZELFreeHistogram(channel.ChannelHistogram);
-    ZELFreeHistogram(channel.ChannelStandardHistogram);
-    channel.ChannelHistogram = nullptr;
-    channel.ChannelStandardHistogram = nullptr;
+    zel::freeHistograms(channel);
     channel.ChannelPresentFlag = 0;
 }
 
@@ -228,8 +224,10 @@ void ZELCopyFileHeaders(ZELType* ZELdataNew, ZELType* ZELdataOrig)
     if (from.NumDisplayLUTs > 0) ZELCopyFileLUTs(ZELdataNew, ZELdataOrig);
     if (from.TableList.NumTables > 0) ZELCopyFileTables(ZELdataNew, ZELdataOrig);
     ZELdataNew->HistogramFlag = ZELdataOrig->HistogramFlag;
-    for (int i = 0; i < ZEL_MAX_CHANNELS; ++i)
-        copyChannel(ZELdataNew->Channels[i], ZELdataOrig->Channels[i]);
+    for (int i = 0; i < ZEL_MAX_CHANNELS; ++i) {
+        zel::copyDescription(ZELdataNew->Channels[i], ZELdataOrig->Channels[i]);
+        ZELdataNew->Channels[i].LoadChannelFlag = ZELdataOrig->Channels[i].LoadChannelFlag;
+    }
     zel::placeChannels(*ZELdataNew);
 }
 

@@ -1,8 +1,9 @@
 #include "zel_fetch.h"
 
 #include "ground/zel_door.hpp"
+#include "lines/angles.hpp"
+#include "lines/zel_navigate.hpp"
 #include "records/slot.hpp"
-#include "zel_navigate.h"
 
 namespace {
 
@@ -103,10 +104,7 @@ float* ZELFetchChannel(ZELType* ZELdata, int Channel)
 
 void ZELFetchSolar(ZELType* ZELdata, float** sz, float** vz, float** az)
 {
-    if (!ZELdata->SolarAnglesCalculated) {
-        if (!ZELdata->LatLonInterpolated) ZELInterpolateLatLong(ZELdata);
-        ZELCalculateAngles(ZELdata);
-    }
+    zel::requireAngles(*ZELdata);
     *sz = ZELdata->SolarZenith;
     *vz = ZELdata->ViewZenith;
     *az = ZELdata->Azimuth;
@@ -115,7 +113,7 @@ void ZELFetchSolar(ZELType* ZELdata, float** sz, float** vz, float** az)
 void ZELFetchNavigation(ZELType* ZELdata, float** lat, float** lon)
 {
     zel::requireReadOnly(*ZELdata, "ZELFetchNavigation can only be used on a read only ZEL file\n");
-    if (!ZELdata->LatLonInterpolated) ZELInterpolateLatLong(ZELdata);
+    zel::positionsOf(*ZELdata);
     *lat = ZELdata->Lat;
     *lon = ZELdata->Lon;
 }

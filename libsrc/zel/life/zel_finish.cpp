@@ -8,6 +8,7 @@
 #include "ground/same_file.hpp"
 #include "ground/zel_door.hpp"
 #include "records/buffers.hpp"
+#include "records/file_state.hpp"
 #include "records/mask_seam.hpp"
 #include "records/release_seam.hpp"
 #include "zel_ancillary.h"
@@ -26,10 +27,7 @@ void releaseChannel(ZELType& file, int slot)
     zel::freeMask(channel.Mask);
     channel.Mask = nullptr;
     ZELFreeTables(&channel.TableList);
-    ZELFreeHistogram(channel.ChannelHistogram);
-    ZELFreeHistogram(channel.ChannelStandardHistogram);
-    channel.ChannelHistogram = nullptr;
-    channel.ChannelStandardHistogram = nullptr;
+    zel::freeHistograms(channel);
 }
 
 void finishComponents(ZELType& view)
@@ -53,7 +51,7 @@ void zel::releaseData(ZELType& file)
     for (int i = 0; i < ZEL_MAX_CHANNELS; ++i) releaseChannel(file, i);
     ZELFreeLUTs(&file);
     ZELFreeTables(&file.ZELHeader.TableList);
-    freeLineMemory(file);
+    freeLineBuffers(file);
 }
 
 bool zel::closeStream(ZELType& file)

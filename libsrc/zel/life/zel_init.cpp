@@ -3,15 +3,17 @@
 #include <cerrno>
 #include <cstring>
 
-#include "ground/memory.hpp"
 #include "ground/same_file.hpp"
 #include "ground/text.hpp"
 #include "ground/zel_door.hpp"
 #include "lines/channel_records.hpp"
+#include "lines/zel_navigate.hpp"
 #include "records/buffers.hpp"
+#include "records/file_state.hpp"
 #include "records/mask_seam.hpp"
 #include "records/prefix.hpp"
 #include "records/release_seam.hpp"
+#include "records/slot.hpp"
 #include "zel_ancillary.h"
 #include "zel_histogram.h"
 #include "zel_io.h"
@@ -21,7 +23,6 @@
 namespace {
 
 using zel::fail;
-using zel::failWith;
 
 // What the two initialisers are given.
 struct Scene {
@@ -78,31 +79,12 @@ void initRecord(ZELType& file, Scene scene, int mode)
     for (ZELChannelType& channel : file.Channels) channel.UpdateChannelHistogramFlag = 1;
 }
 
-float altitudeOfSatellite(int satellite)
-{
-    return satellite % 2 != 0 ? 860.0F : 820.0F;
-}
-
-void allocateChannel(ZELType& file, int slot)
-{
-    ZELChannelType& channel = file.Channels[slot];
-    const auto pixels = static_cast<std::size_t>(file.ZELHeader.NPixelPerLine);
-    channel.ChannelData = zel::allocate<float>(pixels);
-    if (!channel.ChannelData)
-        failWith(-3, "ZELOpenWriteOnlyFile: cannot allocate memory for channel %d\n", slot);
-    file.PixBuf[slot] =
-        zel::allocate<unsigned char>(pixels * static_cast<std::size_t>(channel.DataByteSize));
-    if (!file.PixBuf[slot])
-        failWith(-8, "ZELOpenWriteOnlyFile: cannot allocate memory for PixBuf\n");
-}
-
-// Whether a reader takes the navigation points: none, one, or several that begin inside the line and go
-// forward.
+// Whether a reader takes the navigation points.
 bool hasReadableNavigation(const ZELHeaderType& h)
 {
-    if (h.NumNavPoints < 0 || h.NumNavPoints > INT16_MAX) return false;
-    const bool startsInside = h.StartNavPoint >= 0 && h.StartNavPoint < h.NPixelPerLine;
-    return h.NumNavPoints < 2 || (startsInside && h.NavPointInterval >= 1);
+    bool readable = true;
+    zel::checkNavigation(h, [&](bool ok, const char*, int) { readable = readable && ok; });
+    return readable;
 }
 
 void writeHeader(ZELType& file)
@@ -120,10 +102,11 @@ void writeHeader(ZELType& file)
 
 void allocateBuffers(ZELType& file)
 {
-    for (int slot = 0; slot < file.ZELHeader.MaxNumChan; ++slot)
-        if (file.Channels[slot].ChannelPresentFlag) allocateChannel(file, slot);
+    static constexpr const char* function = "ZELOpenWriteOnlyFile";
+    for (const auto [slot, channel] : zel::presentChannels(file))
+        zel::allocateChannel(file, slot, {function, slot, "memory for PixBuf", -8});
     zel::allocateNavigation(file, "ZELOpenWriteOnlyFileHist");
-    zel::allocateLineBuffers(file, {"ZELOpenWriteOnlyFile", true, true, true});
+    zel::allocateLineBuffers(file, {function, true, true, true});
 }
 
 void reportWriteError(const char* filename, const char* reason)
@@ -179,14 +162,14 @@ void ZELInitNewAVHRRLACFile(ZELType* ZELdata, int Year, int JulianDay, int SatNu
                             const char* DataComment)
 {
     ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_AVHRR_LAC, DataComment, Year, JulianDay, SatNumber,
-                            2048, 51, 24, 40, altitudeOfSatellite(SatNumber), 1100.0F);
+                            2048, 51, 24, 40, zel::altitudeOfSatellite(SatNumber), 1100.0F);
 }
 
 void ZELInitNewAVHRRGACFile(ZELType* ZELdata, int Year, int JulianDay, int SatNumber,
                             const char* DataComment)
 {
     ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_AVHRR_GAC, DataComment, Year, JulianDay, SatNumber,
-                            409, 51, 4, 8, altitudeOfSatellite(SatNumber), 4000.0F);
+                            409, 51, 4, 8, zel::altitudeOfSatellite(SatNumber), 4000.0F);
 }
 
 void ZELInitNewMASFile(ZELType* ZELdata, int Year, int JulianDay, const char* DataComment)
@@ -255,7 +238,7 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     ZELdata->HeaderOffset = static_cast<int32_t>(ftello(ZELdata->fptr));
     zel::placeChannels(*ZELdata);
     allocateBuffers(*ZELdata);
-    zel::noteByteOrder(*ZELdata);
+    zel::stateOf(*ZELdata)->order.note();
     ZELAncillaryReadFiles();
     ZELClearBadLatLonCount();
     return 0;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "ground/zel_door.hpp"
+#include "records/slot.hpp"
 
 namespace {
 
@@ -108,8 +109,8 @@ void ZELPrintHeader(ZELType* ZELdata, FILE* fptr)
 
 void ZELPrintChannelInfo(ZELType* ZELdata, FILE* fptr)
 {
-    for (int i = 0; i < ZELdata->ZELHeader.MaxNumChan; ++i)
-        if (ZELdata->Channels[i].ChannelPresentFlag) printChannel(ZELdata->Channels[i], i, fptr);
+    for (const auto [slot, channel] : zel::presentChannels(*ZELdata))
+        printChannel(channel, slot, fptr);
 }
 
 void ZELPrintHeaderInfo(ZELType* ZELdata, FILE* fptr)

@@ -1,18 +1,19 @@
 // What lies under each pixel of the current line.
 #include "blocks/ancillary_grids.hpp"
 #include "blocks/zel_ancillary.hpp"
+#include "lines/angles.hpp"
+#include "lines/zel_navigate.hpp"
 #include "zel_ancillary.h"
-#include "zel_navigate.h"
 
 namespace {
 
 unsigned char* fillLine(ZELType* file, int grid, unsigned char* line)
 {
     zel::requireGrid(grid);
-    if (!file->LatLonInterpolated) ZELInterpolateLatLong(file);
+    const zel::Positions positions = zel::positionsOf(*file);
     for (int x = 0; x < file->ZELHeader.NPixelPerLine; ++x) {
-        const float lat = file->Lat[x];
-        const float lon = file->Lon[x];
+        const float lat = positions.lat[x];
+        const float lon = positions.lon[x];
         line[x] = ZELBadLatLon(lat, lon) ? zel::missingCell : zel::storedCell(grid, lat, lon);
     }
     return line;
@@ -42,8 +43,7 @@ unsigned char* ZELAncillaryFetchTerrainType(ZELType* ZELdata)
 
 float* ZELAncillaryFetchSunglint(ZELType* ZELdata)
 {
-    if (!ZELdata->LatLonInterpolated) ZELInterpolateLatLong(ZELdata);
-    if (!ZELdata->SolarAnglesCalculated) ZELCalculateAngles(ZELdata);
+    zel::requireAngles(*ZELdata);
     for (int x = 0; x < ZELdata->ZELHeader.NPixelPerLine; ++x)
         ZELdata->Sunglint[x] = ZELAncillaryFetchPixelSunglint(
             ZELdata->SolarZenith[x], ZELdata->ViewZenith[x], ZELdata->Azimuth[x]);

@@ -1,4 +1,6 @@
 // Sun and view angles of the pixels of a line.
+#include "lines/angles.hpp"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -230,9 +232,9 @@ struct Nadir {
 Nadir nadirOf(ZELType& file)
 {
     if (file.NadirPixel < 0) return {file.NadirLat, file.NadirLon};
-    if (!file.LatLonInterpolated) ZELInterpolateLatLong(&file);
+    const zel::Positions positions = zel::positionsOf(file);
     const int pixel = std::min<int>(file.NadirPixel, file.ZELHeader.NPixelPerLine - 1);
-    return {file.Lat[pixel], file.Lon[pixel]};
+    return {positions.lat[pixel], positions.lon[pixel]};
 }
 
 }  // namespace
@@ -251,7 +253,7 @@ void ZELCalculateLineOfAngles(ZELType* ZELdata, float centerLat, float centerLon
         ZELdata->Azimuth = ZELdata->Channels[ZELdata->ZELHeader.AZChannelIndex].ChannelData;
         return;
     }
-    if (!ZELdata->LatLonInterpolated) ZELInterpolateLatLong(ZELdata);
+    const zel::Positions positions = zel::positionsOf(*ZELdata);
     requireAngleBuffers(*ZELdata);
     const int pixels = ZELdata->ZELHeader.NPixelPerLine;
     if (!hasGeometry(*ZELdata)) {
@@ -262,12 +264,19 @@ void ZELCalculateLineOfAngles(ZELType* ZELdata, float centerLat, float centerLon
     }
     const Geometry geometry = geometryOfLine(*ZELdata, centerLat, centerLon);
     for (int x = 0; x < pixels; ++x) {
-        const Angles angles = anglesAt(geometry, placeOf(ZELdata->Lat[x], ZELdata->Lon[x]));
+        const Angles angles = anglesAt(geometry, placeOf(positions.lat[x], positions.lon[x]));
         ZELdata->SolarZenith[x] = angles.sz;
         ZELdata->ViewZenith[x] = angles.vz;
         ZELdata->Azimuth[x] = angles.az;
     }
     ZELdata->SolarAnglesCalculated = 1;
+}
+
+void zel::requireAngles(ZELType& file)
+{
+    if (file.SolarAnglesCalculated) return;
+    positionsOf(file);
+    ZELCalculateAngles(&file);
 }
 
 void zel::markDaylight(ZELType& file, std::uint8_t* daylight)
@@ -277,15 +286,15 @@ void zel::markDaylight(ZELType& file, std::uint8_t* daylight)
     if (carriesAngles(file))
         return markZeniths(file.Channels[file.ZELHeader.SZChannelIndex].ChannelData, pixels,
                            daylight);
-    if (!file.LatLonInterpolated) ZELInterpolateLatLong(&file);
+    const Positions positions = positionsOf(file);
     if (!hasGeometry(file)) {
         std::fill_n(daylight, pixels, std::uint8_t{1});  // the angles are 0
         return;
     }
     const Geometry geometry = geometryOfLine(file, 0.0F, 0.0F);
     for (int x = 0; x < pixels; x += daylightBlock)
-        markBlock(geometry, file.Lat + x, file.Lon + x, std::min(daylightBlock, pixels - x),
-                  daylight + x);
+        markBlock(geometry, positions.lat + x, positions.lon + x,
+                  std::min(daylightBlock, pixels - x), daylight + x);
 }
 
 void ZELCalculateOneAngle(ZELType* ZELdata, float lat, float lon, float* sz, float* vz, float* az)

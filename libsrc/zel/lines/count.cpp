@@ -8,10 +8,11 @@
 
 #include "blocks/histogram_tally.hpp"
 #include "ground/zel_door.hpp"
+#include "lines/angles.hpp"
 #include "lines/zel_navigate.hpp"
+#include "records/pixels.hpp"
 #include "records/slot.hpp"
 #include "zel_histogram.h"
-#include "zel_navigate.h"
 
 namespace zel {
 namespace {
@@ -30,11 +31,6 @@ bool isPositiveQuantity(int units)
 {
     return units == ZEL_UNITS_KELVIN || units == ZEL_UNITS_PERCENT_ALBEDO ||
            units == ZEL_UNITS_REFLECTANCE;
-}
-
-bool isScaled(int storageCode)
-{
-    return storageCode == ZEL_STORED_BYTE_SCALED || storageCode == ZEL_STORED_UINT16_SCALED;
 }
 
 std::uint8_t isOnEarth(float lat, float lon)
@@ -115,8 +111,8 @@ void LineCounter::findPositions()
         std::fill_n(mask, pixels_, std::uint8_t{1});
         return;
     }
-    if (!file_.LatLonInterpolated) ZELInterpolateLatLong(&file_);
-    for (int x = 0; x < pixels_; ++x) mask[x] = isOnEarth(file_.Lat[x], file_.Lon[x]);
+    const Positions positions = positionsOf(file_);
+    for (int x = 0; x < pixels_; ++x) mask[x] = isOnEarth(positions.lat[x], positions.lon[x]);
 }
 
 void LineCounter::findDaylight()
@@ -164,6 +160,5 @@ void ZELIncrementHistogram(ZELType* ZELdata, int channel)
 void ZELIncrementChannelHistograms(ZELType* ZELdata)
 {
     zel::LineCounter counter(*ZELdata);
-    for (int i = 0; i < ZELdata->ZELHeader.MaxNumChan; ++i)
-        if (ZELdata->Channels[i].ChannelPresentFlag) counter.count(i);
+    for (const auto [slot, channel] : zel::presentChannels(*ZELdata)) counter.count(slot);
 }

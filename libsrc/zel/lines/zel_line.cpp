@@ -7,10 +7,12 @@
 #include "ground/zel_door.hpp"
 #include "lines/composite_seam.hpp"
 #include "lines/count.hpp"
+#include "lines/zel_line.hpp"
 #include "lines/zel_navigate.hpp"
-#include "records/buffers.hpp"
+#include "records/file_state.hpp"
 #include "records/pixels.hpp"
 #include "records/records.hpp"
+#include "records/slot.hpp"
 
 namespace {
 
@@ -20,12 +22,6 @@ std::size_t storedLineSize(const ZELType& file, const ZELChannelType& channel)
 {
     return static_cast<std::size_t>(file.ZELHeader.NPixelPerLine) *
            static_cast<std::size_t>(channel.DataByteSize);
-}
-
-void forgetDerived(ZELType& file)
-{
-    file.LatLonInterpolated = 0;
-    file.SolarAnglesCalculated = 0;
 }
 
 // What a line holds unless it is told otherwise.
@@ -82,9 +78,9 @@ bool endsHere(const ZELType& file)
 }
 
 // An open since then has set the order for all files.
-void warnOfByteOrder(ZELType& file)
+void warnOfByteOrder(const ZELType& file, zel::ByteOrderWatch& order)
 {
-    if (zel::byteOrderWasLost(file))
+    if (order.losesOrder())
         zel::reportTo(
             stderr,
             "ZELReadLine: warning: file %s is of the other byte order, which the opening of "
@@ -92,33 +88,41 @@ void warnOfByteOrder(ZELType& file)
             file.ImageFilename);
 }
 
-void warnOfMissingValues(ZELType& file)
+void warnOfMissingValues(const ZELType& file, zel::ScalingWatch& scaling)
 {
-    if (zel::valuesAreMissing(file))
+    if (scaling.missesValues())
         zel::reportTo(stderr,
                       "ZELReadLine: warning: line %d of file %s is held as it was read without "
                       "scaling: its values are not filled\n",
                       file.CurrentLine, file.ImageFilename);
 }
 
-// The record of the line at which the stream stands, into the line's fields and PixBuf.
-void readRecord(ZELType& file)
+// The fields of the line at which the stream stands.
+void readScan(ZELType& file, off_t place)
 {
-    const off_t place = placeOfLine(file, file.CurrentLine);
     zel::RecordReader reader(file.fptr, zel::layoutVersion(file.ZELHeader.VersionNumber), place,
                              place + file.LineOffset);
     resetLine(file);
     file.NadirLat = file.NadirLon = 0.0F;
-    zel::walkScan(reader, file);
-    zel::walkNavigation(reader, file);
+    try {
+        zel::walkScan(reader, file);
+        zel::walkNavigation(reader, file);
+    } catch (const zel::Damage&) {
+        failReading(file);
+    }
+}
+
+// The record of the line at which the stream stands, into the line's fields and PixBuf.
+void readRecord(ZELType& file)
+{
+    const off_t place = placeOfLine(file, file.CurrentLine);
+    readScan(file, place);
     int at = file.NavOffset;
-    for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) {
-        const ZELChannelType& channel = file.Channels[i];
-        if (!channel.ChannelPresentFlag) continue;
+    for (const auto [slot, channel] : zel::presentChannels(file)) {
         // A channel that was deleted since the open still has its place in the file.
         if (at != channel.DataOffset) goTo(file, place + channel.DataOffset);
         const int pixels = file.ZELHeader.NPixelPerLine;
-        if (ZELRead(file.PixBuf[i], channel.DataByteSize, pixels, file.fptr) != pixels)
+        if (ZELRead(file.PixBuf[slot], channel.DataByteSize, pixels, file.fptr) != pixels)
             failReading(file);
         at = channel.DataOffset + pixels * channel.DataByteSize;
     }
@@ -127,9 +131,24 @@ void readRecord(ZELType& file)
 
 void decodeChannels(ZELType& file)
 {
-    for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i)
-        if (file.Channels[i].ChannelPresentFlag)
-            zel::decodeLine(file.Channels[i], file.PixBuf[i], file.ZELHeader.NPixelPerLine);
+    for (const auto [slot, channel] : zel::presentChannels(file))
+        zel::decodeLine(channel, file.PixBuf[slot], file.ZELHeader.NPixelPerLine);
+}
+
+// The current line, from the file. False at the end of the file.
+bool readCurrent(ZELType& file, zel::FileState& state, bool scale)
+{
+    zel::forgetDerived(file);
+    if (file.CurrentLine - file.PreviousLine != 1) goTo(file, placeOfLine(file, file.CurrentLine));
+    // Nothing is held until the line is there.
+    file.PreviousLine = -2;
+    if (endsHere(file)) return false;
+    warnOfByteOrder(file, state.order);
+    readRecord(file);
+    if (scale) decodeChannels(file);
+    file.PreviousLine = file.CurrentLine;
+    state.scaling.note(scale);
+    return true;
 }
 
 bool writeScan(ZELType& file)
@@ -143,17 +162,17 @@ bool writeScan(ZELType& file)
     return writer.isWhole();
 }
 
-bool writeChannel(ZELType& file, int index, zel::LineCounter& counter)
+bool writeChannel(ZELType& file, int slot, zel::LineCounter& counter)
 {
-    ZELChannelType& channel = file.Channels[index];
+    ZELChannelType& channel = file.Channels[slot];
     const int pixels = file.ZELHeader.NPixelPerLine;
     if (channel.LoadChannelFlag) {
         zel::clampLine(channel, pixels);
-        zel::encodeLine(channel, file.PixBuf[index], pixels);
+        zel::encodeLine(channel, file.PixBuf[slot], pixels);
     }
-    counter.count(index);
+    counter.count(slot);
     channel.LoadChannelFlag = 0;
-    return ZELWrite(file.PixBuf[index], channel.DataByteSize, pixels, file.fptr) == pixels;
+    return ZELWrite(file.PixBuf[slot], channel.DataByteSize, pixels, file.fptr) == pixels;
 }
 
 // A line further on or back; the end of the file is as far as it goes.
@@ -188,7 +207,25 @@ int readCurrentLine(ZELType* file, int scale, const char* function)
     return zel::readCompositeLine(*file, scale);
 }
 
-void copyScan(ZELType& dest, const ZELType& src, const char* function)
+// copy(dest channel, src channel, slot) for every slot that both files have.
+template <class Copy>
+void forSharedChannels(ZELType& dest, ZELType& src, const char* function, Copy copy)
+{
+    if (dest.ZELHeader.NPixelPerLine != src.ZELHeader.NPixelPerLine)
+        fail("%s: the files have %d and %d pixels per line\n", function,
+             src.ZELHeader.NPixelPerLine, dest.ZELHeader.NPixelPerLine);
+    for (const auto [slot, from] : zel::presentChannels(src)) {
+        ZELChannelType& to = dest.Channels[slot];
+        if (!to.ChannelPresentFlag) continue;
+        if (!from.ChannelData || !to.ChannelData)
+            fail("%s: channel %d has no line\n", function, slot);
+        copy(to, from, slot);
+    }
+}
+
+}  // namespace
+
+void zel::copyScan(ZELType& dest, const ZELType& src)
 {
     dest.ScanAltitude = src.ScanAltitude;
     dest.ScanTime = src.ScanTime;
@@ -197,25 +234,13 @@ void copyScan(ZELType& dest, const ZELType& src, const char* function)
     dest.NadirPixel = src.NadirPixel;
     dest.NadirLat = src.NadirLat;
     dest.NadirLon = src.NadirLon;
-    zel::copyNavigationPoints(dest, src, function);
 }
 
-// copy(dest channel, src channel, slot) for every slot that both files have.
-template <class Copy>
-void forSharedChannels(ZELType& dest, ZELType& src, const char* function, Copy copy)
+void zel::forgetDerived(ZELType& file)
 {
-    if (dest.ZELHeader.NPixelPerLine != src.ZELHeader.NPixelPerLine)
-        fail("%s: the files have %d and %d pixels per line\n", function,
-             src.ZELHeader.NPixelPerLine, dest.ZELHeader.NPixelPerLine);
-    for (int i = 0; i < src.ZELHeader.MaxNumChan; ++i) {
-        if (!src.Channels[i].ChannelPresentFlag || !dest.Channels[i].ChannelPresentFlag) continue;
-        if (!src.Channels[i].ChannelData || !dest.Channels[i].ChannelData)
-            fail("%s: channel %d has no line\n", function, i);
-        copy(dest.Channels[i], src.Channels[i], i);
-    }
+    file.LatLonInterpolated = 0;
+    file.SolarAnglesCalculated = 0;
 }
-
-}  // namespace
 
 int ZELReadLine(ZELType* ZELdata)
 {
@@ -230,29 +255,14 @@ int ZELReadLineNoScale(ZELType* ZELdata)
 int ReadLine(ZELType* ZELdata, int scale)
 {
     zel::requireReadOnly(*ZELdata, "ZELReadLine can only be used on a read only ZEL file\n");
-    if (!ZELdata->fptr || !zel::hasLineMemory(*ZELdata))
+    zel::FileState* state = zel::stateOf(*ZELdata);
+    if (!ZELdata->fptr || !state || state->memory.isEmpty())
         fail("ZELReadLine: the file is not open\n");
-    // Behind the last whole line there is the end of the file, or another component.
+    // After the last whole line comes the end of the file, or another component.
     if (ZELdata->CurrentLine >= ZELdata->NumLines) return 0;
-    if (ZELdata->CurrentLine != ZELdata->PreviousLine) {
-        forgetDerived(*ZELdata);
-        if (ZELdata->CurrentLine - ZELdata->PreviousLine != 1)
-            goTo(*ZELdata, placeOfLine(*ZELdata, ZELdata->CurrentLine));
-        // Nothing is held until the line is there.
-        ZELdata->PreviousLine = -2;
-        if (endsHere(*ZELdata)) return 0;
-        warnOfByteOrder(*ZELdata);
-        try {
-            readRecord(*ZELdata);
-        } catch (const zel::Damage&) {
-            failReading(*ZELdata);
-        }
-        if (scale) decodeChannels(*ZELdata);
-        ZELdata->PreviousLine = ZELdata->CurrentLine;
-        zel::noteValues(*ZELdata, scale != 0);
-    } else if (scale) {
-        warnOfMissingValues(*ZELdata);
-    }
+    const bool isHeld = ZELdata->CurrentLine == ZELdata->PreviousLine;
+    if (isHeld && scale) warnOfMissingValues(*ZELdata, state->scaling);
+    if (!isHeld && !readCurrent(*ZELdata, *state, scale != 0)) return 0;
     ZELdata->CurrentLine += 1;
     return ZELdata->ZELHeader.NPixelPerLine;
 }
@@ -263,12 +273,11 @@ void ZELWriteLine(ZELType* ZELdata)
     if (!ZELdata->fptr || !ZELdata->FileOpened)
         fail("ZELWriteLine: the file is not open for writing\n");
     zel::warnOfWrittenOrder(*ZELdata, "ZELWriteLine");
-    forgetDerived(*ZELdata);
+    zel::forgetDerived(*ZELdata);
     bool isWhole = writeScan(*ZELdata);
     zel::LineCounter counter(*ZELdata);
-    for (int i = 0; i < ZELdata->ZELHeader.MaxNumChan; ++i)
-        if (ZELdata->Channels[i].ChannelPresentFlag)
-            isWhole = writeChannel(*ZELdata, i, counter) && isWhole;
+    for (const auto [slot, channel] : zel::presentChannels(*ZELdata))
+        isWhole = writeChannel(*ZELdata, slot, counter) && isWhole;
     checkWritten(*ZELdata, isWhole);
     ZELdata->CurrentLine += 1;
     ZELdata->NumLines = ZELdata->CurrentLine;
@@ -278,7 +287,8 @@ void ZELWriteLine(ZELType* ZELdata)
 void ZELCopyLine(ZELType* ZELdataDest, ZELType* ZELdataSrc)
 {
     static constexpr const char* function = "ZELCopyLine";
-    copyScan(*ZELdataDest, *ZELdataSrc, function);
+    zel::copyScan(*ZELdataDest, *ZELdataSrc);
+    zel::copyNavigationPoints(*ZELdataDest, *ZELdataSrc, function);
     const auto copyStored = [&](ZELChannelType& dest, const ZELChannelType& src, int slot) {
         if (dest.DataByteSize != src.DataByteSize)
             fail("%s: channel %d is stored in %d and %d bytes\n", function, slot, src.DataByteSize,
@@ -293,7 +303,8 @@ void ZELCopyLine(ZELType* ZELdataDest, ZELType* ZELdataSrc)
 void ZELCopyLineWithLoad(ZELType* ZELdataDest, ZELType* ZELdataSrc)
 {
     static constexpr const char* function = "ZELCopyLineWithLoad";
-    copyScan(*ZELdataDest, *ZELdataSrc, function);
+    zel::copyScan(*ZELdataDest, *ZELdataSrc);
+    zel::copyNavigationPoints(*ZELdataDest, *ZELdataSrc, function);
     const auto load = [&](ZELChannelType& dest, const ZELChannelType& src, int) {
         std::copy_n(src.ChannelData, ZELdataSrc->ZELHeader.NPixelPerLine, dest.ChannelData);
         dest.LoadChannelFlag = 1;

@@ -152,6 +152,12 @@ void ZELInterpolateLatLong(ZELType* ZELdata)
     ZELdata->LatLonInterpolated = 1;
 }
 
+zel::Positions zel::positionsOf(ZELType& file)
+{
+    if (!file.LatLonInterpolated) ZELInterpolateLatLong(&file);
+    return {file.Lat, file.Lon};
+}
+
 void ZELSetSolarChannels(ZELType* ZELdata, int szIndex, int vzIndex, int azIndex)
 {
     ZELdata->ZELHeader.SZChannelIndex = static_cast<int16_t>(szIndex);

@@ -11,6 +11,7 @@
 #include "lines/channel_records.hpp"
 #include "lines/composite_seam.hpp"
 #include "records/buffers.hpp"
+#include "records/file_state.hpp"
 #include "records/prefix.hpp"
 #include "records/release_seam.hpp"
 #include "zel_ancillary.h"
@@ -214,7 +215,7 @@ int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, 
         return -2;
     }
     allocateBuffers(*ZELdata);
-    zel::noteByteOrder(*ZELdata);
+    zel::stateOf(*ZELdata)->order.note();
     ZELAncillaryReadFiles();
     ZELClearBadLatLonCount();
     return 0;

@@ -1,112 +1,14 @@
 #include "records/buffers.hpp"
 
-#include "ground/byte_order.hpp"
 #include "ground/memory.hpp"
-#include "zel_io.h"
+#include "records/file_state.hpp"
 
 namespace zel {
-namespace {
-
-struct alignas(16) Block {
-    Block* next;
-};
-
-// What a record points to with Internal.
-struct State {
-    Block* blocks;
-    int byteOrder;  // SwapByteOrdering as the file needs it
-    bool orderNoted;
-    bool orderLost;
-    bool valuesLacking;  // the line that is held was read without scaling
-    bool lackTold;
-};
-
-State* stateOf(ZELType& file)
-{
-    if (!file.Internal) file.Internal = allocate<State>(1);
-    return static_cast<State*>(file.Internal);
-}
-
-}  // namespace
 
 void* lineMemory(ZELType& file, std::size_t bytes)
 {
-    State* state = stateOf(file);
-    auto* memory = state ? allocate<unsigned char>(sizeof(Block) + bytes) : nullptr;
-    if (!memory) return nullptr;
-    auto* block = reinterpret_cast<Block*>(memory);
-    block->next = state->blocks;
-    state->blocks = block;
-    return memory + sizeof(Block);
-}
-
-bool hasLineMemory(const ZELType& file)
-{
-    const auto* state = static_cast<const State*>(file.Internal);
-    return state && state->blocks;
-}
-
-void noteByteOrder(ZELType& file)
-{
-    State* state = stateOf(file);
-    if (!state) return;
-    state->byteOrder = SwapByteOrdering;
-    state->orderNoted = true;
-    state->orderLost = false;
-}
-
-bool byteOrderWasLost(ZELType& file)
-{
-    auto* state = static_cast<State*>(file.Internal);
-    if (!state || !state->orderNoted || state->orderLost || state->byteOrder == SwapByteOrdering)
-        return false;
-    state->orderLost = true;
-    return true;
-}
-
-void warnOfWrittenOrder(ZELType& file, const char* function)
-{
-    if (byteOrderWasLost(file))
-        reportTo(stderr,
-                 "%s: warning: the opening of another file has set the other byte order: what is "
-                 "written to file %s from here on has its bytes reversed, unlike its header\n",
-                 function, file.ImageFilename);
-}
-
-void noteValues(ZELType& file, bool areFilled)
-{
-    auto* state = static_cast<State*>(file.Internal);
-    if (state) state->valuesLacking = !areFilled;
-}
-
-bool valuesAreMissing(ZELType& file)
-{
-    auto* state = static_cast<State*>(file.Internal);
-    if (!state || !state->valuesLacking || state->lackTold) return false;
-    state->lackTold = true;
-    return true;
-}
-
-bool isByteSwapped(ZELType& file)
-{
-    const auto* state = static_cast<State*>(file.Internal);
-    return state && state->orderNoted && state->byteOrder != hostByteOrder();
-}
-
-void freeLineMemory(ZELType& file)
-{
-    auto* state = static_cast<State*>(file.Internal);
-    Block* block = state ? state->blocks : nullptr;
-    while (block) {
-        Block* next = block->next;
-        release(block);
-        block = next;
-    }
-    discard(file.Internal);
-    file.SolarZenith = file.ViewZenith = file.Azimuth = nullptr;
-    file.Lat = file.Lon = file.Sunglint = nullptr;
-    file.OlsonEcosystem = file.PercentWater = file.IGBPEcosystem = file.Terrain = nullptr;
-    file.LatBuffer = file.LonBuffer = nullptr;
+    FileState* state = makeState(file);
+    return state ? state->memory.take(bytes) : nullptr;
 }
 
 void allocateLineBuffers(ZELType& file, const LineBufferOptions& options)
@@ -137,6 +39,28 @@ void allocateNavigation(ZELType& file, const char* function)
     if (points < 1) return;
     file.LatBuffer = lineBuffer<float>(file, points, function, "latitude buffer");
     file.LonBuffer = lineBuffer<float>(file, points, function, "longitude buffer");
+}
+
+void allocateChannel(ZELType& file, int slot, const ChannelBufferNames& names)
+{
+    ZELChannelType& channel = file.Channels[slot];
+    const auto pixels = static_cast<std::size_t>(file.ZELHeader.NPixelPerLine);
+    const auto pixelSize = static_cast<std::size_t>(channel.DataByteSize);
+    channel.ChannelData = allocate<float>(pixels);
+    if (!channel.ChannelData)
+        failWith(-3, "%s: cannot allocate memory for channel %d\n", names.function, names.number);
+    file.PixBuf[slot] = allocate<unsigned char>(pixels * pixelSize);
+    if (!file.PixBuf[slot])
+        failWith(names.pixelStatus, "%s: cannot allocate %s\n", names.function, names.pixels);
+}
+
+void freeLineBuffers(ZELType& file)
+{
+    freeState(file);
+    file.SolarZenith = file.ViewZenith = file.Azimuth = nullptr;
+    file.Lat = file.Lon = file.Sunglint = nullptr;
+    file.OlsonEcosystem = file.PercentWater = file.IGBPEcosystem = file.Terrain = nullptr;
+    file.LatBuffer = file.LonBuffer = nullptr;
 }
 
 }  // namespace zel

@@ -1,5 +1,4 @@
-// Memory that a file record owns besides its channels: its line buffers. They are kept in a list of
-// the record's own, so that its public pointers may be pointed elsewhere and nothing is lost.
+// The line buffers of a record, which it owns from its open to its end.
 #ifndef ZEL_RECORDS_BUFFERS_HPP
 #define ZEL_RECORDS_BUFFERS_HPP
 
@@ -13,28 +12,6 @@ namespace zel {
 // Zeroed bytes that the record owns, or null.
 void* lineMemory(ZELType& file, std::size_t bytes);
 
-// Frees all of them and forgets the public pointers to them.
-void freeLineMemory(ZELType& file);
-
-// Whether the record has line buffers, as it has from its open to its end.
-bool hasLineMemory(const ZELType& file);
-
-// Notes the byte order that the file was found to have, or is written in, and tells the first time that
-// the one in force is another.
-void noteByteOrder(ZELType& file);
-bool byteOrderWasLost(ZELType& file);
-
-// Warns in the function's name, once a file, when what is written is not in the order of its header.
-void warnOfWrittenOrder(ZELType& file, const char* function);
-
-// Notes whether the line that was just read has its values, and tells the first time that they are
-// asked of a line that has not.
-void noteValues(ZELType& file, bool areFilled);
-bool valuesAreMissing(ZELType& file);
-
-// Whether the file was found to be in the other byte order.
-bool isByteSwapped(ZELType& file);
-
 // count elements that the record owns; ends the process (-1) with "function: cannot allocate what".
 template <class T>
 T* lineBuffer(ZELType& file, int count, const char* function, const char* what)
@@ -45,16 +22,32 @@ T* lineBuffer(ZELType& file, int count, const char* function, const char* what)
     return buffer;
 }
 
-// Allocates Lat, Lon, the angles that wantAngles asks for, Sunglint and the ancillary lines.
-// latitude and longitude are named as the function's messages name them.
+// Which angles of a line are computed, and need buffers; and the function that messages name.
 struct LineBufferOptions {
     const char* function;
     bool solarZenith, viewZenith, azimuth;
 };
+
+// Allocates Lat, Lon, those angles, Sunglint and the ancillary lines.
 void allocateLineBuffers(ZELType& file, const LineBufferOptions& options);
 
 // Allocates LatBuffer and LonBuffer when the file has navigation points.
 void allocateNavigation(ZELType& file, const char* function);
+
+// How messages name a channel whose buffers cannot be allocated: "FUNCTION: cannot allocate memory for
+// channel NUMBER" (-3), or "FUNCTION: cannot allocate PIXELS" with a status of its own.
+struct ChannelBufferNames {
+    const char* function;
+    int number;
+    const char* pixels;
+    int pixelStatus;
+};
+
+// Allocates ChannelData and PixBuf of a slot, a line of zeros each.
+void allocateChannel(ZELType& file, int slot, const ChannelBufferNames& names);
+
+// Frees the buffers of lines, those of channels excepted, and forgets the public pointers to them.
+void freeLineBuffers(ZELType& file);
 
 }  // namespace zel
 

@@ -14,11 +14,6 @@ double stepsOf(int storageCode)
     return storageCode == ZEL_STORED_BYTE_SCALED ? byteSteps : uint16Steps;
 }
 
-bool isScaled(int storageCode)
-{
-    return storageCode == ZEL_STORED_BYTE_SCALED || storageCode == ZEL_STORED_UINT16_SCALED;
-}
-
 template <class T>
 void decodeScaled(ZELChannelType& channel, const unsigned char* pixels, int count)
 {
@@ -53,6 +48,11 @@ void encodeUnscaled(const ZELChannelType& channel, unsigned char* pixels, int co
 }
 
 }  // namespace
+
+bool isScaled(int storageCode)
+{
+    return storageCode == ZEL_STORED_BYTE_SCALED || storageCode == ZEL_STORED_UINT16_SCALED;
+}
 
 float* createScalingTable(const ZELChannelType& channel)
 {

@@ -9,6 +9,9 @@
 
 namespace zel {
 
+// Whether a storage code is one of steps in the channel's scale range.
+bool isScaled(int storageCode);
+
 // The value of every raw number of a scaled channel, float[256] or float[65536]; null for a channel
 // that is not scaled. Ends the process (-1) when memory fails.
 float* createScalingTable(const ZELChannelType& channel);

@@ -1,5 +1,5 @@
 // Colours and labels of the standard classes, row = class value.
-#include "zel_lut.h"
+#include "zel_class_tables.h"
 
 // clang-format off
 const int collapsed_class_colors[ZEL_NUM_CLASS_ROWS][3] = {

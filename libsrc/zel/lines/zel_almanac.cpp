@@ -1,6 +1,6 @@
-// The sun by day of the year, entry day - 1: a low-precision solar position at 0 h UT, adjusted to the
-// rows given for days 1, 43, 80, 121, 172, 173, 266, 308, 356 and 366.
-#include "zel_navigate.h"
+// The sun by day of the year, entry day - 1: a low-precision solar position at 0 h UT, fitted to an
+// almanac on days 1, 43, 80, 121, 172, 173, 266, 308, 356 and 366.
+#include "zel_almanac.h"
 
 // clang-format off
 // Declination, degrees.
