@@ -25,6 +25,7 @@
 #include "zel_channel.h"
 #include "zel_composite.h"
 #include "zel_door.h"
+#include "zel_dump.h"
 #include "zel_fetch.h"
 #include "zel_finish.h"
 #include "zel_histogram.h"

@@ -48,6 +48,9 @@ ZELDisplayLUTType* ZELFetchLUTByLabel(ZELType* ZELdata, const char* label);
 int ZELFetchLUTKeyByLabel(ZELType* ZELdata, const char* label);
 char* ZELFetchLUTLabelByKey(ZELType* ZELdata, int key);
 
+/* The bytes that the LUT takes in a file. */
+int64_t ZELFetchLUTRecordSize(const ZELDisplayLUTType* lut);
+
 /* Walking the list: its length, its first LUT and the one after a LUT (null at the end). */
 int16_t ZELFetchNumLuts(ZELType* ZELdata);
 ZELDisplayLUTType* ZELFetchFirstLut(ZELType* ZELdata);

@@ -52,12 +52,10 @@ ZELDisplayLUTType* addLUT(const CommandLineStruct& info, ZELType* out)
 // Header offsets have 31 bits; channel records follow the LUTs.
 bool lutsFit(ZELType* out)
 {
-    constexpr long long limit = 2'000'000'000;
-    constexpr long long lutSize = 204;
-    constexpr long long entrySize = 203;
-    long long size = 0;
+    constexpr std::int64_t limit = 2'000'000'000;
+    std::int64_t size = 0;
     for (ZELDisplayLUTType* lut = ZELFetchFirstLut(out); lut; lut = ZELFetchNextLut(lut))
-        size += lutSize + entrySize * lut->NumLUTValues;
+        size += ZELFetchLUTRecordSize(lut);
     return size <= limit;
 }
 

@@ -5,7 +5,7 @@
 
 #include "support/file_builder.hpp"
 #include "support/writer.hpp"
-#include "zel/ground/byte_order.hpp"
+#include "zel/ground/zel_io.hpp"
 #include "zel/zel_features/files/zel_feature_io.hpp"
 #include "zel_features/zel_features.h"
 

@@ -1,5 +1,6 @@
 // The blocks that an open reads with the header, files inside files, and the end of a reader's life.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -7,7 +8,7 @@
 
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
-#include "zel/lines/channel_records.hpp"
+#include "zel/lines/file_reader.hpp"
 
 namespace {
 
@@ -343,20 +344,20 @@ TEST(FreeData, LeavesTheStreamOpen)
 
 // ---- Headers whose length no record can say ----
 
-// Where the lines begin that stand behind a slot without blocks, or why they cannot.
+// Where the lines begin that come after an empty slot at a place of a file whose header begins at 0, or why
+// they cannot. Empty: the file is too large for this file system.
 std::string endOfHeader(int version, std::int64_t start)
 {
     const std::unique_ptr<FILE, int (*)(FILE*)> stream(std::tmpfile(), &std::fclose);
-    const Bytes slot(1000, 0);
-    EXPECT_EQ(std::fwrite(slot.data(), 1, slot.size(), stream.get()), slot.size());
-    std::rewind(stream.get());
+    if (ftruncate(fileno(stream.get()), start + 1000) != 0) return "";
     const auto file = zel_test::zeroRecord();
-    file->ZELHeader.VersionNumber = static_cast<float>(version) / 100;
+    file->fptr = stream.get();
     file->ZELHeader.MaxNumChan = 1;
-    file->HeaderOffset = static_cast<int>(start);
-    zel::RecordReader reader(stream.get(), version, start, start + 1000);
+    zel::FileReader reader(*file, 0, start + 1000);
+    reader.setVersion(version);
+    reader.seek(start);
     try {
-        zel::readChannels(reader, *file);
+        zel::walkSlot(reader, *file, 0);
     } catch (const zel::Damage& damage) {
         return damage.what;
     }
@@ -368,6 +369,7 @@ std::string endOfHeader(int version, std::int64_t start)
 TEST(OpenBlocks, LinesThatBeginBeyond31BitsAreRefused)
 {
     constexpr std::int64_t most = 2147483647;
+    if (endOfHeader(230, most).empty()) GTEST_SKIP() << "no files of 2 GB without their bytes";
     for (const auto& [version, size] : {std::pair(111, 268), std::pair(230, 284)}) {
         EXPECT_EQ(endOfHeader(version, most - size), "2147483647") << version;
         EXPECT_EQ(endOfHeader(version, most - size + 1), "invalid header length 2.14748365e+09")

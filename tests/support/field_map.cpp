@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
@@ -57,45 +58,6 @@ protected:
 private:
     std::size_t place_;
     bool bigEndian_;
-};
-
-// For the records of a scene file. It takes the numbers along that say how many records follow.
-class SceneMap : public Notes {
-public:
-    SceneMap(const Bytes& file, std::size_t place, bool bigEndian)
-        : Notes(place, bigEndian), file_(file)
-    {
-    }
-
-    bool since(int version) const { return version_ >= version; }
-    void setVersion(int version) { version_ = version; }
-
-    template <class T>
-    void field(const char* name, T& value)
-    {
-        array(name, &value, 1);
-    }
-    template <std::size_t N>
-    void text(const char* name, char (&buffer)[N], int width)
-    {
-        array(name, buffer, std::min<int>(width, static_cast<int>(N)));
-    }
-    template <class T>
-    void array(const char* name, T* values, int count)
-    {
-        const std::size_t begin = place();
-        note<T>(name, static_cast<std::size_t>(count));
-        for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-            unsigned char bytes[sizeof(T)];
-            for (std::size_t k = 0; k < sizeof(T); ++k)
-                bytes[bigEndian() ? sizeof(T) - 1 - k : k] = file_.at(begin + i * sizeof(T) + k);
-            std::memcpy(&values[i], bytes, sizeof(T));
-        }
-    }
-
-private:
-    const Bytes& file_;
-    int version_ = zel::currentVersion;
 };
 
 // For the records of the feature layer, which are in memory already.
@@ -191,118 +153,133 @@ void mapMaskBlock(FeatureMap& w, ZELFeatureMaskType& m)
     for (ZELClassifierList* c = m.ClassifierListHead; c; c = c->next) mapClassifier(w, *c);
 }
 
-// The block begins at the walker's place.
-void mapMask(SceneMap& w, const Bytes& file)
+// The fields of the mask block at that place of a file.
+FeatureMap mapMask(const Bytes& file, std::size_t place, const std::string& record)
 {
-    const ReadMask read(Bytes(file.begin() + static_cast<long>(w.place()), file.end()));
-    FeatureMap map(w.place(), true);
-    map.record = w.record;
+    const ReadMask read(Bytes(file.begin() + static_cast<long>(place), file.end()));
+    FeatureMap map(place, true);
+    map.record = record;
     if (read.mask)
         mapMaskBlock(map, *read.mask);
     else
         map.count("classifiers", 0, 0);
-    w.fields.insert(w.fields.end(), map.fields.begin(), map.fields.end());
-    w.goTo(map.place());
+    return map;
 }
 
-void mapLUTs(SceneMap& w, int count)
-{
-    for (int i = 0; i < count; ++i) {
-        w.record = "LUT " + std::to_string(i);
-        ZELDisplayLUTType lut{};
-        zel::walkLUT(w, lut);
-        for (int k = 0; k < lut.NumLUTValues; ++k) {
-            ZELLUTType entry{};
-            zel::walkLUTEntry(w, entry);
+// For the records of a scene file. It takes the numbers along that say what follows.
+class SceneMap : public Notes {
+public:
+    static constexpr bool reads = true;
+
+    SceneMap(const Bytes& file, std::size_t place, bool bigEndian)
+        : Notes(place, bigEndian), file_(file)
+    {
+    }
+
+    bool since(int version) const { return version_ >= version; }
+    void setVersion(int version) { version_ = version; }
+    void record(zel::Level level, const char* name, int index = -1)
+    {
+        names_.resize(static_cast<std::size_t>(level));
+        names_.push_back(name + (index < 0 ? "" : " " + std::to_string(index)));
+        Notes::record.clear();
+        for (const std::string& part : names_)
+            Notes::record += (Notes::record.empty() ? "" : " ") + part;
+    }
+
+    template <class T>
+    void field(const char* name, T& value)
+    {
+        array(name, &value, 1);
+    }
+    template <std::size_t N>
+    void text(const char* name, char (&buffer)[N], int width)
+    {
+        array(name, buffer, std::min<int>(width, static_cast<int>(N)));
+    }
+    template <class T>
+    void array(const char* name, T* values, int count)
+    {
+        const std::size_t begin = place();
+        note<T>(name, static_cast<std::size_t>(count));
+        for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+            unsigned char bytes[sizeof(T)];
+            for (std::size_t k = 0; k < sizeof(T); ++k)
+                bytes[bigEndian() ? sizeof(T) - 1 - k : k] = file_.at(begin + i * sizeof(T) + k);
+            std::memcpy(&values[i], bytes, sizeof(T));
         }
     }
-}
 
-void mapTables(SceneMap& w, const std::string& owner, int count)
-{
-    for (int i = 0; i < count; ++i) {
-        w.record = owner + "table " + std::to_string(i);
-        TableType table{};
-        zel::walkTable(w, table);
-        std::vector<float> values(static_cast<std::size_t>(table.NumTableValues));
-        w.array("value", values.data(), table.NumTableValues);
+    void items(ZELDisplayLUTType& lut) { lut.DisplayLUT = memory<ZELLUTType>(lut.NumLUTValues); }
+    void items(TableType& table) { table.Table = memory<float>(table.NumTableValues); }
+    void items(ZELHistogramType& h) { h.Histogram = memory<std::int32_t>(h.NumHistogramBins); }
+
+    void counts(ZELType&) {}
+    void luts(ZELType& file)
+    {
+        for (int i = 0; i < file.ZELHeader.NumDisplayLUTs; ++i) {
+            record(zel::Level::block, "LUT", i);
+            zel::walkLUT(*this, *memory<ZELDisplayLUTType>(1));
+        }
     }
-}
-
-void mapHistogram(SceneMap& w, const char* name)
-{
-    unsigned char present = 0;
-    w.field(name, present);
-    if (!present) return;
-    ZELHistogramType histogram{};
-    zel::walkHistogram(w, histogram);
-    std::vector<std::int32_t> counts(static_cast<std::size_t>(histogram.NumHistogramBins));
-    w.array("histogram counts", counts.data(), histogram.NumHistogramBins);
-}
-
-void mapChannel(SceneMap& w, const Bytes& file, int slot, ZELChannelType& channel)
-{
-    const std::string name = "channel " + std::to_string(slot);
-    w.record = name;
-    zel::walkChannel(w, channel);
-    if (w.since(141)) mapMask(w, file);
-    if (w.since(211)) {
-        std::int16_t tables = 0;
-        w.field("channel NumTables", tables);
-        mapTables(w, name + " ", tables);
-        w.record = name;
+    void tables(TableListType& list)
+    {
+        for (int i = 0; i < list.NumTables; ++i) {
+            record(zel::Level::block, "table", i);
+            zel::walkTable(*this, *memory<TableType>(1));
+        }
     }
-    if (w.since(121)) {
-        mapHistogram(w, "histogram presence");
-        mapHistogram(w, "standard histogram presence");
+    void channel(const ZELChannelType&) {}
+    void mask(const ZELChannelType&)
+    {
+        const FeatureMap map = mapMask(file_, place(), Notes::record);
+        fields.insert(fields.end(), map.fields.begin(), map.fields.end());
+        goTo(map.place());
     }
-}
+    void histogram(const ZELType&, ZELHistogramType*&)
+    {
+        zel::walkHistogram(*this, *memory<ZELHistogramType>(1));
+    }
+    void slot(const ZELChannelType&) {}
 
-void mapHeader(SceneMap& w, ZELHeaderType& h)
+    void pixels(const ZELType& file, int slot)
+    {
+        const ZELChannelType& channel = file.Channels[slot];
+        const int count = file.ZELHeader.NPixelPerLine;
+        const std::string name = "pixels of " + std::to_string(slot);
+        if (channel.Type == ZEL_STORED_FLOAT)
+            array(name.c_str(), memory<float>(count), count);
+        else if (channel.DataByteSize == 2)
+            array(name.c_str(), memory<std::uint16_t>(count), count);
+        else
+            array(name.c_str(), memory<std::uint8_t>(count), count);
+    }
+
+private:
+    // Zeros that last as long as the walker.
+    template <class T>
+    T* memory(int count)
+    {
+        memory_.emplace_back((static_cast<std::size_t>(count) + 1) * sizeof(T));
+        return reinterpret_cast<T*>(memory_.back().data());
+    }
+
+    const Bytes& file_;
+    int version_ = zel::currentVersion;
+    std::vector<std::string> names_;
+    std::deque<std::vector<unsigned char>> memory_;
+};
+
+// What stands before the header's other fields, and what old versions leave out.
+void beginHeader(SceneMap& w, ZELHeaderType& h)
 {
-    w.record = "header";
+    const std::size_t begin = w.place();
     zel::walkVersion(w, h);
-    const int version = zel::layoutVersion(h.VersionNumber);
-    w.setVersion(version);
+    w.fields.pop_back();
+    w.goTo(begin);
+    w.setVersion(zel::layoutVersion(h.VersionNumber));
     if (!w.since(101)) h.MaxNumChan = 20;
     if (!w.since(111)) h.NumNavPoints = 51;
-    zel::walkHeader(w, h);
-    mapLUTs(w, h.NumDisplayLUTs);
-    mapTables(w, "", h.TableList.NumTables);
-    w.record = "header";
-    zel::walkHeaderEnd(w, h);
-}
-
-template <class T>
-void mapRow(SceneMap& w, const std::string& name, int pixels)
-{
-    std::vector<T> row(static_cast<std::size_t>(pixels));
-    w.array(name.c_str(), row.data(), pixels);
-}
-
-void mapPixels(SceneMap& w, const ZELChannelType& channel, const std::string& name, int pixels)
-{
-    if (channel.Type == ZEL_STORED_FLOAT)
-        mapRow<float>(w, name, pixels);
-    else if (channel.DataByteSize == 2)
-        mapRow<std::uint16_t>(w, name, pixels);
-    else
-        mapRow<std::uint8_t>(w, name, pixels);
-}
-
-void mapLine(SceneMap& w, ZELType& f)
-{
-    const auto points = static_cast<std::size_t>(f.ZELHeader.NumNavPoints);
-    std::vector<float> lat(points);
-    std::vector<float> lon(points);
-    f.LatBuffer = lat.data();
-    f.LonBuffer = lon.data();
-    zel::walkScan(w, f);
-    zel::walkNavigation(w, f);
-    for (int i = 0; i < f.ZELHeader.MaxNumChan; ++i)
-        if (f.Channels[i].ChannelPresentFlag)
-            mapPixels(w, f.Channels[i], "pixels of " + std::to_string(i),
-                      f.ZELHeader.NPixelPerLine);
 }
 
 }  // namespace
@@ -313,19 +290,21 @@ FieldMap mapFields(const Bytes& file, std::size_t start, std::size_t end, bool b
     SceneMap w(file, start, bigEndian);
     const auto record = zeroRecord();
     if (file.at(start) == 'Z') {
-        w.record = "prefix";
         zel::Prefix prefix{};
         zel::walkPrefix(w, prefix);
     }
-    mapHeader(w, record->ZELHeader);
-    for (int i = 0; i < record->ZELHeader.MaxNumChan; ++i)
-        mapChannel(w, file, i, record->Channels[i]);
+    beginHeader(w, record->ZELHeader);
+    zel::walkFile(w, *record);
     FieldMap map;
     map.linesBegin = w.place();
     w.goTo(w.place() + padding);
+    std::vector<float> lat(static_cast<std::size_t>(record->ZELHeader.NumNavPoints));
+    std::vector<float> lon(lat.size());
+    record->LatBuffer = lat.data();
+    record->LonBuffer = lon.data();
     for (int n = 0; w.place() < end; ++n) {
-        w.record = "line " + std::to_string(n);
-        mapLine(w, *record);
+        w.record(zel::Level::record, "line", n);
+        zel::walkLine(w, *record);
     }
     map.end = w.place();
     map.fields = std::move(w.fields);

@@ -19,10 +19,45 @@ namespace {
 using zel::fail;
 using zel::report;
 
+// One without bins too.
 struct Free {
-    void operator()(ZELHistogramType* histogram) const { ZELFreeHistogram(histogram); }
+    void operator()(ZELHistogramType* histogram) const
+    {
+        zel::release(histogram->Histogram);
+        zel::release(histogram);
+    }
 };
 using OwnedHistogram = std::unique_ptr<ZELHistogramType, Free>;
+
+ZELHistogramType* allocateHistogram()
+{
+    auto* histogram = zel::allocate<ZELHistogramType>(1);
+    if (!histogram) fail("ZELCreateHistogram: error: cannot allocate memory for histogram\n");
+    return histogram;
+}
+
+// The bins that the histogram counts, and a spare one.
+void allocateBins(ZELHistogramType& histogram)
+{
+    histogram.Histogram =
+        zel::allocate<int32_t>(static_cast<std::size_t>(histogram.NumHistogramBins) + 1);
+    if (!histogram.Histogram)
+        fail("ZELCreateHistogram: error: cannot allocate memory for histogram bins\n");
+}
+
+class HistogramReader : public zel::PassingOn<zel::RecordReader> {
+public:
+    using PassingOn::PassingOn;
+
+    void items(ZELHistogramType& histogram)
+    {
+        const int bins = histogram.NumHistogramBins;
+        next_.require(bins >= 0, "NumHistogramBins", bins);
+        next_.requireBytes("histogram counts",
+                           zel::histogramRecordSize(bins) - zel::histogramRecordSize(0));
+        allocateBins(histogram);
+    }
+};
 
 std::size_t binCount(const ZELHistogramType& histogram)
 {
@@ -93,14 +128,9 @@ ZELHistogramType* ZELCreateHistogram(int NumBins)
 {
     if (NumBins < 0 || NumBins > INT16_MAX)
         fail("ZELCreateHistogram: error: invalid number of histogram bins %d\n", NumBins);
-    OwnedHistogram histogram(zel::allocate<ZELHistogramType>(1));
-    if (!histogram) fail("ZELCreateHistogram: error: cannot allocate memory for histogram\n");
-    histogram->Histogram = zel::allocate<int32_t>(static_cast<std::size_t>(NumBins) + 1);
-    if (!histogram->Histogram) {
-        zel::release(histogram.release());
-        fail("ZELCreateHistogram: error: cannot allocate memory for histogram bins\n");
-    }
+    OwnedHistogram histogram(allocateHistogram());
     histogram->NumHistogramBins = static_cast<int16_t>(NumBins);
+    allocateBins(*histogram);
     histogram->Max = -FLT_MAX;
     histogram->Min = FLT_MAX;
     return histogram.release();
@@ -209,17 +239,10 @@ ZELHistogramType* zel::duplicateHistogram(ZELHistogramType* histogram)
 
 ZELHistogramType* zel::readHistogram(RecordReader& reader, int fileOffset)
 {
-    const std::int64_t place = reader.position() - fileOffset;
-    ZELHistogramType head{};
-    walkHistogram(reader, head);
-    reader.require(head.NumHistogramBins >= 0, "NumHistogramBins", head.NumHistogramBins);
-    reader.requireBytes("histogram counts",
-                        histogramRecordSize(head.NumHistogramBins) - histogramRecordSize(0));
-    OwnedHistogram histogram(ZELCreateHistogram(head.NumHistogramBins));
-    histogram->Max = head.Max;
-    histogram->Min = head.Min;
-    histogram->fileOffset = static_cast<int32_t>(place);
-    reader.array("histogram counts", histogram->Histogram, head.NumHistogramBins);
+    OwnedHistogram histogram(allocateHistogram());
+    histogram->fileOffset = static_cast<int32_t>(reader.position() - fileOffset);
+    HistogramReader histogramReader(reader);
+    walkHistogram(histogramReader, *histogram);
     computeStatistics(*histogram);
     return histogram.release();
 }
@@ -241,7 +264,6 @@ void ZELWriteHistogram(ZELType* ZELdata, ZELHistogramType* histogram)
     histogram->fileOffset = static_cast<int32_t>(place - ZELdata->fileOffset);
     zel::RecordWriter writer(ZELdata->fptr);
     zel::walkHistogram(writer, *histogram);
-    writer.array("histogram counts", histogram->Histogram, histogram->NumHistogramBins);
     if (!writer.isWhole()) failWriting(*ZELdata, "ZELWriteHistogram");
 }
 

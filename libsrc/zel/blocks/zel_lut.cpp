@@ -134,11 +134,46 @@ void replaceLUTs(ZELHeaderType& dest, const ZELHeaderType& src)
 void writeRecords(const ZELType& file)
 {
     zel::RecordWriter writer(file.fptr);
-    for (ZELDisplayLUTType* lut = file.ZELHeader.DisplayLUTHead; lut; lut = lut->NextDisplayLUT) {
+    for (ZELDisplayLUTType* lut = file.ZELHeader.DisplayLUTHead; lut; lut = lut->NextDisplayLUT)
         zel::walkLUT(writer, *lut);
-        for (int i = 0; i < lut->NumLUTValues; ++i) zel::walkLUTEntry(writer, lut->DisplayLUT[i]);
-    }
 }
+
+ZELDisplayLUTType* allocateLUT()
+{
+    auto* lut = zel::allocate<ZELDisplayLUTType>(1);
+    if (!lut) fail("ZELAllocateLUT: cannot allocate LUT\n");
+    return lut;
+}
+
+// The entries that the LUT counts, and a spare one.
+void allocateEntries(ZELDisplayLUTType& lut)
+{
+    lut.DisplayLUT = zel::allocate<ZELLUTType>(static_cast<std::size_t>(lut.NumLUTValues) + 1);
+    if (!lut.DisplayLUT) fail("ZELAllocateLUT: cannot allocate LUT entries\n");
+    for (int i = 0; i <= lut.NumLUTValues; ++i)
+        zel::copyText(lut.DisplayLUT[i].LUTEntryLabel, "None");
+}
+
+// Reads LUTs of a block and adds up their bytes.
+class LUTReader : public zel::PassingOn<zel::RecordReader> {
+public:
+    using PassingOn::PassingOn;
+
+    void items(ZELDisplayLUTType& lut)
+    {
+        const std::int64_t size = zel::lutRecordSize(lut.NumLUTValues);
+        next_.require(lut.NumLUTValues >= 0, "NumLUTValues", lut.NumLUTValues);
+        next_.requireBytes("display LUT entries", size - zel::lutRecordSize(0));
+        total_ += size;
+        next_.require(total_ <= INT32_MAX, "length of the display LUT block",
+                      static_cast<double>(total_));
+        allocateEntries(lut);
+    }
+    std::int64_t total() const { return total_; }
+
+private:
+    std::int64_t total_ = 0;
+};
 
 }  // namespace
 
@@ -146,12 +181,9 @@ ZELDisplayLUTType* ZELAllocateLUT(int NumLUTValues)
 {
     if (NumLUTValues < 0 || NumLUTValues > INT16_MAX)
         fail("ZELAllocateLUT: invalid number of LUT entries %d\n", NumLUTValues);
-    zel::Owned<ZELDisplayLUTType> lut(zel::allocate<ZELDisplayLUTType>(1));
-    if (!lut) fail("ZELAllocateLUT: cannot allocate LUT\n");
-    lut->DisplayLUT = zel::allocate<ZELLUTType>(static_cast<std::size_t>(NumLUTValues) + 1);
-    if (!lut->DisplayLUT) fail("ZELAllocateLUT: cannot allocate LUT entries\n");
+    zel::Owned<ZELDisplayLUTType> lut(allocateLUT());
     lut->NumLUTValues = static_cast<int16_t>(NumLUTValues);
-    for (int i = 0; i <= NumLUTValues; ++i) zel::copyText(lut->DisplayLUT[i].LUTEntryLabel, "None");
+    allocateEntries(*lut);
     return lut.release();
 }
 
@@ -255,6 +287,11 @@ char* ZELFetchLUTLabelByKey(ZELType* ZELdata, int key)
     return lut ? lut->DisplayLUTLabel : nullptr;
 }
 
+int64_t ZELFetchLUTRecordSize(const ZELDisplayLUTType* lut)
+{
+    return zel::lutRecordSize(lut->NumLUTValues);
+}
+
 int16_t ZELFetchNumLuts(ZELType* ZELdata)
 {
     return ZELdata->ZELHeader.NumDisplayLUTs;
@@ -309,27 +346,17 @@ void ZELAppendFileLUTs(ZELType* ZELdataDest, ZELType* ZELdataSrc)
     dest.NumDisplayLUTs = static_cast<int16_t>(total);
 }
 
-std::int64_t zel::readLUTs(RecordReader& reader, ZELType& file)
+// A LUT is in the list as soon as there is memory for it, so that a damaged one is freed with the rest.
+std::int64_t zel::readLUTs(RecordReader& reader, ZELHeaderType& header)
 {
-    std::int64_t total = 0;
-    ZELDisplayLUTType** end = &file.ZELHeader.DisplayLUTHead;
-    for (int i = 0; i < file.ZELHeader.NumDisplayLUTs; ++i) {
-        ZELDisplayLUTType head{};
-        walkLUT(reader, head);
-        const std::int64_t size = lutRecordSize(head.NumLUTValues);
-        reader.require(head.NumLUTValues >= 0, "NumLUTValues", head.NumLUTValues);
-        reader.requireBytes("display LUT entries", size - lutRecordSize(0));
-        reader.require(total + size <= INT32_MAX, "length of the display LUT block",
-                       static_cast<double>(total + size));
-        ZELDisplayLUTType* lut = ZELAllocateLUT(head.NumLUTValues);
-        lut->DisplayLUTKeyValue = head.DisplayLUTKeyValue;
-        copyText(lut->DisplayLUTLabel, head.DisplayLUTLabel);
-        *end = lut;
-        end = &lut->NextDisplayLUT;
-        for (int k = 0; k < lut->NumLUTValues; ++k) walkLUTEntry(reader, lut->DisplayLUT[k]);
-        total += size;
+    LUTReader lutReader(reader);
+    ZELDisplayLUTType** end = &header.DisplayLUTHead;
+    for (int i = 0; i < header.NumDisplayLUTs; ++i, end = &(*end)->NextDisplayLUT) {
+        *end = allocateLUT();
+        reader.record(Level::block, "LUT", i);
+        walkLUT(lutReader, **end);
     }
-    return total;
+    return lutReader.total();
 }
 
 int ZELReadLUTs(ZELType* ZELdata)
@@ -339,7 +366,9 @@ int ZELReadLUTs(ZELType* ZELdata)
         return 0;
     }
     zel::requireOpen(ZELdata->fptr, "ZELReadLUTs");
-    const auto read = [&](zel::RecordReader& reader) { return zel::readLUTs(reader, *ZELdata); };
+    const auto read = [&](zel::RecordReader& reader) {
+        return zel::readLUTs(reader, ZELdata->ZELHeader);
+    };
     return static_cast<int>(zel::readBlock(ZELdata->fptr, "ZELReadLUTs", read));
 }
 

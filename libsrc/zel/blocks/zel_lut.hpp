@@ -7,8 +7,8 @@
 
 namespace zel {
 
-// Reads NumDisplayLUTs records into the file's list; returns their bytes.
-std::int64_t readLUTs(RecordReader& reader, ZELType& file);
+// Reads NumDisplayLUTs records into the header's list; returns their bytes.
+std::int64_t readLUTs(RecordReader& reader, ZELHeaderType& header);
 
 // Whether a file of this process got its LUT block: only the first one does, and it stays so.
 bool& lutBlockWritten();

@@ -96,32 +96,75 @@ bool isReadOnly(const ZELType& file)
     return file.ReadWriteFlag == ZEL_READ_ONLY && file.numZELComponents < 2;
 }
 
-// Writes the records with a trace that names the function.
+TableType* allocateTable()
+{
+    auto* table = zel::allocate<TableType>(1);
+    if (!table) fail("ZELAllocateTable: cannot allocate Table\n");
+    return table;
+}
+
+// The values that the table counts, and a spare one.
+void allocateValues(TableType& table)
+{
+    table.Table = zel::allocate<float>(static_cast<std::size_t>(table.NumTableValues) + 1);
+    if (!table.Table) fail("ZELAllocateTable: cannot allocate Table entries\n");
+}
+
+// Reads tables of a block and adds up the length that a header counts for them: a label's size for each
+// value, as the readers of old layouts expect.
+class TableReader : public zel::PassingOn<zel::RecordReader> {
+public:
+    using PassingOn::PassingOn;
+
+    void items(TableType& table)
+    {
+        constexpr std::int64_t lengthPerValue = 204;
+        const std::int64_t head = zel::tableRecordSize(0);
+        next_.require(table.NumTableValues >= 0, "NumTableValues", table.NumTableValues);
+        next_.requireBytes("table values", zel::tableRecordSize(table.NumTableValues) - head);
+        total_ += head + lengthPerValue * table.NumTableValues;
+        next_.require(total_ <= INT32_MAX, "length of the table block",
+                      static_cast<double>(total_));
+        allocateValues(table);
+    }
+    std::int64_t total() const { return total_; }
+
+private:
+    std::int64_t total_ = 0;
+};
+
+// Prints, in a function's name, what a walker has read or written of a table: each value when it is there.
+template <class Walker>
+class TableTrace : public zel::PassingOn<Walker> {
+public:
+    TableTrace(Walker& next, const char* function) : zel::PassingOn<Walker>(next), function_(function)
+    {
+    }
+    void items(TableType& table)
+    {
+        this->next_.items(table);
+        report("%s:NumTableValues %d\n", function_, table.NumTableValues);
+        report("%s:TableKeyValue %d\n", function_, table.TableKeyValue);
+        report("%s:TableLabel %s\n", function_, table.TableLabel);
+    }
+    void array(const char* name, float* values, int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            this->next_.field(name, values[i]);
+            report("%s:%d: %f\n", function_, i, static_cast<double>(values[i]));
+        }
+    }
+
+private:
+    const char* function_;
+};
+
 void writeRecords(FILE* stream, TableListType* list, const char* function)
 {
     zel::RecordWriter writer(stream);
-    for (TableType* table = list->TableHead; table; table = table->NextTable) {
-        zel::walkTable(writer, *table);
-        report("%s:NumTableValues %d\n", function, table->NumTableValues);
-        report("%s:TableKeyValue %d\n", function, table->TableKeyValue);
-        report("%s:TableLabel %s\n", function, table->TableLabel);
-        for (int i = 0; i < table->NumTableValues; ++i) {
-            writer.field("value", table->Table[i]);
-            report("%s:%d: %f\n", function, i, static_cast<double>(table->Table[i]));
-        }
-    }
-}
-
-// The values of a table that was just read, each with its trace line.
-void readValues(zel::RecordReader& reader, TableType& table)
-{
-    report("ZELReadTables:NumTableValues %d\n", table.NumTableValues);
-    report("ZELReadTables:TableKeyValue %d\n", table.TableKeyValue);
-    report("ZELReadTables:TableLabel %s\n", table.TableLabel);
-    for (int i = 0; i < table.NumTableValues; ++i) {
-        reader.field("value", table.Table[i]);
-        report("ZELReadTables:%d: %f\n", i, static_cast<double>(table.Table[i]));
-    }
+    TableTrace trace(writer, function);
+    for (TableType* table = list->TableHead; table; table = table->NextTable)
+        zel::walkTable(trace, *table);
 }
 
 }  // namespace
@@ -130,11 +173,9 @@ TableType* ZELAllocateTable(int NumTableValues)
 {
     if (NumTableValues < 0 || NumTableValues > INT16_MAX)
         fail("ZELAllocateTable: invalid number of Table entries %d\n", NumTableValues);
-    zel::Owned<TableType> table(zel::allocate<TableType>(1));
-    if (!table) fail("ZELAllocateTable: cannot allocate Table\n");
-    table->Table = zel::allocate<float>(static_cast<std::size_t>(NumTableValues) + 1);
-    if (!table->Table) fail("ZELAllocateTable: cannot allocate Table entries\n");
+    zel::Owned<TableType> table(allocateTable());
     table->NumTableValues = static_cast<int16_t>(NumTableValues);
+    allocateValues(*table);
     return table.release();
 }
 
@@ -286,31 +327,26 @@ void ZELAppendFileTables(ZELType* ZELdataDest, ZELType* ZELdataSrc)
         ZELAppendTableList(&ZELdataDest->ZELHeader.TableList, &ZELdataSrc->ZELHeader.TableList);
 }
 
+// A table is in the list as soon as there is memory for it, so that a damaged one is freed with the
+// rest. Whoever listens sees the values without the trace.
 std::int64_t zel::readTables(RecordReader& reader, TableListType& list)
 {
-    report("ZELReadTables:NumTables %d\n", list.NumTables);
-    // The length counts a label's size for each value, as the readers of old layouts expect.
-    constexpr std::int64_t lengthPerValue = 204;
-    std::int64_t total = 0;
+    const bool isTraced = !reader.listener();
+    if (isTraced) report("ZELReadTables:NumTables %d\n", list.NumTables);
+    TableReader tableReader(reader);
+    TableTrace trace(tableReader, "ZELReadTables");
     TableType** end = &list.TableHead;
     *end = nullptr;
-    for (int i = 0; i < list.NumTables; ++i) {
-        TableType head{};
-        walkTable(reader, head);
-        reader.require(head.NumTableValues >= 0, "NumTableValues", head.NumTableValues);
-        reader.requireBytes("table values",
-                            tableRecordSize(head.NumTableValues) - tableRecordSize(0));
-        total += tableRecordSize(0) + lengthPerValue * head.NumTableValues;
-        reader.require(total <= INT32_MAX, "length of the table block", static_cast<double>(total));
-        TableType* table = ZELAllocateTable(head.NumTableValues);
-        table->TableKeyValue = head.TableKeyValue;
-        copyText(table->TableLabel, head.TableLabel);
-        *end = table;
-        end = &table->NextTable;
-        readValues(reader, *table);
+    for (int i = 0; i < list.NumTables; ++i, end = &(*end)->NextTable) {
+        *end = allocateTable();
+        reader.record(Level::block, "table", i);
+        if (isTraced)
+            walkTable(trace, **end);
+        else
+            walkTable(tableReader, **end);
     }
-    report("Table offset %d\n", static_cast<int>(total));
-    return total;
+    if (isTraced) report("Table offset %d\n", static_cast<int>(tableReader.total()));
+    return tableReader.total();
 }
 
 int ZELReadTables(FILE* fptr, TableListType* list)

@@ -7,18 +7,17 @@
 #include "ground/text.hpp"
 #include "ground/zel_door.hpp"
 #include "lines/channel_records.hpp"
+#include "lines/file_writer.hpp"
 #include "lines/zel_navigate.hpp"
 #include "records/buffers.hpp"
 #include "records/file_state.hpp"
 #include "records/mask_seam.hpp"
-#include "records/prefix.hpp"
+#include "records/records.hpp"
 #include "records/release_seam.hpp"
 #include "records/slot.hpp"
 #include "zel_ancillary.h"
 #include "zel_histogram.h"
 #include "zel_io.h"
-#include "zel_lut.h"
-#include "zel_table.h"
 
 namespace {
 
@@ -70,7 +69,7 @@ void initRecord(ZELType& file, Scene scene, int mode)
     file.ReadWriteFlag = mode;
     initHeader(file.ZELHeader, scene);
     file.PreviousLine = -2;
-    file.NavOffset = zel::navOffset(zel::currentVersion, scene.navPoints);
+    file.NavOffset = zel::navOffset(file);
     file.WritePrompt = 1;
     file.HistogramFlag = 1;
     file.RightPixel = scene.pixels - 1;
@@ -85,19 +84,6 @@ bool hasReadableNavigation(const ZELHeaderType& h)
     bool readable = true;
     zel::checkNavigation(h, [&](bool ok, const char*, int) { readable = readable && ok; });
     return readable;
-}
-
-void writeHeader(ZELType& file)
-{
-    zel::RecordWriter writer(file.fptr);
-    zel::Prefix prefix = zel::plainPrefix(file.ZELHeader.SpatialResolution);
-    zel::walkPrefix(writer, prefix);
-    zel::walkVersion(writer, file.ZELHeader);
-    zel::walkHeader(writer, file.ZELHeader);
-    if (file.ZELHeader.NumDisplayLUTs > 0) ZELWriteLUTs(&file);
-    if (file.ZELHeader.TableList.NumTables > 0)
-        ZELWriteTables(file.fptr, &file.ZELHeader.TableList);
-    zel::walkHeaderEnd(writer, file.ZELHeader);
 }
 
 void allocateBuffers(ZELType& file)
@@ -226,9 +212,8 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     }
     ZELdata->fileOffset = 0;
     errno = 0;  // so that it is the write error's, if there is one
-    writeHeader(*ZELdata);
     if (ZELdata->HistogramFlag) ZELCreateChannelHistograms(ZELdata);
-    zel::writeChannels(*ZELdata);
+    zel::writeFile(*ZELdata);
     if (const char* reason = writeError(*ZELdata)) {
         reportWriteError(RawFileName, reason);
         zel::closeStream(*ZELdata);

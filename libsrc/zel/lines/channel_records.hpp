@@ -1,18 +1,16 @@
-// The channel records of a header: all slots, and the buffers of the present ones.
+// The channels of a file whose records have been read, or are to be written.
 #ifndef ZEL_LINES_CHANNEL_RECORDS_HPP
 #define ZEL_LINES_CHANNEL_RECORDS_HPP
 
-#include "records/walk.hpp"
 #include "zel_types.h"
 
 namespace zel {
 
-// Reads every slot's record behind the header, sets HeaderOffset, DataOffset and LineOffset, and
-// allocates what the present channels need.
-void readChannels(RecordReader& reader, ZELType& file);
+// Sets what the records of old versions leave out, and what follows from those that were read.
+void supplyOldChannels(ZELType& file);
 
-// Writes every slot's record, placing the histogram blocks.
-void writeChannels(ZELType& file);
+// Memory for the lines of the present channels of a file that is read.
+void allocateChannels(ZELType& file);
 
 // Sets DataOffset of each slot and LineOffset from the present channels' pixels.
 void placeChannels(ZELType& file);

@@ -97,36 +97,48 @@ void warnOfMissingValues(const ZELType& file, zel::ScalingWatch& scaling)
                       file.CurrentLine, file.ImageFilename);
 }
 
-// The fields of the line at which the stream stands.
-void readScan(ZELType& file, off_t place)
+// Reads a line record into the line's fields and PixBuf.
+class LineReader : public zel::RecordReader {
+public:
+    LineReader(const ZELType& file, off_t place)
+        : RecordReader(file.fptr, zel::layoutVersion(file.ZELHeader.VersionNumber), place,
+                       place + file.LineOffset),
+          place_(place)
+    {
+    }
+    // A channel that was deleted since the open still has its place in the file.
+    void pixels(ZELType& file, int slot)
+    {
+        const ZELChannelType& channel = file.Channels[slot];
+        const int pixels = file.ZELHeader.NPixelPerLine;
+        reach(file, channel.DataOffset);
+        if (read(file.PixBuf[slot], static_cast<std::size_t>(channel.DataByteSize), pixels) != pixels)
+            failReading(file);
+    }
+    // Goes to an offset of the record, if it is not there.
+    void reach(const ZELType& file, int32_t offset)
+    {
+        if (position() == place_ + offset) return;
+        goTo(file, place_ + offset);
+        moveTo(place_ + offset);
+    }
+
+private:
+    off_t place_;
+};
+
+// The record of the line at which the stream is.
+void readRecord(ZELType& file)
 {
-    zel::RecordReader reader(file.fptr, zel::layoutVersion(file.ZELHeader.VersionNumber), place,
-                             place + file.LineOffset);
+    LineReader reader(file, placeOfLine(file, file.CurrentLine));
     resetLine(file);
     file.NadirLat = file.NadirLon = 0.0F;
     try {
-        zel::walkScan(reader, file);
-        zel::walkNavigation(reader, file);
+        zel::walkLine(reader, file);
     } catch (const zel::Damage&) {
         failReading(file);
     }
-}
-
-// The record of the line at which the stream stands, into the line's fields and PixBuf.
-void readRecord(ZELType& file)
-{
-    const off_t place = placeOfLine(file, file.CurrentLine);
-    readScan(file, place);
-    int at = file.NavOffset;
-    for (const auto [slot, channel] : zel::presentChannels(file)) {
-        // A channel that was deleted since the open still has its place in the file.
-        if (at != channel.DataOffset) goTo(file, place + channel.DataOffset);
-        const int pixels = file.ZELHeader.NPixelPerLine;
-        if (ZELRead(file.PixBuf[slot], channel.DataByteSize, pixels, file.fptr) != pixels)
-            failReading(file);
-        at = channel.DataOffset + pixels * channel.DataByteSize;
-    }
-    if (at != file.LineOffset) goTo(file, place + file.LineOffset);
+    reader.reach(file, file.LineOffset);
 }
 
 void decodeChannels(ZELType& file)
@@ -151,29 +163,27 @@ bool readCurrent(ZELType& file, zel::FileState& state, bool scale)
     return true;
 }
 
-bool writeScan(ZELType& file)
-{
-    zel::RecordWriter writer(file.fptr);
-    zel::walkScan(writer, file);
-    if (file.ZELHeader.NumNavPoints <= 0) return writer.isWhole();
-    if (!file.LatBuffer || !file.LonBuffer)
-        fail("ZELWriteLine: no navigation points loaded for line %d\n", file.CurrentLine);
-    zel::walkNavigation(writer, file);
-    return writer.isWhole();
-}
+// Writes a line record; channels that were loaded are encoded, and all are counted.
+class LineWriter : public zel::RecordWriter {
+public:
+    explicit LineWriter(ZELType& file) : RecordWriter(file.fptr), counter_(file) {}
 
-bool writeChannel(ZELType& file, int slot, zel::LineCounter& counter)
-{
-    ZELChannelType& channel = file.Channels[slot];
-    const int pixels = file.ZELHeader.NPixelPerLine;
-    if (channel.LoadChannelFlag) {
-        zel::clampLine(channel, pixels);
-        zel::encodeLine(channel, file.PixBuf[slot], pixels);
+    void pixels(ZELType& file, int slot)
+    {
+        ZELChannelType& channel = file.Channels[slot];
+        const int pixels = file.ZELHeader.NPixelPerLine;
+        if (channel.LoadChannelFlag) {
+            zel::clampLine(channel, pixels);
+            zel::encodeLine(channel, file.PixBuf[slot], pixels);
+        }
+        counter_.count(slot);
+        channel.LoadChannelFlag = 0;
+        write(file.PixBuf[slot], channel.DataByteSize, pixels);
     }
-    counter.count(slot);
-    channel.LoadChannelFlag = 0;
-    return ZELWrite(file.PixBuf[slot], channel.DataByteSize, pixels, file.fptr) == pixels;
-}
+
+private:
+    zel::LineCounter counter_;
+};
 
 // A line further on or back; the end of the file is as far as it goes.
 int moveTo(ZELType& file, long long line, const char* function)
@@ -274,11 +284,11 @@ void ZELWriteLine(ZELType* ZELdata)
         fail("ZELWriteLine: the file is not open for writing\n");
     zel::warnOfWrittenOrder(*ZELdata, "ZELWriteLine");
     zel::forgetDerived(*ZELdata);
-    bool isWhole = writeScan(*ZELdata);
-    zel::LineCounter counter(*ZELdata);
-    for (const auto [slot, channel] : zel::presentChannels(*ZELdata))
-        isWhole = writeChannel(*ZELdata, slot, counter) && isWhole;
-    checkWritten(*ZELdata, isWhole);
+    if (ZELdata->ZELHeader.NumNavPoints > 0 && (!ZELdata->LatBuffer || !ZELdata->LonBuffer))
+        fail("ZELWriteLine: no navigation points loaded for line %d\n", ZELdata->CurrentLine);
+    LineWriter writer(*ZELdata);
+    zel::walkLine(writer, *ZELdata);
+    checkWritten(*ZELdata, writer.isWhole());
     ZELdata->CurrentLine += 1;
     ZELdata->NumLines = ZELdata->CurrentLine;
     resetLine(*ZELdata);

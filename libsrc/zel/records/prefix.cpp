@@ -10,19 +10,24 @@
 namespace zel {
 namespace {
 
-bool readPrefix(RecordReader& reader, Prefix& prefix)
+// Reads what there is of it: a plain file that is cut short in it is refused when it is opened.
+void readPrefix(RecordReader& reader, Directory& directory)
 {
     try {
-        walkMagic(reader, prefix);
-        if (std::strcmp(prefix.magic, ZELString) != 0) return false;
-        walkDirectory(reader, prefix);
-        return true;
-    } catch (const Damage&) {
-        return false;  // a plain file, whose open will say what it lacks
+        if (!hasPrefix(reader)) return;
+        walkMagic(reader, directory.prefix);
+        walkDirectory(reader, directory.prefix);
+    } catch (const Damage& damage) {
+        Prefix known{};
+        copyText(known.version, directory.prefix.version);
+        directory.prefix = known;
+        directory.isDamaged = true;
+        directory.damage = damage;
     }
+    directory.headerOffset = reader.position();
 }
 
-// False when it cannot be told what the file is: the start of a composite would pass for a plain file.
+// False when the kind of file cannot be determined: the start of a composite would pass for a plain file.
 bool readFrom(FILE* stream, Directory& directory)
 {
     try {
@@ -31,54 +36,81 @@ bool readFrom(FILE* stream, Directory& directory)
         return false;
     }
     RecordReader reader(stream, currentVersion, 0, directory.fileSize);
-    if (!readPrefix(reader, directory.prefix)) directory.prefix = Prefix{};
-    directory.isComposite = directory.prefix.numComponents > 1;
+    readPrefix(reader, directory);
+    directory.isComposite = !directory.isDamaged && directory.prefix.numComponents > 1;
     return !std::ferror(stream) && !std::feof(stream);
 }
 
-bool refuse(const char* filename, const char* what, int value, const char* field, int entry = 0)
+[[noreturn]] void refuse(const char* what, int value, const char* field, int entry = 0)
 {
     Prefix prefix{};
-    LayoutSize layout(currentVersion, field);
+    LayoutSize layout(currentVersion, field, entry);
     walkPrefix(layout, prefix);
-    report("OpenReadOnlyFile: corrupt file %s: invalid %s %d at offset %lld\n", filename, what,
-           value, static_cast<long long>(layout.place()) + 4 * entry);
-    return false;
+    Damage damage{};
+    std::snprintf(damage.what, sizeof damage.what, "invalid %s %d", what, value);
+    damage.offset = layout.place();
+    throw damage;
 }
 
 }  // namespace
 
-bool readDirectory(const char* filename, Directory& directory)
+bool hasPrefix(RecordReader& reader)
+{
+    char magic[magicSize + 1] = "";
+    const std::int64_t begin = reader.position();
+    FieldListener* const listener = reader.listener();
+    reader.showTo(nullptr);
+    reader.text("magic", magic, magicSize);
+    reader.showTo(listener);
+    reader.seek(begin);
+    return std::strcmp(magic, ZELString) == 0;
+}
+
+OpenedFile openDirectory(const char* function, const char* filename, Directory& directory)
 {
     CheckByteOrder();
     directory = Directory{};
-    FILE* stream = std::fopen(filename, "rb");
+    OpenedFile stream(std::fopen(filename, "rb"));
     if (!stream) {
-        report("ZELReadCompositeInfo: cannot open file %s\n", filename);
-        return false;
+        report("%s: cannot open file %s\n", function, filename);
+        return nullptr;
     }
-    const bool known = readFrom(stream, directory);
-    if (!known)
-        report("ZELReadCompositeInfo: cannot read file %s: %s\n", filename,
-               std::feof(stream) ? "unexpected end of file" : std::strerror(errno));
-    std::fclose(stream);
-    return known;
+    if (readFrom(stream.get(), directory)) return stream;
+    report("%s: cannot read file %s: %s\n", function, filename,
+           std::feof(stream.get()) ? "unexpected end of file" : std::strerror(errno));
+    return nullptr;
+}
+
+bool readDirectory(const char* filename, Directory& directory)
+{
+    return openDirectory("ZELReadCompositeInfo", filename, directory) != nullptr;
+}
+
+void requireComponents(const Directory& directory, bool usesBase)
+{
+    const Prefix& p = directory.prefix;
+    if (p.numComponents > ZEL_MAX_COMPONENTS)
+        refuse("number of components", p.numComponents, "number of components");
+    if (usesBase && (p.baseIndex < 0 || p.baseIndex >= p.numComponents))
+        refuse("base component index", p.baseIndex, "base component index");
+    for (int i = 0; i < p.numComponents; ++i) {
+        if (p.offsets[i] < 0 || p.offsets[i] >= directory.fileSize)
+            refuse("component offset", p.offsets[i], "component offsets", i);
+        if (p.sizes[i] < 0 || p.sizes[i] > directory.fileSize - p.offsets[i])
+            refuse("component size", p.sizes[i], "component sizes", i);
+    }
 }
 
 bool checkDirectory(const char* filename, const Directory& directory, bool usesBase)
 {
-    const Prefix& p = directory.prefix;
-    if (p.numComponents > ZEL_MAX_COMPONENTS)
-        return refuse(filename, "number of components", p.numComponents, "number of components");
-    if (usesBase && (p.baseIndex < 0 || p.baseIndex >= p.numComponents))
-        return refuse(filename, "base component index", p.baseIndex, "base component index");
-    for (int i = 0; i < p.numComponents; ++i) {
-        if (p.offsets[i] < 0 || p.offsets[i] >= directory.fileSize)
-            return refuse(filename, "component offset", p.offsets[i], "component offsets", i);
-        if (p.sizes[i] < 0 || p.sizes[i] > directory.fileSize - p.offsets[i])
-            return refuse(filename, "component size", p.sizes[i], "component sizes", i);
+    try {
+        requireComponents(directory, usesBase);
+        return true;
+    } catch (const Damage& damage) {
+        report("OpenReadOnlyFile: corrupt file %s: %s at offset %lld\n", filename, damage.what,
+               static_cast<long long>(damage.offset));
+        return false;
     }
-    return true;
 }
 
 Prefix plainPrefix(float spatialResolution)

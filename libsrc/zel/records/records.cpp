@@ -28,21 +28,11 @@ static_assert(directoryPlace() == compositeVersionOffset);
 
 }  // namespace
 
-int channelRecordSize(int version)
+int navOffset(ZELType& file)
 {
-    ZELChannelType channel{};
-    LayoutSize size(version);
-    walkChannel(size, channel);
+    LayoutSize size(layoutVersion(file.ZELHeader.VersionNumber));
+    walkLineStart(size, file);
     return static_cast<int>(size.bytes());
-}
-
-int navOffset(int version, int numNavPoints)
-{
-    static ZELType file{};
-    LayoutSize size(version);
-    walkScan(size, file);
-    return static_cast<int>(size.bytes()) +
-           numNavPoints * static_cast<int>(sizeof *file.LatBuffer + sizeof *file.LonBuffer);
 }
 
 std::int64_t lutRecordSize(int numValues)
@@ -67,9 +57,10 @@ std::int64_t tableRecordSize(int numValues)
 std::int64_t histogramRecordSize(int numBins)
 {
     ZELHistogramType histogram{};
-    LayoutSize head;
-    walkHistogram(head, histogram);
-    return head.bytes() + static_cast<std::int64_t>(sizeof *histogram.Histogram) * numBins;
+    histogram.NumHistogramBins = static_cast<int16_t>(numBins);
+    LayoutSize size;
+    walkHistogram(size, histogram);
+    return size.bytes();
 }
 
 bool beginsWithPrefix(FILE* stream)

@@ -7,13 +7,15 @@
 
 namespace zel {
 
-// The characters that a file begins with, of which there is no terminator in the file.
+// The characters that a file begins with, of which there is no terminator in the file, and the width of
+// the version text after them.
 inline constexpr int magicSize = 3;
+inline constexpr int versionTextSize = 10;
 
 // The start of a file, which doubles as the directory of a composite.
 struct Prefix {
     char magic[magicSize + 1];
-    char version[11];
+    char version[versionTextSize + 1];
     std::int32_t baseIndex;
     std::int32_t numComponents;
     std::int32_t offsets[ZEL_MAX_COMPONENTS];
@@ -24,8 +26,9 @@ struct Prefix {
 template <class Walker>
 constexpr void walkMagic(Walker& w, Prefix& p)
 {
+    w.record(Level::record, "prefix");
     w.text("magic", p.magic, magicSize);
-    w.text("version text", p.version, 10);
+    w.text("version text", p.version, versionTextSize);
 }
 
 template <class Walker>
@@ -51,9 +54,9 @@ constexpr void walkVersion(Walker& w, ZELHeaderType& h)
     w.field("VersionNumber", h.VersionNumber);
 }
 
-// The header from behind the version number to the LUT and table blocks.
+// The header from after the version number to the LUT and table blocks.
 template <class Walker>
-constexpr void walkHeader(Walker& w, ZELHeaderType& h)
+constexpr void walkHeaderStart(Walker& w, ZELHeaderType& h)
 {
     if (w.since(101)) w.field("MaxNumChan", h.MaxNumChan);
     w.field("year", h.year);
@@ -72,7 +75,7 @@ constexpr void walkHeader(Walker& w, ZELHeaderType& h)
     w.field("NumTables", h.TableList.NumTables);
 }
 
-// The header behind the LUT and table blocks.
+// The header after the LUT and table blocks.
 template <class Walker>
 constexpr void walkHeaderEnd(Walker& w, ZELHeaderType& h)
 {
@@ -105,14 +108,7 @@ constexpr void walkChannel(Walker& w, ZELChannelType& c)
     if (w.since(132)) w.field("BaseChannelFlag", c.BaseChannelFlag);
 }
 
-// A LUT record is its head and NumLUTValues entries.
-template <class Walker>
-constexpr void walkLUT(Walker& w, ZELDisplayLUTType& lut)
-{
-    w.field("NumLUTValues", lut.NumLUTValues);
-    w.field("DisplayLUTKeyValue", lut.DisplayLUTKeyValue);
-    w.text("DisplayLUTLabel", lut.DisplayLUTLabel, ZEL_LABEL_SIZE);
-}
+// ---- Blocks: a head, and as many items as it counts ----
 
 template <class Walker>
 constexpr void walkLUTEntry(Walker& w, ZELLUTType& entry)
@@ -123,25 +119,104 @@ constexpr void walkLUTEntry(Walker& w, ZELLUTType& entry)
     w.text("LUTEntryLabel", entry.LUTEntryLabel, ZEL_LABEL_SIZE);
 }
 
-// A table record is its head and NumTableValues floats.
+template <class Walker>
+constexpr void walkLUT(Walker& w, ZELDisplayLUTType& lut)
+{
+    w.field("NumLUTValues", lut.NumLUTValues);
+    w.field("DisplayLUTKeyValue", lut.DisplayLUTKeyValue);
+    w.text("DisplayLUTLabel", lut.DisplayLUTLabel, ZEL_LABEL_SIZE);
+    w.items(lut);
+    for (int i = 0; i < lut.NumLUTValues; ++i) {
+        w.record(Level::entry, "entry", i);
+        walkLUTEntry(w, lut.DisplayLUT[i]);
+    }
+}
+
 template <class Walker>
 constexpr void walkTable(Walker& w, TableType& table)
 {
     w.field("NumTableValues", table.NumTableValues);
     w.field("TableKeyValue", table.TableKeyValue);
     w.text("TableLabel", table.TableLabel, ZEL_LABEL_SIZE);
+    w.items(table);
+    w.array("value", table.Table, table.NumTableValues);
 }
 
-// A histogram record is its head and NumHistogramBins counts.
 template <class Walker>
 constexpr void walkHistogram(Walker& w, ZELHistogramType& histogram)
 {
+    w.record(Level::block, "histogram");
     w.field("NumHistogramBins", histogram.NumHistogramBins);
     w.field("Max", histogram.Max);
     w.field("Min", histogram.Min);
+    w.items(histogram);
+    w.array("histogram counts", histogram.Histogram, histogram.NumHistogramBins);
 }
 
-// A line record up to the pixels of its channels.
+// ---- Whole records ----
+// Their walkers also take blocks and pixels:
+//     walker.luts(file), walker.tables(list), walker.mask(channel), walker.histogram(file, histogram)
+//     walker.pixels(file, slot);
+// and look at what they have before they go on:
+//     walker.counts(file);                          the counts of the header are there
+//     walker.channel(channel);                      the fixed part of a channel record is there
+//     walker.slot(channel);                         all of a channel record is there
+
+template <class Walker>
+constexpr void walkHeader(Walker& w, ZELType& f)
+{
+    ZELHeaderType& h = f.ZELHeader;
+    w.record(Level::record, "header");
+    walkVersion(w, h);
+    walkHeaderStart(w, h);
+    w.counts(f);
+    if (h.NumDisplayLUTs > 0) w.luts(f);
+    if (h.TableList.NumTables > 0) w.tables(h.TableList);
+    w.record(Level::record, "header");
+    walkHeaderEnd(w, h);
+}
+
+// A histogram that the file does not keep has no block.
+template <class Walker>
+constexpr void walkHistogramBlock(Walker& w, ZELType& f, const char* presence,
+                                  ZELHistogramType*& histogram, bool isKept)
+{
+    unsigned char present = histogram && isKept ? 1 : 0;
+    w.field(presence, present);
+    if (present) w.histogram(f, histogram);
+}
+
+template <class Walker>
+constexpr void walkSlot(Walker& w, ZELType& f, int slot)
+{
+    ZELChannelType& c = f.Channels[slot];
+    w.record(Level::record, "channel", slot);
+    walkChannel(w, c);
+    w.channel(c);
+    if (w.since(141)) w.mask(c);
+    if (w.since(211)) {
+        w.record(Level::record, "channel", slot);
+        w.field("channel NumTables", c.TableList.NumTables);
+        if (c.TableList.NumTables != 0) w.tables(c.TableList);
+    }
+    if (w.since(121)) {
+        w.record(Level::record, "channel", slot);
+        walkHistogramBlock(w, f, "histogram presence", c.ChannelHistogram, f.HistogramFlag != 0);
+        w.record(Level::record, "channel", slot);
+        walkHistogramBlock(w, f, "standard histogram presence", c.ChannelStandardHistogram, true);
+    }
+    w.slot(c);
+}
+
+// Everything between the prefix and the first line.
+template <class Walker>
+constexpr void walkFile(Walker& w, ZELType& f)
+{
+    walkHeader(w, f);
+    for (int slot = 0; slot < f.ZELHeader.MaxNumChan; ++slot) walkSlot(w, f, slot);
+}
+
+// A line record up to its navigation points.
 template <class Walker>
 constexpr void walkScan(Walker& w, ZELType& f)
 {
@@ -158,16 +233,25 @@ constexpr void walkScan(Walker& w, ZELType& f)
     }
 }
 
+// A line record up to its pixels.
 template <class Walker>
-constexpr void walkNavigation(Walker& w, ZELType& f)
+constexpr void walkLineStart(Walker& w, ZELType& f)
 {
+    walkScan(w, f);
     w.array("LatBuffer", f.LatBuffer, f.ZELHeader.NumNavPoints);
     w.array("LonBuffer", f.LonBuffer, f.ZELHeader.NumNavPoints);
 }
 
-// Bytes of a channel record's fixed part, and of a line record before its pixels, by version.
-int channelRecordSize(int version);
-int navOffset(int version, int numNavPoints);
+template <class Walker>
+constexpr void walkLine(Walker& w, ZELType& f)
+{
+    walkLineStart(w, f);
+    for (int slot = 0; slot < f.ZELHeader.MaxNumChan; ++slot)
+        if (f.Channels[slot].ChannelPresentFlag) w.pixels(f, slot);
+}
+
+// Bytes of a line record before its pixels.
+int navOffset(ZELType& file);
 
 // Bytes of a LUT record, a table record and a histogram record.
 std::int64_t lutRecordSize(int numValues);
@@ -175,7 +259,7 @@ std::int64_t tableRecordSize(int numValues);
 std::int64_t histogramRecordSize(int numBins);
 
 // Whether a stream begins with a prefix: then nothing else has its place there. False where that cannot
-// be read. The stream stays where it stands.
+// be read. The stream stays where it is.
 bool beginsWithPrefix(FILE* stream);
 
 // Bytes of a stored pixel by storage code; 0 for no storage code.

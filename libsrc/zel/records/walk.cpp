@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "ground/byte_order.hpp"
 #include "ground/zel_door.hpp"
 
 namespace zel {
@@ -18,13 +19,12 @@ Damage unreachable(std::int64_t position)
     return damage;
 }
 
-}  // namespace
-
-void RecordReader::skip(const char* name, std::int64_t size)
+bool isReversed(Numbers numbers)
 {
-    requireBytes(name, size);
-    seek(position_ + size);
+    return numbers == Numbers::bigEndian ? hostByteOrder() == 0 : SwapByteOrdering != 0;
 }
+
+}  // namespace
 
 void RecordReader::seek(std::int64_t position)
 {
@@ -32,7 +32,30 @@ void RecordReader::seek(std::int64_t position)
     position_ = position;
 }
 
-// The latest field of that name; the latest of all where the name is none of a field.
+int RecordReader::read(void* values, std::size_t size, int count)
+{
+    if (count < 1) return 0;
+    const bool reversed = size > 1 && isReversed(numbers_);
+    const std::size_t got =
+        readElements(stream_, values, size, static_cast<std::size_t>(count), reversed);
+    position_ += static_cast<std::int64_t>(size * got);
+    return static_cast<int>(got);
+}
+
+void RecordReader::show(const char* name, Element element, const void* values, std::size_t size,
+                        int count)
+{
+    const std::int64_t bytes = static_cast<std::int64_t>(size) * count;
+    listener_->field(
+        {name, element, count, values, position_ - bytes, bytes, isBigEndian()});
+}
+
+bool RecordReader::isBigEndian() const
+{
+    return isReversed(numbers_) == (hostByteOrder() == 0);
+}
+
+// The latest field of that name, or the field read last when none has that name.
 std::int64_t RecordReader::placeOf(const char* name) const
 {
     const std::size_t kept = std::min(numFields_, recent_.size());

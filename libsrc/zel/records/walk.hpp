@@ -3,6 +3,9 @@
 //     walker.text("DataComment", buffer, 2000);     a text of fixed width, ended by a zero inside it
 //     walker.array("Table", values, count);         numbers or raw bytes in a row
 //     if (walker.since(131)) ...                    fields that came with layout version 1.31
+// and says between them how far it has come:
+//     walker.record(Level::block, "LUT", i);        which record the next fields are of
+//     walker.items(lut);                            a block is about to list what its head counts
 #ifndef ZEL_RECORDS_WALK_HPP
 #define ZEL_RECORDS_WALK_HPP
 
@@ -12,7 +15,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "records/shown_field.hpp"
 #include "zel_io.h"
+#include "zel_types.h"
 
 namespace zel {
 
@@ -26,28 +31,38 @@ constexpr int layoutVersion(float versionNumber)
     return hundredfold > 0.0 && hundredfold < 1.0e6 ? static_cast<int>(hundredfold) : 0;
 }
 
-// Counts bytes, and finds the place of a field by its name.
+// Counts bytes, and finds the place of a field, or of an element of an array, by its name.
 class LayoutSize {
 public:
-    constexpr explicit LayoutSize(int version = currentVersion, const char* wanted = nullptr)
-        : version_(version), wanted_(wanted)
+    constexpr explicit LayoutSize(int version = currentVersion, const char* wanted = nullptr,
+                                  int element = 0)
+        : version_(version), wanted_(wanted), element_(element)
     {
     }
     constexpr bool since(int version) const { return version_ >= version; }
+    constexpr void record(Level, const char*, int = -1) {}
+    template <class Record>
+    constexpr void items(Record&)
+    {
+    }
     template <class T>
     constexpr void field(const char* name, T&)
     {
-        add(name, sizeof(T));
+        add(name, sizeof(T), 1);
     }
     template <std::size_t N>
     constexpr void text(const char* name, char (&)[N], int width)
     {
-        add(name, width);
+        add(name, width, 1);
     }
     template <class T>
     constexpr void array(const char* name, T*, int count)
     {
-        add(name, static_cast<std::int64_t>(sizeof(T)) * count);
+        add(name, sizeof(T), count);
+    }
+    constexpr void pixels(const ZELType& file, int slot)
+    {
+        add("pixels", file.Channels[slot].DataByteSize, file.ZELHeader.NPixelPerLine);
     }
     constexpr std::int64_t bytes() const { return bytes_; }
     constexpr std::int64_t place() const { return place_; }
@@ -59,14 +74,15 @@ private:
             if (*a == '\0') return true;
         return false;
     }
-    constexpr void add(const char* name, std::int64_t size)
+    constexpr void add(const char* name, std::int64_t size, int count)
     {
-        if (wanted_ && same(name, wanted_)) place_ = bytes_;
-        bytes_ += size;
+        if (wanted_ && same(name, wanted_)) place_ = bytes_ + size * element_;
+        bytes_ += size * count;
     }
 
     int version_;
     const char* wanted_;
+    int element_;
     std::int64_t bytes_ = 0;
     std::int64_t place_ = -1;
 };
@@ -77,39 +93,58 @@ struct Damage {
     std::int64_t offset;
 };
 
+// How the numbers of a stream are stored: in the order that SwapByteOrdering says, or big-endian.
+enum class Numbers { ofScene, bigEndian };
+
+// The end of a stream that cannot say where it ends.
+inline constexpr std::int64_t unknownEnd = INT64_MAX;
+
 // Reads fields from a stream that stands at position; end is where the file or component ends. A
-// field that is cut short, and a number that a check refuses, are thrown as Damage.
+// field that is cut short, and a number that a check refuses, are thrown as Damage. A number that is not
+// whole is left as it was.
 class RecordReader {
 public:
-    RecordReader(FILE* stream, int version, std::int64_t position, std::int64_t end)
-        : stream_(stream), version_(version), position_(position), end_(end)
+    static constexpr bool reads = true;
+
+    RecordReader(FILE* stream, int version, std::int64_t position, std::int64_t end,
+                 Numbers numbers = Numbers::ofScene)
+        : stream_(stream), version_(version), numbers_(numbers), position_(position), end_(end)
     {
     }
     bool since(int version) const { return version_ >= version; }
     void setVersion(int version) { version_ = version; }
 
+    // Shows each field that is read from here on.
+    void showTo(FieldListener* listener) { listener_ = listener; }
+    FieldListener* listener() const { return listener_; }
+    void record(Level level, const char* name, int index = -1)
+    {
+        if (listener_) listener_->record(level, name, index);
+    }
+
     template <class T>
     void field(const char* name, T& value)
     {
-        array(name, &value, 1);
+        T stored{};
+        take(name, &stored, 1);
+        value = stored;
+        show(name, &value, 1);
     }
     template <std::size_t N>
     void text(const char* name, char (&buffer)[N], int width)
     {
         static_assert(N > 1);
-        array(name, buffer, width);
+        take(name, buffer, width);
         buffer[static_cast<std::size_t>(width) < N ? static_cast<std::size_t>(width) : N - 1] =
             '\0';
+        show(name, buffer, width);
     }
     template <class T>
     void array(const char* name, T* values, int count)
     {
-        const std::int64_t size = static_cast<std::int64_t>(sizeof(T)) * count;
-        requireBytes(name, size);
-        if (ZELRead(values, sizeof(T), count, stream_) != count) cutShort(name);
-        position_ += size;
+        take(name, values, count);
+        show(name, values, count);
     }
-    void skip(const char* name, std::int64_t size);
     void seek(std::int64_t position);
 
     // Refuses a file that has fewer bytes left than a number in it asks for.
@@ -126,17 +161,41 @@ public:
 
     std::int64_t position() const { return position_; }
     std::int64_t end() const { return end_; }  // of the file or component
+    std::int64_t remaining() const { return end_ - position_; }
     FILE* stream() const { return stream_; }
 
-private:
+    // The stream has been moved there, by another reader for one.
+    void moveTo(std::int64_t position) { position_ = position; }
+
+protected:
+    // Reads without showing, and shows what was read last.
+    template <class T>
+    void take(const char* name, T* values, int count)
+    {
+        requireBytes(name, static_cast<std::int64_t>(sizeof(T)) * count);
+        if (read(values, sizeof(T), count) != count) cutShort(name);
+    }
+    template <class T>
+    void show(const char* name, const T* values, int count)
+    {
+        if (listener_) show(name, elementOf<T>(), values, sizeof(T), count);
+    }
+    // Reads what there is; returns how many elements that were.
+    int read(void* values, std::size_t size, int count);
+    bool isBigEndian() const;
     [[noreturn]] void cutShort(const char* name) const;
+
+private:
+    void show(const char* name, Element element, const void* values, std::size_t size, int count);
     [[noreturn]] void refuse(const char* name, double value) const;
     std::int64_t placeOf(const char* name) const;
 
     FILE* stream_;
     int version_;
+    Numbers numbers_;
     std::int64_t position_;
     std::int64_t end_;
+    FieldListener* listener_ = nullptr;
     struct Place {
         const char* name;
         std::int64_t offset;
@@ -159,19 +218,26 @@ bool rewriteAt(FILE* stream, std::int64_t place, Write write)
     return fseeko(stream, position, SEEK_SET) == 0;
 }
 
-// Writes fields in the current layout. Write errors stay with the stream, but for a stream that does not
-// go where it was sent, which only the count of what was written tells.
+// Writes fields in the current layout. Write errors stay with the stream, except a failed seek, which
+// shows only in the count written.
 class RecordWriter {
 public:
+    static constexpr bool reads = false;
+
     explicit RecordWriter(FILE* stream) : stream_(stream) {}
     bool since(int) const { return true; }
+    void record(Level, const char*, int = -1) {}
+    template <class Record>
+    void items(Record&)
+    {
+    }
 
     template <class T>
     void field(const char*, T& value)
     {
         write(&value, sizeof(T), 1);
     }
-    // What lies behind the terminator is written as zeros.
+    // What comes after the terminator is written as zeros.
     template <std::size_t N>
     void text(const char*, char (&buffer)[N], int width)
     {
@@ -190,14 +256,42 @@ public:
     // Whether the stream took all.
     bool isWhole() const { return isWhole_; }
 
-private:
+protected:
     void write(const void* values, int size, int count)
     {
         if (count > 0 && ZELWrite(values, size, count, stream_) != count) isWhole_ = false;
     }
 
+private:
     FILE* stream_;
     bool isWhole_ = true;
+};
+
+// Hands its fields on to another walker: the base of one that does something besides.
+template <class Walker>
+class PassingOn {
+public:
+    explicit PassingOn(Walker& next) : next_(next) {}
+    bool since(int version) const { return next_.since(version); }
+    void record(Level level, const char* name, int index = -1) { next_.record(level, name, index); }
+    template <class T>
+    void field(const char* name, T& value)
+    {
+        next_.field(name, value);
+    }
+    template <std::size_t N>
+    void text(const char* name, char (&buffer)[N], int width)
+    {
+        next_.text(name, buffer, width);
+    }
+    template <class T>
+    void array(const char* name, T* values, int count)
+    {
+        next_.array(name, values, count);
+    }
+
+protected:
+    Walker& next_;
 };
 
 // A reader at the stream's position, up to the end of the file.

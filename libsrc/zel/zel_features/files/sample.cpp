@@ -8,29 +8,6 @@
 
 namespace {
 
-// Reads until the file ends; what comes after stays as it is.
-class SampleReader {
-public:
-    explicit SampleReader(FILE* stream) : stream_(stream) {}
-    template <class T>
-    void field(const char*, T& value)
-    {
-        if (!isWhole_) return;
-        T stored{};
-        isWhole_ = FileRead(&stored, sizeof stored, 1, stream_) == 1;
-        if (!isWhole_) return;
-        value = stored;
-        isEmpty_ = false;
-    }
-    bool isWhole() const { return isWhole_; }
-    bool isEmpty() const { return isEmpty_; }
-
-private:
-    FILE* stream_;
-    bool isWhole_ = true;
-    bool isEmpty_ = true;  // nothing was read
-};
-
 bool hasFeatures(const ZELFeatureFileStruct& file)
 {
     return file.Features || file.Parameters.Features.num == 0;
@@ -74,6 +51,25 @@ void goToCurrent(ZELFeatureFileStruct& file)
     if (fseeko(file.fptr, place, SEEK_SET) != 0) failReading(file);
 }
 
+// The fields of the current sample up to where the file ends; the others stay as they are. Whether it
+// is whole.
+bool readSample(ZELFeatureFileStruct& file)
+{
+    zel::FeatureReader reader(file.fptr, {0, zel::unknownEnd});
+    std::int32_t classNumber = 0;
+    bool isWhole = true;
+    try {
+        zel::walkSample(reader, classNumber, file.Pixel);
+        for (int i = 0; i < file.Parameters.Features.num; ++i)
+            reader.field("feature", file.Features[i]);
+    } catch (const zel::Damage&) {
+        isWhole = false;
+    }
+    if (reader.position() > 0) file.Pixel.Class = static_cast<float>(classNumber);
+    if (std::ferror(file.fptr)) failReading(file);
+    return isWhole;
+}
+
 void count(ZELFeatureFileStruct& file, int classNumber)
 {
     if (classNumber >= 0 && classNumber < ZEL_FEATURE_NUM_CLASSES)
@@ -113,14 +109,7 @@ int ZELFeatureReadSampleFromFile(ZELFeatureFileStruct* FeatureFile)
                 "file\n");
     requireOpen(*FeatureFile, "ZELFeatureReadSampleFromFile");
     if (!standsAtCurrent(*FeatureFile)) goToCurrent(*FeatureFile);
-    SampleReader reader(FeatureFile->fptr);
-    std::int32_t classNumber = 0;
-    zel::walkSample(reader, classNumber, FeatureFile->Pixel);
-    if (!reader.isEmpty()) FeatureFile->Pixel.Class = static_cast<float>(classNumber);
-    for (int i = 0; i < FeatureFile->Parameters.Features.num; ++i)
-        reader.field("feature", FeatureFile->Features[i]);
-    if (std::ferror(FeatureFile->fptr)) failReading(*FeatureFile);
-    if (!reader.isWhole()) return 0;
+    if (!readSample(*FeatureFile)) return 0;
     FeatureFile->PreviousSample = FeatureFile->CurrentSample++;
     return 1;
 }

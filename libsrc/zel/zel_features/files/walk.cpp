@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string>
 
 #include "ground/memory.hpp"
 #include "ground/text_number.hpp"
@@ -13,34 +14,74 @@ namespace zel {
 
 namespace {
 
-[[noreturn]] void throwStringDamage(const char* name, std::int64_t at, std::int32_t length)
+[[noreturn]] void throwStringDamage(const char* name, std::int64_t at, std::int32_t length,
+                                    int bytesRead)
 {
     StringDamage damage{};
     std::snprintf(damage.what, sizeof damage.what, "invalid length of %s %d", name, length);
     damage.offset = at;
     damage.length = length;
+    damage.bytesRead = bytesRead;
     throw damage;
 }
 
 }  // namespace
 
-FeatureReader::FeatureReader(FILE* stream) : FeatureReader(stream, lengthOf(stream)) {}
+// A stream without places is counted from where it is, and its end is found when it comes.
+Extent extentOf(FILE* stream)
+{
+    const int error = errno;
+    const off_t place = ftello(stream);
+    if (place >= 0) return {place, lengthOf(stream)};
+    errno = error;
+    return {0, unknownEnd};
+}
+
+FeatureReader::FeatureReader(const RecordReader& reader)
+    : RecordReader(reader.stream(), 0, reader.position(), reader.end(), Numbers::bigEndian)
+{
+    showTo(reader.listener());
+}
 
 void FeatureReader::setVersion(const char* text)
 {
     const double hundredfold = leadingNumber(text) * 100.0;
-    version_ = hundredfold > 0.0 && hundredfold < INT_MAX ? static_cast<int>(hundredfold) : 0;
+    const bool isVersion = hundredfold > 0.0 && hundredfold < INT_MAX;
+    RecordReader::setVersion(isVersion ? static_cast<int>(hundredfold) : 0);
+}
+
+// A number that comes with a field of that name; messages name the field.
+std::int32_t FeatureReader::number(const char* what, const char* name)
+{
+    std::int32_t number = 0;
+    take(name, &number, 1);
+    if (listener()) show((std::string(what) + name).c_str(), &number, 1);
+    return number;
+}
+
+std::int32_t FeatureReader::lengthOfString(const char* name)
+{
+    if (remaining() < static_cast<std::int64_t>(sizeof(std::int32_t))) return 0;
+    try {
+        return number("length of ", name);
+    } catch (const Damage&) {
+        if (!endsUnknown()) throw;
+        return 0;
+    }
 }
 
 void FeatureReader::string(const char* name, char*& text)
 {
     const std::int64_t at = position();
-    std::int32_t length = 0;
-    if (remaining() >= static_cast<std::int64_t>(sizeof length)) field(name, length);
-    if (length < 1 || length > remaining()) throwStringDamage(name, at, length);
+    const std::int32_t length = lengthOfString(name);
+    if (length < 1 || length > remaining()) throwStringDamage(name, at, length, 0);
     Owned<char> content(allocate<char>(static_cast<std::size_t>(length) + 1));
     if (!content) failWithError("ReadString: cannot allocate memory\n");
-    array(name, content.get(), length);
+    requireBytes(name, length);
+    const int got = read(content.get(), 1, length);
+    if (got != length && endsUnknown()) throwStringDamage(name, at, length, got);
+    if (got != length) cutShort(name);
+    show(name, content.get(), length);
     release(text);
     text = content.release();
 }
@@ -60,11 +101,10 @@ void FeatureReader::expression(const char* name, ZELStackStruct*& stack)
 
 int FeatureReader::count(const char* name, int, int smallestItem)
 {
-    std::int32_t number = 0;
     const std::int64_t at = position();
-    field(name, number);
-    bound(name, number, smallestItem, at);
-    return number;
+    const std::int32_t items = number("number of ", name);
+    bound(name, items, smallestItem, at);
+    return items;
 }
 
 void FeatureReader::bound(const char* name, int number, int smallestItem, std::int64_t at) const
@@ -72,30 +112,6 @@ void FeatureReader::bound(const char* name, int number, int smallestItem, std::i
     if (number >= 0 && std::int64_t{smallestItem} * number <= remaining()) return;
     Damage damage{};
     std::snprintf(damage.what, sizeof damage.what, "invalid number of %s %d", name, number);
-    damage.offset = at;
-    throw damage;
-}
-
-void FeatureReader::place(int& offset)
-{
-    offset = static_cast<int>(position());
-}
-
-std::int64_t FeatureReader::position() const
-{
-    const off_t position = ftello(stream_);
-    if (position < 0) cutShort("the place in the file", position);
-    return position;
-}
-
-void FeatureReader::cutShort(const char* name, std::int64_t at) const
-{
-    Damage damage{};
-    if (at < 0 || std::ferror(stream_))
-        std::snprintf(damage.what, sizeof damage.what, "cannot read %s: %s", name,
-                      std::strerror(errno));
-    else
-        std::snprintf(damage.what, sizeof damage.what, "cut short in %s", name);
     damage.offset = at;
     throw damage;
 }

@@ -30,61 +30,52 @@ struct StringDamage : Damage {
     int length;
 };
 
-// Reads fields from a stream up to end. A field that is cut short, and a number that the rest of the
-// file cannot bear out, are thrown as Damage before anything is allocated for them. Strings replace
-// those that a record owns already.
-class FeatureReader {
-public:
-    static constexpr bool reads = true;
+// The place of a stream and its end.
+struct Extent {
+    std::int64_t begin, end;
+};
+Extent extentOf(FILE* stream);
 
-    FeatureReader(FILE* stream, std::int64_t end) : stream_(stream), end_(end) {}
-    explicit FeatureReader(FILE* stream);
+// A reader of big-endian numbers, strings and expressions. What the rest of the file cannot bear out is
+// thrown as Damage before anything is allocated for it, where the stream says how much that is: a pipe
+// does not. Strings replace those that a record owns already.
+class FeatureReader : public RecordReader {
+public:
+    FeatureReader(FILE* stream, Extent extent)
+        : RecordReader(stream, 0, extent.begin, extent.end, Numbers::bigEndian)
+    {
+    }
+    // At the place of a stream, up to its end.
+    explicit FeatureReader(FILE* stream) : FeatureReader(stream, extentOf(stream)) {}
+    // At the place of another reader of the same stream.
+    explicit FeatureReader(const RecordReader& reader);
 
     // The version of the header that is read, times 100.
-    bool since(int version) const { return version_ >= version; }
     void setVersion(const char* text);
 
     // How expressions are compiled from here on: with the check or without, and with which names.
     void setCheck(bool check) { check_ = check; }
     void setDefinitions(const CommandListStruct* definitions) { definitions_ = definitions; }
 
-    template <class T>
-    void field(const char* name, T& value)
-    {
-        array(name, &value, 1);
-    }
-    template <class T>
-    void array(const char* name, T* values, int count)
-    {
-        static_assert(sizeof(T) == 1 || sizeof(T) == 4);
-        const std::int64_t at = position();
-        if (static_cast<std::int64_t>(sizeof(T)) * count > end_ - at) cutShort(name, at);
-        if (FileRead(values, sizeof(T), count, stream_) != count) cutShort(name, at);
-    }
     void string(const char* name, char*& text);
     void expression(const char* name, ZELStackStruct*& stack);
     template <class T>
     bool present(const char* name, T*)
     {
-        std::int32_t flag = 0;
-        field(name, flag);
-        return flag != 0;
+        return number("presence of ", name) != 0;
     }
     // The count of the file; the record's own is for the writer, a reader counts as it appends.
     int count(const char* name, int, int smallestItem);
     // Refuses a number of items, found at an offset, that the rest of the file has no room for.
     void bound(const char* name, int number, int smallestItem, std::int64_t at) const;
-    void place(int& offset);
-
-    std::int64_t position() const;
-    std::int64_t remaining() const { return end_ - position(); }
+    void place(int& offset) const { offset = static_cast<int>(position()); }
 
 private:
-    [[noreturn]] void cutShort(const char* name, std::int64_t at) const;
+    std::int32_t number(const char* what, const char* name);
+    std::int32_t lengthOfString(const char* name);
+    // Whether a stream that could not say where it ends has ended.
+    bool endsUnknown() const { return end() == unknownEnd && !std::ferror(stream()); }
 
-    FILE* stream_;
-    std::int64_t end_;
-    int version_ = 0;
     bool check_ = true;
     const CommandListStruct* definitions_ = nullptr;
 };

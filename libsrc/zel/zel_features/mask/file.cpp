@@ -144,15 +144,13 @@ bool isComplete(const ZELFeatureMaskType& mask)
     return true;
 }
 
-ZELFeatureMaskType* readMaskFile(FeatureReader& reader)
+ZELFeatureMaskType* readMaskFile(FeatureReader& reader, std::int32_t classifiers)
 {
-    const std::int64_t start = reader.position();
-    std::int32_t numClassifiers = 0;
-    reader.field("classifiers", numClassifiers);
-    if (numClassifiers == 0) return nullptr;
+    const std::int64_t start = reader.position() - static_cast<std::int64_t>(sizeof classifiers);
+    if (classifiers == 0) return nullptr;
     OwnedMask mask(ZELFeatureAllocateNewMask(0));
     readIdentifier(reader, *mask);
-    reader.bound("classifiers", numClassifiers, smallestClassifier, start);
+    reader.bound("classifiers", classifiers, smallestClassifier, start);
     walkMaskHeader(reader, *mask);
     ZELMaskParameterType& p = mask->MaskParameters;
     CommandStruct& conditions =
@@ -160,7 +158,7 @@ ZELFeatureMaskType* readMaskFile(FeatureReader& reader)
     walkFilters(reader, p, conditions);
     readPrograms(reader, p, conditions.ListHead);
     walkMaskEnd(reader, p, conditions.ListHead);
-    for (int i = 0; i < numClassifiers; ++i) readClassifier(reader, *mask);
+    for (int i = 0; i < classifiers; ++i) readClassifier(reader, *mask);
     return mask.release();
 }
 
@@ -168,7 +166,11 @@ ZELFeatureMaskType* readMaskFile(FeatureReader& reader)
 
 ZELFeatureMaskType* ZELFeatureReadMask(FILE* fptr)
 {
-    return zel::readFeatures(fptr, zel::readMaskFile);
+    return zel::readFeatures(fptr, [](zel::FeatureReader& reader) {
+        std::int32_t classifiers = 0;
+        reader.field("classifiers", classifiers);
+        return zel::readMaskFile(reader, classifiers);
+    });
 }
 
 void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr)

@@ -22,17 +22,14 @@ void write(void* data)
 
 namespace zel {
 
-// Nearly every slot is without a mask, and a zero is one in any byte order.
 ZELFeatureMaskType* readMask(RecordReader& reader)
 {
-    const std::int64_t begin = reader.position();
-    unsigned char count[4] = {};
-    reader.array("classifier mask", count, sizeof count);
-    if (count[0] == 0 && count[1] == 0 && count[2] == 0 && count[3] == 0) return nullptr;
-    reader.seek(begin);
-    FeatureReader features(reader.stream(), reader.end());
-    OwnedMask mask(readMaskFile(features));
-    reader.seek(features.position());
+    reader.record(Level::block, "mask");
+    FeatureReader features(reader);
+    std::int32_t classifiers = 0;
+    features.field("classifier mask", classifiers);
+    OwnedMask mask(readMaskFile(features, classifiers));
+    reader.moveTo(features.position());
     return mask.release();
 }
 

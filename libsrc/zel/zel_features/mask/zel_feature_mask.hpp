@@ -23,8 +23,8 @@ CommandStruct& filterConditions(ZELMaskParameterType& parameters, const char* fa
 // Appends copies of the entries of a list, compiled as they are.
 void copyCommands(CommandStruct& to, const CommandStruct& from);
 
-// Reads a mask; null for the number 0. What is damaged is thrown as Damage.
-ZELFeatureMaskType* readMaskFile(FeatureReader& reader);
+// Reads a mask after its number of classifiers; null for the number 0. What is damaged is thrown as Damage.
+ZELFeatureMaskType* readMaskFile(FeatureReader& reader, std::int32_t classifiers);
 
 // Whether every classifier has features and their ranges, without which none is written.
 bool isComplete(const ZELFeatureMaskType& mask);
