@@ -20,9 +20,10 @@ typedef struct ZELDumpField {
     int component;      /* of a composite, from 0; 0 in a plain file */
     int bigEndian;      /* how its numbers are stored */
     const char* record; /* "prefix", "header", "LUT 0", "channel 12", "line 7" ... */
-    const char* type;   /* "int16", "float32", "text" ...; an array has its length after it: "int32[100]" */
-    const char* name;   /* as docs/format.md has it */
-    const char* value;  /* elements with a blank between them; a text up to its terminator, with
+    const char*
+        type; /* "int16", "float32", "text" ...; an array has its length after it: "int32[100]" */
+    const char* name;  /* as docs/format.md has it */
+    const char* value; /* elements with a blank between them; a text up to its terminator, with
                            backslashes and control characters as \\ and \x1b */
 } ZELDumpField;
 

@@ -69,7 +69,7 @@ TEST_F(EveryAllocation, OfOpeningAFileAndReadingIt)
         while (ZELReadLine(record.get()) > 0) ++lines;
         return lines == record->NumLines && lines > 0;
     };
-    EXPECT_GT(everyFailure(open, [&] { finishReading(); }), 30);
+    EXPECT_GT(everyFailure(open, [&] { finishReading(); }), 28);
 }
 
 // The mask has a table of a thousand class names.

@@ -4,7 +4,10 @@
 
 #include <cstddef>
 #include <cstring>
+#include <string>
+#include <vector>
 
+#include "support/dumped.hpp"
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
 
@@ -239,6 +242,88 @@ TEST(RecordLayout, TheLibraryFindsTheLineFieldsAtTheirPlaces)
     EXPECT_EQ(file->LatBuffer[1], 61.0f);
     EXPECT_EQ(file->LonBuffer[1], -62.0f);
     EXPECT_EQ(file->Channels[1].ChannelData[3], 4.5f);
+}
+
+// The file above as a dump, each row typed by hand.
+TEST(RecordLayout, ADumpShowsEachFieldAtItsPlace)
+{
+    std::string zeros = "0";
+    for (int i = 1; i < 100; ++i) zeros += " 0";
+    const std::vector<std::string> expected = {
+        "0 3 text prefix: magic = ZEL",
+        "3 10 text prefix: version text = 2.3",
+        "13 4 int32 prefix: base component index = 0",
+        "17 4 int32 prefix: number of components = 1",
+        "21 400 int32[100] prefix: component offsets = " + zeros,
+        "421 400 float32[100] prefix: component resolutions = " + zeros,
+        "821 400 int32[100] prefix: component sizes = " + zeros,
+        "1221 4 float32 header: VersionNumber = 2.3",
+        "1225 2 int16 header: MaxNumChan = 2",
+        "1227 2 int16 header: year = 1987",
+        "1229 2 int16 header: julian = 211",
+        "1231 2 int16 header: sat_no = 9",
+        "1233 2 int16 header: NPixelPerLine = 4",
+        "1235 4 int32 header: NumNavPoints = 2",
+        "1239 4 int32 header: StartNavPoint = 1",
+        "1243 4 int32 header: NavPointInterval = 2",
+        "1247 2 int16 header: DataType = 12",
+        "1249 4 float32 header: SatelliteAltitude = 681.5",
+        "1253 4 float32 header: SpatialResolution = 3.25",
+        "1257 2000 text header: DataComment = by hand",
+        "3257 2 int16 header: NumDisplayLUTs = 0",
+        "3259 2 int16 header: NumTables = 0",
+        "3261 2 int16 header: SZChannelIndex = -1",
+        "3263 2 int16 header: VZChannelIndex = 1",
+        "3265 2 int16 header: AZChannelIndex = -1",
+        "3267 4 int32 header: MetaDataType = 1",
+        "3271 4 int32 header: MetaDataSize = 5",
+        "3275 20000 text header: MetaDataText = text!",
+        "23275 4 int32 channel 0: ChannelPresentFlag = 0",
+        "23279 4 float32 channel 0: MaxValue = 0",
+        "23283 4 float32 channel 0: MinValue = 0",
+        "23287 4 int32 channel 0: Type = 0",
+        "23291 4 int32 channel 0: DataByteSize = 0",
+        "23295 4 int32 channel 0: DataBitResolution = 0",
+        "23299 120 text channel 0: ChannelLabel = ",
+        "23419 120 text channel 0: ChannelComment = ",
+        "23539 4 float32 channel 0: ChannelWaveLength = 0",
+        "23543 4 int32 channel 0: Units = 0",
+        "23547 4 int32 channel 0: BaseChannelFlag = 0",
+        "23551 4 int32 channel 0 mask: classifier mask = 0",
+        "23555 2 int16 channel 0: channel NumTables = 0",
+        "23557 1 uint8 channel 0: histogram presence = 0",
+        "23558 1 uint8 channel 0: standard histogram presence = 0",
+        "23559 4 int32 channel 1: ChannelPresentFlag = 1",
+        "23563 4 float32 channel 1: MaxValue = 100.5",
+        "23567 4 float32 channel 1: MinValue = -20.5",
+        "23571 4 int32 channel 1: Type = 4",
+        "23575 4 int32 channel 1: DataByteSize = 4",
+        "23579 4 int32 channel 1: DataBitResolution = 31",
+        "23583 120 text channel 1: ChannelLabel = label",
+        "23703 120 text channel 1: ChannelComment = comment",
+        "23823 4 float32 channel 1: ChannelWaveLength = 10.75",
+        "23827 4 int32 channel 1: Units = 7",
+        "23831 4 int32 channel 1: BaseChannelFlag = 1",
+        "23835 4 int32 channel 1 mask: classifier mask = 0",
+        "23839 2 int16 channel 1: channel NumTables = 0",
+        "23841 1 uint8 channel 1: histogram presence = 0",
+        "23842 1 uint8 channel 1: standard histogram presence = 0",
+        "23843 8 float64 line 0: ScanTime = 13.5",
+        "23851 4 float32 line 0: ScanAltitude = 680.25",
+        "23855 4 int32 line 0: LeftPixel = 1",
+        "23859 4 int32 line 0: RightPixel = 3",
+        "23863 4 int32 line 0: NadirPixel = 2",
+        "23867 4 float32 line 0: NadirLat = 12.5",
+        "23871 4 float32 line 0: NadirLon = -13.5",
+        "23875 8 float32[2] line 0: LatBuffer = 0 61",
+        "23883 8 float32[2] line 0: LonBuffer = 0 -62",
+        "23891 16 float32[4] line 0 channel 1: pixels = 0 1.5 3 4.5",
+    };
+    const zel_test::Dumped dumped = zel_test::dumpOf(fileByHand(), ZEL_DUMP_PIXELS);
+    EXPECT_EQ(dumped.result, 0) << dumped.outcome.out;
+    std::vector<std::string> rows;
+    for (const auto& field : dumped.fields) rows.push_back(zel_test::lineOf(field));
+    EXPECT_EQ(rows, expected);
 }
 
 template <std::size_t N>

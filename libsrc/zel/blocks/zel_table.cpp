@@ -137,7 +137,8 @@ private:
 template <class Walker>
 class TableTrace : public zel::PassingOn<Walker> {
 public:
-    TableTrace(Walker& next, const char* function) : zel::PassingOn<Walker>(next), function_(function)
+    TableTrace(Walker& next, const char* function)
+        : zel::PassingOn<Walker>(next), function_(function)
     {
     }
     void items(TableType& table)

@@ -57,8 +57,8 @@ FileReader::FileReader(ZELType& file, std::int64_t position, std::int64_t end)
 {
 }
 
-// Whether the header that begins here is of a version that the library reads. The reader stays there.
-bool FileReader::findVersion()
+// The version of the header that begins here. The reader stays there.
+float FileReader::findVersion()
 {
     ZELHeaderType header{};
     FieldListener* const to = listener();
@@ -68,18 +68,21 @@ bool FileReader::findVersion()
     showTo(to);
     seek(headerBegin_);
     setVersion(layoutVersion(header.VersionNumber));
-    return isReadableVersion(layoutVersion(header.VersionNumber));
+    return header.VersionNumber;
 }
 
 // A version that makes no sense is read once more in the other byte order, from the very start of the
 // file: files in the other order have no prefix and are no components.
 void FileReader::beginHeader(ZELHeaderType& header)
 {
-    if (!findVersion()) {
+    header.VersionNumber = findVersion();
+    if (!isReadableVersion(layoutVersion(header.VersionNumber))) {
+        const UnsupportedVersion unsupported = {header.VersionNumber, headerBegin_};
         if (!listener()) report("OpenReadOnlyFile: Trying another byte ordering...\n");
         SwapByteOrdering = !SwapByteOrdering;
         seek(0);
-        if (!findVersion()) throw UnsupportedVersion{};
+        header.VersionNumber = findVersion();
+        if (!isReadableVersion(layoutVersion(header.VersionNumber))) throw unsupported;
     }
     if (!since(101)) header.MaxNumChan = since(100) ? 20 : 0;
 }

@@ -12,8 +12,11 @@ constexpr bool isReadableVersion(int version)
     return version > 0 && version <= currentVersion;
 }
 
-// Thrown where a version number is none that the library reads.
-struct UnsupportedVersion {};
+// Thrown where a version number is not supported, in either byte order.
+struct UnsupportedVersion {
+    float number;  // in the order of the host
+    std::int64_t offset;
+};
 
 // The walker of walkFile: takes memory for the blocks, refuses numbers that cannot be, and supplies what old
 // headers leave out. Messages on the way are for opens, and not for those who listen to the fields.
@@ -34,7 +37,7 @@ public:
     void slot(const ZELChannelType& channel);
 
 private:
-    bool findVersion();
+    float findVersion();
     void checkHeaderLength(std::int64_t length);
 
     ZELType& file_;

@@ -1,6 +1,6 @@
 #include "zel_dump.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <memory>
@@ -38,8 +38,10 @@ void appendNumbers(std::string& text, const ShownField& field)
 {
     for (int i = 0; i < field.count; ++i) {
         T value;
-        std::memcpy(&value, static_cast<const char*>(field.values) + sizeof value * static_cast<std::size_t>(i),
-                    sizeof value);
+        std::memcpy(
+            &value,
+            static_cast<const char*>(field.values) + sizeof value * static_cast<std::size_t>(i),
+            sizeof value);
         char digits[32];
         const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
         if (i > 0) text += ' ';
@@ -116,7 +118,7 @@ public:
             type += "[" + std::to_string(field.count) + "]";
         value_.clear();
         appendValue(value_, field);
-        const ZELDumpField shown = {field.offset,   field.size, component_,     field.isBigEndian,
+        const ZELDumpField shown = {field.offset,   field.size,   component_, field.isBigEndian,
                                     record.c_str(), type.c_str(), field.name, value_.c_str()};
         isInSink_ = true;
         const int end = sink_(userData_, &shown);
@@ -256,10 +258,10 @@ private:
         reader.showTo(&dump_);
         try {
             zel::readComponent(reader, *file);
-        } catch (const zel::UnsupportedVersion&) {
-            throwUnsupported(reader.position());
+        } catch (const zel::UnsupportedVersion& version) {
+            throwUnsupported(version);
         }
-        const std::int64_t lines = begin + file->HeaderOffset;
+        const std::int64_t lines = std::min(begin + file->HeaderOffset, end);
         dump_.bytes("bytes before the first line", reader.position(), lines - reader.position());
         if (depth_ >= ZEL_DUMP_LINES) dumpLines(*file, lines, end);
     }
@@ -281,11 +283,12 @@ private:
         dump_.bytes("bytes after the last line", reader.position(), reader.remaining());
     }
 
-    [[noreturn]] static void throwUnsupported(std::int64_t offset)
+    [[noreturn]] static void throwUnsupported(const zel::UnsupportedVersion& version)
     {
         zel::Damage damage{};
-        std::snprintf(damage.what, sizeof damage.what, "unsupported VersionNumber");
-        damage.offset = offset;
+        std::snprintf(damage.what, sizeof damage.what, "unsupported VersionNumber %g",
+                      static_cast<double>(version.number));
+        damage.offset = version.offset;
         throw damage;
     }
 

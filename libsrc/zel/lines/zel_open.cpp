@@ -123,8 +123,7 @@ int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, 
     return open(*ZELdata, [&] {
         const std::int64_t length = zel::lengthOf(ZELdata->fptr);
         const std::int64_t end = static_cast<std::int64_t>(fileOffset) + numBytes;
-        zel::FileReader reader(*ZELdata, fileOffset,
-                               numBytes != 0 && end < length ? end : length);
+        zel::FileReader reader(*ZELdata, fileOffset, numBytes != 0 && end < length ? end : length);
         zel::readComponent(reader, *ZELdata);
     });
 }

@@ -11,10 +11,10 @@
 namespace zel {
 
 struct Directory {
-    Prefix prefix;           // zeros for a file without one
-    bool isComposite;        // more than one component
-    bool isDamaged;          // it has a prefix that is cut short
-    Damage damage;           // where
+    Prefix prefix;              // zeros for a file without one
+    bool isComposite;           // more than one component
+    bool isDamaged;             // it has a prefix that is cut short
+    Damage damage;              // where
     std::int64_t headerOffset;  // where the header of a plain file begins
     std::int64_t fileSize;
 };

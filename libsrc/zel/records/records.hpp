@@ -170,8 +170,8 @@ constexpr void walkHeader(Walker& w, ZELType& f)
     walkVersion(w, h);
     walkHeaderStart(w, h);
     w.counts(f);
-    if (h.NumDisplayLUTs > 0) w.luts(f);
-    if (h.TableList.NumTables > 0) w.tables(h.TableList);
+    if (w.since(111) && h.NumDisplayLUTs > 0) w.luts(f);
+    if (w.since(111) && h.TableList.NumTables > 0) w.tables(h.TableList);
     w.record(Level::record, "header");
     walkHeaderEnd(w, h);
 }

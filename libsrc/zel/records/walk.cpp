@@ -46,8 +46,7 @@ void RecordReader::show(const char* name, Element element, const void* values, s
                         int count)
 {
     const std::int64_t bytes = static_cast<std::int64_t>(size) * count;
-    listener_->field(
-        {name, element, count, values, position_ - bytes, bytes, isBigEndian()});
+    listener_->field({name, element, count, values, position_ - bytes, bytes, isBigEndian()});
 }
 
 bool RecordReader::isBigEndian() const

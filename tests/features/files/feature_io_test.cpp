@@ -1,8 +1,11 @@
 // The encoding of the feature layer's files: numbers and strings.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 
 #include "support/feature_bytes.hpp"
 #include "support/parameters.hpp"
@@ -212,6 +215,106 @@ TEST(FeatureIo, AStringLongerThanTheFileEndsTheProcess)
         EXPECT_EQ(outcome.err, std::string("ReadString error:") + row.message);
         EXPECT_EQ(outcome.out, "");
     }
+}
+
+// ---- Streams without places ----
+
+// The reading end of a pipe that has these bytes and no writer.
+class Pipe {
+public:
+    explicit Pipe(const Bytes& bytes)
+    {
+        int ends[2];
+        if (pipe(ends) != 0) throw std::runtime_error("no pipe");
+        EXPECT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        close(ends[1]);
+        stream_ = fdopen(ends[0], "rb");
+    }
+    ~Pipe() { std::fclose(stream_); }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    operator FILE*() const { return stream_; }
+
+private:
+    FILE* stream_;
+};
+
+TEST(FeatureIo, StringsAreReadFromAPipe)
+{
+    const Pipe pipe({0, 0, 0, 4, 'a', 'b', 'c', 0, 0, 0, 0, 1, 0, 'x'});
+    errno = 0;
+    EXPECT_EQ(readString(pipe), "abc");
+    EXPECT_EQ(readString(pipe), "");
+    EXPECT_EQ(std::fgetc(pipe), 'x');  // and not more of it than they are
+    EXPECT_EQ(errno, 0);
+}
+
+// The length cannot be held against what is to come, so that the bytes that came are counted.
+TEST(FeatureIo, AStringLongerThanThePipeEndsTheProcess)
+{
+    const struct {
+        Bytes bytes;
+        const char* message;
+    } rows[] = {
+        {{0, 0, 0, 4}, "status = 0, Length = 4\n"},
+        {{0, 0, 0, 4, 'a', 'b', 'c'}, "status = 3, Length = 4\n"},
+        {{0x01, 0xFF, 0xFF, 0xFF, 'a', 0}, "status = 2, Length = 33554431\n"},
+        {{0xFF, 0xFF, 0xFF, 0xFE, 'a', 0}, "status = 0, Length = -2\n"},
+        {{0, 0, 0}, "status = 0, Length = 0\n"},
+        {{}, "status = 0, Length = 0\n"},
+    };
+    for (const auto& row : rows) {
+        const Pipe pipe(row.bytes);
+        const Outcome outcome = runFeature([&] { std::free(ReadString(pipe)); });
+        EXPECT_TRUE(outcome.ended) << row.message;
+        EXPECT_EQ(outcome.status, -1);
+        EXPECT_EQ(outcome.err, std::string("ReadString error:") + row.message);
+    }
+}
+
+TEST(FeatureIo, ListsAreReadFromAPipe)
+{
+    FeatureBytes bytes;
+    zel_test::appendList(bytes, {{"low", "Ch1 < 5", {}}, {{}, {}, "class=2"}});
+    bytes.raw("rest");
+    const Pipe pipe(bytes.bytes);
+    CommandStruct list{};
+    const Outcome outcome = runFeature([&] { ZELReadCommand(pipe, &list, nullptr); });
+    EXPECT_FALSE(outcome.ended) << outcome.err;
+    ASSERT_EQ(list.num, 2);
+    EXPECT_STREQ(list.ListHead->Label, "low");
+    EXPECT_STREQ(list.ListHead->next->Action->expression, "class=2");
+    EXPECT_EQ(std::fgetc(pipe), 'r');
+    freeCommandList(&list);
+}
+
+TEST(FeatureIo, AListThatEndsInAPipeIsRefusedWhereItEnds)
+{
+    FeatureBytes bytes;
+    zel_test::appendList(bytes, {{"low", "Ch1 < 5", {}}});
+    bytes.bytes[3] = 3;  // entries
+    const Pipe pipe(bytes.bytes);
+    CommandStruct list{};
+    const Outcome outcome = runFeature([&] { ZELReadCommand(pipe, &list, nullptr); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.err, "corrupt feature file: cut short in label at offset 36\n");
+    freeCommandList(&list);
+}
+
+TEST(FeatureIo, AHeaderIsReadFromAPipe)
+{
+    const zel_test::BuiltHeader header = zel_test::build(zel_test::FeatureHeader{});
+    ASSERT_LT(header.bytes.size(), 65536u);  // what a pipe holds
+    const Pipe pipe(header.bytes);
+    ZELParameterStruct parameters;
+    int end = 0;
+    const Outcome outcome = runFeature([&] { end = ZELFeatureReadHeader(pipe, &parameters); });
+    EXPECT_FALSE(outcome.ended) << outcome.err;
+    EXPECT_EQ(end, static_cast<int>(header.bytes.size()));
+    EXPECT_EQ(parameters.RandomSeed, 82497);
+    ZELFeatureFreeParameters(&parameters);
 }
 
 // The length of 4 bytes fits, the text does not.
