@@ -6,8 +6,7 @@ import shutil
 import unittest
 
 from pages import (BUILD, InDirectory, WithSampleScene, build_program, cached, code_blocks,
-                   man_examples, man_section, mean_by_place, pixels_by_place, read, run,
-                   zel_to_vrt)
+                   man_examples, man_section, mean_by_place, read, run, zel_to_vrt)
 
 PAGE = read("docs/programs.md")
 HISTOGRAM_BYTES = 1034  # of 256 bins
@@ -63,17 +62,6 @@ class Means(WithSampleScene):
         for k, channel in enumerate(layout.channels):
             self.assertEqual(run(mean, path, k).splitlines()[-1],
                              "%s: mean %f" % (channel.label, mean_by_place(path, layout, k)))
-
-    def test_the_program_with_an_expression(self):
-        path = self.one_grid()
-        layout = zel_to_vrt.Layout(str(path))
-        red, near = ([c.low + n * (c.high - c.low) / zel_to_vrt.STEPS[c.code]
-                      for n in pixels_by_place(path, layout, k)]
-                     for k, c in enumerate(layout.channels[:2]))
-        wanted = sum((n - r) / (n + r) for r, n in zip(red, near)) / len(red)
-        printed = run(build_program(self.dir, "index", program("index")), path).splitlines()[-1]
-        self.assertTrue(printed.startswith("mean index "), printed)
-        self.assertAlmostEqual(float(printed.split()[-1]), wanted, places=5)
 
     def test_the_program_that_survives_errors(self):
         survey = build_program(self.dir, "survey", program("survey"))
