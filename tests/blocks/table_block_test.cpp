@@ -281,6 +281,37 @@ TEST_F(TableBlock, ABlockAtTheStartOfAStreamIsUpdated)
     EXPECT_EQ(written(), expected);
 }
 
+// Looking for a prefix fails on such a stream; that is no error of the update.
+TEST_F(TableBlock, ABlockAtTheStartOfAWriteOnlyStreamIsUpdatedWithoutAnError)
+{
+    fillAsOnDisk(list);
+    const zel_test::TempDir dir;
+    const std::string path = dir.path("tables");
+    FILE* writeOnly = fopen(path.c_str(), "wb");
+    ASSERT_NE(writeOnly, nullptr);
+    run([&] { ZELWriteTables(writeOnly, &list); });
+    ZELLoadTableEntryByKey(&list, 300, 0, -2.5f);
+    EXPECT_EQ(run([&] { ZELUpdateTables(writeOnly, &list); }).err, "");
+    EXPECT_FALSE(ferror(writeOnly));
+    fclose(writeOnly);
+    Bytes expected = twoTablesOnDisk();
+    expected[206] = 0x20;
+    expected[207] = 0xC0;
+    EXPECT_EQ(zel_test::readFile(path), expected);
+}
+
+TEST_F(TableBlock, UpdatingKeepsAnEarlierErrorOfTheStream)
+{
+    fillAsOnDisk(list);
+    const zel_test::TempDir dir;
+    FILE* writeOnly = fopen(dir.path("tables").c_str(), "wb");
+    ASSERT_NE(writeOnly, nullptr);
+    EXPECT_EQ(fgetc(writeOnly), EOF);
+    run([&] { ZELUpdateTables(writeOnly, &list); });
+    EXPECT_TRUE(ferror(writeOnly));
+    fclose(writeOnly);
+}
+
 TEST_F(TableBlock, UpdatingWithoutTablesTellsSo)
 {
     EXPECT_EQ(run([&] { ZELUpdateTables(stream, &list); }).out,

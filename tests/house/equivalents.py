@@ -23,6 +23,9 @@ def read_equivalents(text):
             fields = {"file": line.strip()}
             continue
         name, colon, value = line.strip().partition(":")
+        if name not in ("before", "after", "because") and "because" in fields:
+            fields["because"] += " " + line.strip()
+            continue
         if not colon or name not in ("before", "after", "because"):
             raise ValueError("line %d: before, after or because is expected" % number)
         fields[name] = value.strip()

@@ -89,7 +89,7 @@ def survives_tests(worker, env, names, reach, slower):
     for group in groups(names, reach):
         limit = slower * (10 + 10 * sum(reach.tests[name]["time"] for name in group))
         passes = (worker.runner.script_passes(group[0], env, limit) if group[0].endswith(".py")
-                  else worker.runner.suites_pass(group, env, limit))
+                  else worker.runner.suites_pass(group, env, limit, reach.slow(group)))
         if not passes:
             return False
     return True

@@ -1,7 +1,8 @@
 """Which tests run which lines, and how long each takes; kept in the build tree.
 
-A test is a suite of the test program or a script. Each is run once on the library that counts lines,
-again only when a source, or the file that the test stands in, has changed.
+What is run as one is a suite of the test program, without its slow tests, or a script. Each is run once
+on the library that counts lines, and again only when a source, or the file that it stands in, has
+changed.
 """
 
 import glob
@@ -15,14 +16,16 @@ import time
 
 from mutate_trees import Runner, read, write
 
-LONGEST = 60    # seconds; a test that takes longer is ended and not run on mutants
+LONGEST = 60    # seconds; a suite or script that takes longer is ended
+ATTEMPTS = 4    # to find out which tests of a suite are slow
+SLOW = 5        # seconds; a test of a suite that takes longer is not run on mutants
 
 
 class Reach:
     """The tests with their times, and the lines that each runs."""
 
     def __init__(self, tests, counted):
-        self.tests = tests      # name: {"key", "time", "passes"}
+        self.tests = tests      # name: {"key", "time", "passes", "slow": [test ...]}
         self.counted = counted  # from a file to (lines that are code, {name: lines that it runs})
         self.known = {}
 
@@ -42,7 +45,11 @@ class Reach:
         left = sorted(name for name, test in self.tests.items()
                       if not test["passes"] or test["time"] > longest)
         self.tests = {name: test for name, test in self.tests.items() if name not in left}
-        return left
+        return left + sorted(self.slow(self.tests))
+
+    def slow(self, names):
+        """The slow tests of these suites."""
+        return [test for name in names for test in self.tests[name].get("slow", ())]
 
 
 def measure(tree, counting, plain, pool, say):
@@ -97,10 +104,17 @@ def digests_of(tree):
     return sources.hexdigest(), files
 
 
-def run_test(runner, name, env):
+def run_test(runner, name, env, slow=()):
     if name.endswith(".py"):
         return runner.script_passes(name, env, LONGEST)
-    return runner.suites_pass([name], env, LONGEST)
+    return runner.suites_pass([name], env, LONGEST, slow)
+
+
+def slow_tests(log):
+    """The tests that took long, and the one that did not come to its end."""
+    ended = dict(re.findall(r"^\[ +(?:OK|FAILED|SKIPPED) +\] ([^\s,]+).* \((\d+) ms\)$", log, re.MULTILINE))
+    begun = re.findall(r"^\[ RUN +\] (\S+)$", log, re.MULTILINE)
+    return [name for name in begun if int(ended.get(name, 1000 * SLOW + 1)) > 1000 * SLOW]
 
 
 def counts_of(flavour, name):
@@ -114,9 +128,16 @@ def count(worker, name):
     objects = os.path.join(worker.flavour.directory, "objects")
     env = worker.runner.environment(worker.flavour.library(), worker.flavour.tool())
     env.update(GCOV_PREFIX=counts, GCOV_PREFIX_STRIP=str(objects.count("/")))
-    start = time.monotonic()
-    passes = run_test(worker.runner, name, env)
-    return name, {"time": round(time.monotonic() - start, 3), "passes": passes}
+    slow = []
+    for _ in range(ATTEMPTS):
+        start = time.monotonic()
+        passes = run_test(worker.runner, name, env, slow)
+        seconds = time.monotonic() - start
+        found = [] if name.endswith(".py") else slow_tests(worker.runner.log())
+        slow += found
+        if not found or (passes and seconds < SLOW):
+            break
+    return name, {"time": round(seconds, 3), "passes": passes, "slow": slow}
 
 
 def try_plain(worker, name):

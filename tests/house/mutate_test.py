@@ -4,6 +4,8 @@ are the same program."""
 
 import os
 import sys
+import tempfile
+import time
 import unittest
 
 sys.dont_write_bytecode = True
@@ -11,8 +13,8 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import mutate  # noqa: E402
 from equivalents import read_equivalents  # noqa: E402
 from mutants import mutants_of  # noqa: E402
-from mutate_reach import Reach  # noqa: E402
-from mutate_trees import without_output  # noqa: E402
+from mutate_reach import Reach, slow_tests  # noqa: E402
+from mutate_trees import DoesNotCompile, Pool, Runner, compiled, without_output  # noqa: E402
 
 SAMPLE = """\
 #include "sample.hpp"  // 1 + 2
@@ -163,6 +165,12 @@ class Reaches(unittest.TestCase):
         self.assertEqual(self.reach.leave_out(4), ["Broken", "Slow"])
         self.assertEqual(self.reach.of_line("a.cpp", 3, 3), ["Fast"])
 
+    def test_slow_tests_are_those_that_took_long_or_did_not_end(self):
+        self.assertEqual(slow_tests("[ RUN      ] A.b\n[       OK ] A.b (5000 ms)\n"
+                                    "[ RUN      ] A.c\n[  FAILED  ] A.c (5001 ms)\n"
+                                    "[ RUN      ] A/d.e/0\n[  FAILED  ] A/d.e/0, where x (9 ms)\n"
+                                    "[ RUN      ] A.f\nhello\n"), ["A.c", "A.f"])
+
     def test_quick_suites_share_a_process(self):
         names = ["Fast", "Other", "Slow", "tests/tool/a_test.py"]
         self.assertEqual(mutate.groups(names, self.reach),
@@ -185,6 +193,59 @@ class Reports(unittest.TestCase):
             "    after:  if (!name || value <= limit) {"])
 
 
+class Runs(unittest.TestCase):
+    def setUp(self):
+        place = tempfile.TemporaryDirectory()
+        self.addCleanup(place.cleanup)
+        self.runner = Runner(None, place.name)
+        self.work = os.path.join(place.name, "tmp")
+
+    def passes(self, script, limit=60):
+        return self.runner.passes(["sh", "-c", script], dict(os.environ, TMPDIR=self.work), limit)
+
+    def test_a_test_passes_when_it_ends_well_or_is_skipped(self):
+        self.assertEqual([self.passes("exit %d" % n) for n in (0, 77, 1)], [True, True, False])
+        self.assertFalse(self.passes("kill -9 $$"))
+
+    def test_one_that_takes_too_long_is_ended_with_all_that_it_started(self):
+        start = time.monotonic()
+        self.assertFalse(self.passes("sleep 100 & echo $!; wait", limit=1))
+        self.assertLess(time.monotonic() - start, 50)
+        child = int(self.runner.log())
+        for _ in range(500):
+            if not self.runs(child):
+                return
+            time.sleep(0.1)
+        self.fail("the child still runs")
+
+    @staticmethod
+    def runs(process):
+        try:
+            with open("/proc/%d/stat" % process, encoding="utf-8") as stream:
+                return stream.read().split(")")[1].split()[0] != "Z"
+        except OSError:
+            return False
+
+    def test_what_it_leaves_is_removed(self):
+        self.assertTrue(self.passes('echo > "$TMPDIR/file" && test -e file'))
+        self.assertFalse(os.path.exists(self.work))
+
+    def test_a_compiler_that_fails_is_reported(self):
+        with self.assertRaisesRegex(DoesNotCompile, "no such type"):
+            compiled(["sh", "-c", "echo no such type; exit 1"])
+
+
+class Pools(unittest.TestCase):
+    def test_results_are_in_the_order_of_the_items(self):
+        pool = Pool(lambda number: number, 3)
+        self.assertEqual(pool.run(lambda worker, item: item * item, range(20)),
+                         [n * n for n in range(20)])
+
+    def test_an_error_is_handed_on(self):
+        with self.assertRaises(ZeroDivisionError):
+            Pool(lambda number: number, 2).run(lambda worker, item: 1 // item, [1, 0, 1])
+
+
 class Commands(unittest.TestCase):
     def test_what_is_compiled_to_what_is_taken_off(self):
         self.assertEqual(without_output(["c++", "-I/a", "-O0", "-o", "x.o", "-c", "/a/x.cpp"]),
@@ -193,7 +254,7 @@ class Commands(unittest.TestCase):
 
 class EquivalentMutants(unittest.TestCase):
     def test_an_entry_has_four_parts(self):
-        entry, = read_equivalents("# why\n\na.cpp\n  before: a < b;\n  after: a <= b;\n  because: a: b\n")
+        entry, = read_equivalents("# why\n\na.cpp\n  before: a < b;\n  after: a <= b;\n  because: a:\n    b\n")
         self.assertEqual((entry.file, entry.before, entry.after, entry.because),
                          ("a.cpp", "a < b;", "a <= b;", "a: b"))
 

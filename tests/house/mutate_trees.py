@@ -20,7 +20,7 @@ LIBRARY = "libzel.so"
 SANITIZERS = ["-fsanitize=address,undefined,float-cast-overflow", "-fno-sanitize-recover=all",
               "-fno-omit-frame-pointer"]
 SKIPPED = 77                    # how a test script ends of which everything was skipped
-LIMITED = ["sh", "-c", 'ulimit -c 0 -v 8000000; exec "$@"', "sh"]   # a mutant may ask for any amount
+LIMITED = ["sh", "-c", 'ulimit -c 0; ulimit -v 8000000; exec "$@"', "sh"]   # a mutant may ask for any amount
 
 
 class DoesNotCompile(Exception):
@@ -145,11 +145,12 @@ class Runner:
                    ASAN_OPTIONS="detect_leaks=1:verify_asan_link_order=0")
         return env
 
-    def suites_pass(self, suites, env, limit):
+    def suites_pass(self, suites, env, limit, without=()):
         if self.sanitized:      # the test program is not, and the checks want to be there first
             env = dict(env, LD_PRELOAD=sanitizer_library(self.tree))
-        words = [self.tree.tests, "--gtest_brief=1", "--gtest_fail_fast",
-                 "--gtest_filter=" + ":".join(suite + ".*" for suite in suites)]
+        words = [self.tree.tests, "--gtest_fail_fast",
+                 "--gtest_filter=" + ":".join(suite + ".*" for suite in suites)
+                 + ("-" + ":".join(without) if without else "")]
         return self.passes(words, env, limit)
 
     def script_passes(self, script, env, limit):

@@ -197,6 +197,14 @@ TEST(ParameterSettings, AClassHasANameAndAColour)
     EXPECT_EQ(classes.name[4], nullptr);
 }
 
+TEST(ParameterSettings, AQuoteAfterTheLabelOfAClassIsNoLabel)
+{
+    CompleteParameters file("class 7:water:1 2 3 \"deep\"\n");
+    EXPECT_EQ(text(file->ClassInfo.name[7]), "water");
+    EXPECT_EQ(file->ClassInfo.Red[7], 1);
+    EXPECT_EQ(file->ClassInfo.Blue[7], 3);
+}
+
 TEST(ParameterSettings, AClassWithoutColoursIsBlack)
 {
     CompleteParameters file("class 5:\"cloud\"\nclass 6:\"snow\":1\n");
