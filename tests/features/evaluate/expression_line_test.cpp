@@ -3,13 +3,13 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "support/expression.hpp"
+#include "support/line.hpp"
 #include "support/outcome.hpp"
 #include "support/random_expression.hpp"
 #include "zel_features/zel_features.h"
@@ -18,124 +18,26 @@ namespace {
 
 using zel_test::Compiled;
 using zel_test::Definitions;
+using zel_test::difference;
+using zel_test::Line;
 using zel_test::Outcome;
 using zel_test::Random;
-using zel_test::same;
+using zel_test::randomLine;
+using zel_test::Row;
 using zel_test::Texts;
 
-using Row = std::vector<float>;
-
-// Each field of a pixel record and its row in a line.
-const std::pair<float ZELPixelStruct::*, float * ZELLineStruct::*> fields[] = {
-    {&ZELPixelStruct::olsonEco, &ZELLineStruct::olsonEco},
-    {&ZELPixelStruct::igbpEco, &ZELLineStruct::igbpEco},
-    {&ZELPixelStruct::percentWater, &ZELLineStruct::percentWater},
-    {&ZELPixelStruct::terrain, &ZELLineStruct::terrain},
-    {&ZELPixelStruct::sz, &ZELLineStruct::sz},
-    {&ZELPixelStruct::vz, &ZELLineStruct::vz},
-    {&ZELPixelStruct::az, &ZELLineStruct::az},
-    {&ZELPixelStruct::sg, &ZELLineStruct::sg},
-    {&ZELPixelStruct::lat, &ZELLineStruct::lat},
-    {&ZELPixelStruct::lon, &ZELLineStruct::lon},
-    {&ZELPixelStruct::jday, &ZELLineStruct::jday},
-    {&ZELPixelStruct::year, &ZELLineStruct::year},
-    {&ZELPixelStruct::Class, &ZELLineStruct::Class},
-};
-
-// A line with rows of its own, and the pixel record that goes with it.
-struct Line {
-    explicit Line(int pixels, int channels = 5) : numPixels(pixels)
-    {
-        const auto n = static_cast<std::size_t>(pixels);
-        for (int c = 0; c < channels; ++c) channelRows.emplace_back(n, static_cast<float>(c + 1));
-        fieldRows.resize(std::size(fields));
-        values.assign(n, -77.0f);
-        skipFlags.assign(n, -77);
-    }
-
-    void giveRow(std::size_t field, float value = 0.0f)
-    {
-        fieldRows[field].assign(static_cast<std::size_t>(numPixels), value);
-    }
-
-    ZELLineStruct structure()
-    {
-        ZELLineStruct line = {};
-        line.numPixels = numPixels;
-        line.numChannels = static_cast<int>(channelRows.size());
-        channelPointers.clear();
-        for (Row& row : channelRows) channelPointers.push_back(row.empty() ? nullptr : row.data());
-        line.Channels = channelPointers.data();
-        for (std::size_t i = 0; i < fieldRows.size(); ++i)
-            line.*fields[i].second = fieldRows[i].empty() ? nullptr : fieldRows[i].data();
-        return line;
-    }
-
-    void evaluate(const ZELStackStruct& stack)
-    {
-        const ZELLineStruct line = structure();
-        ZELEvaluateLine(&stack, &record, &line, values.data(), skipFlags.data());
-    }
-
-    // What it should do: the record filled, evaluated and written back for each pixel in turn.
-    void evaluateByPixels(const ZELStackStruct& stack)
-    {
-        ZELPixelStruct pixel = record;
-        ZELBindPixel(&pixel);
-        std::vector<float> channels(channelRows.size());
-        pixel.Channels = channels.data();
-        pixel.numChannels = static_cast<int>(channels.size());
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            for (std::size_t f = 0; f < fieldRows.size(); ++f)
-                if (!fieldRows[f].empty()) pixel.*fields[f].first = fieldRows[f][i];
-            for (std::size_t c = 0; c < channels.size(); ++c)
-                channels[c] = channelRows[c].empty() ? 0.0f : channelRows[c][i];
-            values[i] = ZELEvaluateStack(&stack, &pixel);
-            skipFlags[i] = pixel.skipPixelFlag;
-            for (std::size_t f = 0; f < fieldRows.size(); ++f)
-                if (!fieldRows[f].empty()) fieldRows[f][i] = pixel.*fields[f].first;
-            for (std::size_t c = 0; c < channels.size(); ++c)
-                if (!channelRows[c].empty()) channelRows[c][i] = channels[c];
-        }
-        ZELBindPixel(nullptr);
-        std::memcpy(record.Registers, pixel.Registers, sizeof pixel.Registers);
-        record.skipPixelFlag = pixel.skipPixelFlag;
-        for (std::size_t f = 0; f < fieldRows.size(); ++f)
-            if (fieldRows[f].empty()) record.*fields[f].first = pixel.*fields[f].first;
-    }
-
-    int numPixels;
-    std::vector<Row> channelRows;  // an empty one is a channel without a row
-    std::vector<Row> fieldRows;    // an empty one is a field of the record
-    std::vector<float*> channelPointers;
-    Row values;
-    std::vector<int> skipFlags;
-    ZELPixelStruct record = {};
-};
-
-bool sameRow(const Row& a, const Row& b)
+void evaluate(Line& line, const ZELStackStruct& stack)
 {
-    for (std::size_t i = 0; i < a.size(); ++i)
-        if (!same(a[i], b[i])) return false;
-    return a.size() == b.size();
+    const ZELLineStruct structure = line.structure();
+    ZELEvaluateLine(&stack, &line.record, &structure, line.values.data(), line.skipFlags.data());
 }
 
-// Where two lines differ, in a few words; empty when they do not.
-std::string difference(const Line& a, const Line& b)
+void evaluateByPixels(Line& line, const ZELStackStruct& stack)
 {
-    if (!sameRow(a.values, b.values)) return "values";
-    if (a.skipFlags != b.skipFlags) return "skip flags";
-    for (std::size_t c = 0; c < a.channelRows.size(); ++c)
-        if (!sameRow(a.channelRows[c], b.channelRows[c])) return "channel " + std::to_string(c + 1);
-    for (std::size_t f = 0; f < a.fieldRows.size(); ++f) {
-        if (!sameRow(a.fieldRows[f], b.fieldRows[f])) return "row of field " + std::to_string(f);
-        if (!same(a.record.*fields[f].first, b.record.*fields[f].first))
-            return "field " + std::to_string(f);
-    }
-    for (int r = 0; r < ZEL_FEATURE_NUM_REGISTERS; ++r)
-        if (!same(a.record.Registers[r], b.record.Registers[r]))
-            return "register " + std::to_string(r + 1);
-    return a.record.skipPixelFlag == b.record.skipPixelFlag ? "" : "the record's skip flag";
+    line.byPixels([&line, &stack](ZELPixelStruct& pixel, std::size_t i) {
+        line.values[i] = ZELEvaluateStack(&stack, &pixel);
+        line.skipFlags[i] = pixel.skipPixelFlag;
+    });
 }
 
 void expectSame(const std::string& text, const Line& line,
@@ -144,26 +46,9 @@ void expectSame(const std::string& text, const Line& line,
     const Compiled compiled(text, false, definitions);
     ASSERT_EQ(compiled.status, 0) << text;
     Line by_pixels = line, by_rows = line;
-    by_pixels.evaluateByPixels(compiled.stack);
-    by_rows.evaluate(compiled.stack);
+    evaluateByPixels(by_pixels, compiled.stack);
+    evaluate(by_rows, compiled.stack);
     ASSERT_EQ(difference(by_rows, by_pixels), "") << text;
-}
-
-Line randomLine(Random& random, int pixels)
-{
-    Line line(pixels);
-    for (Row& row : line.channelRows) {
-        if (random.oneIn(8)) row.clear();
-        for (float& value : row) value = random.value();
-    }
-    for (std::size_t f = 0; f < line.fieldRows.size(); ++f) {
-        line.record.*fields[f].first = random.value();
-        if (random.oneIn(3)) continue;
-        line.giveRow(f);
-        for (float& value : line.fieldRows[f]) value = random.value();
-    }
-    for (float& value : line.record.Registers) value = random.value();
-    return line;
 }
 
 TEST(ExpressionLine, RandomExpressionsAreThoseOfThePixels)
@@ -277,7 +162,7 @@ TEST(ExpressionLine, ARegisterThatIsReadFirstCarriesOver)
     Line line(1000, 1);
     for (std::size_t i = 0; i < 1000; ++i) line.channelRows[0][i] = static_cast<float>(i);
     const Compiled sum("register1=register1+Ch1");
-    line.evaluate(sum.stack);
+    evaluate(line, sum.stack);
     EXPECT_EQ(line.values[0], 0.0f);
     EXPECT_EQ(line.values[10], 55.0f);
     EXPECT_EQ(line.values[999], 499500.0f);
@@ -289,11 +174,11 @@ TEST(ExpressionLine, ARegisterThatIsAssignedFirstHoldsTheLastPixelAfterwards)
     Line line(1000, 1);
     for (std::size_t i = 0; i < 1000; ++i) line.channelRows[0][i] = static_cast<float>(i);
     const Compiled twice("(register1=Ch1)+register1");
-    line.evaluate(twice.stack);
+    evaluate(line, twice.stack);
     EXPECT_EQ(line.values[999], 1998.0f);
     EXPECT_EQ(line.record.Registers[0], 999.0f);
     const Compiled constant("(register2=4)*(register2+Ch1)");
-    line.evaluate(constant.stack);
+    evaluate(line, constant.stack);
     EXPECT_EQ(line.values[3], 28.0f);
     EXPECT_EQ(line.record.Registers[1], 4.0f);
 }
@@ -303,10 +188,10 @@ TEST(ExpressionLine, AVariableWithoutARowIsTheRecords)
     Line line(700, 1);
     line.record.year = 2000.0f;
     const Compiled read("year+Ch1");
-    line.evaluate(read.stack);
+    evaluate(line, read.stack);
     EXPECT_EQ(line.values[699], 2001.0f);
     const Compiled count("year=year+1");
-    line.evaluate(count.stack);
+    evaluate(line, count.stack);
     EXPECT_EQ(line.values[0], 2001.0f);
     EXPECT_EQ(line.values[699], 2700.0f);
     EXPECT_EQ(line.record.year, 2700.0f);
@@ -320,7 +205,7 @@ TEST(ExpressionLine, AChannelWithoutARowIsZeroAlsoAfterAnAssignment)
         line.channelRows[0].clear();
         const Compiled compiled(text, false);
         ASSERT_EQ(compiled.status, 0) << text;
-        line.evaluate(compiled.stack);
+        evaluate(line, compiled.stack);
         EXPECT_EQ(line.values, Row(3, 16.0f)) << text;  // 14 + 0 + 2
         EXPECT_TRUE(line.channelRows[0].empty());
     }
@@ -332,7 +217,7 @@ TEST(ExpressionLine, FieldsThatHaveARowStayAsTheyAreInTheRecord)
     line.record.Class = 5.0f;
     line.giveRow(12, 8.0f);
     const Compiled compiled("class=class+Ch1");
-    line.evaluate(compiled.stack);
+    evaluate(line, compiled.stack);
     EXPECT_EQ(line.fieldRows[12], Row({9.0f, 9.0f, 9.0f}));
     EXPECT_EQ(line.record.Class, 5.0f);
 }
@@ -345,7 +230,7 @@ TEST(ExpressionLine, AnyRecordWillDoWhateverTheVariablesAreBoundTo)
     Line line(2, 1);
     line.record.sz = 3.0f;
     const Compiled compiled("sz=sz+Ch1");
-    line.evaluate(compiled.stack);
+    evaluate(line, compiled.stack);
     EXPECT_EQ(line.values, Row({4.0f, 5.0f}));
     EXPECT_EQ(elsewhere.sz, 50.0f);
     ZELBindPixel(nullptr);
@@ -367,7 +252,7 @@ TEST(ExpressionLine, TargetsThatAreComputedWork)
     Line line(3, 2);
     line.channelRows[0] = {100.0f, 101.0f, 500.0f};  // channel 1, channel 2, register 1
     const Compiled compiled("(0+Ch1)=9");            // the right side of a target is read
-    line.evaluate(compiled.stack);
+    evaluate(line, compiled.stack);
     EXPECT_EQ(line.channelRows[0], Row({9.0f, 101.0f, 500.0f}));
     EXPECT_EQ(line.channelRows[1], Row({2.0f, 9.0f, 2.0f}));
     EXPECT_EQ(line.record.Registers[0], 9.0f);
@@ -377,13 +262,13 @@ TEST(ExpressionLine, SkipPixelMarksEveryPixel)
 {
     Line line(600, 1);
     const Compiled compiled("(class=3)+(skip_pixel)");
-    line.evaluate(compiled.stack);
+    evaluate(line, compiled.stack);
     EXPECT_EQ(line.values, Row(600, 0.0f));
     EXPECT_EQ(line.skipFlags, std::vector<int>(600, 1));
     EXPECT_EQ(line.record.skipPixelFlag, 1);
     EXPECT_EQ(line.record.Class, 3.0f);
     const Compiled plain("Ch1");
-    line.evaluate(plain.stack);
+    evaluate(line, plain.stack);
     EXPECT_EQ(line.skipFlags, std::vector<int>(600, 0));
     EXPECT_EQ(line.record.skipPixelFlag, 0);
 }
@@ -408,7 +293,7 @@ TEST(ExpressionLine, TheResultMayTakeTheRowOfAnArgument)
             line.channelRows[0][i] = static_cast<float>(i) + 1.0f;
         Line separate = line;
         const Compiled compiled(text);
-        separate.evaluate(compiled.stack);
+        evaluate(separate, compiled.stack);
         const ZELLineStruct structure = line.structure();
         ZELEvaluateLine(&compiled.stack, &line.record, &structure, line.channelRows[0].data(),
                         nullptr);
@@ -451,7 +336,7 @@ TEST(ExpressionLine, FailuresAreThoseOfTheFirstPixel)
         errno = 0;
         const Outcome one = zel_test::run([&] { ZELEvaluateStack(&compiled.stack, &pixel); });
         ZELBindPixel(nullptr);
-        const Outcome all = zel_test::run([&] { line.evaluate(compiled.stack); });
+        const Outcome all = zel_test::run([&] { evaluate(line, compiled.stack); });
         EXPECT_TRUE(one.ended);
         EXPECT_TRUE(all.ended);
         EXPECT_EQ(all.status, -1);
@@ -475,8 +360,8 @@ TEST(ExpressionLine, FailuresOfAListThatNoCompilerMadeAreThoseOfThePixelToo)
         compiled.stack.stackHead->op.int_t = operand;
         Line line(4), pixels(4);
         errno = 0;
-        const Outcome all = zel_test::run([&] { line.evaluate(compiled.stack); });
-        const Outcome one = zel_test::run([&] { pixels.evaluateByPixels(compiled.stack); });
+        const Outcome all = zel_test::run([&] { evaluate(line, compiled.stack); });
+        const Outcome one = zel_test::run([&] { evaluateByPixels(pixels, compiled.stack); });
         ZELBindPixel(nullptr);
         EXPECT_TRUE(all.ended) << type << " " << operand;
         EXPECT_EQ(all.status, -1);
@@ -490,7 +375,7 @@ TEST(ExpressionLine, NoPixelsAreNoWork)
     Line line(0);
     line.record.skipPixelFlag = 5;
     const Compiled wrong("Ch9");
-    line.evaluate(wrong.stack);
+    evaluate(line, wrong.stack);
     EXPECT_EQ(line.record.skipPixelFlag, 5);
 }
 
