@@ -211,7 +211,7 @@ TEST(ReadLine, ClearsPositionsAndAnglesOfTheLineBefore)
     EXPECT_EQ(file->SolarAnglesCalculated, 0);
 }
 
-TEST(ReadLine, BehindTheLastLineReturnsZeroAndDoesNotAdvance)
+TEST(ReadLine, AfterTheLastLineReturnsZeroAndDoesNotAdvance)
 {
     OpenedFile file(build(smallScene()).bytes);
     EXPECT_EQ(ZELReadLine(file.get()), 4);
@@ -314,7 +314,7 @@ TEST(ReadLine, OneLineAfterTheOtherIsReadWithoutASeek)
     OpenedFile file(build(manyLines(60)).bytes);
     seeks = 0;
     ZELReadLine(file.get());
-    EXPECT_EQ(seeks, 1);  // behind the header, whatever has been read since
+    EXPECT_EQ(seeks, 1);  // after the header, whatever has been read since
     while (ZELReadLine(file.get()) != 0) EXPECT_EQ(seeks, 1) << file->CurrentLine;
     EXPECT_EQ(file->CurrentLine, 60);
     ZELSetCurrentLine(file.get(), 7);
@@ -367,7 +367,7 @@ TEST(HeldLine, ALineReadWithoutScalingStaysUnscaled)
     EXPECT_EQ(valuesOf(file, 0), (Values{0, 0, 0, 0}));
 }
 
-TEST(HeldLine, ThatItsValuesAreNotFilledIsToldOnce)
+TEST(HeldLine, ThatItsValuesAreNotFilledIsReportedOnce)
 {
     OpenedFile file(build(smallScene()).bytes);
     ZELReadLineNoScale(file.get());
