@@ -1,12 +1,9 @@
-// Operands: named definitions, variables, channels, registers and constants, tried in this order.
-#include <charconv>
-#include <cmath>
-#include <string_view>
+#include "zel_features/language/operand.hpp"
 
-#include "zel_features/language/build.hpp"
+#include "ground/text_number.hpp"
+#include "zel_features/language/stack.hpp"
 #include "zel_features/language/text.hpp"
 #include "zel_features/language/variables.hpp"
-#include "zel_features/zel_expression.h"
 
 namespace {
 
@@ -51,7 +48,7 @@ int compileDefinition(const CommandListStruct& definition, ZELStackStruct& stack
         setRegister(zel::appendElement(stack), string_view(text).substr(registerPrefix.size()),
                     assigned);
     else
-        addStack(&stack, definition.Condition);
+        zel::appendCopies(stack, *definition.Condition);
     return ZEL_PARSE_OK;
 }
 
@@ -103,15 +100,6 @@ bool isConstant(string_view text)
     return exponents <= 1 && signs <= 2 && points <= 1;
 }
 
-// The number that the text begins with, 0 when it begins with none.
-double decimalValue(string_view text)
-{
-    double value = 0.0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (result.ec != std::errc::result_out_of_range) return value;
-    return text.find('-') == string_view::npos ? HUGE_VAL : 0.0;
-}
-
 }  // namespace
 
 namespace zel {
@@ -127,7 +115,7 @@ int compileOperand(string_view text, ZELStackStruct& stack, bool assigned,
         return ZEL_PARSE_OK;
     if (!isConstant(text)) return ZEL_PARSE_ILLEGAL_OPERAND;
     element.type = CON;
-    element.op.float_t = static_cast<float>(decimalValue(text));
+    element.op.float_t = static_cast<float>(zel::leadingNumber(text));
     return ZEL_PARSE_OK;
 }
 

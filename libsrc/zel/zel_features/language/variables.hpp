@@ -3,7 +3,7 @@
 #ifndef ZEL_FEATURES_LANGUAGE_VARIABLES_HPP
 #define ZEL_FEATURES_LANGUAGE_VARIABLES_HPP
 
-#include "zel_features/zel_expression.h"
+#include "zel_features/zel_feature_types.h"
 
 namespace zel {
 

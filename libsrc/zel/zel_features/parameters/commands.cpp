@@ -7,6 +7,7 @@
 #include <climits>
 #include <memory>
 
+#include "ground/text_number.hpp"
 #include "zel_features/language/text.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
 #include "zel_features/parameters/zel_parameter.hpp"
