@@ -145,6 +145,21 @@ constexpr void walkSample(Walker& w, std::int32_t& classNumber, ZELPixelStruct& 
     w.field("year", p.year);
 }
 
+constexpr int sampleHeadSize()
+{
+    ZELPixelStruct pixel{};
+    std::int32_t classNumber = 0;
+    LayoutSize size;
+    walkSample(size, classNumber, pixel);
+    return static_cast<int>(size.bytes());
+}
+static_assert(sampleHeadSize() == 44);
+
+constexpr int sampleLength(int features)
+{
+    return sampleHeadSize() + static_cast<int>(sizeof(float)) * features;
+}
+
 }  // namespace zel
 
 #endif

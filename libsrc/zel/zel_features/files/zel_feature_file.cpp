@@ -9,7 +9,7 @@
 
 #include "ground/memory.hpp"
 #include "ground/same_file.hpp"
-#include "zel_features/files/sample.hpp"
+#include "zel_features/files/records.hpp"
 #include "zel_features/files/zel_feature_file.hpp"
 #include "zel_features/files/zel_feature_header.hpp"
 #include "zel_features/language/zel_feature_report.hpp"

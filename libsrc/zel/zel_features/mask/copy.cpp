@@ -1,4 +1,5 @@
-// Deep copies of masks.
+#include "zel_features/mask/copy.hpp"
+
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -7,7 +8,7 @@
 #include <utility>
 
 #include "ground/memory.hpp"
-#include "zel_features/files/zel_feature_file.hpp"
+#include "zel_features/files/copy.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
 #include "zel_features/mask/zel_feature_mask.hpp"
 #include "zel_features/parameters/zel_parameter.hpp"

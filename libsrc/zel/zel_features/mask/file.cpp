@@ -1,15 +1,17 @@
+#include "zel_features/mask/file.hpp"
+
 #include <cerrno>
 #include <cstring>
 
 #include "ground/memory.hpp"
 #include "zel_features/files/records.hpp"
 #include "zel_features/files/zel_feature_header.hpp"
-#include "zel_features/files/zel_program_file.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
 #include "zel_features/mask/zel_feature_mask.hpp"
 #include "zel_features/parameters/zel_parameter.hpp"
 #include "zel_features/zel_parameter.h"
 #include "zel_features/zel_program.h"
+#include "zel_features/zel_program_file.h"
 
 namespace {
 
@@ -84,9 +86,9 @@ void readPrograms(zel::FeatureReader& reader, ZELMaskParameterType& p,
                   const CommandListStruct* definitions)
 {
     if (!reader.since(101)) return;
-    p.PreProcessProgramTextHead = zel::readProgramText(reader);
+    zel::walkProgramText(reader, p.PreProcessProgramTextHead, 0);
     p.PreProcessHead = compileProgramText(p.PreProcessProgramTextHead, 0, definitions);
-    p.PostProcessProgramTextHead = zel::readProgramText(reader);
+    zel::walkProgramText(reader, p.PostProcessProgramTextHead, 0);
     p.PostProcessHead = compileProgramText(p.PostProcessProgramTextHead, 1, definitions);
 }
 

@@ -5,6 +5,8 @@
 #include <cstdio>
 
 #include "zel_features/language/zel_feature_report.hpp"
+#include "zel_features/mask/copy.hpp"
+#include "zel_features/mask/file.hpp"
 #include "zel_features/mask/zel_feature_mask.hpp"
 #include "zel_features/parameters/zel_parameter.hpp"
 #include "zel_features/program/zel_program.hpp"

@@ -2,6 +2,7 @@
 #include "ground/zel_door.hpp"
 #include "records/mask_seam.hpp"
 #include "zel_door.h"
+#include "zel_features/mask/file.hpp"
 #include "zel_features/mask/zel_feature_mask.hpp"
 
 namespace {
