@@ -81,7 +81,7 @@ void walkRanges(Walker& w, Info& info, int features)
     w.array("feature minima", info.Min, features);
 }
 
-// A header behind its identifier, up to the feature ranges.
+// A header after its identifier, up to the feature ranges.
 template <class Walker>
 void walkHeader(Walker& w, ZELParameterStruct& p)
 {

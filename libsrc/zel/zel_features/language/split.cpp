@@ -21,7 +21,7 @@ bool endsComparison(string_view text, size_t position)
     return position > 0 && string_view("=!<>").find(text[position - 1]) != string_view::npos;
 }
 
-// The first "=" of "==" is no assignment either, whatever stands before it.
+// The first "=" of "==" is not an assignment either, whatever comes before it.
 bool endsEquality(string_view text, size_t position)
 {
     return position > 0 && text[position - 1] == '=';
@@ -34,9 +34,9 @@ bool isExponentSign(string_view text, size_t position)
            zel::isDigit(text[position - 2]);
 }
 
-// A "-" within two characters of any operator is no subtraction. Behind an operator it is a sign, as
-// in 2*-3; but in a-b-c, with names of one character, the second one goes to the right-hand side,
-// a-(b-c), and a*b-c is a*(b-c). Expressions in use rely on it.
+// A "-" that has an operator among the two characters before it is not a subtraction. Right after the
+// operator it is a sign, as in 2*-3. With one character between them the rest goes to the right-hand
+// side: a-b-c is a-(b-c), and a*b-c is a*(b-c). Files and programs depend on it.
 bool followsOperatorClosely(string_view text, size_t position)
 {
     const size_t start = position >= 2 ? position - 2 : 0;

@@ -18,7 +18,7 @@ namespace {
 constexpr const char* maskIdentifier = "ZEL_MASK";
 constexpr const char* maskVersion = "1.2";
 
-// What a classifier's header takes at least, and the classifier behind it.
+// The fewest bytes of a classifier's header, and of the header with the classifier after it.
 constexpr int smallestHeader = zel::identifierSize + 3 * zel::smallestString +
                                ZEL_FEATURE_NUM_CLASSES * (16 + zel::smallestString) + 11 * 4;
 constexpr int smallestClassifier = smallestHeader + 8;
@@ -43,7 +43,7 @@ void setCheck(zel::FeatureReader& reader, bool check)
 
 void setCheck(zel::FeatureWriter&, bool) {}
 
-// Class lists are no expressions with a value: they are compiled without the check.
+// Class lists have any number of values: they are compiled without the check.
 template <class Walker>
 void walkFilters(Walker& w, ZELMaskParameterType& p, CommandStruct& conditions)
 {
@@ -73,7 +73,7 @@ void walkClassifier(Walker& w, ZELClassifierList& c, int& byteCount)
 
 // ---- Reading ----
 
-// The identifier comes behind the count, but a count means nothing in a file of another kind.
+// The identifier comes after the count, but a count means nothing in a file of another kind.
 void readIdentifier(zel::FeatureReader& reader, ZELFeatureMaskType& mask)
 {
     reader.string("mask identifier", mask.Header.IdentifierString);

@@ -12,7 +12,7 @@ struct FreeMask {
     void operator()(ZELFeatureMaskType* mask) const { ZELFeatureFreeMask(mask); }
 };
 
-// A mask that nobody else owns yet.
+// A mask without an owner yet.
 using OwnedMask = std::unique_ptr<ZELFeatureMaskType, FreeMask>;
 
 // The definitions that a mask's filters and programs may use, made when there are none yet. Ends the
