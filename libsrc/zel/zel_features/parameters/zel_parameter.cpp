@@ -54,7 +54,7 @@ char* currentDateTime()
 {
     char text[ZEL_FEATURE_LINE_SIZE + 1] = "";
     const std::time_t now = std::time(nullptr);
-    // Not localtime, which reads the time zone each time anew and takes memory for it.
+    // Not localtime, which reads the time zone and allocates memory on every call.
     std::tm local{};
     if (localtime_r(&now, &local)) std::strftime(text, sizeof text, "%T  %A %b %d %Y", &local);
     return copyString(text);
