@@ -71,16 +71,6 @@ std::string reason()
     return printable(withoutFunction(best));
 }
 
-std::string openingReason(const std::string& file)
-{
-    std::string text = reason();
-    if (text == "unsupported data type") return "not a ZEL file, or of an unsupported version";
-    text = replaced(text, "corrupt file " + printable(file) + ": ", "corrupt header: ");
-    text = replaced(text, "corrupt header: invalid ", "corrupt header: ");
-    text = replaced(text, "file " + printable(file) + ": ", "");
-    return text.empty() ? "cannot be read" : text;
-}
-
 }  // namespace
 
 // A pipe or a device could block for ever, and has no place to go back to.
@@ -91,6 +81,16 @@ long long requireFile(const std::string& file)
     if (S_ISDIR(status.st_mode)) throw Failure("is a directory");
     if (!S_ISREG(status.st_mode)) throw Failure("is not a regular file");
     return static_cast<long long>(status.st_size);
+}
+
+std::string openingReason(const std::string& file)
+{
+    std::string text = reason();
+    if (text == "unsupported data type") return "not a ZEL file, or of an unsupported version";
+    text = replaced(text, "corrupt file " + printable(file) + ": ", "corrupt header: ");
+    text = replaced(text, "corrupt header: invalid ", "corrupt header: ");
+    text = replaced(text, "file " + printable(file) + ": ", "");
+    return text.empty() ? "cannot be read" : text;
 }
 
 void takeMessages()

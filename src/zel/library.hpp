@@ -15,6 +15,9 @@ void takeMessages();
 // Runs a call of the library. When the library ends the process, throws a Failure with its message.
 void guarded(const std::function<void()>& call);
 
+// Why the library refused a file, from what it has said.
+std::string openingReason(const std::string& file);
+
 // The size of a regular file. Throws Failure for anything else.
 long long requireFile(const std::string& file);
 
