@@ -104,19 +104,22 @@ constexpr bool isApproximated = requires
     approximate(Compute(), 0.0f, 0.0f);
 };
 
+// The arguments are needed until all doubts are settled: where the result takes the place of one, it
+// is kept apart until then.
 template <class Compute, class... RowOf>
 inline void computeApproximately(Compute compute, float* result, int n, RowOf... rows)
 {
-    float settled[zel::rowSize];
+    float apart[zel::rowSize];
+    float* const settled = ((rows == result) || ...) ? apart : result;
     int doubts = 0;
-    for (int i = 0; i < n; ++i) {
+    eachPixel(n, [=, &doubts](int i) {
         settled[i] = zel::arithmetic::settled(approximate(compute, rows[i]...));
         doubts |= settled[i] == settled[i] ? 0 : 1;
-    }
+    });
     if (doubts != 0)
         for (int i = 0; i < n; ++i)
             if (std::isnan(settled[i])) settled[i] = compute(rows[i]...);
-    std::copy_n(settled, n, result);
+    if (settled != result) std::copy_n(settled, n, result);
 }
 
 inline bool isSquare(zel::arithmetic::Power, const Operand* arguments)
