@@ -57,6 +57,18 @@ inline bool startsWithIgnoringCase(std::string_view text, std::string_view prefi
     return sameIgnoringCase(text.substr(0, prefix.size()), prefix);
 }
 
+// A copy that a record can own. Ends the process (-1) when memory fails.
+char* copyString(std::string_view text);
+
+// The same for a text that may be null, which stays null.
+char* copyNullable(const char* text);
+
+// Replaces a text that a record owns.
+void setString(char*& field, std::string_view text);
+
+// The same, null included.
+void setNullable(char*& field, const char* text);
+
 }  // namespace zel
 
 #endif
