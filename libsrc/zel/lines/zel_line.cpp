@@ -112,7 +112,8 @@ public:
         const ZELChannelType& channel = file.Channels[slot];
         const int pixels = file.ZELHeader.NPixelPerLine;
         reach(file, channel.DataOffset);
-        if (read(file.PixBuf[slot], static_cast<std::size_t>(channel.DataByteSize), pixels) != pixels)
+        if (read(file.PixBuf[slot], static_cast<std::size_t>(channel.DataByteSize), pixels) !=
+            pixels)
             failReading(file);
     }
     // Goes to an offset of the record, if it is not there.
