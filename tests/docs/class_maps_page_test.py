@@ -86,8 +86,8 @@ class ClassMaps(WithSampleScene):
         self.make_map()
         for command in code_blocks(PAGE, "sh")[1].splitlines():
             run("sh", "-c", command, cwd=self.demo)
-        self.assertEqual(rgb_picture(self.demo / "class_map.png"),
-                         rgb_picture(ROOT / "docs" / "class_map.png"))
+        drawn = rgb_picture(self.demo / "class_map.png") == rgb_picture(ROOT / "docs/class_map.png")
+        self.assertTrue(drawn)  # assertEqual would list the differences of 172,800 pixels
 
     def test_the_readme_shows_the_command_of_the_page(self):
         self.assertIn(commands(code_blocks(PAGE, "sh")[0])[0], commands(read("README.md")))
