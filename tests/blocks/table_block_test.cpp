@@ -312,6 +312,20 @@ TEST_F(TableBlock, UpdatingKeepsAnEarlierErrorOfTheStream)
     fclose(writeOnly);
 }
 
+TEST_F(TableBlock, UpdatingAPipeEndsTheProcess)
+{
+    fillAsOnDisk(list);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    FILE* into = fdopen(ends[1], "wb");
+    const Outcome outcome = run([&] { ZELUpdateTables(into, &list); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.out, "ZELUpdateTables: write error: Illegal seek\n");
+    fclose(into);
+    close(ends[0]);
+}
+
 TEST_F(TableBlock, UpdatingWithoutTablesIsReported)
 {
     EXPECT_EQ(run([&] { ZELUpdateTables(stream, &list); }).out,

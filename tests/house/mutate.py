@@ -19,7 +19,7 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from equivalents import read_equivalents  # noqa: E402
 from mutants import mutants_of  # noqa: E402
-from mutate_reach import LONGEST, measure  # noqa: E402
+from mutate_reach import LONGEST, measure, passing  # noqa: E402
 from mutate_trees import SANITIZERS, DoesNotCompile, Flavour, Pool, Tree, Worker, read  # noqa: E402
 
 ROOT = os.environ.get("ZEL_SOURCE_DIR") or os.path.dirname(
@@ -102,7 +102,7 @@ def verdict_of(worker, path, mutant, reach, slower=1):
         env = worker.build(path, mutant.applied(source))
     except DoesNotCompile:
         return INVALID
-    if names and not survives_tests(worker, env, names, reach, slower):
+    if not survives_tests(worker, env, names, reach, slower):
         return KILLED
     if worker.same_code(path, mutant.applied(source)):
         return SAME
@@ -146,8 +146,12 @@ class Session:
         left = [mutant for mutant in mutants if verdicts[mutant] == SURVIVES]
         if sanitize and left:
             flavour = self.made("sanitized", ["-O1", "-g1", *SANITIZERS], sanitized=True)
-            verdicts.update(zip(left, self.pool(flavour).run(
-                lambda worker, mutant: verdict_of(worker, path, mutant, self.reach, slower=5), left)))
+            reaching = sorted({name for m in left for name in self.reach.of_line(
+                path, m.line(source), m.last_line(source))})
+            sound = self.reach.only(passing(reaching, self.reach, self.pool(flavour)))
+            again = self.pool(flavour).run(
+                lambda worker, mutant: verdict_of(worker, path, mutant, sound, slower=5), left)
+            verdicts.update({m: KILLED for m, verdict in zip(left, again) if verdict == KILLED})
         return verdicts
 
 

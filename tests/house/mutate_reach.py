@@ -47,6 +47,12 @@ class Reach:
         self.tests = {name: test for name, test in self.tests.items() if name not in left}
         return left + sorted(self.slow(self.tests))
 
+    def only(self, names):
+        """The same for these tests alone."""
+        reach = Reach({name: test for name, test in self.tests.items() if name in names}, self.counted)
+        reach.known = self.known
+        return reach
+
     def slow(self, names):
         """The slow tests of these suites."""
         return [test for name in names for test in self.tests[name].get("slow", ())]
@@ -64,11 +70,20 @@ def measure(tree, counting, plain, pool, say):
         say("finding out what %d of %d tests reach" % (len(unknown), len(keys)))
     for name, test in pool(counting).run(count, unknown):
         tests[name] = dict(test, key=keys[name])
+    reach = Reach(tests, lambda path: counted_lines(tree, counting, plain.users_of(path), path, tests))
     again = [name for name in unknown if not tests[name]["passes"] and tests[name]["time"] < LONGEST]
-    for name, passes in pool(plain).run(try_plain, again):  # counting may be what it does not bear
-        tests[name]["passes"] = passes
+    for name in passing(again, reach, pool(plain)):     # counting may be what it does not bear
+        tests[name]["passes"] = True
     write(kept, json.dumps(tests))
-    return Reach(tests, lambda path: counted_lines(tree, counting, plain.users_of(path), path, tests))
+    return reach
+
+
+def passing(names, reach, workers):
+    """Those that pass on the sources as they are."""
+    def passes(worker, name):
+        env = worker.runner.environment(worker.flavour.library(), worker.flavour.tool())
+        return run_test(worker.runner, name, env, reach.slow([name]))
+    return {name for name, good in zip(names, workers.run(passes, names)) if good}
 
 
 def suites_of(tree, flavour):
@@ -138,11 +153,6 @@ def count(worker, name):
         if not found or (passes and seconds < SLOW):
             break
     return name, {"time": round(seconds, 3), "passes": passes, "slow": slow}
-
-
-def try_plain(worker, name):
-    flavour = worker.flavour
-    return name, run_test(worker.runner, name, worker.runner.environment(flavour.library(), flavour.tool()))
 
 
 def counted_lines(tree, flavour, users, path, tests):
