@@ -264,7 +264,7 @@ TEST(AncillarySearch, ADirectoryTooLongForThePathIsPassedOver)
     });
 }
 
-TEST(AncillarySearch, AShortFileCountsAsReadAndIsZeroBehindItsEnd)
+TEST(AncillarySearch, AShortFileCountsAsReadAndIsZeroAfterItsEnd)
 {
     inFreshProcess([] {
         DataDirectory data;

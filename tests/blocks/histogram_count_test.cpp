@@ -225,7 +225,7 @@ TEST(HistogramCount, AWrittenLineThatWasNotLoadedCountsAgain)
     EXPECT_EQ(writer.slot(0).ChannelHistogram->NumPixels, 6.0f);
 }
 
-TEST(HistogramCount, SlotsBehindTheFilesLastAreLeftAlone)
+TEST(HistogramCount, SlotsAfterTheFilesLastAreLeftAlone)
 {
     Writer writer(4, 0, 3);
     writer.add(2, 4, 0, 0);

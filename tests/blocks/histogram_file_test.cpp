@@ -107,7 +107,7 @@ TEST(HistogramRead, RestoresRangeCountsAndIncrement)
     EXPECT_EQ(h->Histogram[3], 4);
 }
 
-TEST(HistogramRead, StopsRightBehindTheRecord)
+TEST(HistogramRead, StopsRightAfterTheRecord)
 {
     Scratch file;
     file.reading(14.0f, 2.0f, {1, 0, 3, 4});

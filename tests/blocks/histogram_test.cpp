@@ -257,7 +257,7 @@ TEST_F(HistogramBins, ApplyToHistogramsCreatedAfterwards)
     ZELFreeChannelHistograms(writer.get());
 }
 
-TEST(HistogramOfChannel, IsCreatedForPresentChannelsThatLackOne)
+TEST(HistogramOfChannel, IsCreatedForPresentChannelsWithoutOne)
 {
     Writer writer(4, 0, 3);
     writer.add(0, 3, 0, 0);
@@ -278,7 +278,7 @@ TEST(HistogramOfChannel, IsCreatedForPresentChannelsThatLackOne)
     ZELFreeChannelHistograms(writer.get());
 }
 
-TEST(HistogramOfChannel, FreeingLeavesNoneBehind)
+TEST(HistogramOfChannel, FreeingLeavesNone)
 {
     Writer writer(4, 0, 1);
     writer.add(0, 3, 0, 0);

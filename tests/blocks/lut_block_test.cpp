@@ -142,7 +142,7 @@ TEST_F(LutBlock, ReadingTheSameKeyTwiceKeepsBoth)
               300);
 }
 
-TEST_F(LutBlock, ReadingWithCountZeroTellsSo)
+TEST_F(LutBlock, ReadingWithCountZeroIsReported)
 {
     EXPECT_EQ(read(0).out, "ZELReadLUTs:No LUT's defined.\n");
     EXPECT_EQ(bytesRead, 0);
@@ -205,7 +205,7 @@ TEST_F(LutBlock, WritingPutsTheRecordsBackToBack)
         fillAsOnDisk();
         const Outcome outcome = run([&] { ZELWriteLUTs(record.get()); });
         EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(written(), twoLutsOnDisk()) << "and zeros behind the labels";
+        EXPECT_EQ(written(), twoLutsOnDisk()) << "and zeros after the labels";
     });
 }
 
@@ -237,7 +237,7 @@ TEST_F(LutBlock, OnlyTheFirstWriteOfAProcessWrites)
     });
 }
 
-TEST_F(LutBlock, WritingWithoutLutsTellsSoAndLeavesTheFirstWriteToOthers)
+TEST_F(LutBlock, WritingWithoutLutsIsReportedAndLeavesTheFirstWriteToOthers)
 {
     zel_test::inFreshProcess([&] {
         record->ReadWriteFlag = 2;
@@ -273,7 +273,7 @@ TEST_F(LutBlock, NumbersAreSwappedOnWriting)
 }
 
 // The second file's header still counts its LUTs.
-TEST(LutFiles, TheSecondFileOfAProcessLacksItsLutBlock)
+TEST(LutFiles, TheSecondFileOfAProcessHasNoLutBlock)
 {
     zel_test::inFreshProcess([] {
         zel_test::TempDir dir;
@@ -353,7 +353,7 @@ TEST_F(LutBlock, UpdatingAReadOnlyFileIsRefused)
     EXPECT_EQ(written(), Bytes{});
 }
 
-TEST_F(LutBlock, UpdatingWithoutLutsTellsSo)
+TEST_F(LutBlock, UpdatingWithoutLutsIsReported)
 {
     record->ReadWriteFlag = 2;
     EXPECT_EQ(run([&] { ZELUpdateLUTs(record.get()); }).out, "ZELUpdateLUTs:No LUT's defined.\n");

@@ -325,7 +325,7 @@ TEST_F(LutList, FetchingFindsByKeyAndByLabelWithoutRegardToCase)
               "");
 }
 
-TEST_F(LutList, FetchingFromAnEmptyListTellsSo)
+TEST_F(LutList, FetchingFromAnEmptyListIsReported)
 {
     EXPECT_EQ(said([&] { EXPECT_EQ(ZELFetchLUTByKey(record.get(), 3), nullptr); }),
               "ZELFetchLUTByKey:No LUT's defined.\n");
@@ -337,7 +337,7 @@ TEST_F(LutList, FetchingFromAnEmptyListTellsSo)
               "ZELFetchLUTLabelByKey:No LUT's defined.\n");
 }
 
-TEST_F(LutList, FetchingWhatIsNotThereTellsSo)
+TEST_F(LutList, FetchingWhatIsNotThereIsReported)
 {
     addThree();
     EXPECT_EQ(said([&] { EXPECT_EQ(ZELFetchLUTByKey(record.get(), 4), nullptr); }),

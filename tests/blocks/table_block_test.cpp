@@ -135,7 +135,7 @@ TEST_F(TableBlock, TheTotalIsSummedOverTheTables)
     EXPECT_EQ(ftell(stream), 212 + 204);
 }
 
-TEST_F(TableBlock, ReadingWithCountZeroTellsSo)
+TEST_F(TableBlock, ReadingWithCountZeroIsReported)
 {
     EXPECT_EQ(read(0).out, "ZELReadTables:No Tables defined.\n");
     EXPECT_EQ(total, 0);
@@ -221,7 +221,7 @@ TEST_F(TableBlock, WritingASecondTimeWritesAgain)
     EXPECT_EQ(written().size(), 832u);
 }
 
-TEST_F(TableBlock, WritingWithoutTablesTellsSo)
+TEST_F(TableBlock, WritingWithoutTablesIsReported)
 {
     EXPECT_EQ(run([&] { ZELWriteTables(stream, &list); }).out,
               "ZELWriteTables:No Tables defined.\n");
@@ -312,7 +312,7 @@ TEST_F(TableBlock, UpdatingKeepsAnEarlierErrorOfTheStream)
     fclose(writeOnly);
 }
 
-TEST_F(TableBlock, UpdatingWithoutTablesTellsSo)
+TEST_F(TableBlock, UpdatingWithoutTablesIsReported)
 {
     EXPECT_EQ(run([&] { ZELUpdateTables(stream, &list); }).out,
               "ZELUpdateTables:No Tables defined.\n");
@@ -402,7 +402,7 @@ TEST_F(TableCopy, AppendingToAnEmptyListCopies)
     EXPECT_EQ(keys(to()), (Keys{1, 7}));
 }
 
-TEST_F(TableCopy, AppendingAnEmptyListTellsSo)
+TEST_F(TableCopy, AppendingAnEmptyListIsReported)
 {
     ZELAddTable(&to(), 3, 1, "mine");
     EXPECT_EQ(run([&] { ZELAppendTableList(&to(), &from()); }).out,

@@ -239,7 +239,7 @@ TEST_F(Tables, FetchingFindsByKeyAndByLabelWithoutRegardToCase)
               "");
 }
 
-TEST_F(Tables, FetchingFromAnEmptyListTellsSo)
+TEST_F(Tables, FetchingFromAnEmptyListIsReported)
 {
     EXPECT_EQ(said([&] { EXPECT_EQ(ZELFetchTableByKey(&list, 3), nullptr); }),
               "ZELFetchTableByKey:No Tables defined.\n");
@@ -251,7 +251,7 @@ TEST_F(Tables, FetchingFromAnEmptyListTellsSo)
               "ZELFetchTableLabelByKey:No Tables defined.\n");
 }
 
-TEST_F(Tables, FetchingWhatIsNotThereTellsSo)
+TEST_F(Tables, FetchingWhatIsNotThereIsReported)
 {
     addThree();
     EXPECT_EQ(said([&] { EXPECT_EQ(ZELFetchTableByKey(&list, 4), nullptr); }),
@@ -278,7 +278,7 @@ TEST_F(Tables, ACopyIsDeepAndDetached)
     ZELDeAllocateTable(copy);
 }
 
-// The head is left as it was, so only the count tells that the list is empty.
+// The head is left as it was, so only the count shows that the list is empty.
 TEST_F(Tables, AfterFreeingTheCountIsZeroAndTheHeadIsStale)
 {
     addThree();

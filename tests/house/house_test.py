@@ -28,7 +28,7 @@ FLOORS = {
     CORE + "life": 4, CORE + "composite": 5,
 }
 FEATURE_FLOORS = {
-    FEATURES + "language": 0, FEATURES + "evaluate": 1, FEATURES + "program": 2,
+    FEATURES + "language": 0, FEATURES + "evaluate": 1, FEATURES + "program": 1,
     FEATURES + "parameters": 2, FEATURES + "files": 3, FEATURES + "mask": 4,
 }
 
@@ -188,6 +188,8 @@ def check_floors(path, text, exists):
 DEFINITION = re.compile(r"^(?:template[^\n]*\n)?[A-Za-z_][\w:<>,*& \[\]]*?[\s*&](\w+)\(([^;{}]*)\)"
                         r"(?: const)?(?: noexcept)?\n\{", re.MULTILINE)
 DECLARATION = re.compile(r"^[A-Za-z_\[][\w:<>,*& \[\]()]*?[\s*&](\w+)\(([^;{}]*)\);", re.MULTILINE)
+MEMBER = re.compile(r"^[ ]+[\w:<>,*&\[\] ]+?[\s*&](\w+)\([^;{}()]*\)(?: const)?(?: noexcept)?\s*\{",
+                    re.MULTILINE)
 CALL = re.compile(r"(?<![\w.>:])(?:zel::)?(\w+)\(")
 
 
@@ -216,10 +218,11 @@ def check_calls(texts):
         if path.endswith(".h"):
             continue
         code = blanked(text, literals=True)
+        members = {m.group(1) for m in MEMBER.finditer(code)}
         for match in CALL.finditer(code):
             name = match.group(1)
             places = homes.get(name, ())
-            if name in seams | own or len(places) != 1 or path in places:
+            if name in seams | own | members or len(places) != 1 or path in places:
                 continue
             reason = call_refusal(path, next(iter(places)), exists)
             if reason:
@@ -410,6 +413,7 @@ class Calls(unittest.TestCase):
 
     def test_calls_downward_members_and_local_names_are_left_alone(self):
         self.assertEqual(self.messages("void f()\n{\n    a.up(3);\n    own();\n}\n"), [])
+        self.assertEqual(self.messages("struct A {\n    bool up(int a) const { return up(a); }\n};\n"), [])
         self.assertEqual(self.messages("", **{"libsrc/zel/composite/b.cpp": "void g()\n{\n    f();\n}\n"}), [])
 
 

@@ -60,7 +60,7 @@ TEST_F(Labels, OfAbsentSlotsAreFoundToo)
     EXPECT_EQ(ZELFindChannelIndexBySubstringOfLabel(writer.get(), "sent"), 4);
 }
 
-TEST_F(Labels, BehindTheSlotsOfTheFileAreNotFound)
+TEST_F(Labels, AfterTheSlotsOfTheFileAreNotFound)
 {
     writer->ZELHeader.MaxNumChan = 4;
     EXPECT_EQ(ZELFindChannelIndexByLabel(writer.get(), "absent"), -1);

@@ -105,7 +105,7 @@ TEST(AddChannel, TextsLongerThanTheirFieldsAreCut)
     EXPECT_EQ(std::string(writer.slot(0).ChannelComment), std::string(119, 't'));
 }
 
-TEST(AddChannel, DeclaringASlotAnewReplacesItsTable)
+TEST(AddChannel, DeclaringASlotAgainReplacesItsTable)
 {
     Writer writer;
     writer.add(0, 2, 10, 0);
@@ -374,7 +374,7 @@ TEST(DeleteChannel, IsWarnedOfWhileTheFileIsWritten)
     EXPECT_EQ(zel_test::run([&] { ZELDeleteChannel(writer.get(), 0); }).err, "");
 }
 
-TEST(DeleteChannel, ADeletedSlotCanBeDeclaredAnew)
+TEST(DeleteChannel, ADeletedSlotCanBeDeclaredAgain)
 {
     Writer writer(2, 0, 1);
     writer.add(0, 2, 10, 0);

@@ -236,7 +236,7 @@ TEST(CopyFileHeaders, BuildsNoScalingTable)
     EXPECT_EQ(copy->Channels[0].ChannelLUT, nullptr);
 }
 
-TEST(CopyFileHeaders, SlotsBehindTheSourcesLastAreEmpty)
+TEST(CopyFileHeaders, SlotsAfterTheSourcesLastAreEmpty)
 {
     OpenedFile source(build(fullScene()).bytes);
     Copy copy(source);

@@ -76,7 +76,7 @@ TEST(ChannelMessages, ASlotThatNoRecordHas)
     }
 }
 
-TEST(ChannelMessages, AddingBehindTheHeader)
+TEST(ChannelMessages, AddingAfterTheHeader)
 {
     Writer writer;
     writer.add(0, 3, 1, 0);
@@ -163,7 +163,7 @@ protected:
     OpenedFile file;
 };
 
-TEST_F(ShrinkingFile, TheEndOfAFileBeforeItsTimeIsToldAndIsTheEnd)
+TEST_F(ShrinkingFile, AnEarlyEndOfAFileIsReportedAndIsTheEnd)
 {
     int pixels = -9;
     const Outcome outcome = readSecondLine(60, pixels);
@@ -194,8 +194,8 @@ TEST_F(ShrinkingFile, ALineThatWasCutShortIsNotHeld)
     EXPECT_EQ(file->CurrentLine, 1);
     EXPECT_EQ(readSecondLine(118, pixels).out, torn.out);
     zel_test::writeFile(file.path(), built.bytes);
-    const Outcome mended = readSecondLine(120, pixels);
-    EXPECT_FALSE(mended.ended) << mended.out;
+    const Outcome complete = readSecondLine(120, pixels);
+    EXPECT_FALSE(complete.ended) << complete.out;
     EXPECT_EQ(pixels, 4);
     EXPECT_EQ(file->Channels[2].ChannelData[3], 4.0F);
     EXPECT_EQ(file->PreviousLine, 1);
@@ -230,11 +230,11 @@ TEST(LineMessages, AnOpenOfTheOtherByteOrderTakesThatOfThisMachineAway)
     const OpenedFile swapped(build(bigEndianScene()).bytes);
     ASSERT_EQ(swapped.result, 0) << swapped.outcome.out;
     EXPECT_EQ(run([&] { ZELReadLine(native.get()); }).err, lostOrder(native.path()));
-    EXPECT_EQ(run([&] { ZELReadLine(native.get()); }).err, "") << "told once";
+    EXPECT_EQ(run([&] { ZELReadLine(native.get()); }).err, "") << "reported once";
     CheckByteOrder();
 }
 
-// The order in force behind the open of a view is that of its last component.
+// The order in force after the open of a view is that of its last component.
 TEST(LineMessages, AnotherOpenTakesTheByteOrderOfAComponentAway)
 {
     const zel_test::TempDir dir;
@@ -249,7 +249,7 @@ TEST(LineMessages, AnotherOpenTakesTheByteOrderOfAComponentAway)
     const OpenedFile other(build(smallScene()).bytes);
     EXPECT_EQ(run([&] { ZELReadLine(view.get()); }).err, lostOrder(swapped));
     EXPECT_EQ(view->CurrentLine, 1);
-    EXPECT_EQ(run([&] { ZELReadLine(view.get()); }).err, "") << "told once";
+    EXPECT_EQ(run([&] { ZELReadLine(view.get()); }).err, "") << "reported once";
     run([&] { ZELFinishReadingFile(view.get()); });
     CheckByteOrder();
 }
@@ -291,7 +291,7 @@ protected:
     Writer writer;
 };
 
-TEST_F(WrittenOrder, ThatAnotherOpenTakesAwayIsToldOnce)
+TEST_F(WrittenOrder, ThatAnotherOpenTakesAwayIsReportedOnce)
 {
     EXPECT_EQ(write(), "");
     takeAway();
@@ -441,7 +441,7 @@ TEST(HistogramMessages, ANumberOfBinsThatCannotBe)
                              std::to_string(bins) + "\n"));
 }
 
-TEST(HistogramMessages, OneMadeBehindTheHeaderIsNotKept)
+TEST(HistogramMessages, OneMadeAfterTheHeaderIsNotKept)
 {
     Writer writer;
     writer.add(0, 3, 1, 0);

@@ -15,7 +15,7 @@ using zel_test::int32At;
 using zel_test::run;
 using zel_test::Writer;
 
-constexpr std::size_t slot0Histogram = 1221 + 22054 + 284 - 1;  // behind its presence byte
+constexpr std::size_t slot0Histogram = 1221 + 22054 + 284 - 1;  // after its presence byte
 
 TEST(CreateFinish, RefusesAReadOnlyRecord)
 {

@@ -25,7 +25,7 @@ using zel_test::TempDir;
 using zel_test::textAt;
 using zel_test::Writer;
 
-// What stands behind the prefix and before the first channel record, without LUTs and tables:
+// What stands after the prefix and before the first channel record, without LUTs and tables:
 // numbers 36, comment 2000, two counts, three indices, metadata 8 + 20000.
 constexpr std::size_t headerSize = 36 + 2000 + 4 + 6 + 8 + 20000;
 // A slot without mask, tables and histograms.
@@ -266,7 +266,7 @@ TEST(CreateOpen, AHistogramKnowsItsPlaceInTheFile)
     const int counts[] = {5, 6};
     ZELLoadStandardHistogram(writer.get(), 1, 2, 9.0f, 1.0f, counts);
     writer.open();
-    const int first = 1221 + 22054 + 284 + 284 - 1;  // behind the first presence byte of slot 1
+    const int first = 1221 + 22054 + 284 + 284 - 1;  // after the first presence byte of slot 1
     EXPECT_EQ(writer.slot(1).ChannelHistogram->fileOffset, first);
     EXPECT_EQ(writer.slot(1).ChannelStandardHistogram->fileOffset, first + 1034 + 1);
     EXPECT_EQ(writer.slot(2).ChannelHistogram->fileOffset, first + 1034 + 1 + 18 + 283);

@@ -146,7 +146,7 @@ TEST(FetchGuard, AnIndexAboveTheNumberOfSlotsIsRefused)
     makeAbsent(*file.get(), 4);
 }
 
-TEST(FetchGuard, TheSlotBehindTheLastIsEmptyAfterAnOpen)
+TEST(FetchGuard, TheSlotAfterTheLastIsEmptyAfterAnOpen)
 {
     OpenedFile file(build(smallScene()).bytes);  // into a record full of junk
     expectRefused(file.get(), 3);
@@ -230,7 +230,7 @@ TEST(FetchNavigation, TakesPositionsThatAreValidAsTheyStand)
     EXPECT_EQ(lat[1], 7.0f);
     ZELReadLine(file.get());
     ZELFetchNavigation(file.get(), &lat, &lon);
-    EXPECT_EQ(lat[1], 40.5f) << "a new line is interpolated anew";
+    EXPECT_EQ(lat[1], 40.5f) << "a new line is interpolated again";
 }
 
 TEST(FetchNavigation, ThePointsThemselvesAreTheLinesBuffers)
@@ -297,7 +297,7 @@ TEST(FetchSolar, TakesAnglesThatAreValidAsTheyStand)
     EXPECT_EQ(sz[1], 7.0f);
     ZELReadLine(file.get());
     ZELFetchSolar(file.get(), &sz, &vz, &az);
-    EXPECT_NE(sz[1], 7.0f) << "a new line is computed anew";
+    EXPECT_NE(sz[1], 7.0f) << "a new line is computed again";
 }
 
 TEST(FetchSolar, AnglesHeldInChannelsAreTheChannelsValues)

@@ -14,7 +14,7 @@
 
 namespace {
 
-TEST(Almanac, TheTellingRowsOfTheDeclination)
+TEST(Almanac, TheKeyRowsOfTheDeclination)
 {
     EXPECT_EQ(declination[1 - 1], -23.0672f);
     EXPECT_EQ(declination[80 - 1], -0.0848f);
@@ -30,7 +30,7 @@ TEST(Almanac, TheDeclinationIsGreatestOnDay173AndLeastOnDay356)
     EXPECT_EQ(std::min_element(declination, declination + 366) - declination, 356 - 1);
 }
 
-TEST(Almanac, TheTellingRowsOfTheEquationOfTime)
+TEST(Almanac, TheKeyRowsOfTheEquationOfTime)
 {
     EXPECT_EQ(delon[1 - 1], 0.768f);
     EXPECT_EQ(delon[43 - 1], 3.575f);

@@ -176,7 +176,7 @@ TEST(CopyLineWithLoad, OnlySlotsPresentInBothFilesAreCopied)
     copyBetweenDifferentSlots(ZELCopyLineWithLoad);
 }
 
-TEST(CopyLine, SlotsOfTheDestinationBehindTheSourcesLastAreLeftAlone)
+TEST(CopyLine, SlotsOfTheDestinationAfterTheSourcesLastAreLeftAlone)
 {
     OpenedFile source(build(zel_test::smallScene()).bytes);  // 3 slots
     Writer writer(4, 2, 6);
@@ -190,7 +190,7 @@ TEST(CopyLine, SlotsOfTheDestinationBehindTheSourcesLastAreLeftAlone)
     EXPECT_EQ(Bytes(line.begin() + 48, line.end()), (Bytes{1, 2, 3, 4}));
 }
 
-TEST(CopyLine, SlotsOfTheSourceBehindItsLastAreNotCopied)
+TEST(CopyLine, SlotsOfTheSourceAfterItsLastAreNotCopied)
 {
     OpenedFile source(build(zel_test::smallScene()).bytes);  // 3 slots
     Writer writer(4, 2, 6);
@@ -238,7 +238,7 @@ TEST(CopyLineWithLoad, FromAFileWithoutNavigationDropsTheBuffers)
     copyFromAFileWithoutNavigation(ZELCopyLineWithLoad);
 }
 
-TEST(CopyLineWithLoad, EncodesAnewForTheDestinationsStorage)
+TEST(CopyLineWithLoad, EncodesAgainForTheDestinationsStorage)
 {
     OpenedFile source(build(zel_test::smallScene()).bytes);
     Writer writer(4, 2, 3);

@@ -204,7 +204,7 @@ TEST(ReadLine, ClearsPositionsAndAnglesOfTheLineBefore)
     EXPECT_EQ(file->SolarAnglesCalculated, 0);
 }
 
-TEST(ReadLine, BehindTheLastLineReturnsZeroAndDoesNotAdvance)
+TEST(ReadLine, AfterTheLastLineReturnsZeroAndDoesNotAdvance)
 {
     OpenedFile file(build(smallScene()).bytes);
     EXPECT_EQ(ZELReadLine(file.get()), 4);
@@ -360,7 +360,7 @@ TEST(HeldLine, ALineReadWithoutScalingStaysUnscaled)
     EXPECT_EQ(valuesOf(file, 0), (Values{0, 0, 0, 0}));
 }
 
-TEST(HeldLine, ThatItsValuesAreNotFilledIsToldOnce)
+TEST(HeldLine, ThatItsValuesAreNotFilledIsReportedOnce)
 {
     OpenedFile file(build(smallScene()).bytes);
     ZELReadLineNoScale(file.get());

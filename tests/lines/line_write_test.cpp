@@ -77,7 +77,7 @@ TEST(WriteByteScaled, IsTruncatedAndNeverRounded)
               (Bytes{0, 1, 1, 127, 200}));
 }
 
-// The ratio is rounded to a float before it is multiplied, which tells near whole steps.
+// The ratio is rounded to a float before it is multiplied, which matters near whole steps.
 TEST(WriteByteScaled, TheRatioIsHeldInSinglePrecision)
 {
     Values values;

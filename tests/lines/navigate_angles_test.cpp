@@ -205,7 +205,7 @@ TEST(AnglesUtil, AtTheNadirViewZenithAndAzimuthAreZero)
     }
 }
 
-TEST(AnglesUtil, BehindTheHorizonTheViewZenithStaysAnAngle)
+TEST(AnglesUtil, BeyondTheHorizonTheViewZenithStaysAnAngle)
 {
     const Angles far = utilAngles(-40, 170, 833, 123, 41, -10, 9.5f);
     EXPECT_GE(far.vz, 0);
@@ -391,7 +391,7 @@ TEST(AnglesOfLine, WithOnlyOneAngleInAChannelTheOthersAreComputed)
     EXPECT_NEAR(file->Azimuth[7], expected.az, tolerance);
 }
 
-TEST(AnglesOfLine, ADayOutsideTheYearReadsNothingBehindTheTables)
+TEST(AnglesOfLine, ADayOutsideTheYearReadsNothingAfterTheTables)
 {
     for (const int julian : {0, -5, 367, 32767}) {
         zel_test::Scene scene = sceneWithLine();

@@ -110,7 +110,7 @@ TEST(Interpolate, PixelsBeforeTheFirstPointContinueTheFirstStep)
     EXPECT_EQ(longitudes(7, 2, 4, {10, 12}), (Values{9, 9.5f, 10, 10.5f, 11, 11.5f, 12}));
 }
 
-TEST(Interpolate, PixelsBehindTheLastPointContinueTheLastStep)
+TEST(Interpolate, PixelsAfterTheLastPointContinueTheLastStep)
 {
     EXPECT_EQ(latitudes(8, 0, 2, {10, 11, 9}), (Values{10, 10.5f, 11, 10, 9, 8, 7, 6}));
     EXPECT_EQ(longitudes(8, 0, 2, {10, 11, 9}), (Values{10, 10.5f, 11, 10, 9, 8, 7, 6}));
@@ -149,7 +149,7 @@ TEST(Interpolate, WestwardsAcrossTheDateLineRunsThroughMinus180)
     EXPECT_EQ(longitudes(5, 0, 4, {-179, 179}), (Values{-179, -179.5f, -180, 179.5f, 179}));
 }
 
-TEST(Interpolate, GoesOnBehindACrossing)
+TEST(Interpolate, GoesOnAfterACrossing)
 {
     EXPECT_EQ(longitudes(9, 0, 4, {179, -179, -175}),
               (Values{179, 179.5f, 180, -179.5f, -179, -178, -177, -176, -175}));
@@ -221,7 +221,7 @@ TEST(Interpolate, TheTailWrapsBelowMinus180)
               (Values{-178.5f, -179, -179.5f, -180, 179.5f, 179}));
 }
 
-TEST(Interpolate, TheTailBehindACrossingKeepsTheShortStep)
+TEST(Interpolate, TheTailAfterACrossingKeepsTheShortStep)
 {
     EXPECT_EQ(longitudes(7, 0, 4, {179, -179}),
               (Values{179, 179.5f, 180, -179.5f, -179, -178.5f, -178}));

@@ -1,4 +1,4 @@
-// The layouts of old versions: what each holds, and what stands in for what it lacks.
+// The layouts of old versions: what each holds, and what replaces the missing fields.
 #include <gtest/gtest.h>
 
 #include <ostream>
@@ -124,7 +124,7 @@ TEST_P(EveryVersion, CountsATrailingPartialLineNotAtAll)
     EXPECT_EQ(OpenedFile(bytes)->NumLines, 1);
 }
 
-TEST(OldLayouts, Version100Has20SlotsOf264BytesBehind12)
+TEST(OldLayouts, Version100Has20SlotsOf264BytesAfter12)
 {
     OpenedFile file(build(smallScene(100)).bytes);
     ASSERT_EQ(file.result, 0);
@@ -272,7 +272,7 @@ TEST(OldLayouts, BaseFlagsBelow132GoBySensorAndSlot)
     EXPECT_EQ(baseFlag(132, 3, 100), 1) << "stored, and still forced";
 }
 
-TEST(OldLayouts, BaseFlagsBelow111GoByTheSensorThatTheWidthTells)
+TEST(OldLayouts, BaseFlagsBelow111FollowTheSensorOfThatWidth)
 {
     OpenedFile file(build(smallScene(110)).bytes);
     EXPECT_EQ(file->Channels[0].BaseChannelFlag, 1);

@@ -155,7 +155,7 @@ TEST(OpenBlocks, BlocksOfAnAbsentSlotAreReadPast)
     EXPECT_STREQ(file->Channels[2].ChannelLabel, "third");
 }
 
-// A second file behind a first one, as a component lies in its container.
+// A second file after a first one, as a component lies in its container.
 class Component : public testing::Test {
 protected:
     void SetUp() override
@@ -167,7 +167,7 @@ protected:
         Bytes bytes = build(smallScene()).bytes;
         start = static_cast<int>(bytes.size());
         bytes.insert(bytes.end(), built.bytes.begin(), built.bytes.end());
-        bytes.resize(bytes.size() + 600);  // something behind the component: ten lines' worth
+        bytes.resize(bytes.size() + 600);  // something after the component: ten lines' worth
         writeFile(dir.path("both.zel"), bytes);
         run([&] {
             result = OpenReadOnlyFile(record.get(), dir.path("both.zel").c_str(), start,
@@ -211,7 +211,7 @@ TEST_F(Component, ItsLinesAreReadFromInsideIt)
     EXPECT_EQ(record->Channels[0].ChannelData[0], 91.0f);
 }
 
-// What lies behind the component's end is none of its header.
+// What follows the component's end is no part of its header.
 TEST_F(Component, ASizeThatEndsInsideTheHeaderIsRefused)
 {
     const std::string name = dir.path("both.zel");
@@ -365,7 +365,7 @@ std::string endOfHeader(int version, std::int64_t start)
 }
 
 // A slot of version 1.11 has 268 bytes, which are counted; one of version 2.30 has 284, and the place
-// behind it is taken as it is.
+// after it is taken as it is.
 TEST(OpenBlocks, LinesThatBeginBeyond31BitsAreRefused)
 {
     constexpr std::int64_t most = 2147483647;

@@ -57,7 +57,7 @@ TEST(OpenVersion, PrefixOfThisOrAnOlderLibraryOpens)
     }
 }
 
-TEST(OpenVersion, BytesBehindTheVersionTextAreNotSignificant)
+TEST(OpenVersion, BytesAfterTheVersionTextAreNotSignificant)
 {
     Scene scene = smallScene();
     scene.prefix.version = std::string("2.3\0xyz9.9", 10);
@@ -70,7 +70,7 @@ TEST(OpenVersion, AVersionTextThatFillsItsFieldIsNotOverrun)
 {
     Scene scene = smallScene();
     scene.prefix.version = "9.23456789";
-    scene.prefix.base = 0x39393939;  // more digits right behind it
+    scene.prefix.base = 0x39393939;  // more digits right after it
     OpenedFile file(build(scene).bytes);
     EXPECT_TRUE(file.outcome.ended);
     EXPECT_EQ(file.outcome.out,
@@ -355,7 +355,7 @@ TEST(CheckFileVersion, MajorAndMinorAreTheNumbersAroundThePoint)
     scene.prefix.version = "12.04";
     const Checked c = check(build(scene).bytes);
     EXPECT_EQ(c.out, "Major version 12 Minor version 4\n");
-    EXPECT_EQ(c.result, 1) << "the number behind the prefix decides";
+    EXPECT_EQ(c.result, 1) << "the number after the prefix decides";
 }
 
 TEST(CheckFileVersion, AVersionTextWithoutAPointIsNoCrash)

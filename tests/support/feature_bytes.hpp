@@ -15,7 +15,7 @@
 
 namespace zel_test {
 
-// Big-endian numbers, and texts behind their length.
+// Big-endian numbers, and texts after their length.
 class FeatureBytes {
 public:
     FeatureBytes& word(std::uint32_t value)
@@ -129,7 +129,7 @@ inline BuiltHeader build(const FeatureHeader& h)
     return built;
 }
 
-// A header with something telling in every item: two conditions, three features.
+// A header with a distinct value in every item: two conditions, three features.
 inline FeatureHeader fullHeader()
 {
     FeatureHeader h;
@@ -151,7 +151,7 @@ inline FeatureHeader fullHeader()
     return h;
 }
 
-// A stream of its own in which to write and read.
+// A temporary stream to write and read.
 class Stream {
 public:
     explicit Stream(const Bytes& content = {}) : file_(tmpfile(), std::fclose)

@@ -123,7 +123,7 @@ inline BuiltMask build(const MaskRecord& m)
     return built;
 }
 
-// A mask with something telling in every item: definitions that filters and programs use, and two
+// A mask with a distinct value in every item: definitions that filters and programs use, and two
 // classifiers.
 inline MaskRecord fullMask()
 {

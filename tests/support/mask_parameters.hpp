@@ -15,7 +15,7 @@ namespace zel_test {
 inline const std::string noFile = "system error code:: No such file or directory\n";
 
 // A mask parameter file, read. "@" stands for a directory with two classifier files: "one" with the
-// bytes 1, 2, 3 behind its header, and "empty" with none.
+// bytes 1, 2, 3 after its header, and "empty" without any.
 class MaskParameters {
 public:
     explicit MaskParameters(std::string lines)

@@ -75,7 +75,7 @@ private:
         for (; line; line = line->next) add(name + " " + std::to_string(++i), line->text);
     }
 
-    // Statements are numbered, so that their successors can be told.
+    // Statements are numbered, so that their successors can be named.
     void addProgram(const std::string& name, const ProgramStruct* first)
     {
         std::map<const ProgramStruct*, int> numbers{{nullptr, 0}};

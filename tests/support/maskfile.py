@@ -41,7 +41,7 @@ class FeatureHeader:
 class Classifier:
     header: FeatureHeader = field(default_factory=FeatureHeader)
     type: int = 0
-    level: int = 0                                 # None behind headers of versions up to 1.1
+    level: int = 0                                 # None after headers of versions up to 1.1
     data: bytes = b""
 
 
@@ -197,7 +197,7 @@ def read_classifier(r):
 
 
 def parse_mask(data, at=0):
-    """(mask or None, the place behind it)."""
+    """(mask or None, the place after it)."""
     r = Reader(data, at)
     classifiers = r.number()
     if classifiers == 0:
@@ -215,7 +215,7 @@ def parse_mask(data, at=0):
 # ---- examples ----
 
 def full_mask(seed=0):
-    """Something telling in every item: two classifiers, filters, both programs."""
+    """A distinct value in every item: two classifiers, filters, both programs."""
     first = FeatureHeader(
         output=b"first.feat", inputs=[b"a.zel", b"b.zel"],
         counts={0: 5, 3: 258 + seed, 999: 1},

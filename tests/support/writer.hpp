@@ -67,7 +67,7 @@ public:
         return readFile(path_);
     }
 
-    // The stored bytes of the lines written so far, one behind the other.
+    // The stored bytes of the lines written so far, one after the other.
     Bytes lineBytes()
     {
         const Bytes all = bytes();

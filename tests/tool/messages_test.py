@@ -6,7 +6,7 @@ import time
 
 from harness import TOOL, ToolTest, main, question
 from sample import sample
-from vorn_case import TEXT, VornTest
+from vorn_case import TEXT, VornTest, scene
 from vornfile import feature_header
 
 
@@ -77,6 +77,22 @@ class Rasters(VornTest):
         self.assertEqual((status, err), (255, ""))
         last = out.splitlines()[-1]
         self.assertEqual(re.sub(r"\d+$", "9", last), "Error: cannot open Vorn file v, channel 9")
+
+
+class OneGrid(VornTest):
+    def warns(self, other, message):
+        self.put("b", other)
+        status, _, err = self.run_both("-same_res -overwrite -o out -i a -i b".split())
+        self.assertEqual((status, err), (0, message))
+
+    def test_classes_that_are_averaged(self):
+        other = scene(resolution=500.0, width=16, height=12)
+        other.channels[1].units = 5
+        self.warns(other, "zel_combine: warning: channel 3, from file b, holds classes and was averaged\n")
+
+    def test_an_input_that_ends_early(self):
+        self.warns(scene(height=4), "zel_combine: warning: file b (resolution 1000) ended early: "
+                                    "2 lines are missing\n")
 
 
 if __name__ == "__main__":

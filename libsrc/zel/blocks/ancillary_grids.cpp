@@ -12,7 +12,7 @@ constexpr const char* fileNames[numGrids] = {"owe14d.img", "fnocwat.img", "globa
                                              "fnocpt.img"};
 constexpr const char* defaultDirectory = "/usr/local/zeldata/epa/";
 
-// Where grids are looked for, in this order; a place without a variable is a directory itself.
+// Where grids are looked for, in this order; the place without a variable is the default directory.
 struct Place {
     const char* variable;
     const char* suffix;
@@ -57,7 +57,7 @@ void reportUnreadable(int grid, const char* path, PrintText print)
     printWhereGridBelongs(grid, print);
 }
 
-// A row or column of the grid, or -1 where the number is none.
+// A row or column of the grid, or -1 for a number outside it.
 int cellIndex(double index, int count)
 {
     return index > -1.0 && index < count ? static_cast<int>(index) : -1;
@@ -140,7 +140,7 @@ unsigned char gridCell(const GridCells& cells, int grid, float lat, float lon)
 
 bool isPosition(float lat, float lon)
 {
-    return !(lat < -90.0F || lat > 90.0F || lon < -180.0F || lon > 180.0F);
+    return !(lat < -90.0f || lat > 90.0f || lon < -180.0f || lon > 180.0f);
 }
 
 }  // namespace zel

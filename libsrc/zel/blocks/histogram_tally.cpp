@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "blocks/zel_histogram.hpp"
+#include "blocks/zel_histogram_sum.hpp"
 #include "zel_histogram.h"
 
 // The loops here run over blocks of a fixed size without branches, so that a compiler computes several
@@ -23,7 +24,7 @@ struct Range {
 // The first of the values that equals zero, whose sign the range keeps.
 float firstZero(const float* values, int count)
 {
-    return *std::find(values, values + count, 0.0F);
+    return *std::find(values, values + count, 0.0f);
 }
 
 // The range of the values and of the one given. Equal values leave the one that came first.
@@ -48,8 +49,8 @@ Range rangeOf(const Range& start, const float* values, int count)
     for (const float value : min) range.min = value < range.min ? value : range.min;
     for (const float value : max) range.max = value > range.max ? value : range.max;
     // Zeros of both signs are equal, and a lane may have seen the later one first.
-    if (range.min == 0.0F && start.min != 0.0F) range.min = firstZero(values, count);
-    if (range.max == 0.0F && start.max != 0.0F) range.max = firstZero(values, count);
+    if (range.min == 0.0f && start.min != 0.0f) range.min = firstZero(values, count);
+    if (range.max == 0.0f && start.max != 0.0f) range.max = firstZero(values, count);
     return range;
 }
 
@@ -64,8 +65,8 @@ void widen(ZELHistogramType& histogram, const float* values, int count)
 // sum + 1 + 1 + ... as floats are added one by one.
 float addOnes(float sum, int count)
 {
-    if (sum >= 0.0F) return addRepeatedly(sum, 1.0F, count);
-    for (int i = 0; i < count; ++i) sum += 1.0F;
+    if (sum >= 0.0f) return addRepeatedly(sum, 1.0f, count);
+    for (int i = 0; i < count; ++i) sum += 1.0f;
     return sum;
 }
 
@@ -75,7 +76,7 @@ void addOneByOne(ZELHistogramType& histogram, const float* values, int count)
         const int bin = binAt((values[i] - histogram.Min) * histogram.BinIncrement);
         if (bin < 0 || bin >= histogram.NumHistogramBins) continue;
         addToBin(histogram.Histogram[bin], 1);
-        histogram.NumPixels += 1.0F;
+        histogram.NumPixels += 1.0f;
     }
 }
 
@@ -123,7 +124,7 @@ private:
     {
         const float position = (value - min_) * increment_;
         const auto end = static_cast<float>(bins_);
-        const bool inside = (position > -1.0F) & (position < end);
+        const bool inside = (position > -1.0f) & (position < end);
         return static_cast<std::int32_t>(inside ? position : end);
     }
 

@@ -79,7 +79,7 @@ unsigned char ZELAncillaryFetchPixelTerrainType(float lat, float lon)
 
 float ZELAncillaryFetchPixelSunglint(float sol_zen_deg, float view_zen_deg, float azimuth_deg)
 {
-    if (sol_zen_deg == 0.0F && view_zen_deg == 0.0F && azimuth_deg == 0.0F) return 0.0F;
+    if (sol_zen_deg == 0.0f && view_zen_deg == 0.0f && azimuth_deg == 0.0f) return 0.0f;
     return zel::sunglint(sol_zen_deg, view_zen_deg, azimuth_deg);
 }
 
@@ -108,7 +108,7 @@ float zel::sunglint(float sol_zen_deg, float view_zen_deg, float azimuth_deg)
     // The third term takes c1, as the model was built.
     const float glint_num = (b1 * c1 - b2 * c2 - a1 * c1) * cos_half_big_theta;
     const float denom =
-        (b1 * a3) * (b1 * a3) + b2 * b2 + (b3 * a1) * (b3 * a1) - 2.0F * a1 * a3 * b1 * b3;
+        (b1 * a3) * (b1 * a3) + b2 * b2 + (b3 * a1) * (b3 * a1) - 2.0f * a1 * a3 * b1 * b3;
     const auto theta = static_cast<float>(std::acos(static_cast<double>(glint_num / denom)));
     constexpr double width = 0.14823430404973778;  // radians
     const double slope = static_cast<double>(theta) / width;

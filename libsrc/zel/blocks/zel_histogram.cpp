@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "blocks/zel_histogram.hpp"
+#include "blocks/zel_histogram_sum.hpp"
 #include "ground/memory.hpp"
 #include "ground/zel_door.hpp"
 #include "records/records.hpp"
@@ -78,7 +79,7 @@ float lowerEdge(const ZELHistogramType& histogram, int bin)
 
 float countedPixels(const ZELHistogramType& histogram)
 {
-    float sum = 0.0F;
+    float sum = 0.0f;
     for (std::size_t i = 0; i < binCount(histogram); ++i)
         sum += static_cast<float>(histogram.Histogram[i]);
     return sum;
@@ -88,9 +89,9 @@ void computeStatistics(ZELHistogramType& histogram)
 {
     histogram.BinIncrement = increment(histogram.NumHistogramBins, histogram.Max, histogram.Min);
     histogram.NumPixels = countedPixels(histogram);
-    histogram.Mean = 0.0F;
-    histogram.Sigma = 0.0F;
-    if (!(histogram.NumPixels > 0.0F)) return;
+    histogram.Mean = 0.0f;
+    histogram.Sigma = 0.0f;
+    if (!(histogram.NumPixels > 0.0f)) return;
     for (int i = 0; i < histogram.NumHistogramBins; ++i)
         histogram.Mean += lowerEdge(histogram, i) * static_cast<float>(histogram.Histogram[i]);
     histogram.Mean /= histogram.NumPixels;
@@ -173,7 +174,7 @@ void ZELRescaleHistogram(ZELHistogramType* histogram, float newMax, float newMin
 {
     const int numBins = histogram->NumHistogramBins;
     const float newIncrement = increment(numBins, newMax, newMin);
-    if (histogram->NumPixels != 0.0F) {
+    if (histogram->NumPixels != 0.0f) {
         zel::Owned<int32_t> bins(zel::allocate<int32_t>(binCount(*histogram) + 1));
         if (!bins) fail("ZELRescaleHistogram: Cannot allocate memory for new histogram\n");
         const auto oldWidth =
@@ -213,7 +214,7 @@ void ZELLoadStandardHistogram(ZELType* ZELdata, int channel, int NumBins, float 
     histogram->BinIncrement = increment(NumBins, max, min);
     for (int i = 0; i < NumBins; ++i) histogram->Histogram[i] = counts[i];
     histogram->NumPixels = countedPixels(*histogram);
-    // One of the same size takes the place that the one before it has in the file.
+    // A histogram of the same size takes the place of the former one in the file.
     const ZELHistogramType* before = owner.ChannelStandardHistogram;
     if (before && before->NumHistogramBins == NumBins) histogram->fileOffset = before->fileOffset;
     owner.ChannelStandardHistogram = histogram;

@@ -13,8 +13,8 @@ namespace zel {
 // Reads a record of a file that starts at fileOffset, and computes its statistics. The caller owns it.
 ZELHistogramType* readHistogram(RecordReader& reader, int fileOffset);
 
-// Write a histogram, or all of a file, again where they stand. False, with errno, when the stream does
-// not go there or back.
+// Rewrite a histogram, or all of a file, in place. False, with errno, when the stream cannot seek there
+// or back.
 bool updateHistogram(ZELType& file, ZELHistogramType& histogram);
 bool updateAllHistograms(ZELType& file);
 
@@ -24,23 +24,19 @@ ZELHistogramType* duplicateHistogram(ZELHistogramType* histogram);
 // Frees both histograms of a channel.
 void freeHistograms(ZELChannelType& channel);
 
-// The bin of a position given in bins, truncated toward zero; -1 for one that no bin can have, a
-// position that is not finite among them.
+// The bin of a position given in bins, truncated toward zero; -1 for a position outside every range of
+// bins, or not finite.
 inline int binAt(float position)
 {
-    return position > -1.0F && position < 65536.0F ? static_cast<int>(position) : -1;
+    return position > -1.0f && position < 65536.0f ? static_cast<int>(position) : -1;
 }
 
-// A bin holds at most what its number can; a file may have said that it is full.
+// Adds to a bin, which stays at the limits of its type: a file may hold a count that is there already.
 inline void addToBin(int32_t& bin, int32_t count)
 {
     const std::int64_t sum = std::int64_t{bin} + count;
     bin = static_cast<int32_t>(std::clamp<std::int64_t>(sum, INT32_MIN, INT32_MAX));
 }
-
-// sum + value + value + ... with count additions, each rounded to float, in a bounded number of steps.
-// Neither sum nor value may be negative.
-float addRepeatedly(float sum, float value, int count);
 
 }  // namespace zel
 

@@ -1,8 +1,8 @@
+#include "blocks/zel_histogram_sum.hpp"
+
 #include <algorithm>
 #include <bit>
 #include <cstdint>
-
-#include "blocks/zel_histogram.hpp"
 
 namespace {
 

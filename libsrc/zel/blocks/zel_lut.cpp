@@ -62,7 +62,7 @@ ZELDisplayLUTType* searchByLabel(ZELType* file, const char* label, const char* f
     return lut;
 }
 
-// Whether LUTs may be taken from the file; ends the process when its header is written.
+// Whether LUTs may be deleted from the file; ends the process when its header is written.
 bool mayDelete(const ZELType& file)
 {
     if (file.ReadWriteFlag == ZEL_READ_ONLY) {
@@ -256,7 +256,7 @@ void ZELLoadLUTEntryByKey(ZELType* ZELdata, int key, int index, unsigned char R,
 void ZELLoadLUTEntryByLabel(ZELType* ZELdata, const char* lutLabel, int index, unsigned char R,
                             unsigned char G, unsigned char B, const char* label)
 {
-    // The message names the other form; it always has.
+    // The message names the other function; programs depend on its text.
     if (ZELdata->ReadWriteFlag == ZEL_READ_ONLY)
         report(
             "ZELLoadLUTEntryByKey: Loading LUT on Read Only file... LUT valid only until program "

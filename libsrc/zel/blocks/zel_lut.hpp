@@ -10,7 +10,7 @@ namespace zel {
 // Reads NumDisplayLUTs records into the header's list; returns their bytes.
 std::int64_t readLUTs(RecordReader& reader, ZELHeaderType& header);
 
-// Whether a file of this process got its LUT block: only the first one does, and it stays so.
+// Whether a file of this process has its LUT block: only the first one gets it. Tests reset it.
 bool& lutBlockWritten();
 
 }  // namespace zel

@@ -242,7 +242,7 @@ void ZELLoadTableByKey(TableListType* list, int key, const float* values)
     if (table) loadValues(table, values);
 }
 
-// The messages name the entry form; they always have.
+// The messages name the function for entries; programs depend on their text.
 void ZELLoadTableByLabel(TableListType* list, const char* label, const float* values)
 {
     TableType* table = searchByLabel(list, label, "ZELLoadTableEntryByLabel");

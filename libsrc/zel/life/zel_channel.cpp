@@ -22,7 +22,7 @@ namespace {
 
 using zel::fail;
 
-// Misuse of a file that is read is told before a wrong slot.
+// A file in the wrong mode is reported before a wrong slot.
 void requireSlot(const ZELType& file, int slot, const char* function)
 {
     zel::requireWriteOnly(file, "ZELAddChannel can only be used on a write only ZEL file\n");
@@ -39,7 +39,7 @@ int findSlot(ZELType* file, Matches matches)
     return -1;
 }
 
-// A channel that a sensor's files have by custom.
+// One of the standard channels of a sensor.
 struct StandardChannel {
     const char* label;
     float max, min;
@@ -47,19 +47,19 @@ struct StandardChannel {
     int units;
 };
 
-constexpr StandardChannel avhrrChannels[] = {{"1", 100.0F, 0.0F, 0.62F, ZEL_UNITS_PERCENT_ALBEDO},
-                                             {"2", 100.0F, 0.0F, 0.83F, ZEL_UNITS_PERCENT_ALBEDO},
-                                             {"3T", 330.0F, 180.0F, 3.73F, ZEL_UNITS_KELVIN},
-                                             {"4", 330.0F, 180.0F, 11.0F, ZEL_UNITS_KELVIN},
-                                             {"5", 330.0F, 180.0F, 12.0F, ZEL_UNITS_KELVIN},
-                                             {"3R", 100.0F, 0.0F, 3.73F, ZEL_UNITS_PERCENT_ALBEDO}};
+constexpr StandardChannel avhrrChannels[] = {{"1", 100.0f, 0.0f, 0.62f, ZEL_UNITS_PERCENT_ALBEDO},
+                                             {"2", 100.0f, 0.0f, 0.83f, ZEL_UNITS_PERCENT_ALBEDO},
+                                             {"3T", 330.0f, 180.0f, 3.73f, ZEL_UNITS_KELVIN},
+                                             {"4", 330.0f, 180.0f, 11.0f, ZEL_UNITS_KELVIN},
+                                             {"5", 330.0f, 180.0f, 12.0f, ZEL_UNITS_KELVIN},
+                                             {"3R", 100.0f, 0.0f, 3.73f, ZEL_UNITS_PERCENT_ALBEDO}};
 
-constexpr StandardChannel virsChannels[] = {{"1", 1.0F, 0.0F, 0.63F, ZEL_UNITS_REFLECTANCE},
-                                            {"2", 1.0F, 0.0F, 1.6F, ZEL_UNITS_REFLECTANCE},
-                                            {"3T", 330.0F, 180.0F, 3.75F, ZEL_UNITS_KELVIN},
-                                            {"4", 330.0F, 180.0F, 10.8F, ZEL_UNITS_KELVIN},
-                                            {"5", 330.0F, 180.0F, 12.0F, ZEL_UNITS_KELVIN},
-                                            {"3R", 1.0F, 0.0F, 3.75F, ZEL_UNITS_REFLECTANCE}};
+constexpr StandardChannel virsChannels[] = {{"1", 1.0f, 0.0f, 0.63f, ZEL_UNITS_REFLECTANCE},
+                                            {"2", 1.0f, 0.0f, 1.6f, ZEL_UNITS_REFLECTANCE},
+                                            {"3T", 330.0f, 180.0f, 3.75f, ZEL_UNITS_KELVIN},
+                                            {"4", 330.0f, 180.0f, 10.8f, ZEL_UNITS_KELVIN},
+                                            {"5", 330.0f, 180.0f, 12.0f, ZEL_UNITS_KELVIN},
+                                            {"3R", 1.0f, 0.0f, 3.75f, ZEL_UNITS_REFLECTANCE}};
 
 template <std::size_t N>
 void addStandardChannels(ZELType* file, const StandardChannel (&channels)[N], int storageCode)
@@ -122,7 +122,7 @@ void ZELAddLUTChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal,
                       int BitResolution, const char* ChanLabel, const char* ChanComm)
 {
     ZELAddSensorChannel(ZELdata, Channel, MaxVal, MinVal, ArchiveType, BitResolution, ChanLabel,
-                        ChanComm, 0.0F, ZEL_UNITS_LUT);
+                        ChanComm, 0.0f, ZEL_UNITS_LUT);
 }
 
 void ZELAddMaskChannel(ZELType* ZELdata, ZELFeatureMaskType* FeatureMask, int Channel, float MaxVal,
@@ -162,7 +162,7 @@ void ZELAddSpecialChannel(ZELType* ZELdata, int Channel, float MaxVal, float Min
                           const char* ChanComm)
 {
     ZELAddSensorChannel(ZELdata, Channel, MaxVal, MinVal, ArchiveType, BitResolution, ChanLabel,
-                        ChanComm, -99.0F, ZEL_UNITS_NONE);
+                        ChanComm, -99.0f, ZEL_UNITS_NONE);
 }
 
 void ZELAddStandardAVHRRChannels(ZELType* ZELdata, int ByteSize)

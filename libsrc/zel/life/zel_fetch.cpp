@@ -7,8 +7,8 @@
 
 namespace {
 
-// The slot's channel, when it is present. An index equal to MaxNumChan passes, as it always has; the
-// slots behind the file's own are empty.
+// The slot's channel, when it is present. An index equal to MaxNumChan passes, and programs depend on
+// that; the slots after the file's own are empty.
 ZELChannelType* presentChannel(ZELType* file, int index)
 {
     if (index < 0 || index > file->ZELHeader.MaxNumChan || index >= ZEL_MAX_CHANNELS)
@@ -43,13 +43,13 @@ char* ZELFetchChannelComment(ZELType* ZELdata, int Channel)
 float ZELFetchChannelMax(ZELType* ZELdata, int Channel)
 {
     const ZELChannelType* channel = presentChannel(ZELdata, Channel);
-    return channel ? channel->MaxValue : 0.0F;
+    return channel ? channel->MaxValue : 0.0f;
 }
 
 float ZELFetchChannelMin(ZELType* ZELdata, int Channel)
 {
     const ZELChannelType* channel = presentChannel(ZELdata, Channel);
-    return channel ? channel->MinValue : 0.0F;
+    return channel ? channel->MinValue : 0.0f;
 }
 
 int ZELFetchChannelByteSize(ZELType* ZELdata, int Channel)

@@ -23,7 +23,7 @@ namespace {
 
 using zel::fail;
 
-// What the two initialisers are given.
+// The arguments of the two initialisers.
 struct Scene {
     int dataType;
     const char* comment;
@@ -74,7 +74,7 @@ void initRecord(ZELType& file, Scene scene, int mode)
     file.HistogramFlag = 1;
     file.RightPixel = scene.pixels - 1;
     file.NadirPixel = scene.pixels / 2 - 1;
-    file.NadirLat = file.NadirLon = -999.0F;
+    file.NadirLat = file.NadirLon = -999.0f;
     for (ZELChannelType& channel : file.Channels) channel.UpdateChannelHistogramFlag = 1;
 }
 
@@ -148,26 +148,26 @@ void ZELInitNewAVHRRLACFile(ZELType* ZELdata, int Year, int JulianDay, int SatNu
                             const char* DataComment)
 {
     ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_AVHRR_LAC, DataComment, Year, JulianDay, SatNumber,
-                            2048, 51, 24, 40, zel::altitudeOfSatellite(SatNumber), 1100.0F);
+                            2048, 51, 24, 40, zel::altitudeOfSatellite(SatNumber), 1100.0f);
 }
 
 void ZELInitNewAVHRRGACFile(ZELType* ZELdata, int Year, int JulianDay, int SatNumber,
                             const char* DataComment)
 {
     ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_AVHRR_GAC, DataComment, Year, JulianDay, SatNumber,
-                            409, 51, 4, 8, zel::altitudeOfSatellite(SatNumber), 4000.0F);
+                            409, 51, 4, 8, zel::altitudeOfSatellite(SatNumber), 4000.0f);
 }
 
 void ZELInitNewMASFile(ZELType* ZELdata, int Year, int JulianDay, const char* DataComment)
 {
     ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_MAS, DataComment, Year, JulianDay, 0, 716, 73, 0,
-                            10, 20.0F, 50.0F);
+                            10, 20.0f, 50.0f);
 }
 
 void ZELInitNewVIRSFile(ZELType* ZELdata, int Year, int JulianDay, const char* DataComment)
 {
     ZELInitNewWriteOnlyFile(ZELdata, ZEL_SENSOR_VIRS, DataComment, Year, JulianDay, 0, 261, 261, 0,
-                            1, 355.0F, 2000.0F);
+                            1, 355.0f, 2000.0f);
 }
 
 int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
@@ -204,14 +204,14 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
         zel::report("ZELOpenWriteOnlyFile: cannot open file %s\n", RawFileName);
         return -1;
     }
-    // What has no places, as a pipe has none, cannot be patched when it is finished.
+    // A pipe has no positions, and could not be patched when the file is finished.
     if (ftello(ZELdata->fptr) < 0) {
         reportWriteError(RawFileName, std::strerror(errno));
         zel::closeStream(*ZELdata);
         return -1;
     }
     ZELdata->fileOffset = 0;
-    errno = 0;  // so that it is the write error's, if there is one
+    errno = 0;  // from here on only a write error sets it
     if (ZELdata->HistogramFlag) ZELCreateChannelHistograms(ZELdata);
     zel::writeFile(*ZELdata);
     if (const char* reason = writeError(*ZELdata)) {

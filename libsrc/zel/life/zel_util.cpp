@@ -10,7 +10,7 @@ namespace {
 
 using zel::print;
 
-// By storage code; nothing is said of a code that is none.
+// By storage code; nothing for an unknown code.
 constexpr const char* storageTexts[] = {nullptr,
                                         "Stored as one byte values",
                                         "Stored as two byte values",

@@ -55,7 +55,7 @@ struct Place {
 };
 
 struct Angles {
-    float sz = 0.0F, vz = 0.0F, az = 0.0F;
+    float sz = 0.0f, vz = 0.0f, az = 0.0f;
 };
 
 bool isDayOfYear(int julian)
@@ -135,7 +135,7 @@ Angles anglesAt(const Geometry& g, const Place& p)
     return angles;
 }
 
-constexpr float darkestZenith = 85.0F;  // degrees
+constexpr float darkestZenith = 85.0f;  // degrees
 constexpr int daylightBlock = 32;       // pixels
 
 std::uint8_t isDaylight(float zenith)
@@ -179,10 +179,10 @@ void markBlock(const Geometry& g, const float* lat, const float* lon, int count,
 
 bool truncatesToZero(float value)
 {
-    return value > -1.0F && value < 1.0F;
+    return value > -1.0f && value < 1.0f;
 }
 
-// Whether the line has what its angles are computed from.
+// Whether the line has all that its angles are computed from.
 bool hasGeometry(const ZELType& file)
 {
     const ZELHeaderType& h = file.ZELHeader;
@@ -193,7 +193,7 @@ bool hasGeometry(const ZELType& file)
 Geometry geometryOfLine(const ZELType& file, float nadirLat, float nadirLon)
 {
     const float altitude =
-        file.ScanAltitude > 0.0F ? file.ScanAltitude : file.ZELHeader.SatelliteAltitude;
+        file.ScanAltitude > 0.0f ? file.ScanAltitude : file.ZELHeader.SatelliteAltitude;
     return geometryOf(file.ZELHeader.julian, file.ScanTime, static_cast<double>(altitude), nadirLat,
                       nadirLon);
 }
@@ -212,7 +212,7 @@ bool carriesAngles(const ZELType& file)
            holdsLine(file, h.AZChannelIndex);
 }
 
-// A record whose angles are held in channels in part has no buffers for those.
+// A record with some of its angles in channels has no buffers for those.
 void requireAngleBuffers(ZELType& file)
 {
     const auto require = [&](float*& buffer, const char* what) {
@@ -241,7 +241,7 @@ Nadir nadirOf(ZELType& file)
 
 void ZELCalculateAngles(ZELType* ZELdata)
 {
-    const Nadir nadir = carriesAngles(*ZELdata) ? Nadir{0.0F, 0.0F} : nadirOf(*ZELdata);
+    const Nadir nadir = carriesAngles(*ZELdata) ? Nadir{0.0f, 0.0f} : nadirOf(*ZELdata);
     ZELCalculateLineOfAngles(ZELdata, nadir.lat, nadir.lon);
 }
 
@@ -257,9 +257,9 @@ void ZELCalculateLineOfAngles(ZELType* ZELdata, float centerLat, float centerLon
     requireAngleBuffers(*ZELdata);
     const int pixels = ZELdata->ZELHeader.NPixelPerLine;
     if (!hasGeometry(*ZELdata)) {
-        std::fill_n(ZELdata->SolarZenith, pixels, 0.0F);
-        std::fill_n(ZELdata->ViewZenith, pixels, 0.0F);
-        std::fill_n(ZELdata->Azimuth, pixels, 0.0F);
+        std::fill_n(ZELdata->SolarZenith, pixels, 0.0f);
+        std::fill_n(ZELdata->ViewZenith, pixels, 0.0f);
+        std::fill_n(ZELdata->Azimuth, pixels, 0.0f);
         return;
     }
     const Geometry geometry = geometryOfLine(*ZELdata, centerLat, centerLon);
@@ -291,7 +291,7 @@ void zel::markDaylight(ZELType& file, std::uint8_t* daylight)
         std::fill_n(daylight, pixels, std::uint8_t{1});  // the angles are 0
         return;
     }
-    const Geometry geometry = geometryOfLine(file, 0.0F, 0.0F);
+    const Geometry geometry = geometryOfLine(file, 0.0f, 0.0f);
     for (int x = 0; x < pixels; x += daylightBlock)
         markBlock(geometry, positions.lat + x, positions.lon + x,
                   std::min(daylightBlock, pixels - x), daylight + x);
@@ -313,7 +313,7 @@ void ZEL_UTILCalculateAngle(float lat, float lon, float ScanAltitude, int julian
                             float centerLon, float scanTime, float* sz, float* vz, float* az)
 {
     Angles angles;
-    const bool known = !truncatesToZero(ScanAltitude) && scanTime != 0.0F && isDayOfYear(julian);
+    const bool known = !truncatesToZero(ScanAltitude) && scanTime != 0.0f && isDayOfYear(julian);
     if (known && !ZELBadLatLon(lat, lon)) {
         const Geometry geometry =
             geometryOf(julian, static_cast<double>(scanTime), static_cast<double>(ScanAltitude),

@@ -35,8 +35,8 @@ bool isPositiveQuantity(int units)
 
 std::uint8_t isOnEarth(float lat, float lon)
 {
-    return static_cast<std::uint8_t>((lat >= -90.0F) & (lat <= 90.0F) & (lon >= -180.0F) &
-                                     (lon <= 180.0F));
+    return static_cast<std::uint8_t>((lat >= -90.0f) & (lat <= 90.0f) & (lon >= -180.0f) &
+                                     (lon <= 180.0f));
 }
 
 // The values of a channel that count.

@@ -24,10 +24,10 @@ std::size_t storedLineSize(const ZELType& file, const ZELChannelType& channel)
            static_cast<std::size_t>(channel.DataByteSize);
 }
 
-// What a line holds unless it is told otherwise.
+// The defaults of a line.
 void resetLine(ZELType& file)
 {
-    file.ScanAltitude = 0.0F;
+    file.ScanAltitude = 0.0f;
     file.LeftPixel = 0;
     file.RightPixel = file.ZELHeader.NPixelPerLine - 1;
     file.NadirPixel = file.ZELHeader.NPixelPerLine / 2 - 1;
@@ -62,8 +62,8 @@ void checkWritten(const ZELType& file, bool isWhole)
              std::strerror(errno));
 }
 
-// Whether a line that was there when the file was opened is gone. That is an end of file like any
-// other, but not one to be silent about.
+// Whether a line that was in the file when it was opened is now missing. That is an end of file like any
+// other, but it is reported.
 bool endsHere(const ZELType& file)
 {
     const int next = std::getc(file.fptr);
@@ -77,7 +77,7 @@ bool endsHere(const ZELType& file)
     return true;
 }
 
-// An open since then has set the order for all files.
+// Another open has since set the order for all files.
 void warnOfByteOrder(const ZELType& file, zel::ByteOrderWatch& order)
 {
     if (order.losesOrder())
@@ -132,7 +132,7 @@ void readRecord(ZELType& file)
 {
     LineReader reader(file, placeOfLine(file, file.CurrentLine));
     resetLine(file);
-    file.NadirLat = file.NadirLon = 0.0F;
+    file.NadirLat = file.NadirLon = 0.0f;
     try {
         zel::walkLine(reader, file);
     } catch (const zel::Damage&) {
@@ -152,7 +152,7 @@ bool readCurrent(ZELType& file, zel::FileState& state, bool scale)
 {
     zel::forgetDerived(file);
     if (file.CurrentLine - file.PreviousLine != 1) goTo(file, placeOfLine(file, file.CurrentLine));
-    // Nothing is held until the line is there.
+    // No line is held until this one is complete.
     file.PreviousLine = -2;
     if (endsHere(file)) return false;
     warnOfByteOrder(file, state.order);
@@ -185,7 +185,7 @@ private:
     zel::LineCounter counter_;
 };
 
-// A line further on or back; the end of the file is as far as it goes.
+// Sets the current line, at most to the end of the file.
 int moveTo(ZELType& file, long long line, const char* function)
 {
     if (line < 0) {
@@ -200,8 +200,8 @@ int moveTo(ZELType& file, long long line, const char* function)
     return file.CurrentLine;
 }
 
-// Whether there is a buffer for every channel of a view, as there is from its open to its end. Its
-// channels stand in the first slots.
+// Whether every channel of a view has its buffer, as it has between open and finish. The channels are in
+// the first slots.
 bool hasPixels(const ZELType& view)
 {
     for (int i = 0; i < view.NumTotalChans; ++i)

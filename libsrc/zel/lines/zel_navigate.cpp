@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr float noPosition = -9999.0F;
+constexpr float noPosition = -9999.0f;
 
 // Navigation points of a line: point k is at pixel start + k * interval.
 struct Points {
@@ -41,12 +41,12 @@ void checkPoints(const Points& p)
 
 float wrapWest(float lon)
 {
-    return lon < -180.0F ? lon + 360.0F : lon;
+    return lon < -180.0f ? lon + 360.0f : lon;
 }
 
 float wrapEast(float lon)
 {
-    return lon > 180.0F ? lon - 360.0F : lon;
+    return lon > 180.0f ? lon - 360.0f : lon;
 }
 
 float wrapBoth(float lon)
@@ -59,7 +59,7 @@ float unwrapped(float lon)
     return lon;
 }
 
-// From one longitude to the next the shorter way round.
+// The step from one longitude to the next, the shorter way round.
 struct LongitudeStep {
     float step;
     bool crosses;
@@ -68,8 +68,8 @@ struct LongitudeStep {
 LongitudeStep longitudeStep(float from, float to, int interval)
 {
     const float difference = to - from;
-    const bool crosses = std::fabs(difference) > 180.0F;
-    const float turn = !crosses ? 0.0F : from <= 0.0F ? -360.0F : 360.0F;
+    const bool crosses = std::fabs(difference) > 180.0f;
+    const float turn = !crosses ? 0.0f : from <= 0.0f ? -360.0f : 360.0f;
     return {(difference + turn) / static_cast<float>(interval), crosses};
 }
 
@@ -108,7 +108,7 @@ void interpolateLongitude(const float* points, const Points& p, float* lon)
     continueBackward(lon, p.start, stepAfter(0).step, wrapBoth);
     for (int k = 0; k < p.count - 1; ++k) {
         const LongitudeStep segment = stepAfter(k);
-        const auto wrap = !segment.crosses ? unwrapped : segment.step < 0.0F ? wrapWest : wrapEast;
+        const auto wrap = !segment.crosses ? unwrapped : segment.step < 0.0f ? wrapWest : wrapEast;
         continueForward(lon, p.pixelOf(k) + 1, p.pixelOf(k + 1), segment.step, wrap);
     }
     continueForward(lon, p.pixelOf(p.count - 1) + 1, p.pixels - 1, stepAfter(p.count - 2).step,

@@ -15,14 +15,14 @@ struct Positions {
 };
 Positions positionsOf(ZELType& file);
 
-// Copies the navigation points of the current line, or forgets the destination's when the source has
-// none. Ends the process (-1) when the destination has room for fewer points.
+// Copies the navigation points of the current line, or clears the destination's pointers when the source
+// has none. Ends the process (-1) when the destination has room for fewer points.
 void copyNavigationPoints(ZELType& dest, const ZELType& src, const char* function);
 
 // Altitude of a polar satellite by its number, km: odd and even ones fly on two orbits.
 inline float altitudeOfSatellite(int number)
 {
-    return number % 2 != 0 ? 860.0F : 820.0F;
+    return number % 2 != 0 ? 860.0f : 820.0f;
 }
 
 // require(ok, field, value) for each rule that a header's navigation points keep: there are none, one,

@@ -9,8 +9,8 @@
 
 namespace zel {
 
-// Memory that lives until the record is finished. It is kept in a list, so that the record's public
-// pointers may be pointed elsewhere and nothing is lost.
+// Memory that lives until the record is finished. It is kept in a list, so that nothing is lost when the
+// public pointers to it are pointed elsewhere.
 class LineMemory {
 public:
     // Zeroed bytes, or null.
@@ -23,11 +23,10 @@ private:
     Block* blocks_;
 };
 
-// The order that SwapByteOrdering has to name for the file. It is one for all files: whatever is opened
-// next sets it.
+// The byte order of the file. SwapByteOrdering is shared by all files, and the next open sets it.
 class ByteOrderWatch {
 public:
-    // The order in force is the one that the file was found to have, or is written in.
+    // Notes the order in force as the file's: it was found in the file, or the file is written in it.
     void note();
     // Whether another one is in force now; true only the first time.
     bool losesOrder();
@@ -61,7 +60,7 @@ struct FileState {
 // The record's state: null before its open and after its end.
 FileState* stateOf(const ZELType& file);
 
-// The same, made where there is none yet; null when memory fails.
+// The same, created when it does not exist yet; null when memory fails.
 FileState* makeState(ZELType& file);
 
 // Warns in the function's name, once a file, when what is written is not in the order of its header.

@@ -28,7 +28,7 @@ void decodeUnscaled(ZELChannelType& channel, const unsigned char* pixels, int co
         channel.ChannelData[i] = static_cast<float>(loadPixel<T>(pixels, i));
 }
 
-// The place in the scale range is a float before it is spread over the steps.
+// The ratio is rounded to float before it is multiplied by the steps.
 template <class T>
 void encodeScaled(const ZELChannelType& channel, unsigned char* pixels, int count)
 {

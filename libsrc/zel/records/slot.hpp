@@ -10,7 +10,7 @@
 
 namespace zel {
 
-// Any slot of the record, in use or not; ends the process (-1) where there is none.
+// Any slot of the record, in use or not; ends the process (-1) for an index outside.
 inline ZELChannelType& slotOf(ZELType* file, int slot, const char* function)
 {
     if (slot < 0 || slot >= ZEL_MAX_CHANNELS)

@@ -1,8 +1,9 @@
 /* Expressions: the operators and variables of the language, and compiling a text to a postfix list.
 
    White space means nothing anywhere. Operands are constants, Ch<n>, register<n>, the pixel
-   variables and named definitions; variable names, "Ch" and "register" are matched without regard
-   to case, operators and definition labels exactly. */
+   variables and named definitions; variable names, "Ch" and "register" are read without regard to
+   case, operators and definition labels exactly. The element kinds, the operators and the status codes
+   are enumerated in zel_feature_types.h. */
 #ifndef ZEL_EXPRESSION_H
 #define ZEL_EXPRESSION_H
 
@@ -12,58 +13,8 @@
 extern "C" {
 #endif
 
-/* Kinds of stack elements. */
-enum {
-    OPER = 0,        /* operator or function */
-    CON = 1,         /* constant */
-    CHAN = 2,        /* channel, read */
-    VAR = 3,         /* pixel variable, read */
-    LVALUE = 4,      /* pixel variable as the target of "=" */
-    CHAN_LVALUE = 5, /* channel as the target of "=" */
-    REG = 6,         /* register, read */
-    REG_LVALUE = 7   /* register as the target of "=" */
-};
-
 /* Labels of the kinds 0 to 5. */
 extern const char* const* const typeLabels;
-
-/* Operators, weakest first; functions from VAL on. */
-enum {
-    SKIP_PIXEL,
-    COMMA,
-    SET_VARIABLE,
-    OR,
-    AND,
-    NOTEQUAL,
-    EQUAL,
-    LESSTHANOREQUAL,
-    GREATERTHANOREQUAL,
-    GREATERTHAN,
-    LESSTHAN,
-    SUB,
-    ADD,
-    MUL,
-    RATIO,
-    DIV,
-    NEGATIVE,
-    NOT,
-    VAL,
-    SAT,
-    HUE,
-    LENGTH3,
-    LENGTH2,
-    ATAN,
-    TAN,
-    COS,
-    SIN,
-    D2RAD,
-    LOG10,
-    LOG,
-    EXP,
-    POW,
-    SQRT,
-    ZEL_NUM_OPERATORS
-};
 
 typedef struct OperatorStruct {
     const char* name;  /* the text that is matched */
@@ -86,23 +37,6 @@ extern const char* const* const operatorLabels;
 extern const int numOperators;
 extern const OperatorLevelStruct* const OperatorLevels;
 extern const int numOperatorLevels;
-
-/* A name of a pixel variable and the field that it stands for, null until the first evaluation. */
-typedef struct VariableStruct {
-    const char* name;
-    float* varPtr;
-} VariableStruct;
-
-/* Status codes of a compile. */
-enum {
-    ZEL_PARSE_OK = 0,
-    ZEL_PARSE_MISSING_RIGHT_PARENTHESIS = 1,
-    ZEL_PARSE_MISSING_LEFT_PARENTHESIS = 2,
-    ZEL_PARSE_SYNTAX_ERROR = 3,
-    ZEL_PARSE_ILLEGAL_OPERAND = 4,
-    ZEL_PARSE_TWO_ASSIGNMENTS = 5,
-    ZEL_NUM_PARSE_STATUSES
-};
 
 /* The message of each status. */
 extern const char* const ParseErrorMsgs[ZEL_NUM_PARSE_STATUSES];

@@ -21,6 +21,8 @@ void ZELFeatureSetOverwritePromptOff(void);
 void ZELFeatureCreateFile(const char* parameterFilename, ZELFeatureFileStruct* FeatureFile,
                           const char* outputFilename);
 
+/* ---- Copies ---- */
+
 /* A fresh copy of the parameters, dated now, with empty class counts and ranges. The destination's
    previous content is not freed. */
 void ZELFeatureCopyParameter(ZELParameterStruct* DestParameter,
@@ -39,6 +41,8 @@ void ZELFeatureOpenCopiedFile(ZELFeatureFileStruct* FeatureFile, const char* out
 void ZELFeatureCreateCopiedFile(ZELFeatureFileStruct* DestFile, const ZELFeatureFileStruct* SrcFile,
                                 const char* outputFilename);
 
+/* ---- Reading and closing ---- */
+
 /* Opens a file for reading; the next read returns sample 0. */
 void ZELFeatureOpenFile(const char* filename, ZELFeatureFileStruct* FeatureFile);
 
@@ -48,6 +52,8 @@ void ZELFeatureCloseFile(ZELFeatureFileStruct* FeatureFile);
 
 /* Evaluates every feature for Pixel into Features. */
 void ZELFeatureCompute(ZELFeatureFileStruct* FeatureFile);
+
+/* ---- Samples ---- */
 
 /* Copies class, position, angles, date, box, priority and feature values of the current sample.
    Both files must have the same number of features. */
@@ -66,6 +72,8 @@ void ZELFeatureWriteSampleToFile(ZELFeatureFileStruct* FeatureFile);
 void ZELFeatureSeekSample(ZELFeatureFileStruct* FeatureFile, int sample);
 void ZELFeatureSkipSamples(ZELFeatureFileStruct* FeatureFile, int count);
 void ZELFeatureRewindFile(ZELFeatureFileStruct* FeatureFile);
+
+/* ---- Summaries and fields ---- */
 
 /* Summaries on standard output: the classes with samples; the range of each feature. */
 void ZELFeaturePrintClassInfo(const ZELFeatureFileStruct* FeatureFile);

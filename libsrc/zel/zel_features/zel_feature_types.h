@@ -21,6 +21,56 @@ enum {
 
 /* ---- Expressions ---- */
 
+/* Kinds of stack elements. */
+enum {
+    OPER = 0,        /* operator or function */
+    CON = 1,         /* constant */
+    CHAN = 2,        /* channel, read */
+    VAR = 3,         /* pixel variable, read */
+    LVALUE = 4,      /* pixel variable as the target of "=" */
+    CHAN_LVALUE = 5, /* channel as the target of "=" */
+    REG = 6,         /* register, read */
+    REG_LVALUE = 7   /* register as the target of "=" */
+};
+
+/* Operators, weakest first; functions from VAL on. */
+enum {
+    SKIP_PIXEL,
+    COMMA,
+    SET_VARIABLE,
+    OR,
+    AND,
+    NOTEQUAL,
+    EQUAL,
+    LESSTHANOREQUAL,
+    GREATERTHANOREQUAL,
+    GREATERTHAN,
+    LESSTHAN,
+    SUB,
+    ADD,
+    MUL,
+    RATIO,
+    DIV,
+    NEGATIVE,
+    NOT,
+    VAL,
+    SAT,
+    HUE,
+    LENGTH3,
+    LENGTH2,
+    ATAN,
+    TAN,
+    COS,
+    SIN,
+    D2RAD,
+    LOG10,
+    LOG,
+    EXP,
+    POW,
+    SQRT,
+    ZEL_NUM_OPERATORS
+};
+
 /* Operand of a stack element, 32 bits wide: int_t or float_t, as the element's kind says. The
    other two are handles of the same width, unused by the compiler. */
 typedef union elementUnion {
@@ -34,7 +84,7 @@ typedef union elementUnion {
    for CON, the number from 1 for channels and registers, and the index into the variable table for
    variables; targets likewise. */
 typedef struct StackElementStruct {
-    int type;        /* element kind, zel_expression.h */
+    int type;        /* element kind */
     elementUnion op; /* as above */
     struct StackElementStruct* nextElement;
 } StackElementStruct;
@@ -47,6 +97,23 @@ typedef struct ZELStackStruct {
     int numStackElements;
     char* expression; /* the source text as given, blanks included */
 } ZELStackStruct;
+
+/* Status codes of a compile. */
+enum {
+    ZEL_PARSE_OK = 0,
+    ZEL_PARSE_MISSING_RIGHT_PARENTHESIS = 1,
+    ZEL_PARSE_MISSING_LEFT_PARENTHESIS = 2,
+    ZEL_PARSE_SYNTAX_ERROR = 3,
+    ZEL_PARSE_ILLEGAL_OPERAND = 4,
+    ZEL_PARSE_TWO_ASSIGNMENTS = 5,
+    ZEL_NUM_PARSE_STATUSES
+};
+
+/* A name of a pixel variable and the field that it stands for, null until the first evaluation. */
+typedef struct VariableStruct {
+    const char* name;
+    float* varPtr;
+} VariableStruct;
 
 /* One entry of a command list; Label, Condition and Action may each be null. */
 typedef struct CommandListStruct {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <limits>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "support/line.hpp"
 #include "support/outcome.hpp"
 #include "support/random_expression.hpp"
+#include "zel_features/evaluate/rows.hpp"
 #include "zel_features/zel_features.h"
 
 namespace {
@@ -51,7 +53,17 @@ void expectSame(const std::string& text, const Line& line,
     ASSERT_EQ(difference(by_rows, by_pixels), "") << text;
 }
 
-TEST(ExpressionLine, RandomExpressionsAreThoseOfThePixels)
+// Instructions of every width that the processor has give the same results.
+class ExpressionLineWidths : public testing::TestWithParam<zel::Width> {
+protected:
+    void SetUp() override { zel::limitKernelWidth(GetParam()); }
+    void TearDown() override { zel::limitKernelWidth(zel::Width::widest); }
+};
+INSTANTIATE_TEST_SUITE_P(All, ExpressionLineWidths,
+                         testing::Values(zel::Width::narrow, zel::Width::wide,
+                                         zel::Width::widest));
+
+TEST_P(ExpressionLineWidths, RandomExpressionsAreThoseOfThePixels)
 {
     Texts texts(31);
     Random random(77);
@@ -66,7 +78,7 @@ TEST(ExpressionLine, RandomExpressionsAreThoseOfThePixels)
     EXPECT_GT(compared, 3500);
 }
 
-TEST(ExpressionLine, EveryOperatorIsThatOfThePixel)
+TEST_P(ExpressionLineWidths, EveryOperatorIsThatOfThePixel)
 {
     Random random(5);
     for (const char* text : {"Ch1||Ch2",
@@ -114,7 +126,7 @@ TEST(ExpressionLine, EveryOperatorIsThatOfThePixel)
 
 // Rows approximate these functions and ask the library in doubt: a few times in a million results
 // (where they lie half-way between two floats), and for arguments out of the common range.
-TEST(ExpressionLine, FunctionsAreThoseOfThePixelForAnyArgument)
+TEST_P(ExpressionLineWidths, FunctionsAreThoseOfThePixelForAnyArgument)
 {
     constexpr int pixels = 300000;
     Random random(99);
@@ -299,6 +311,70 @@ TEST(ExpressionLine, TheResultMayTakeTheRowOfAnArgument)
                         nullptr);
         EXPECT_EQ(line.channelRows[0], separate.values) << text;
     }
+}
+
+// The plan of an expression is kept, and made again when it no longer fits.
+TEST(ExpressionLine, AnExpressionThatIsChangedIsNoticed)
+{
+    const Compiled compiled("Ch1+2");
+    Line line(3, 1);
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.values, Row(3, 3.0f));
+    compiled.stack.stackHead->nextElement->op.float_t = 5.0f;
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.values, Row(3, 6.0f));
+    compiled.stack.stackHead->nextElement->nextElement->op.int_t = MUL;
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.values, Row(3, 5.0f));
+}
+
+TEST(ExpressionLine, OtherRowsAndOtherValuesOfTheRecordAreNoticed)
+{
+    const Compiled compiled("(Ch1+register1)*sz");
+    Line line(3, 2);
+    line.record.Registers[0] = 1.0f;
+    line.record.sz = 10.0f;
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.values, Row(3, 20.0f));
+    line.record.Registers[0] = 2.0f;
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.values, Row(3, 30.0f));
+    line.giveRow(4, 100.0f);
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.values, Row(3, 300.0f));
+    line.registerRows[0] = line.newRow(5.0f);
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.values, Row(3, 600.0f));
+    line.channelRows[0].clear();
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.values, Row(3, 500.0f));
+    line.channelRows.clear();
+    line.channelRows.emplace_back(3, 7.0f);
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.values, Row(3, 1200.0f));
+}
+
+TEST(ExpressionLine, MoreExpressionsThanPlansAreKeptApart)
+{
+    std::vector<std::unique_ptr<Compiled>> all;
+    for (int i = 0; i < 70; ++i)
+        all.push_back(std::make_unique<Compiled>("Ch1+" + std::to_string(i)));
+    Line line(3, 1);
+    for (int round = 0; round < 2; ++round)
+        for (int i = 0; i < 70; ++i) {
+            evaluate(line, all[static_cast<std::size_t>(i)]->stack);
+            EXPECT_EQ(line.values, Row(3, static_cast<float>(i + 1)));
+        }
+}
+
+TEST(ExpressionLine, ARegisterWithARowIsEachPixelsOwn)
+{
+    Line line(3, 1);
+    line.registerRows[0] = {10.0f, 20.0f, 30.0f};
+    const Compiled compiled("register1=register1+Ch1");
+    evaluate(line, compiled.stack);
+    EXPECT_EQ(line.registerRows[0], Row({11.0f, 21.0f, 31.0f}));
+    EXPECT_EQ(line.record.Registers[0], 0.0f);
 }
 
 TEST(ExpressionLine, LargeExpressionsWork)

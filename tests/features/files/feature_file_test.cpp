@@ -202,7 +202,7 @@ TEST_F(Samples, SampleOneCanBeSkippedToRightAfterTheOpen)
     EXPECT_EQ(next(), 1);
 }
 
-// The stream is moved behind the library's back to see whether it is moved again.
+// The stream is moved without the library's knowledge to see whether it is moved again.
 TEST_F(Samples, OnlyAReadOutOfOrderSeeks)
 {
     open(sampleFile(1, 6));

@@ -117,7 +117,7 @@ TEST(FeatureIo, TheOrderOfTheHostIsFoundOnce)
     EXPECT_EQ(HostOS, std::endian::native == std::endian::little ? 1 : 0);
 }
 
-// Told that it runs on the other kind of host, it leaves the bytes alone.
+// With the host's order set to big-endian, the bytes are left alone.
 TEST(FeatureIo, AHostWithTheFilesOrderReversesNothing)
 {
     InitializeFileRead();

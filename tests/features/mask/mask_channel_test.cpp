@@ -33,7 +33,7 @@ Scene maskedScene(int version = 230)
 {
     Scene scene = smallScene(version);
     scene.slots[0].mask = build(fullMask()).bytes;
-    scene.slots[0].tables = {{5, "behind the mask", {1.5f}}};
+    scene.slots[0].tables = {{5, "after the mask", {1.5f}}};
     scene.slots[0].histogram = zel_test::Histogram{9, 1, {1, 2, 3}};
     MaskRecord other;
     other.label = "of an empty slot";
@@ -79,7 +79,7 @@ TEST(MaskChannel, WhatIsBehindAMaskIsFound)
     EXPECT_EQ(file->HeaderOffset, static_cast<int>(built.headerEnd));
     EXPECT_EQ(file->NumLines, 2);
     ASSERT_EQ(file->Channels[0].TableList.NumTables, 1);
-    EXPECT_STREQ(file->Channels[0].TableList.TableHead->TableLabel, "behind the mask");
+    EXPECT_STREQ(file->Channels[0].TableList.TableHead->TableLabel, "after the mask");
     ASSERT_NE(file->Channels[0].ChannelHistogram, nullptr);
     EXPECT_EQ(file->Channels[0].ChannelHistogram->Histogram[2], 3);
     EXPECT_STREQ(file->Channels[2].ChannelLabel, "third");
@@ -231,7 +231,7 @@ TEST(MaskChannel, CopiedHeadersHaveMasksOfTheirOwn)
     run([&] { ZELFinishWritingFile(copy.get()); });
 }
 
-// A view has the present channels of all its files, one behind the other.
+// A view has the present channels of all its files, one after the other.
 TEST(MaskChannel, AViewHasMasksOfItsOwn)
 {
     const TempDir dir;
@@ -286,8 +286,8 @@ protected:
     // classes and the classifiers themselves, where one in a hundred is.
     static bool isWorthATry(const zel_test::BuiltMask& mask, std::size_t place)
     {
-        const auto inside = [&](const std::string& first, const std::string& behind) {
-            return place > mask.place(first) + 8 && place + 40 < mask.place(behind);
+        const auto inside = [&](const std::string& first, const std::string& next) {
+            return place > mask.place(first) + 8 && place + 40 < mask.place(next);
         };
         const bool isLong = inside("classifier 0 class counts", "classifier 0 conditions") ||
                             inside("classifier 1 class counts", "classifier 1 conditions") ||
@@ -370,7 +370,7 @@ TEST_F(MaskDamage, LengthsLargerThanTheFileAreRefused)
     }
 }
 
-// The file goes on behind it, but the component does not.
+// The file continues after it, but the component does not.
 TEST_F(MaskDamage, AMaskThatIsLongerThanItsComponentIsRefused)
 {
     const BuiltFile built = build(maskedScene());

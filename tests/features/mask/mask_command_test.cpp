@@ -34,7 +34,7 @@ TEST(MaskCommand, AClassifierFileIsAHeaderAndTheClassifier)
     EXPECT_EQ(c.Parameters->FeatureInfo.Max[0], 1.5f);
 }
 
-TEST(MaskCommand, AClassifierFileMayEndBehindItsHeader)
+TEST(MaskCommand, AClassifierFileMayEndAfterItsHeader)
 {
     Block file("classifiername @/empty\n");
     ASSERT_TRUE(file.succeeded());
@@ -83,7 +83,7 @@ TEST(MaskCommand, LevelsBeyondTheirRangeEndTheProcess)
                                "invalid classifier level 100\n"));
 }
 
-TEST(MaskCommand, OfATypeCaseThereIsLevel0Only)
+TEST(MaskCommand, TheTypeCaseHasLevel0Only)
 {
     Block file("masktype case\nclassifiername x 0 1\n");
     EXPECT_TRUE(file.failed("line 3: classifiername x 0 1\ninvalid classifier level 1\n"));
@@ -91,7 +91,7 @@ TEST(MaskCommand, OfATypeCaseThereIsLevel0Only)
     EXPECT_TRUE(zero.succeeded());
 }
 
-// The type may be given behind its classifiers, or be left at case.
+// The type may be given after its classifiers, or be left at case.
 TEST(MaskCommand, LevelsAreCheckedAgainAtTheEndOfTheMask)
 {
     Block late("classifiername @/one 0 5\nmasktype hier\n");
@@ -111,7 +111,7 @@ TEST(MaskCommand, TheTypeOfOneMaskIsNotThatOfTheNext)
     EXPECT_TRUE(file.failed("line 9: endmask\ninvalid classifier level 5\n"));
 }
 
-TEST(MaskCommand, TypesThatAreNoneEndTheProcess)
+TEST(MaskCommand, UnknownTypesEndTheProcess)
 {
     Block negative("classifiername x -1\n");
     EXPECT_TRUE(negative.failed("line 2: classifiername x -1\ninvalid classifier type: -1\n"));
@@ -343,7 +343,7 @@ TEST(MaskCommand, APreClassFilterMayHaveAnEmptyClassList)
     }
 }
 
-// The text is looked for behind the word as it is written in lower case.
+// The text is looked for after the word in lower case.
 TEST(MaskCommand, AFilterInUpperCaseIsASyntaxError)
 {
     for (const std::string line : {"PreClassFilter 1:3\n", "POSTCLASSFILTER 1:class=3\n"})

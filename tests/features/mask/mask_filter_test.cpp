@@ -117,7 +117,7 @@ TEST(PreClassFilter, WhatIsNoConstantCountsAsClass0)
     EXPECT_EQ(Filters({{{}, "1", "10+20"}}, {}).excluded(0), "0 10 20");
 }
 
-TEST(PreClassFilter, ClassesThatAreNoneAreIgnored)
+TEST(PreClassFilter, UnknownClassesAreIgnored)
 {
     Filters filters({{{}, "1", "1000"}, {{}, "1", "999999"}, {{}, "1", "6"}}, {});
     EXPECT_EQ(filters.excluded(0), "6");

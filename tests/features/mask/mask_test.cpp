@@ -247,7 +247,7 @@ TEST(Mask, ACopyInAListStandsAlone)
     ZELFeatureFreeMaskList(&list);
 }
 
-// The flow of the copy leads through the copy; a skipped pixel tells where it went.
+// The flow of the copy stays in the copy; a skipped pixel shows where it went.
 TEST(Mask, TheProgramsOfACopyRun)
 {
     OwnedMask mask = readMask(fullMask());
@@ -276,7 +276,7 @@ TEST(Mask, TheProgramsOfACopyRun)
     ZELBindPixel(nullptr);
 }
 
-// What compiling a program had to say was said when it was compiled.
+// The warnings of a program are printed when it is compiled.
 TEST(Mask, CopyingSaysNothing)
 {
     zel_test::MaskRecord record = fullMask();

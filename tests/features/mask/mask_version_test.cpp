@@ -147,7 +147,7 @@ TEST(MaskFile, AProgramWithoutStructureEndsTheProcess)
     EXPECT_EQ(mask.outcome.err, "Endif error: Missing If or Else before endif\n");
 }
 
-// In front of each item and one byte behind it.
+// Before each item and one byte after its start.
 TEST(MaskFile, AFileThatIsCutShortEndsTheProcess)
 {
     const BuiltMask built = build(fullMask());
@@ -158,9 +158,9 @@ TEST(MaskFile, AFileThatIsCutShortEndsTheProcess)
             ASSERT_TRUE(mask.outcome.ended) << item;
             EXPECT_EQ(mask.outcome.status, -1) << item;
             EXPECT_EQ(mask.mask, nullptr);
-            const bool said = mask.outcome.err.starts_with("corrupt feature file: ") ||
-                              mask.outcome.err.starts_with("ReadString error:");
-            EXPECT_TRUE(said) << item << ": " << mask.outcome.err;
+            const bool reported = mask.outcome.err.starts_with("corrupt feature file: ") ||
+                                  mask.outcome.err.starts_with("ReadString error:");
+            EXPECT_TRUE(reported) << item << ": " << mask.outcome.err;
         }
     }
 }

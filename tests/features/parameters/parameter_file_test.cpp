@@ -277,7 +277,7 @@ TEST(ParameterFile, ACommandWordInUpperCaseIsASyntaxErrorWhereItsTextIsSearchedF
     }
 }
 
-// The text behind the first place where the word stands in lower case.
+// The text after the first place where the word is in lower case.
 TEST(ParameterFile, ACommandWordIsSearchedForInTheWholeLine)
 {
     CompleteParameters file("Feature feature Ch5\n");

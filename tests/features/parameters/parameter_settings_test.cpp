@@ -279,7 +279,7 @@ TEST(ParameterSettings, ClassTypesHaveNames)
     EXPECT_EQ(file.outcome.err, "line 3: unknown class type\n");
 }
 
-// Two of them are not the place of their label: ikonos, and msg, which has none.
+// Two of them are not the index of their label: ikonos, and msg, which has no label.
 TEST(ParameterSettings, DataTypesHaveNames)
 {
     const struct {

@@ -1,9 +1,9 @@
 // The functions of evaluate/arithmetic.hpp once more, for rows: straight-line double-precision arithmetic
-// that a compiler can lay out for several pixels at a time. A result is used only where rounding it to
+// that a compiler can compute for several pixels at a time. A result is used only where rounding it to
 // single precision leaves no doubt: the approximation and the mathematics library's value lie within
-// doubt of each other, so that when both ends of that interval round to the same float, so does the
-// library's value. Elsewhere, and for arguments out of range, the library is asked. Results therefore
-// are those of evaluate/arithmetic.hpp, to the bit.
+// doubt of each other, so that the library's value rounds to the same float unless it lies that close to
+// the middle between two floats. There, and for arguments out of range, the library is asked. Results
+// therefore are those of evaluate/arithmetic.hpp, to the bit.
 #ifndef ZEL_FEATURES_EVALUATE_ARITHMETIC_FAST_HPP
 #define ZEL_FEATURES_EVALUATE_ARITHMETIC_FAST_HPP
 
@@ -15,9 +15,9 @@
 
 namespace zel::arithmetic {
 
-// Relative distance between an approximation and the library's value, with room to spare: it was
-// found to be at most 2^-49, in pow 2^-44.
-inline constexpr double doubt = 0x1p-42;
+// Relative distance between an approximation and the library's value, with room to spare: the
+// polynomials are within 2^-43, what else is rounded adds less.
+inline constexpr double doubt = 0x1p-40;
 
 namespace fast {
 
@@ -77,10 +77,10 @@ inline double exponential(double a)
     const double shifted = a * (1.0 / ln2) + toNearest;
     const double n = shifted - toNearest;
     const double r = (a - n * 0x1.62e42feep-1) - n * 0x1.a39ef35793c76p-33;
-    const double e = polynomial(r, 1.0, 1.0000000000000067, 0.5000000000000006, 0.1666666666655439,
-                                0.04166666666657313, 0.008333333385673594, 0.0013888888932493439,
-                                0.00019841170263067238, 2.4801504340856006e-05,
-                                2.7640183865343144e-06, 2.7626359798074195e-07);
+    const double e = polynomial(r, 1.0000000000000129, 0.9999999999998916, 0.49999999999453637,
+                                0.1666666666783641, 0.0416666670346598, 0.00833333300080638,
+                                0.0013888802484348119, 0.00019841597726043947,
+                                2.488417494989868e-05, 2.748203160230576e-06);
     return e * fromBits((bitsOf(shifted) << 52) + bitsOf(1.0));
 }
 
@@ -92,9 +92,9 @@ inline double logarithm(float a)
     const auto n = static_cast<double>(static_cast<std::int32_t>(aboveRoot) >> 23);
     const double m = wide(std::bit_cast<float>(bits - (aboveRoot & 0xff800000U)));
     const double s = (m - 1.0) / (m + 1.0);
-    return n * ln2 + s * polynomial(s * s, 2.0, 0.6666666666666765, 0.39999999999302227,
-                                    0.2857142876066624, 0.2222219705410192, 0.1818363182295751,
-                                    0.1531252432604664, 0.14809750333398877);
+    return n * ln2 + s * polynomial(s * s, 2.0000000000000004, 0.6666666666655153,
+                                    0.40000000062332164, 0.2857141592978034, 0.22223440905468891,
+                                    0.18121731152867654, 0.1684008947231729);
 }
 
 // A normal, positive number.
@@ -103,33 +103,32 @@ inline bool hasLogarithm(float a)
     return std::bit_cast<std::uint32_t>(a) - 0x00800000U < 0x7f000000U;
 }
 
-// Sine and cosine of the angle within its quadrant, turned to the quadrant.
-struct Angle {
-    double sine, cosine;
-};
+inline constexpr double maxAngle = 1.0e6;  // multiples of pi are subtracted exactly up to here
 
-inline constexpr double maxAngle = 1.0e6;  // quadrants are subtracted exactly up to here
-
-inline Angle angle(double a)
+// The sine of a less than n pi, for what is within half of pi: pi in three pieces, of which n times the
+// first two is exact.
+inline double sineOfRest(double a, double n)
 {
-    const double shifted = a * (2.0 / pi) + toNearest;
-    const double n = shifted - toNearest;
-    // pi/2 in three pieces, of which n times the first two is exact.
-    const double r = ((a - n * 0x1.921fb544p+0) - n * 0x1.0b4611a6p-34) - n * 0x1.3198a2e037073p-69;
-    const double u = r * r;
-    const double s =
-        r * polynomial(u, 1.0, -0.16666666666666616, 0.008333333333320361, -0.00019841269828649506,
-                       2.7557313376124215e-06, -2.5050716930370053e-08, 1.5894734073938045e-10);
-    const double c =
-        polynomial(u, 1.0, -0.4999999999999925, 0.04166666666647229, -0.001388888886997747,
-                   2.480157853814964e-05, -2.755523381933228e-07, 2.0630450517767905e-09);
-    const std::uint64_t quadrant = bitsOf(shifted);
-    const bool odd = (quadrant & 1U) != 0;
-    const double sine = choose(odd, c, s);
-    const double cosine = choose(odd, s, c);
-    // The second half of the circle turns the sine's sign, the second and third quarter the cosine's.
-    return {fromBits(bitsOf(sine) ^ ((quadrant & 2U) << 62)),
-            fromBits(bitsOf(cosine) ^ (((quadrant + 1U) & 2U) << 62))};
+    const double r = ((a - n * 0x1.921fb544p+1) - n * 0x1.0b4611a6p-33) - n * 0x1.3198a2e037073p-68;
+    return r * polynomial(r * r, 0.9999999999999375, -0.16666666666432192, 0.008333333318758287,
+                          -0.00019841266410262703, 2.7556931811736073e-06,
+                          -2.5029514416708622e-08, 1.5401106045859936e-10);
+}
+
+// Each half turn changes the sign.
+inline double sine(double a)
+{
+    const double shifted = a * (1.0 / pi) + toNearest;
+    const double rest = sineOfRest(a, shifted - toNearest);
+    return fromBits(bitsOf(rest) ^ (bitsOf(shifted) << 63));
+}
+
+// The sine of a quarter turn more.
+inline double cosine(double a)
+{
+    const double shifted = (a * (1.0 / pi) - 0.5) + toNearest;
+    const double rest = sineOfRest(a, (shifted - toNearest) + 0.5);
+    return fromBits(bitsOf(rest) ^ (~bitsOf(shifted) << 63));
 }
 
 // Two zeros and two infinities have no quotient, and so no result.
@@ -137,14 +136,14 @@ inline double arcTangent(double a, double b)
 {
     const double x = magnitude(b), y = magnitude(a);
     const bool steep = y > x;
-    const double t = choose(steep, x, y) / choose(steep, y, x);
+    const double below = choose(steep, x, y), above = choose(steep, y, x);
     // Beyond an eighth of pi the tangent is that of the rest to a quarter.
-    const bool far = t > 0.41421356237309503;
-    const double s = choose(far, t - 1.0, t) / choose(far, t + 1.0, 1.0);
-    double angle = s * polynomial(s * s, 0.999999999999999, -0.33333333333221393,
-                                  0.19999999978386104, -0.1428571266125891, 0.11111048839980395,
-                                  -0.09089529707761589, 0.07673532799871223, -0.06505966850780683,
-                                  0.050247090184881035, -0.025315752916357237);
+    const bool far = below > 0.41421356237309503 * above;
+    const double s = choose(far, below - above, below) / choose(far, below + above, above);
+    double angle = s * polynomial(s * s, 0.9999999999999741, -0.33333333330871123,
+                                  0.19999999612862454, -0.14285690781576849, 0.11110392929627276,
+                                  -0.09078486365496519, 0.07564327866912833,
+                                  -0.05876655983641218, 0.030692495411727805);
     angle = choose(far, pi / 4, 0.0) + angle;
     angle = choose(steep, pi / 2 - angle, angle);
     angle = choose(b < 0.0, pi - angle, angle);
@@ -152,6 +151,20 @@ inline double arcTangent(double a, double b)
 }
 
 }  // namespace fast
+
+// The approximation as a float where that is the library's result, else not a number. A double has 29
+// bits more than a float: of those that round to different floats, it may not lie within doubt of the
+// middle. Below the smallest normal number floats have fewer bits.
+inline float settled(double approximation)
+{
+    constexpr std::uint64_t middle = std::uint64_t{1} << 28;
+    constexpr auto margin = static_cast<std::uint64_t>(doubt * 0x1p53);
+    const std::uint64_t place =
+        (fast::bitsOf(approximation) - (middle - margin)) & (2 * middle - 1);
+    const bool settles =
+        fast::both(place > 2 * margin, fast::magnitude(approximation) >= 0x1.01p-126);
+    return static_cast<float>(fast::choose(settles, approximation, fast::unsure));
+}
 
 // approximate() of each function, not a number where the library is to be asked. Other functions are
 // fast as they are.
@@ -172,19 +185,18 @@ inline double approximate(Logarithm10, float a)
 inline double approximate(Sine, float a)
 {
     const double x = wide(a);
-    return fast::choose(fast::magnitude(x) <= fast::maxAngle, fast::angle(x).sine, fast::unsure);
+    return fast::choose(fast::magnitude(x) <= fast::maxAngle, fast::sine(x), fast::unsure);
 }
 inline double approximate(Cosine, float a)
 {
     const double x = wide(a);
-    return fast::choose(fast::magnitude(x) <= fast::maxAngle, fast::angle(x).cosine, fast::unsure);
+    return fast::choose(fast::magnitude(x) <= fast::maxAngle, fast::cosine(x), fast::unsure);
 }
 inline double approximate(Tangent, float a)
 {
     const double x = wide(a);
-    const fast::Angle angle = fast::angle(x);
-    return fast::choose(fast::magnitude(x) <= fast::maxAngle, angle.sine / angle.cosine,
-                        fast::unsure);
+    const double tangent = fast::sine(x) / fast::cosine(x);
+    return fast::choose(fast::magnitude(x) <= fast::maxAngle, tangent, fast::unsure);
 }
 inline double approximate(ArcTangent, float a, float b)
 {

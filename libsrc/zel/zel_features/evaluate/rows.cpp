@@ -1,6 +1,7 @@
 #include "zel_features/evaluate/rows.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 #include "zel_features/evaluate/arithmetic_fast.hpp"
 
@@ -103,33 +104,22 @@ constexpr bool isApproximated = requires
     approximate(Compute(), 0.0f, 0.0f);
 };
 
-// Both ends of the interval that holds the library's value. They are the same float, or the library
-// must be asked.
-struct Bracket {
-    explicit Bracket(double value)
-        : low(static_cast<float>(value * (1.0 - zel::arithmetic::doubt))),
-          high(static_cast<float>(value * (1.0 + zel::arithmetic::doubt)))
-    {
-    }
-    float low, high;
-};
-
+// The arguments are needed until all doubts are settled: where the result takes the place of one, it
+// is kept apart until then.
 template <class Compute, class... RowOf>
 inline void computeApproximately(Compute compute, float* result, int n, RowOf... rows)
 {
-    float low[zel::rowSize];
-    int doubtful[zel::rowSize];
+    float apart[zel::rowSize];
+    float* const settled = ((rows == result) || ...) ? apart : result;
     int doubts = 0;
-    for (int i = 0; i < n; ++i) {
-        const Bracket bracket(approximate(compute, rows[i]...));
-        low[i] = bracket.low;
-        doubtful[i] = bracket.low == bracket.high ? 0 : 1;
-        doubts |= doubtful[i];
-    }
+    eachPixel(n, [=, &doubts](int i) {
+        settled[i] = zel::arithmetic::settled(approximate(compute, rows[i]...));
+        doubts |= settled[i] == settled[i] ? 0 : 1;
+    });
     if (doubts != 0)
         for (int i = 0; i < n; ++i)
-            if (doubtful[i] != 0) low[i] = compute(rows[i]...);
-    std::copy_n(low, n, result);
+            if (std::isnan(settled[i])) settled[i] = compute(rows[i]...);
+    if (settled != result) std::copy_n(settled, n, result);
 }
 
 inline bool isSquare(zel::arithmetic::Power, const Operand* arguments)

@@ -81,7 +81,7 @@ void walkRanges(Walker& w, Info& info, int features)
     w.array("feature minima", info.Min, features);
 }
 
-// A header behind its identifier, up to the feature ranges.
+// A header after its identifier, up to the feature ranges.
 template <class Walker>
 void walkHeader(Walker& w, ZELParameterStruct& p)
 {
@@ -143,6 +143,21 @@ constexpr void walkSample(Walker& w, std::int32_t& classNumber, ZELPixelStruct& 
     w.field("priority", p.Priority);
     w.field("jday", p.jday);
     w.field("year", p.year);
+}
+
+constexpr int sampleHeadSize()
+{
+    ZELPixelStruct pixel{};
+    std::int32_t classNumber = 0;
+    LayoutSize size;
+    walkSample(size, classNumber, pixel);
+    return static_cast<int>(size.bytes());
+}
+static_assert(sampleHeadSize() == 44);
+
+constexpr int sampleLength(int features)
+{
+    return sampleHeadSize() + static_cast<int>(sizeof(float)) * features;
 }
 
 }  // namespace zel

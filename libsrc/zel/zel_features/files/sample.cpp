@@ -1,7 +1,6 @@
-#include "zel_features/files/sample.hpp"
-
 #include <algorithm>
 
+#include "zel_features/files/records.hpp"
 #include "zel_features/language/truncate.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
 #include "zel_features/zel_feature_file.h"

@@ -9,7 +9,7 @@
 
 #include "ground/memory.hpp"
 #include "ground/same_file.hpp"
-#include "zel_features/files/sample.hpp"
+#include "zel_features/files/records.hpp"
 #include "zel_features/files/zel_feature_file.hpp"
 #include "zel_features/files/zel_feature_header.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
@@ -99,7 +99,7 @@ void openFeatureOutput(ZELFeatureFileStruct& file)
     const char* filename = name ? name : "";
     if (isInput(file.Parameters.IO, filename)) failWithInput(filename);
     confirmReplacing(filename);
-    // What cannot be read was not asked about, and is not replaced.
+    // The question covers readable files only; "w+" does not replace a file that cannot be read.
     file.fptr = std::fopen(filename, "w+b");
     if (!file.fptr) failWithError("cannot create output file %s\n", filename);
 }

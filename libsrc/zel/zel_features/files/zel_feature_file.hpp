@@ -1,4 +1,4 @@
-// Opening the output of a feature file, as created or as a copy, and what is copied.
+// Opening the output of a feature file, as created or as a copy.
 #ifndef ZEL_FEATURES_FILES_FEATURE_FILE_HPP
 #define ZEL_FEATURES_FILES_FEATURE_FILE_HPP
 
@@ -18,13 +18,6 @@ void allocateFeatures(ZELFeatureFileStruct& file, const char* function);
 
 // Writes the header of a file that samples are then appended to.
 void beginWriting(ZELFeatureFileStruct& file);
-
-// Copies an entry list; conditions is the copy's list of definitions.
-using CopyList = void (*)(CommandStruct& to, const CommandStruct& from,
-                          const CommandStruct& conditions);
-
-// Makes to a copy of from, with nothing counted or measured yet.
-void copyParameters(ZELParameterStruct& to, const ZELParameterStruct& from, CopyList copyList);
 
 }  // namespace zel
 

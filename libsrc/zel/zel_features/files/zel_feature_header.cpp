@@ -37,7 +37,7 @@ void readList(FILE* fptr, CommandStruct& list, bool check, const CommandListStru
     });
 }
 
-// Labels that nobody owns yet.
+// Labels without an owner yet.
 struct NewLabels {
     char** all = nullptr;
     int count = 0;

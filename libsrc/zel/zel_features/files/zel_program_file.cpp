@@ -3,23 +3,15 @@
 #include <utility>
 
 #include "zel_features/files/records.hpp"
-#include "zel_features/files/zel_program_file.hpp"
 #include "zel_features/program/zel_program.hpp"
-
-namespace zel {
-
-ProgramLines* readProgramText(FeatureReader& reader)
-{
-    OwnedProgramText text;
-    walkProgramText(reader, text.first, 0);
-    return std::exchange(text.first, nullptr);
-}
-
-}  // namespace zel
 
 ProgramLines* ZELFeatureReadProgramText(FILE* fptr)
 {
-    return zel::readFeatures(fptr, zel::readProgramText);
+    return zel::readFeatures(fptr, [](zel::FeatureReader& reader) {
+        zel::OwnedProgramText text;
+        zel::walkProgramText(reader, text.first, 0);
+        return std::exchange(text.first, nullptr);
+    });
 }
 
 void ZELFeatureWriteProgramText(FILE* fptr, const ProgramLines* ProgramText)

@@ -1,12 +1,9 @@
-// Operands: named definitions, variables, channels, registers and constants, tried in this order.
-#include <charconv>
-#include <cmath>
-#include <string_view>
+#include "zel_features/language/operand.hpp"
 
-#include "zel_features/language/build.hpp"
+#include "ground/text_number.hpp"
+#include "zel_features/language/stack.hpp"
 #include "zel_features/language/text.hpp"
 #include "zel_features/language/variables.hpp"
-#include "zel_features/zel_expression.h"
 
 namespace {
 
@@ -15,13 +12,15 @@ using std::string_view;
 constexpr string_view channelPrefix = "ch";
 constexpr string_view registerPrefix = "register";
 
-// Definitions of definitions double with every line, and few bytes of a file can use a large one again
-// and again; a text that means more than this is refused, and one with which all together do.
-constexpr int mostElements = 100000;
-constexpr long long mostTogether = 4000000;
+// Definitions of definitions can double with every line, and a few bytes of a file can use a large one
+// many times. These limit the elements of one text, and of all stacks of the process.
+constexpr int maxElements = 100000;
+constexpr long long maxElementsInUse = 4000000;
 
-// One without a condition is the one that is being compiled right now, and means nothing yet: a feature
-// Ch1 may have the label Ch1.
+// Operands are tried in this order: named definitions, variables, channels, registers, constants.
+
+// A definition without a condition is the one being compiled, and has no meaning yet: a feature Ch1 may
+// have the label Ch1.
 const CommandListStruct* findDefinition(string_view label, const CommandListStruct* definitions)
 {
     for (; definitions; definitions = definitions->next)
@@ -36,14 +35,14 @@ void setRegister(StackElementStruct& element, string_view number, bool assigned)
     element.op.int_t = zel::leadingInteger(number);
 }
 
-// A definition stands for its compiled expression, word for word. One whose text begins with
-// "register" is another name of that register, so that it can be assigned to; whatever follows the
-// number in its text is lost.
+// A definition stands for its compiled expression, element for element. One whose text begins with
+// "register" is another name of that register and can be assigned to; what follows the number is
+// ignored.
 int compileDefinition(const CommandListStruct& definition, ZELStackStruct& stack, bool assigned)
 {
     const int count = definition.Condition->numStackElements;
-    if (stack.numStackElements + count > mostElements ||
-        zel::elementsInUse() + count > mostTogether)
+    if (stack.numStackElements + count > maxElements ||
+        zel::elementsInUse() + count > maxElementsInUse)
         return ZEL_PARSE_SYNTAX_ERROR;
     zel::Text text = definition.Condition->expression ? definition.Condition->expression : "";
     std::erase_if(text, zel::isBlank);
@@ -51,7 +50,7 @@ int compileDefinition(const CommandListStruct& definition, ZELStackStruct& stack
         setRegister(zel::appendElement(stack), string_view(text).substr(registerPrefix.size()),
                     assigned);
     else
-        addStack(&stack, definition.Condition);
+        zel::appendCopies(stack, *definition.Condition);
     return ZEL_PARSE_OK;
 }
 
@@ -66,8 +65,8 @@ bool compileVariable(string_view text, StackElementStruct& element, bool assigne
     return false;
 }
 
-// "Ch" alone is channel 0. With anything but digits behind it the element is a channel only until
-// what follows the two letters turns out to be a register or a constant: Ch1.5 is the constant 1.5.
+// "Ch" alone is channel 0. With anything but digits after it the text is read on after the two letters,
+// as a register or a constant: Ch1.5 is the constant 1.5.
 bool compileChannel(string_view& text, StackElementStruct& element, bool assigned)
 {
     if (!zel::startsWithIgnoringCase(text, channelPrefix)) return false;
@@ -103,15 +102,6 @@ bool isConstant(string_view text)
     return exponents <= 1 && signs <= 2 && points <= 1;
 }
 
-// The number that the text begins with, 0 when it begins with none.
-double decimalValue(string_view text)
-{
-    double value = 0.0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (result.ec != std::errc::result_out_of_range) return value;
-    return text.find('-') == string_view::npos ? HUGE_VAL : 0.0;
-}
-
 }  // namespace
 
 namespace zel {
@@ -127,7 +117,7 @@ int compileOperand(string_view text, ZELStackStruct& stack, bool assigned,
         return ZEL_PARSE_OK;
     if (!isConstant(text)) return ZEL_PARSE_ILLEGAL_OPERAND;
     element.type = CON;
-    element.op.float_t = static_cast<float>(decimalValue(text));
+    element.op.float_t = static_cast<float>(zel::leadingNumber(text));
     return ZEL_PARSE_OK;
 }
 

@@ -2,7 +2,7 @@
 #ifndef ZEL_FEATURES_LANGUAGE_OPERATORS_HPP
 #define ZEL_FEATURES_LANGUAGE_OPERATORS_HPP
 
-#include "zel_features/zel_expression.h"
+#include "zel_features/zel_feature_types.h"
 
 namespace zel {
 
@@ -57,8 +57,7 @@ inline constexpr int numLevels = operatorRows[ZEL_NUM_OPERATORS - 1].level + 1;
 struct KindRow {
     int kind;
     const char* label;
-    bool
-        numbered;  // its operand is a number to print: a variable's index, or a channel or register
+    bool numbered;  // the operand is printed as a number: of a variable, channel or register
 };
 
 inline constexpr KindRow kindRows[] = {
@@ -89,8 +88,14 @@ constexpr bool kindRowsAreInOrder()
 }
 
 static_assert(sizeof operatorRows / sizeof operatorRows[0] == ZEL_NUM_OPERATORS);
-static_assert(operatorRowsAreInOrder() && numLevels <= ZEL_MAX_OPERATOR_LEVELS);
+static_assert(operatorRowsAreInOrder());
 static_assert(kindRowsAreInOrder());
+
+// An element may have come from elsewhere than the compiler.
+constexpr bool isOperator(int index)
+{
+    return index >= 0 && index < ZEL_NUM_OPERATORS;
+}
 
 // Functions are written name(arguments).
 constexpr bool isFunction(int operatorIndex)

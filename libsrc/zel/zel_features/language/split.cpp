@@ -1,6 +1,7 @@
 #include "zel_features/language/split.hpp"
 
 #include "zel_features/language/operators.hpp"
+#include "zel_features/language/parentheses.hpp"
 #include "zel_features/language/text.hpp"
 
 namespace {
@@ -8,26 +9,10 @@ namespace {
 using std::size_t;
 using std::string_view;
 
-struct Parens {
-    size_t open = string_view::npos;   // the last "(" at depth 0
-    size_t close = string_view::npos;  // the last ")" that brings the depth back to 0
-    int depth = 0;                     // at the end of the text
-};
-
-Parens matchParens(string_view text)
+// "(a)" is enclosed; "(a)+(b)" is not: the ")" of its first "(" is not its last character.
+bool isEnclosed(string_view text)
 {
-    Parens found;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '(' && found.depth++ == 0) found.open = i;
-        if (text[i] == ')' && --found.depth == 0) found.close = i;
-    }
-    return found;
-}
-
-// "(a)" is enclosed; "(a)+(b)" is not, its last "(" is not its first character.
-bool isEnclosed(string_view text, const Parens& parens)
-{
-    return text.size() >= 2 && parens.open == 0 && parens.close == text.size() - 1;
+    return text.starts_with('(') && zel::closingParenthesis(text) == text.size() - 1;
 }
 
 // Any of "==", "!=", "<=" and ">=" keeps its "=" from being an assignment.
@@ -36,7 +21,7 @@ bool endsComparison(string_view text, size_t position)
     return position > 0 && string_view("=!<>").find(text[position - 1]) != string_view::npos;
 }
 
-// The first "=" of "==" is no assignment either, whatever stands before it.
+// The first "=" of "==" is not an assignment either, whatever comes before it.
 bool endsEquality(string_view text, size_t position)
 {
     return position > 0 && text[position - 1] == '=';
@@ -49,9 +34,9 @@ bool isExponentSign(string_view text, size_t position)
            zel::isDigit(text[position - 2]);
 }
 
-// A "-" within two characters of any operator is no subtraction. Behind an operator it is a sign, as
-// in 2*-3; but in a-b-c, with names of one character, the second one goes to the right-hand side,
-// a-(b-c), and a*b-c is a*(b-c). Expressions in use rely on it.
+// A "-" that has an operator among the two characters before it is not a subtraction. Right after the
+// operator it is a sign, as in 2*-3. With one character between them the rest goes to the right-hand
+// side: a-b-c is a-(b-c), and a*b-c is a*(b-c). Files and programs depend on it.
 bool followsOperatorClosely(string_view text, size_t position)
 {
     const size_t start = position >= 2 ? position - 2 : 0;
@@ -118,15 +103,12 @@ namespace zel {
 
 string_view stripParens(string_view text, int& status)
 {
-    Parens parens = matchParens(text);
+    const std::ptrdiff_t unclosed = unclosedParentheses(text);
     status = ZEL_PARSE_OK;
-    if (parens.depth > 0) status = ZEL_PARSE_MISSING_RIGHT_PARENTHESIS;
-    if (parens.depth < 0) status = ZEL_PARSE_MISSING_LEFT_PARENTHESIS;
+    if (unclosed > 0) status = ZEL_PARSE_MISSING_RIGHT_PARENTHESIS;
+    if (unclosed < 0) status = ZEL_PARSE_MISSING_LEFT_PARENTHESIS;
     if (status != ZEL_PARSE_OK) return text;
-    while (isEnclosed(text, parens)) {
-        text = text.substr(1, text.size() - 2);
-        parens = matchParens(text);
-    }
+    while (isEnclosed(text)) text = text.substr(1, text.size() - 2);
     return text;
 }
 

@@ -1,9 +1,8 @@
-// Texts that grow, and reading pieces of them, the same in every locale.
+// Texts that grow, and their characters, the same in every locale.
 #ifndef ZEL_FEATURES_LANGUAGE_TEXT_HPP
 #define ZEL_FEATURES_LANGUAGE_TEXT_HPP
 
 #include <algorithm>
-#include <climits>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -14,8 +13,7 @@
 
 namespace zel {
 
-// Memory for containers. What cannot be had ends the process like all other memory: an exception would
-// not get through the callers, who may be C.
+// Memory for containers. A failed allocation ends the process: an exception must not cross C callers.
 template <class T>
 struct Allocator {
     using value_type = T;
@@ -59,20 +57,17 @@ inline bool startsWithIgnoringCase(std::string_view text, std::string_view prefi
     return sameIgnoringCase(text.substr(0, prefix.size()), prefix);
 }
 
-// The decimal integer that a text begins with, blanks before it passed over; 0 when it begins with
-// none. A number too large for an int is the nearest one that is not.
-inline int leadingInteger(std::string_view text)
-{
-    std::size_t i = 0;
-    while (i < text.size() && isBlank(text[i])) ++i;
-    const bool negative = i < text.size() && text[i] == '-';
-    if (negative || (i < text.size() && text[i] == '+')) ++i;
-    long long value = 0;
-    for (; i < text.size() && isDigit(text[i]); ++i)
-        value = std::min(value * 10 + (text[i] - '0'), static_cast<long long>(INT_MAX) + 1);
-    if (negative) value = -value;
-    return static_cast<int>(std::min(value, static_cast<long long>(INT_MAX)));
-}
+// A copy that a record can own. Ends the process (-1) when memory fails.
+char* copyString(std::string_view text);
+
+// The same for a text that may be null, which stays null.
+char* copyNullable(const char* text);
+
+// Replaces a text that a record owns.
+void setString(char*& field, std::string_view text);
+
+// The same, null included.
+void setNullable(char*& field, const char* text);
 
 }  // namespace zel
 

@@ -1,9 +1,9 @@
-// The pixel variables: their names, the fields behind them in a pixel record and in a line, and the
+// The pixel variables: their names, their fields in a pixel record and in a line, and the
 // process-wide table that binds the names to one pixel record.
 #ifndef ZEL_FEATURES_LANGUAGE_VARIABLES_HPP
 #define ZEL_FEATURES_LANGUAGE_VARIABLES_HPP
 
-#include "zel_features/zel_expression.h"
+#include "zel_features/zel_feature_types.h"
 
 namespace zel {
 

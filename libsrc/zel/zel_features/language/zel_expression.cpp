@@ -1,12 +1,15 @@
 #include "zel_features/zel_expression.h"
 
+#include <cstddef>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
 #include "ground/memory.hpp"
-#include "zel_features/language/build.hpp"
+#include "zel_features/language/operand.hpp"
 #include "zel_features/language/operators.hpp"
 #include "zel_features/language/split.hpp"
+#include "zel_features/language/stack.hpp"
 #include "zel_features/language/text.hpp"
 #include "zel_features/language/variables.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
@@ -23,6 +26,7 @@ const char* const ParseErrorMsgs[ZEL_NUM_PARSE_STATUSES] = {
 namespace {
 
 using std::string_view;
+using zel::operatorRows;
 
 // The text without its blanks; at most 240 characters of it.
 class Condensed {
@@ -82,12 +86,6 @@ int parse(string_view text, ZELStackStruct& stack, bool assigned,
     return ZEL_PARSE_OK;
 }
 
-// A definition's elements may have come from elsewhere than the compiler.
-bool isOperator(int index)
-{
-    return index >= 0 && index < ZEL_NUM_OPERATORS;
-}
-
 // One value must be left in the end, by the operands' and operators' counts alone; a comma leaves
 // its two values to a function.
 int checkExpression(const ZELStackStruct& stack)
@@ -99,8 +97,8 @@ int checkExpression(const ZELStackStruct& stack)
             ++values;
             continue;
         }
-        if (!isOperator(e->op.int_t)) return ZEL_PARSE_SYNTAX_ERROR;
-        values -= zel::operatorRows[e->op.int_t].operands;
+        if (!zel::isOperator(e->op.int_t)) return ZEL_PARSE_SYNTAX_ERROR;
+        values -= operatorRows[e->op.int_t].operands;
         if (e->op.int_t != COMMA) ++values;
         if (e->op.int_t == SET_VARIABLE) ++assignments;
     }
@@ -113,30 +111,7 @@ struct FreeStack {
     void operator()(ZELStackStruct* stack) const { ZELFreeStack(stack); }
 };
 
-long long inUse = 0;
-
 }  // namespace
-
-namespace zel {
-
-long long elementsInUse()
-{
-    return inUse;
-}
-
-StackElementStruct& appendElement(ZELStackStruct& stack)
-{
-    auto* element = allocate<StackElementStruct>(1);
-    if (!element)
-        failWithError("allocateNewStackElement: cannot allocate memory for StackElement\n");
-    (stack.stackHead ? stack.stackElements->nextElement : stack.stackHead) = element;
-    stack.stackElements = element;
-    ++stack.numStackElements;
-    ++inUse;
-    return *element;
-}
-
-}  // namespace zel
 
 int ZELParseExpression(const char* line, ZELStackStruct* stack, int CheckFlag,
                        const CommandListStruct* definedConditions)
@@ -160,15 +135,7 @@ ZELStackStruct* parseCondition(const char* line, int* status, int CheckFlag,
 
 void ZELFreeStackElements(ZELStackStruct* stack)
 {
-    if (!stack) return;
-    for (StackElementStruct* element = stack->stackHead; element;) {
-        StackElementStruct* next = element->nextElement;
-        zel::release(element);
-        --inUse;
-        element = next;
-    }
-    zel::release(stack->expression);
-    *stack = {};
+    if (stack) zel::freeElements(*stack);
 }
 
 void ZELFreeStack(ZELStackStruct* stack)
@@ -179,14 +146,7 @@ void ZELFreeStack(ZELStackStruct* stack)
 
 void addStack(ZELStackStruct* stackTo, const ZELStackStruct* stackFrom)
 {
-    // A stack may be appended to itself: the copies are not copied again.
-    const int count = stackFrom->numStackElements;
-    const StackElementStruct* e = stackFrom->stackHead;
-    for (int i = 0; i < count && e; ++i, e = e->nextElement) {
-        StackElementStruct& copy = zel::appendElement(*stackTo);
-        copy.type = e->type;
-        copy.op = e->op;
-    }
+    zel::appendCopies(*stackTo, *stackFrom);
 }
 
 void printStack(const ZELStackStruct* stack)
@@ -199,7 +159,7 @@ void printStack(const ZELStackStruct* stack)
         const zel::KindRow& kind = zel::kindRows[e->type];
         if (!kind.numbered && e->type == CON)
             printInfo(zel::message("%s %f\n", kind.label, static_cast<double>(e->op.float_t)));
-        else if (!kind.numbered && isOperator(e->op.int_t))
+        else if (!kind.numbered && zel::isOperator(e->op.int_t))
             printInfo(zel::message("%s %s %s\n", kind.label, operatorLabels[e->op.int_t],
                                    Operators[e->op.int_t].name));
         else

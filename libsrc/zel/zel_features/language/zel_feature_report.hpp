@@ -12,13 +12,13 @@ namespace zel {
 // Formats a message into infoLine and returns that, for one of the three printers.
 [[gnu::format(printf, 1, 2)]] const char* message(const char* format, ...);
 
-// The same. It has a name of its own, since a list of arguments is a mere pointer on some machines.
+// The same. Not an overload: va_list is a plain pointer on some machines, and the call ambiguous.
 [[gnu::format(printf, 1, 0)]] const char* messageOf(const char* format, va_list arguments);
 
 // The message through printError, and an ending with status -1.
 [[noreturn, gnu::format(printf, 1, 2)]] void failWithError(const char* format, ...);
 
-// The same with a status of its own.
+// The same with another status.
 [[noreturn, gnu::format(printf, 2, 3)]] void failWithError(int status, const char* format, ...);
 
 }  // namespace zel

@@ -1,4 +1,5 @@
-// Deep copies of masks.
+#include "zel_features/mask/copy.hpp"
+
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -7,7 +8,7 @@
 #include <utility>
 
 #include "ground/memory.hpp"
-#include "zel_features/files/zel_feature_file.hpp"
+#include "zel_features/files/copy.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
 #include "zel_features/mask/zel_feature_mask.hpp"
 #include "zel_features/parameters/zel_parameter.hpp"
@@ -41,8 +42,8 @@ void copyInfo(InfoStruct& to, const InfoStruct& from)
     zel::setNullable(to.DateTimeString, from.DateTimeString);
 }
 
-// Statements are copied with their flow, which stays inside a program: compiling the text again
-// would say again what there was to say about it.
+// Statements are copied with their flow, which stays inside a program. Compiling the text again would
+// print its warnings again.
 void copyProgram(ProgramStruct*& to, const ProgramStruct* from)
 {
     using Copy = std::pair<const ProgramStruct* const, ProgramStruct*>;
@@ -69,7 +70,7 @@ void copyList(CommandStruct& to, const CommandStruct& from, const CommandStruct&
 }
 
 // The copy of a training record also keeps what was counted and measured in it. Its expressions are not
-// compiled again: in a file they may know names that the copy's definitions lack.
+// compiled again: in a file they may use names that the copy's definitions do not have.
 void copyTraining(ZELParameterStruct& to, const ZELParameterStruct& from)
 {
     zel::copyParameters(to, from, copyList);

@@ -1,22 +1,24 @@
+#include "zel_features/mask/file.hpp"
+
 #include <cerrno>
 #include <cstring>
 
 #include "ground/memory.hpp"
 #include "zel_features/files/records.hpp"
 #include "zel_features/files/zel_feature_header.hpp"
-#include "zel_features/files/zel_program_file.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
 #include "zel_features/mask/zel_feature_mask.hpp"
 #include "zel_features/parameters/zel_parameter.hpp"
 #include "zel_features/zel_parameter.h"
 #include "zel_features/zel_program.h"
+#include "zel_features/zel_program_file.h"
 
 namespace {
 
 constexpr const char* maskIdentifier = "ZEL_MASK";
 constexpr const char* maskVersion = "1.2";
 
-// What a classifier's header takes at least, and the classifier behind it.
+// The fewest bytes of a classifier's header, and of the header with the classifier after it.
 constexpr int smallestHeader = zel::identifierSize + 3 * zel::smallestString +
                                ZEL_FEATURE_NUM_CLASSES * (16 + zel::smallestString) + 11 * 4;
 constexpr int smallestClassifier = smallestHeader + 8;
@@ -41,7 +43,7 @@ void setCheck(zel::FeatureReader& reader, bool check)
 
 void setCheck(zel::FeatureWriter&, bool) {}
 
-// Class lists are no expressions with a value: they are compiled without the check.
+// Class lists have any number of values: they are compiled without the check.
 template <class Walker>
 void walkFilters(Walker& w, ZELMaskParameterType& p, CommandStruct& conditions)
 {
@@ -71,7 +73,7 @@ void walkClassifier(Walker& w, ZELClassifierList& c, int& byteCount)
 
 // ---- Reading ----
 
-// The identifier comes behind the count, but a count means nothing in a file of another kind.
+// The identifier comes after the count, but a count means nothing in a file of another kind.
 void readIdentifier(zel::FeatureReader& reader, ZELFeatureMaskType& mask)
 {
     reader.string("mask identifier", mask.Header.IdentifierString);
@@ -84,9 +86,9 @@ void readPrograms(zel::FeatureReader& reader, ZELMaskParameterType& p,
                   const CommandListStruct* definitions)
 {
     if (!reader.since(101)) return;
-    p.PreProcessProgramTextHead = zel::readProgramText(reader);
+    zel::walkProgramText(reader, p.PreProcessProgramTextHead, 0);
     p.PreProcessHead = compileProgramText(p.PreProcessProgramTextHead, 0, definitions);
-    p.PostProcessProgramTextHead = zel::readProgramText(reader);
+    zel::walkProgramText(reader, p.PostProcessProgramTextHead, 0);
     p.PostProcessHead = compileProgramText(p.PostProcessProgramTextHead, 1, definitions);
 }
 

@@ -1,4 +1,4 @@
-// The filters of a mask, and listing what a mask says.
+// The filters of a mask, and its listings.
 #include "zel_features/parameters/apply.hpp"
 #include "zel_features/parameters/print.hpp"
 #include "zel_features/program/flow_line.hpp"

@@ -5,6 +5,8 @@
 #include <cstdio>
 
 #include "zel_features/language/zel_feature_report.hpp"
+#include "zel_features/mask/copy.hpp"
+#include "zel_features/mask/file.hpp"
 #include "zel_features/mask/zel_feature_mask.hpp"
 #include "zel_features/parameters/zel_parameter.hpp"
 #include "zel_features/program/zel_program.hpp"
@@ -27,7 +29,7 @@ CommandStruct& conditionsOf(ZELFeatureMaskType& mask)
 
 // ---- Mask blocks ----
 
-// Definitions outside of the blocks are for all the masks that follow them.
+// Definitions outside the blocks apply to all masks that follow.
 void beginMask(MaskFile& file)
 {
     if (file.mask) failAtLine(file.line, "error: missing endmask before beginmask\n");
@@ -43,7 +45,7 @@ bool isLevelOf(int maskType, int level)
     return level >= 0 && level < levels;
 }
 
-// A type may be given behind the classifiers that it goes for.
+// The type may be given after the classifiers to which it applies.
 void endMask(MaskFile& file)
 {
     if (file.block)

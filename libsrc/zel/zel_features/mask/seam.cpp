@@ -1,12 +1,13 @@
-// The masks of channels, for the library below.
+// The masks of channels, for the floors below.
 #include "ground/zel_door.hpp"
 #include "records/mask_seam.hpp"
 #include "zel_door.h"
+#include "zel_features/mask/file.hpp"
 #include "zel_features/mask/zel_feature_mask.hpp"
 
 namespace {
 
-// The feature layer ends the process, and knows no name of the file.
+// The feature layer ends the process, and its messages do not name the file.
 struct Writing {
     FILE* stream;
     ZELFeatureMaskType* mask;
@@ -33,7 +34,7 @@ ZELFeatureMaskType* readMask(RecordReader& reader)
     return mask.release();
 }
 
-// A mask without classifiers is no mask to a reader, who would take the rest of it for the next field.
+// To a reader a count of 0 is no mask, and what follows the next field: such a mask is left out.
 bool writeMask(FILE* stream, ZELFeatureMaskType* mask)
 {
     const bool empty = mask && mask->numClassifiers == 0;

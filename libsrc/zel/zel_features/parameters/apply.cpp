@@ -6,7 +6,7 @@
 
 namespace {
 
-// An entry of a feature header may lack its condition or action.
+// An entry of a feature header may have no condition or no action.
 double valueOf(const ZELStackStruct* stack, ZELPixelStruct& pixel)
 {
     return stack ? ZELEvaluateStack(stack, &pixel) : 0.0;

@@ -7,6 +7,7 @@
 #include <climits>
 #include <memory>
 
+#include "ground/text_number.hpp"
 #include "zel_features/language/text.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
 #include "zel_features/parameters/zel_parameter.hpp"
@@ -20,7 +21,7 @@ using zel::Word;
 
 // ---- Expressions ----
 
-// What is behind the last field of an expression command, when there is anything.
+// The label is what follows the last field of an expression command, if anything does.
 void readLabel(CommandListStruct& entry, string_view rest)
 {
     if (!rest.empty()) entry.Label = zel::copyString(zel::unquoted(rest));
@@ -179,8 +180,8 @@ void readRandomSeed(ParameterFile& file)
     file.parameters.RandomSeed = zel::leadingInteger(file.line.word(1));
 }
 
-// The label runs to its closing quote or to the next ":", whichever comes first; the colours are
-// behind the ":".
+// The label ends at its closing quote or at the next ":", whichever comes first; the colours follow
+// the ":".
 string_view takeClassLabel(string_view& text)
 {
     const std::size_t opening = text.find('"');
@@ -241,7 +242,7 @@ void readClassType(ParameterFile& file)
         printError(zel::message("line %d: unknown class type\n", file.line.number()));
 }
 
-// Not the order of the labels: files in use carry 13 for ikonos, and 14 has no label.
+// Not the order of the labels: files depend on 13 for ikonos, and 14 has no label.
 constexpr Word dataTypeWords[] = {
     {"generic", 0}, {"avhrr_lac", 1},    {"avhrr_gac", 2}, {"mas", 3},
     {"virs", 4},    {"landsat_tm", 5},   {"goes", 6},      {"modis", 7},

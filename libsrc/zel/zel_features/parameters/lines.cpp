@@ -12,10 +12,10 @@
 
 namespace {
 
-constexpr std::size_t longestLine = ZEL_FEATURE_LINE_SIZE - 1;
+constexpr std::size_t maxLine = ZEL_FEATURE_LINE_SIZE - 1;
 
-// More lines than this that say nothing are no parameter file, but one without an end.
-constexpr int mostEmptyLines = 1'000'000;
+// More empty lines in a row than this come from a file without an end.
+constexpr int maxEmptyLines = 1'000'000;
 
 bool isAtEnd(FILE* stream)
 {
@@ -23,7 +23,7 @@ bool isAtEnd(FILE* stream)
     return c == EOF || std::ungetc(c, stream) == EOF;
 }
 
-// A file that cannot be read on has not ended.
+// A read error is not the end of the file.
 [[nodiscard]] bool end(FILE* stream, const char* filename)
 {
     if (std::ferror(stream)) zel::failWithError("read error on parameter file %s\n", filename);
@@ -43,7 +43,7 @@ bool ParameterLines::read()
 {
     text_.clear();
     int c = '\0';
-    while (c != '\n' && text_.size() < longestLine) {
+    while (c != '\n' && text_.size() < maxLine) {
         c = std::fgetc(stream_.get());
         if (c == EOF) return end(stream_.get(), filename_);
         text_ += static_cast<char>(c);
@@ -59,7 +59,7 @@ bool ParameterLines::next()
 {
     for (int i = 0; read(); ++i) {
         if (!command().empty() && command().front() != '#') return true;
-        if (i == mostEmptyLines) failWithError("parameter file %s has no end\n", filename_);
+        if (i == maxEmptyLines) failWithError("parameter file %s has no end\n", filename_);
     }
     return false;
 }

@@ -16,8 +16,8 @@ namespace zel {
 enum class SyntaxErrors { alone, afterLine };
 
 // Reads a parameter file line by line. Blank lines and comments ("#") are counted and passed over.
-// A last line without a newline is not read. What is longer than 239 characters comes in pieces,
-// each a line of its own, of which the last character is lost as the newline is.
+// A last line without a newline is not read. A line of more than 239 characters comes in pieces; each
+// counts as a line and loses its last character in place of the newline.
 class ParameterLines {
 public:
     ParameterLines(const char* filename, SyntaxErrors syntaxErrors);
@@ -31,7 +31,7 @@ public:
     const Text& text() const { return text_; }
     std::string_view command() const { return word(0); }
 
-    // The n-th word, empty when there is none.
+    // The n-th word, empty when the line has fewer.
     std::string_view word(int n) const;
 
     // What follows the command's word and one character.
@@ -64,16 +64,16 @@ void printLine(const ParameterLines& line);
 // Takes the part of text up to the first ":" away from it, with the ":".
 std::string_view takeUpToColon(std::string_view& text);
 
-// The part between the first two double quotes, or the whole text where there is none.
+// The part between the first two double quotes, or the whole text without quotes.
 std::string_view unquoted(std::string_view text);
 
-// Compiles a text, checked unless told otherwise, with the definitions of a list at hand. Ends the
-// process (-1) with the line and the message, which begins with what, when it does not compile.
+// Compiles a text with the names of the definitions. When it does not compile, ends the process (-1)
+// with the line and the message, which begins with what.
 ZELStackStruct* compileFromLine(const ParameterLines& line, std::string_view text,
                                 const CommandStruct& definitions, const char* what = "",
                                 bool check = true);
 
-// Ends the process (-1) with the line and what the status of a compile says.
+// Ends the process (-1) with the line and the message of the status.
 [[noreturn]] void failParse(const ParameterLines& line, const char* what, int status);
 
 // A word of a command's argument, and what it stands for.

@@ -1,4 +1,4 @@
-// Listing what parameter files say, on standard output: a heading and a line for each entry.
+// Listings of parameter files on standard output: a heading and a line for each entry.
 #ifndef ZEL_FEATURES_PARAMETERS_PRINT_HPP
 #define ZEL_FEATURES_PARAMETERS_PRINT_HPP
 

@@ -37,41 +37,14 @@ Record& newRecord(const char* name)
 
 namespace zel {
 
-char* copyString(std::string_view text)
-{
-    char* copy = allocate<char>(text.size() + 1);
-    if (!copy) failWithError("cannot allocate memory for a text\n");
-    if (!text.empty()) std::memcpy(copy, text.data(), text.size());
-    return copy;
-}
-
-char* copyNullable(const char* text)
-{
-    return text ? copyString(text) : nullptr;
-}
-
 char* currentDateTime()
 {
     char text[ZEL_FEATURE_LINE_SIZE + 1] = "";
     const std::time_t now = std::time(nullptr);
-    // Not localtime, which reads the time zone each time anew and takes memory for it.
+    // Not localtime, which reads the time zone and allocates memory on every call.
     std::tm local{};
     if (localtime_r(&now, &local)) std::strftime(text, sizeof text, "%T  %A %b %d %Y", &local);
     return copyString(text);
-}
-
-void setString(char*& field, std::string_view text)
-{
-    char* copy = copyString(text);
-    release(field);
-    field = copy;
-}
-
-void setNullable(char*& field, const char* text)
-{
-    char* copy = copyNullable(text);
-    release(field);
-    field = copy;
 }
 
 bool opensForReading(const char* filename)

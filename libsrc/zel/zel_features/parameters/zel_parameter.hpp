@@ -2,28 +2,14 @@
 #ifndef ZEL_FEATURES_PARAMETERS_PARAMETER_HPP
 #define ZEL_FEATURES_PARAMETERS_PARAMETER_HPP
 
-#include <string_view>
-
 #include "ground/memory.hpp"
 #include "zel_features/language/text.hpp"
 #include "zel_features/zel_parameter.h"
 
 namespace zel {
 
-// A copy that a record can own. Ends the process (-1) when memory fails.
-char* copyString(std::string_view text);
-
-// The same for a text that may be null, which stays null.
-char* copyNullable(const char* text);
-
 // Date and time of now, for a record to own.
 char* currentDateTime();
-
-// Replaces a text that a record owns.
-void setString(char*& field, std::string_view text);
-
-// The same, null included.
-void setNullable(char*& field, const char* text);
 
 // Whether a file can be read; errno stays as it was.
 bool opensForReading(const char* filename);

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "zel_features/language/parentheses.hpp"
 #include "zel_features/language/text.hpp"
 #include "zel_features/language/truncate.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
@@ -29,17 +30,6 @@ string_view firstWord(string_view text)
     const auto end =
         std::find_if(text.begin(), text.end(), [](char c) { return zel::isBlank(c) || c == '('; });
     return {text.begin(), end};
-}
-
-// The place of the ")" that closes the "(" which text begins with.
-std::optional<std::size_t> matchingParenthesis(string_view text)
-{
-    int depth = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '(') ++depth;
-        if (text[i] == ')' && --depth == 0) return i;
-    }
-    return std::nullopt;
 }
 
 // Compiles line by line, then links. What was compiled is freed unless it is given away.
@@ -128,12 +118,13 @@ ProgramCompiler::Rest ProgramCompiler::compileIf(string_view rest)
     if (opening == string_view::npos)
         return fail("parse error: Missing start Parenthesis in if condition\n");
     rest.remove_prefix(opening);
-    const auto closing = matchingParenthesis(rest);
-    if (!closing) return fail("parse error: Missing end Parenthesis in if condition\n");
+    const std::size_t closing = zel::closingParenthesis(rest);
+    if (closing == string_view::npos)
+        return fail("parse error: Missing end Parenthesis in if condition\n");
     ProgramStruct* statement = add(IF_STATEMENT);
-    statement->Statement = compile(rest.substr(1, *closing - 1), 1, "If condition");
+    statement->Statement = compile(rest.substr(1, closing - 1), 1, "If condition");
     if (!statement->Statement) return std::nullopt;
-    rest = trimmed(rest.substr(*closing + 1));
+    rest = trimmed(rest.substr(closing + 1));
     if (rest.empty()) return fail("if syntax errror: Missing then or statement\n");
     if (!zel::sameIgnoringCase(rest, "then")) return rest;
     add(THEN_STATEMENT);

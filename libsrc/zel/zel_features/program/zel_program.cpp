@@ -1,10 +1,10 @@
 #include "zel_features/zel_program.h"
+#include "zel_features/language/text.hpp"
 
 #include <utility>
 
 #include "ground/memory.hpp"
 #include "zel_features/language/zel_feature_report.hpp"
-#include "zel_features/parameters/zel_parameter.hpp"
 #include "zel_features/program/zel_program.hpp"
 #include "zel_features/zel_expression.h"
 

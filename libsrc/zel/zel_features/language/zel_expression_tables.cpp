@@ -1,11 +1,14 @@
-#include "zel_features/language/operators.hpp"
-
 #include <array>
 #include <cstddef>
+
+#include "zel_features/language/operators.hpp"
+#include "zel_features/zel_expression.h"
 
 namespace {
 
 using zel::operatorRows;
+
+static_assert(zel::numLevels <= ZEL_MAX_OPERATOR_LEVELS);
 
 constexpr auto operatorTable = [] {
     std::array<OperatorStruct, ZEL_NUM_OPERATORS> table{};

@@ -1,3 +1,5 @@
+#include "zel_features/files/copy.hpp"
+
 #include <cerrno>
 #include <cstring>
 
