@@ -26,3 +26,8 @@ echo
 echo "Made in $(pwd):"
 echo "  composite.zel  $(size composite.zel)  the three files, byte for byte, in one"
 echo "  one_grid.zel   $(size one_grid.zel)  all four channels on the 1000 m grid, with histograms"
+[ -x "$build/bin/zel" ] || exit 0
+"$build/bin/zel" look one_grid.zel --width 500 --overwrite -o one_grid.png 2>look.log
+echo "  one_grid.png   $(size one_grid.png)  a picture of it"
+echo
+"$build/bin/zel" info one_grid.zel

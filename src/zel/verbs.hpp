@@ -10,5 +10,7 @@ Command pixelCommand();
 Command lookCommand();
 Command channelsCommand();
 Command samplesCommand();
+Command checkCommand();
+Command dumpCommand();
 
 }  // namespace zel_tool
