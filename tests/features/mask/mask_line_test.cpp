@@ -94,7 +94,7 @@ Line randomFilterLine(Random& random)
 std::vector<FilterList::Text> randomFilters(Random& random, const std::vector<std::string>& actions)
 {
     static const char* const conditions[] = {
-        "Ch1>0",        "Ch2<Ch3&&class==0",     "0.5",    "sz",         "",
+        "Ch1>0",         "Ch2<Ch3&&class==0",   "0.5",     "sz",          "",
         "register1=Ch1", "(register2=Ch2)>Ch1", "class>3", "register1>0", "(class=Ch1)*2",
         "(skip_pixel)"};
     std::vector<FilterList::Text> texts;
@@ -102,8 +102,8 @@ std::vector<FilterList::Text> randomFilters(Random& random, const std::vector<st
         std::string condition = random.of(conditions);
         if (condition == "(skip_pixel)" && !random.oneIn(3)) condition = "Ch1<Ch2";
         texts.push_back(
-            {condition, actions[static_cast<std::size_t>(
-                            random.below(static_cast<int>(actions.size())))]});
+            {condition,
+             actions[static_cast<std::size_t>(random.below(static_cast<int>(actions.size())))]});
     }
     return texts;
 }
@@ -147,15 +147,16 @@ TEST(MaskLine, AFilterExcludesTheClassesOfItsListAndZeroByTheComma)
     line.channelRows[0] = {1, 9, 2, 3};
     for (const int index : {0, 3, 4, 5}) line.weightRows[index] = line.newRow(1.0f);
     const Flags passedOver = {0, 0, 0, 1};
-    const Line after = filtered(parameters, ZELFeaturePreClassificationFilterLine, line,
-                                passedOver.data());
+    const Line after =
+        filtered(parameters, ZELFeaturePreClassificationFilterLine, line, passedOver.data());
     for (const int index : {0, 3, 4}) EXPECT_EQ(after.weightRows.at(index), Row({1, 0, 1, 1}));
     EXPECT_EQ(after.weightRows.at(5), Row(4, 1.0f));
 }
 
 TEST(MaskLine, AnActionThatSkipsThePixelIsTheLast)
 {
-    FilterList list(std::vector<FilterList::Text>{{"class==2", "class=3"}, {"Ch1>2", "skip_pixel"}, {"1", "class=class+10"}});
+    FilterList list(std::vector<FilterList::Text>{
+        {"class==2", "class=3"}, {"Ch1>2", "skip_pixel"}, {"1", "class=class+10"}});
     ZELMaskParameterType parameters = {};
     parameters.PostClassFilters = list.list();
     Line line(4, 1);
@@ -180,10 +181,10 @@ Processed processed(const ZELMaskParameterType& parameters, Process process, Lin
     Processed result = {Flags(line.values.size(), -7), ""};
     const ZELLineStruct structure = line.structure();
     errno = 0;
-    result.errors = zel_test::run([&] {
-                        process(&parameters, &line.record, &structure, passedOver,
-                                result.results.data());
-                    }).err;
+    result.errors =
+        zel_test::run([&] {
+            process(&parameters, &line.record, &structure, passedOver, result.results.data());
+        }).err;
     return result;
 }
 
@@ -220,9 +221,10 @@ TEST(MaskLine, AProgramThatFailsIsReportedForEachPixel)
     parameters.PreProcessHead = program.first;
     const Processed pre = processed(parameters, ZELPreProcessLine, fourPixels(), nullptr);
     EXPECT_EQ(pre.results, Flags({0, -1, 0, -1}));
-    const std::string one = std::string("executeProgram: invalid statement error:\n"
-                                        "skip_pixel statement cannot be used in a weightclasses\n") +
-                            preError;
+    const std::string one =
+        std::string("executeProgram: invalid statement error:\n"
+                    "skip_pixel statement cannot be used in a weightclasses\n") +
+        preError;
     EXPECT_EQ(pre.errors, one + one);
 }
 
