@@ -25,23 +25,23 @@ std::vector<float> wave(float low, float high)
     std::vector<float> values(pixels);
     for (int x = 0; x < pixels; ++x)
         values[static_cast<std::size_t>(x)] =
-            low + (high - low) * (0.5F + 0.49F * std::sin(static_cast<float>(x) * 0.01F));
+            low + (high - low) * (0.5f + 0.49f * std::sin(static_cast<float>(x) * 0.01f));
     return values;
 }
 
 // A file with one kelvin and one reflectance channel, both in 16 bits, open for writing.
 struct Writer {
     std::unique_ptr<ZELType> file = std::make_unique<ZELType>();
-    std::vector<float> temperature = wave(200.0F, 320.0F);
-    std::vector<float> reflectance = wave(0.0F, 1.0F);
+    std::vector<float> temperature = wave(200.0f, 320.0f);
+    std::vector<float> reflectance = wave(0.0f, 1.0f);
 
     Writer(float metres, int histograms)
     {
         ZELInitNewWriteOnlyFile(file.get(), ZEL_SENSOR_GENERIC, "benchmark", 2024, 172, 1, pixels,
-                                navPoints, 0, pixels / (navPoints - 1), 705.0F, metres);
-        ZELAddSensorChannel(file.get(), 0, 330.0F, 180.0F, ZEL_STORED_UINT16_SCALED, 12, "T", "",
-                            11.0F, ZEL_UNITS_KELVIN);
-        ZELAddSensorChannel(file.get(), 1, 1.0F, 0.0F, ZEL_STORED_UINT16_SCALED, 12, "R", "", 0.65F,
+                                navPoints, 0, pixels / (navPoints - 1), 705.0f, metres);
+        ZELAddSensorChannel(file.get(), 0, 330.0f, 180.0f, ZEL_STORED_UINT16_SCALED, 12, "T", "",
+                            11.0f, ZEL_UNITS_KELVIN);
+        ZELAddSensorChannel(file.get(), 1, 1.0f, 0.0f, ZEL_STORED_UINT16_SCALED, 12, "R", "", 0.65f,
                             ZEL_UNITS_REFLECTANCE);
         ZELSetOverwritePromptOff(file.get());
         ZELSetHistogramFlag(file.get(), histograms);
@@ -56,8 +56,8 @@ struct Writer {
         std::vector<float> lat(navPoints);
         std::vector<float> lon(navPoints);
         for (int k = 0; k < navPoints; ++k) {
-            lat[static_cast<std::size_t>(k)] = 45.0F;
-            lon[static_cast<std::size_t>(k)] = 0.25F * static_cast<float>(k);
+            lat[static_cast<std::size_t>(k)] = 45.0f;
+            lon[static_cast<std::size_t>(k)] = 0.25f * static_cast<float>(k);
         }
         ZELLoadNavigation(file.get(), 11.5, lat.data(), lon.data());
         ZELLoadChannel(file.get(), 0, temperature.data());
@@ -81,10 +81,10 @@ void countPixels(benchmark::State& state)
 
 void OpenAndFinish(benchmark::State& state)
 {
-    makeFile(1000.0F);
+    makeFile(1000.0f);
     const auto file = std::make_unique<ZELType>();
     for (auto _ : state) {
-        ZELOpenReadOnlyFile(file.get(), pathOf(1000.0F).c_str());
+        ZELOpenReadOnlyFile(file.get(), pathOf(1000.0f).c_str());
         ZELFinishReadingFile(file.get());
     }
 }
@@ -94,9 +94,9 @@ BENCHMARK(OpenAndFinish)->Unit(benchmark::kMicrosecond);
 template <int (*read)(ZELType*)>
 void ReadLines(benchmark::State& state)
 {
-    makeFile(1000.0F);
+    makeFile(1000.0f);
     const auto file = std::make_unique<ZELType>();
-    ZELOpenReadOnlyFile(file.get(), pathOf(1000.0F).c_str());
+    ZELOpenReadOnlyFile(file.get(), pathOf(1000.0f).c_str());
     for (auto _ : state)
         if (!read(file.get())) ZELSetCurrentLine(file.get(), 0);
     ZELFinishReadingFile(file.get());
@@ -107,7 +107,7 @@ BENCHMARK(ReadLines<ZELReadLineNoScale>)->Name("ReadLineNoScale");
 
 void WriteLine(benchmark::State& state)
 {
-    Writer writer(1000.0F, static_cast<int>(state.range(0)));
+    Writer writer(1000.0f, static_cast<int>(state.range(0)));
     for (auto _ : state) writer.write();
     countPixels(state);
 }
@@ -115,9 +115,9 @@ BENCHMARK(WriteLine)->ArgName("histograms")->Arg(0)->Arg(1)->Iterations(2000);
 
 void AnglesOfALine(benchmark::State& state)
 {
-    makeFile(1000.0F);
+    makeFile(1000.0f);
     const auto file = std::make_unique<ZELType>();
-    ZELOpenReadOnlyFile(file.get(), pathOf(1000.0F).c_str());
+    ZELOpenReadOnlyFile(file.get(), pathOf(1000.0f).c_str());
     ZELReadLine(file.get());
     for (auto _ : state) {
         file->LatLonInterpolated = 0;
@@ -137,9 +137,9 @@ BENCHMARK(AnglesOfALine);
 void ViewLine(benchmark::State& state)
 {
     const auto factor = static_cast<float>(state.range(0));
-    makeFile(1000.0F);
-    makeFile(1000.0F / factor);
-    const std::string names[] = {pathOf(1000.0F), pathOf(1000.0F / factor)};
+    makeFile(1000.0f);
+    makeFile(1000.0f / factor);
+    const std::string names[] = {pathOf(1000.0f), pathOf(1000.0f / factor)};
     const char* inputs[] = {names[0].c_str(), names[1].c_str()};
     const auto view = std::make_unique<ZELType>();
     ZELOpenCompositeReadOnlyFile(view.get(), inputs, 2, 0);

@@ -1,7 +1,8 @@
-// Expressions on planes of float32: zel_w3 FILE [PIXELS [LINE]]. FILE has a line "NAME|EXPRESSION" for
-// each, "#" begins a comment. Prints NAME STREAM_NS LINE_NS SUM: nanoseconds per pixel for planes of
-// PIXELS values (8388608, out of the cache) and for one LINE (2048, in the cache) over and over, the
-// shortest of seven passes in one thread without the compile, and the sum of the planes' results.
+// Expressions on planes of float32: zel_w3 FILE [PIXELS [LINE]]. FILE has a line "NAME|EXPRESSION"
+// for each, "#" begins a comment. Prints NAME STREAM_NS LINE_NS SUM: nanoseconds per pixel for
+// planes of PIXELS values (8388608, out of the cache) and for one LINE (2048, in the cache) over
+// and over, the shortest of seven passes in one thread without the compile, and the sum of the
+// planes' results.
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>

@@ -1,8 +1,8 @@
-// A pixel program with filters on one line of 2048 pixels, as a classifier mask runs them: zel_w4 FILE.
-// FILE is the text of the program; a line "# preclassfilter CONDITION: CLASSES" or "# postclassfilter
-// CONDITION: ACTION" is a filter. Prints "W4 NS": nanoseconds per pixel, the shortest of seven passes in
-// one thread, without the compile. Classes and the weights of class 3 are checked first against the
-// functions of single pixels.
+// A pixel program with filters on one line of 2048 pixels, as a classifier mask runs them: zel_w4
+// FILE. FILE is the text of the program; a line "# preclassfilter CONDITION: CLASSES" or "#
+// postclassfilter CONDITION: ACTION" is a filter. Prints "W4 NS": nanoseconds per pixel, the
+// shortest of seven passes in one thread, without the compile. Classes and the weights of class 3
+// are checked first against the functions of single pixels.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// A line of pixels with rows of its own and the record that goes with it, and the plain way to work on
-// it: pixel after pixel.
+// A line of pixels with rows of its own and the record that goes with it, and the plain way to work
+// on it: pixel after pixel.
 #pragma once
 
 #include <cstddef>
@@ -46,10 +46,7 @@ struct Line {
         skipFlags.assign(n, -77);
     }
 
-    Row newRow(float value = 0.0f) const
-    {
-        return Row(static_cast<std::size_t>(numPixels), value);
-    }
+    Row newRow(float value = 0.0f) const { return Row(static_cast<std::size_t>(numPixels), value); }
     void giveRow(std::size_t field, float value = 0.0f) { fieldRows[field] = newRow(value); }
 
     ZELLineStruct structure()
@@ -126,8 +123,7 @@ private:
         record.Channels = before.Channels;
         record.numChannels = before.numChannels;
         for (std::size_t f = 0; f < fieldRows.size(); ++f)
-            if (!fieldRows[f].empty())
-                record.*lineFields[f].first = before.*lineFields[f].first;
+            if (!fieldRows[f].empty()) record.*lineFields[f].first = before.*lineFields[f].first;
         for (std::size_t r = 0; r < registerRows.size(); ++r)
             if (!registerRows[r].empty()) record.Registers[r] = before.Registers[r];
         for (const auto& [index, row] : weightRows)
@@ -163,8 +159,7 @@ inline std::string difference(const Line& a, const Line& b)
             return "register " + std::to_string(r + 1);
     }
     for (const auto& [index, row] : a.weightRows)
-        if (!sameRow(row, b.weightRows.at(index)))
-            return "row of weight " + std::to_string(index);
+        if (!sameRow(row, b.weightRows.at(index))) return "row of weight " + std::to_string(index);
     for (int i = 0; i < ZEL_FEATURE_NUM_CLASSES; ++i)
         if (!same(a.record.class_weights[i], b.record.class_weights[i]))
             return "weight " + std::to_string(i);
@@ -175,9 +170,14 @@ inline std::string difference(const Line& a, const Line& b)
 inline float roughValue(Random& random)
 {
     using Limits = std::numeric_limits<float>;
-    static const float odd[] = {Limits::quiet_NaN(),   Limits::infinity(), -Limits::infinity(),
-                                Limits::denorm_min(),  1e-40f,             -1e-40f,
-                                Limits::max(),         -0.0f};
+    static const float odd[] = {Limits::quiet_NaN(),
+                                Limits::infinity(),
+                                -Limits::infinity(),
+                                Limits::denorm_min(),
+                                1e-40f,
+                                -1e-40f,
+                                Limits::max(),
+                                -0.0f};
     if (random.oneIn(20)) return odd[random.below(8)];
     return random.oneIn(30) ? random.anyFloat() : random.value();
 }

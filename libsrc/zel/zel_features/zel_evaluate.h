@@ -5,9 +5,9 @@
    numChannels + 1 may be named: it reads as 0.0 and a write to it is ignored.
 
    Run-time errors print a message on standard error and end the process (-1): a channel above
-   numChannels + 1 or below 1, a register above 20 or below 1, an unknown variable, an unknown
-   operator; and, on standard output, "stack processing error 1" when an operand is missing
-   and "stack processing error 2" when more than 200 values are pending. */
+   numChannels + 1 or below 1, a register above 20 or below 1, an unknown variable or operator; and,
+   on standard output, "stack processing error 1" when an operand is missing and "stack processing
+   error 2" when more than 200 values are pending. */
 #ifndef ZEL_EVALUATE_H
 #define ZEL_EVALUATE_H
 
@@ -42,8 +42,14 @@ void ZELBindPixel(ZELPixelStruct* pixel);
    be a row of the line; skipFlags receives int[numPixels], 1 where the pixel was skipped, or is
    null. Registers and variables without a row carry over from pixel to pixel in *pixel; its fields
    that have a row, and its Channels and numChannels, are neither read nor changed. A channel
-   without a row is 0.0 throughout, also after an assignment to it. skipPixelFlag
-   is that of the last pixel. Nothing is allocated. */
+   without a row is 0.0 throughout, also after an assignment to it. skipPixelFlag is that of the
+   last pixel.
+
+   An expression runs on rows, many pixels at a time, when no pixel can read a register or variable
+   without a row before it has written it; else pixel after pixel. How it runs on rows is worked out
+   once and kept while the expression, the rows that are there and the values that it reads from the
+   record stay the same. Memory is allocated for that only, up to 32 expressions and programs for
+   each thread; a line goes pixel after pixel when there is no memory. */
 void ZELEvaluateLine(const ZELStackStruct* stack, ZELPixelStruct* pixel, const ZELLineStruct* line,
                      float* values, int* skipFlags);
 

@@ -317,7 +317,7 @@ TEST(ExpressionEvaluate, ChannelsFrom401OnAreTargetsOfRegisters)
     EXPECT_EQ(scene.pixel.Registers[0], 9.0f);
 }
 
-TEST(ExpressionEvaluate, TheChannelBehindTheLastReadsZeroAndIgnoresWrites)
+TEST(ExpressionEvaluate, TheChannelAfterTheLastReadsZeroAndIgnoresWrites)
 {
     Scene scene;
     EXPECT_EQ(scene.value("Ch6"), 0.0f);

@@ -60,8 +60,7 @@ protected:
     void TearDown() override { zel::limitKernelWidth(zel::Width::widest); }
 };
 INSTANTIATE_TEST_SUITE_P(All, ExpressionLineWidths,
-                         testing::Values(zel::Width::narrow, zel::Width::wide,
-                                         zel::Width::widest));
+                         testing::Values(zel::Width::narrow, zel::Width::wide, zel::Width::widest));
 
 TEST_P(ExpressionLineWidths, RandomExpressionsAreThoseOfThePixels)
 {

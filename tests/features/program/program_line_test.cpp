@@ -93,9 +93,9 @@ private:
     }
     std::string condition()
     {
-        static const char* const common[] = {"Ch1>Ch2", "sz>20",          "Ch3<0&&Ch2>0", "class==2",
-                                             "Ch1",     "register1>lat",  "!(Ch2==1)",    "1",
-                                             "vz/lat",  "register2==1",   "lon>50",       "0.5"};
+        static const char* const common[] = {"Ch1>Ch2", "sz>20",         "Ch3<0&&Ch2>0", "class==2",
+                                             "Ch1",     "register1>lat", "!(Ch2==1)",    "1",
+                                             "vz/lat",  "register2==1",  "lon>50",       "0.5"};
         return random_.oneIn(4) ? expression() : random_.of(common);
     }
     std::string statement()
@@ -200,8 +200,7 @@ TEST_P(ProgramLineWidths, RandomProgramsAreThoseOfThePixels)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, ProgramLineWidths,
-                         testing::Values(zel::Width::narrow, zel::Width::wide,
-                                         zel::Width::widest));
+                         testing::Values(zel::Width::narrow, zel::Width::wide, zel::Width::widest));
 
 // ---- What programs do, worked out by hand ----
 
@@ -319,7 +318,7 @@ TEST(ProgramLine, ErrorsAreThoseOfThePixels)
 }
 
 // A pixel that never gets to the error does not have it.
-TEST(ProgramLine, AnErrorThatNoPixelReachesIsNone)
+TEST(ProgramLine, AnErrorThatNoPixelReachesIsNotReported)
 {
     const Program program("if (Ch1>200) class=Ch9\nclass=1\n");
     const Ran ran = byRows(program.first, lineOf({1, 3}));

@@ -41,7 +41,7 @@ TEST(ProgramLink, AStatementRightBeforeABlockElseGoesOnIntoItUnlessItsValueIsZer
     EXPECT_EQ(program.classOf(1, 1), 12.0f);
 }
 
-TEST(ProgramLink, ASingleLineIfGoesOnBehindItsStatement)
+TEST(ProgramLink, ASingleLineIfGoesOnAfterItsStatement)
 {
     Program program("if (Ch1>5) class=1\nclass=class+10\n");
     EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 2\n"
@@ -240,7 +240,7 @@ TEST(ProgramLink, BlocksNest)
 }
 
 // The second if is the single-line statement of the first, and its own statement what comes after.
-TEST(ProgramLink, ASingleLineIfBehindAnotherDoesNotGuardItsStatement)
+TEST(ProgramLink, ASingleLineIfAfterAnotherDoesNotGuardItsStatement)
 {
     Program program("if (Ch1>5) if (Ch2>5) class=1\nclass=class+10\n");
     EXPECT_EQ(program.listing(), "1: IF_STATEMENT Ch1>5 T -> 1    F -> 1\n"

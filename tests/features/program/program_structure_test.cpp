@@ -26,7 +26,7 @@ TEST(ProgramStructure, AnEndifNeedsAnIf)
     expectRefused("if (Ch1) class=1\nendif\n", message);
 }
 
-TEST(ProgramStructure, ASingleLineIfNeedsAStatementBehindIt)
+TEST(ProgramStructure, ASingleLineIfNeedsAStatementAfterIt)
 {
     expectRefused("class=2\nif (Ch1 > 5) class=1\n",
                   "If: Ch1 > 5\n"
@@ -47,7 +47,7 @@ TEST(ProgramStructure, ASecondElseHasNoIf)
                   "Else error: missing if statement before else\n");
 }
 
-TEST(ProgramStructure, ASingleLineElseNeedsAStatementBehindIt)
+TEST(ProgramStructure, ASingleLineElseNeedsAStatementAfterIt)
 {
     const char* const message = "Else error: missing secondary statement after else\n";
     expectRefused("if (Ch1) class=1\nelse class=2\n", message);

@@ -1,9 +1,9 @@
-// The functions of evaluate/arithmetic.hpp once more, for rows: straight-line double-precision arithmetic
-// that a compiler can compute for several pixels at a time. A result is used only where rounding it to
-// single precision leaves no doubt: the approximation and the mathematics library's value lie within
-// doubt of each other, so that the library's value rounds to the same float unless it lies that close to
-// the middle between two floats. There, and for arguments out of range, the library is asked. Results
-// therefore are those of evaluate/arithmetic.hpp, to the bit.
+// The functions of evaluate/arithmetic.hpp once more, for rows: straight-line double-precision
+// arithmetic that a compiler can compute for several pixels at a time. A result is used only where
+// rounding it to single precision leaves no doubt: the approximation and the mathematics library's
+// value lie within doubt of each other, so that the library's value rounds to the same float unless
+// it lies that close to the middle between two floats. There, and for arguments out of range, the
+// library is asked. Results therefore are those of evaluate/arithmetic.hpp, to the bit.
 #ifndef ZEL_FEATURES_EVALUATE_ARITHMETIC_FAST_HPP
 #define ZEL_FEATURES_EVALUATE_ARITHMETIC_FAST_HPP
 
@@ -105,14 +105,14 @@ inline bool hasLogarithm(float a)
 
 inline constexpr double maxAngle = 1.0e6;  // multiples of pi are subtracted exactly up to here
 
-// The sine of a less than n pi, for what is within half of pi: pi in three pieces, of which n times the
-// first two is exact.
+// The sine of a less than n pi, for what is within half of pi: pi in three pieces, of which n times
+// the first two is exact.
 inline double sineOfRest(double a, double n)
 {
     const double r = ((a - n * 0x1.921fb544p+1) - n * 0x1.0b4611a6p-33) - n * 0x1.3198a2e037073p-68;
     return r * polynomial(r * r, 0.9999999999999375, -0.16666666666432192, 0.008333333318758287,
-                          -0.00019841266410262703, 2.7556931811736073e-06,
-                          -2.5029514416708622e-08, 1.5401106045859936e-10);
+                          -0.00019841266410262703, 2.7556931811736073e-06, -2.5029514416708622e-08,
+                          1.5401106045859936e-10);
 }
 
 // Each half turn changes the sign.
@@ -140,10 +140,10 @@ inline double arcTangent(double a, double b)
     // Beyond an eighth of pi the tangent is that of the rest to a quarter.
     const bool far = below > 0.41421356237309503 * above;
     const double s = choose(far, below - above, below) / choose(far, below + above, above);
-    double angle = s * polynomial(s * s, 0.9999999999999741, -0.33333333330871123,
-                                  0.19999999612862454, -0.14285690781576849, 0.11110392929627276,
-                                  -0.09078486365496519, 0.07564327866912833,
-                                  -0.05876655983641218, 0.030692495411727805);
+    double angle =
+        s * polynomial(s * s, 0.9999999999999741, -0.33333333330871123, 0.19999999612862454,
+                       -0.14285690781576849, 0.11110392929627276, -0.09078486365496519,
+                       0.07564327866912833, -0.05876655983641218, 0.030692495411727805);
     angle = choose(far, pi / 4, 0.0) + angle;
     angle = choose(steep, pi / 2 - angle, angle);
     angle = choose(b < 0.0, pi - angle, angle);
@@ -152,9 +152,9 @@ inline double arcTangent(double a, double b)
 
 }  // namespace fast
 
-// The approximation as a float where that is the library's result, else not a number. A double has 29
-// bits more than a float: of those that round to different floats, it may not lie within doubt of the
-// middle. Below the smallest normal number floats have fewer bits.
+// The approximation as a float where that is the library's result, else not a number. A double has
+// 29 bits more than a float: of those that round to different floats, it may not lie within doubt
+// of the middle. Below the smallest normal number floats have fewer bits.
 inline float settled(double approximation)
 {
     constexpr std::uint64_t middle = std::uint64_t{1} << 28;
@@ -166,8 +166,8 @@ inline float settled(double approximation)
     return static_cast<float>(fast::choose(settles, approximation, fast::unsure));
 }
 
-// approximate() of each function, not a number where the library is to be asked. Other functions are
-// fast as they are.
+// approximate() of each function, not a number where the library is to be asked. Other functions
+// are fast as they are.
 inline double approximate(Exponential, float a)
 {
     const double x = wide(a);

@@ -1,5 +1,5 @@
-// Following the elements of a postfix list: the evaluation of a pixel and the planner of a line both
-// come here.
+// Following the elements of a postfix list: the evaluation of a pixel and the planner of a line
+// both come here.
 #ifndef ZEL_FEATURES_EVALUATE_FOLLOW_HPP
 #define ZEL_FEATURES_EVALUATE_FOLLOW_HPP
 

@@ -1,5 +1,5 @@
-// An expression or a program as steps over rows of pixels: which operator reads and writes which rows.
-// planner.hpp makes plans, plan_cache.hpp keeps them.
+// An expression or a program as steps over rows of pixels: which operator reads and writes which
+// rows. planner.hpp makes plans, plan_cache.hpp keeps them.
 #ifndef ZEL_FEATURES_EVALUATE_PLAN_HPP
 #define ZEL_FEATURES_EVALUATE_PLAN_HPP
 
@@ -18,7 +18,7 @@ struct Name {
     friend bool operator==(const Name&, const Name&) = default;
 };
 
-// Its row of the line, null where it has none. Buffers and the row of results are no rows of a line.
+// Its row of the line, null without one. Buffers and the row of results are not rows of a line.
 float* rowOf(const ZELLineStruct& line, Name name);
 
 // Its place in the pixel record. For variables, registers and weights.
@@ -36,7 +36,8 @@ struct Step {
     Source operands[3];  // those that the kernel takes
 };
 
-// What a pixel leaves in the record, of those pixels where one of the masks is not 0. Mask 0 means all.
+// What a pixel leaves in the record, of those pixels where one of the masks is not 0. Mask 0 means
+// all.
 struct Kept {
     Name name;
     Source value;
@@ -85,8 +86,8 @@ struct Run {
     int* results;
 };
 
-// Runs all steps of a plan, whose buffers are reserved, over the line and updates the pixel record and
-// the results.
+// Runs all steps of a plan, whose buffers are reserved, over the line and updates the pixel record
+// and the results.
 void runPlan(const Plan& plan, const Run& run);
 
 }  // namespace zel

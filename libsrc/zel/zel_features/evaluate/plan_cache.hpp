@@ -1,8 +1,8 @@
 // Plans are kept for the next line: making one costs as much as a short line.
 //
 // A plan is found by the address of what it was made from. That may have changed since, or may be
-// something else at the same address: a plan therefore keeps a description of what it was made from,
-// element by element, which is compared each time.
+// something else at the same address: a plan therefore keeps a description of what it was made
+// from, element by element, which is compared each time.
 #ifndef ZEL_FEATURES_EVALUATE_PLAN_CACHE_HPP
 #define ZEL_FEATURES_EVALUATE_PLAN_CACHE_HPP
 
@@ -77,8 +77,8 @@ struct KeptPlan {
 // The plan of that origin, or an old one's place for it.
 KeptPlan& keptPlanOf(const void* origin);
 
-// The plan for the line, kept or made by make(plan), which returns false when there can be none; then
-// null. describe describes what the plan is made from.
+// The plan for the line, kept or made by make(plan), which returns false when it cannot be made;
+// then null. describe describes what the plan is made from.
 template <class Describe, class Make>
 const Plan* planFor(const void* origin, Describe describe, Make make, const ZELLineStruct& line,
                     ZELPixelStruct& record)

@@ -61,7 +61,7 @@ int Planner::newBuffer()
     return static_cast<int>(plan_.rows.size()) - 1;
 }
 
-// 0 where the line has none.
+// 0 when the line has no such row.
 int Planner::lineRow(Name name)
 {
     if (rowOf(line_, name)) return rowFor(name);
@@ -248,9 +248,9 @@ bool Planner::assignCell(Name name, Source value)
     const Source row = {kept.buffer, 0.0f};
     if (value.row == row.row && kept.value.row == row.row) return push(value);
     if (!saveFromOverwrite(row.row)) return false;
-    const bool written = overwrites ? sendTo(row.row, value)
-                                    : add(selectKernel(), row.row,
-                                          {{mask_, 0.0f}, value, kept.value});
+    const bool written = overwrites
+                             ? sendTo(row.row, value)
+                             : add(selectKernel(), row.row, {{mask_, 0.0f}, value, kept.value});
     kept.value = row;
     return written && push(row);
 }

@@ -95,7 +95,7 @@ private:
     CellSet readFirst_ = 0;  // these show a pixel what the one before it left there
     Source pending_[maxPending];
     int size_ = 0;
-    bool lastIsTruth_ = false;  // the last step yields 1 or 0
+    bool lastIsTruth_ = false;             // the last step yields 1 or 0
     int resultRows_[maxPending + 1] = {};  // of the pending value at a depth, if it was computed
 };
 

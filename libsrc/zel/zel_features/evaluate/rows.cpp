@@ -31,7 +31,8 @@ struct TruncatedTruth {
 // ---- Loops over a row ----
 
 // Calls body for each pixel. Each element of a result depends on the same element of the arguments
-// alone, also where the result takes the place of an argument: the compiler need not look for overlaps.
+// alone, also where the result takes the place of an argument: the compiler need not look for
+// overlaps.
 template <class Body>
 inline void eachPixel(int n, Body body)
 {
@@ -104,8 +105,8 @@ constexpr bool isApproximated = requires
     approximate(Compute(), 0.0f, 0.0f);
 };
 
-// The arguments are needed until all doubts are settled: where the result takes the place of one, it
-// is kept apart until then.
+// The arguments are needed until all doubts are settled: where the result takes the place of one,
+// it is kept apart until then.
 template <class Compute, class... RowOf>
 inline void computeApproximately(Compute compute, float* result, int n, RowOf... rows)
 {

@@ -4,7 +4,8 @@
 
 namespace zel {
 
-// Pixels that are computed at a time: few enough that all rows in use stay in the processor's cache.
+// Pixels that are computed at a time: few enough that all rows in use stay in the processor's
+// cache.
 inline constexpr int rowSize = 512;
 
 // An argument: a row of values, or with row null one value that all pixels share.

@@ -143,8 +143,7 @@ public:
         const Target target = targetOf(arguments[0], pixel_.numChannels());
         if (target.kind == Target::variable) *pixel_.variable(target.index) = value;
         if (target.kind == Target::reg) pixel_.reg(target.index) = value;
-        float* channel =
-            target.kind == Target::channel ? pixel_.channel(target.index) : nullptr;
+        float* channel = target.kind == Target::channel ? pixel_.channel(target.index) : nullptr;
         if (channel) *channel = value;
         return push(value);
     }

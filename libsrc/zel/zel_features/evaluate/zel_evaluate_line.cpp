@@ -21,7 +21,7 @@ bool makePlan(zel::Plan& plan, const StackElementStruct* head, ZELPixelStruct& r
                           plan.skips ? zel::Source() : planner.value());
 }
 
-// Null also when memory for a plan is missing: pixels need none.
+// Null also when memory for a plan is missing: pixel after pixel works without.
 const zel::Plan* planOf(const StackElementStruct* head, ZELPixelStruct& record,
                         const ZELLineStruct& line)
 {

@@ -94,7 +94,7 @@ const ProgramCompiler::KeywordRow ProgramCompiler::keywordRows[] = {
     {"return", &ProgramCompiler::compilePlain<RETURN_STATEMENT>},
 };
 
-// An if or an else may have a statement behind it, which may be another if.
+// An if or an else may be followed by a statement, which may be another if.
 bool ProgramCompiler::compileLine(const ProgramLines& line)
 {
     line_ = &line;
@@ -131,7 +131,7 @@ ProgramCompiler::Rest ProgramCompiler::compileIf(string_view rest)
     return string_view();
 }
 
-// The statement of a single-line if is the last one, right behind the if itself.
+// The statement of a single-line if is the last one, right after the if itself.
 bool ProgramCompiler::endsSingleLineIf() const
 {
     return last_ && last_->previous && last_->previous->statementType == IF_STATEMENT &&

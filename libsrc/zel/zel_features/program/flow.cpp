@@ -15,7 +15,7 @@ using zel::Statement;
 
 // How a statement is reached.
 struct Entry {
-    PathSet paths;                     // none: it is not reached
+    PathSet paths;                    // empty: it is not reached
     CellSet written = zel::allCells;  // by all pixels that reach it
 };
 

@@ -1,4 +1,4 @@
-// Running a flow over a line of pixels: by its plan, or pixel after pixel where it has none.
+// Running a flow over a line of pixels: by its plan, or pixel after pixel without one.
 #ifndef ZEL_FEATURES_PROGRAM_FLOW_LINE_HPP
 #define ZEL_FEATURES_PROGRAM_FLOW_LINE_HPP
 
@@ -10,8 +10,8 @@
 
 namespace zel {
 
-// The plan of a flow, null for none. makeFlow(flow) is false when there is no flow either.
-// Null also when memory for a plan is missing: pixels need none.
+// The plan of a flow. Null when there is no plan, or no memory for one: pixel after pixel works
+// without. makeFlow(flow) is false when a flow cannot be made.
 template <class Describe, class MakeFlow>
 const Plan* flowPlanFor(const void* origin, Describe describeOrigin, MakeFlow makeFlow,
                         const Run& run)
@@ -32,8 +32,8 @@ const Plan* flowPlanFor(const void* origin, Describe describeOrigin, MakeFlow ma
     }
 }
 
-// Calls runOne(pixel, i) for each pixel that is not passed over; what is passed over has that for its
-// result.
+// Calls runOne(pixel, i) for each pixel that is not passed over; the others have what they
+// are passed over for as their result.
 template <class RunOne>
 void runByPixels(const Run& run, RunOne runOne)
 {

@@ -1,9 +1,9 @@
 // Which pixels reach a statement: those of certain paths through the branches before it, as a mask.
 //
-// Branch 1 splits the pixels into the paths 2 (true) and 3 (false), branch 2 splits some of these into
-// 4 and 5, and so on; path 1 is that of all active pixels. What an if and its else have in common ends
-// at the endif: there 2 and 3 meet and are 1 again, without a step. Where pixels of other paths meet,
-// their masks are added.
+// Branch 1 splits the pixels into the paths 2 (true) and 3 (false), branch 2 splits some of these
+// into 4 and 5, and so on; path 1 is that of all active pixels. What an if and its else have in
+// common ends at the endif: there 2 and 3 meet and are 1 again, without a step. Where pixels of
+// other paths meet, their masks are added.
 #ifndef ZEL_FEATURES_PROGRAM_MASKS_HPP
 #define ZEL_FEATURES_PROGRAM_MASKS_HPP
 
@@ -52,7 +52,7 @@ private:
     bool makeSum(PathSet paths, int& mask);
 
     Planner& planner_;
-    std::vector<Split> splits_;                              // of the branches, from 1
+    std::vector<Split> splits_;                               // of the branches, from 1
     std::vector<std::pair<PathSet, int>> masks_ = {{{}, 0}};  // those that are there already
 };
 

@@ -1,5 +1,6 @@
-// Running programs and filters on one pixel, wherever its values are kept. Pixel has evaluate(stack),
-// 0 for null; skipped(), whether the last evaluation reached skip_pixel; setClass and setWeight.
+// Running programs and filters on one pixel, wherever its values are kept. Pixel has
+// evaluate(stack), 0 for null; skipped(), whether the last evaluation reached skip_pixel; setClass
+// and setWeight.
 #ifndef ZEL_FEATURES_PROGRAM_RUN_HPP
 #define ZEL_FEATURES_PROGRAM_RUN_HPP
 
@@ -45,8 +46,7 @@ inline int failExecution(const char* text)
 template <class Pixel>
 int setWeights(const ProgramStruct& statement, Pixel& pixel)
 {
-    if (!statement.ClassList)
-        return failExecution("weightclasses error: missing class list\n");
+    if (!statement.ClassList) return failExecution("weightclasses error: missing class list\n");
     if (!statement.Statement) return failExecution("weightclasses error: missing value\n");
     const float weight = pixel.evaluate(statement.Statement);
     if (pixel.skipped())

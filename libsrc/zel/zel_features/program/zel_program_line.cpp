@@ -23,8 +23,8 @@ void describeProgram(const ProgramStruct* s, Describer& describer)
     }
 }
 
-// The place of a successor of the statement at that place, which must come after it; -1 for none
-// such. The end comes after all statements.
+// The place of a successor of the statement at that place, which must come after it; -1 when it
+// does not. The end comes after all statements.
 int placeOf(const ProgramStruct* successor, const ProgramStruct* statement, int place)
 {
     do {
@@ -59,7 +59,8 @@ bool makeFlow(const ProgramStruct* program, Flow& flow)
     return true;
 }
 
-// What is to be said of a result, if anything, and whether there is something to say of a skipped pixel.
+// What is to be said of a result, if anything, and whether there is something to say of a skipped
+// pixel.
 struct Reports {
     void (*report)(int result);
     bool ofSkips;
