@@ -93,9 +93,8 @@ void FileReader::counts(ZELType& file)
     require(h.MaxNumChan >= 1 && h.MaxNumChan <= ZEL_MAX_CHANNELS, "MaxNumChan", h.MaxNumChan);
     require(h.NPixelPerLine >= 1, "NPixelPerLine", h.NPixelPerLine);
     if (since(111)) {
-        checkNavigation(h, [this](bool ok, const char* name, int value) {
-            require(ok, name, value);
-        });
+        checkNavigation(h,
+                        [this](bool ok, const char* name, int value) { require(ok, name, value); });
         require(h.NumDisplayLUTs >= 0, "NumDisplayLUTs", h.NumDisplayLUTs);
         require(h.TableList.NumTables >= 0, "NumTables", h.TableList.NumTables);
         return;

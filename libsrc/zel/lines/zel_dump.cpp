@@ -97,7 +97,7 @@ void appendValue(std::string& text, const ShownField& field)
 
 struct Stopped {};
 
-class Dump : public zel::FieldListener {
+class Dump final : public zel::FieldListener {
 public:
     Dump(ZELDumpSink sink, void* userData) : sink_(sink), userData_(userData) {}
 
