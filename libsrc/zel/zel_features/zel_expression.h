@@ -1,9 +1,9 @@
 /* Expressions: the operators and variables of the language, and compiling a text to a postfix list.
 
    White space means nothing anywhere. Operands are constants, Ch<n>, register<n>, the pixel
-   variables and named definitions; variable names, "Ch" and "register" are read without regard to
-   case, operators and definition labels exactly. The element kinds, the operators and the status codes
-   are enumerated in zel_feature_types.h. */
+   variables and named definitions; variable names, "Ch" and "register" are matched without regard
+   to case, operators and definition labels exactly. The element kinds, the operators and the status
+   codes are enumerated in zel_feature_types.h. */
 #ifndef ZEL_EXPRESSION_H
 #define ZEL_EXPRESSION_H
 

@@ -79,10 +79,9 @@ void ZELFeatureFreeMaskList(ZELFeatureMaskListType* list);
 /* ---- Files ---- */
 
 /* Writes a mask: version "1.2", with the date of now, which also replace the mask's Header, and with
-   class counts of 0 in the headers of its classifiers. A classifier without features ends the process
-   (-1). Null is
-   written as the single number 0; that is also how a mask without classifiers begins, so that nobody
-   reads it again. */
+   class counts of 0 in the headers of its classifiers. A classifier without features ends the
+   process (-1). Null is written as the single number 0; a mask without classifiers begins with that
+   number too, and cannot be read again. */
 void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr);
 
 /* Reads a mask at the position of a stream that can be positioned; the caller's. Null for the

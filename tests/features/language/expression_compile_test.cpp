@@ -445,8 +445,8 @@ TEST(ExpressionCompile, ADefinitionBeingCompiledIsNotThereYet)
     EXPECT_EQ(dump(compiled.stack), dump(Compiled("Ch1").stack));
 }
 
-// 4,000,000 elements are 40 times 98,304, the definition itself and 39 expressions that use it; what
-// is freed makes room again.
+// 4,000,000 elements are 40 times 98,304, the definition itself and 39 expressions that use it;
+// what is freed makes room again.
 TEST(ExpressionCompile, AllExpressionsTogetherAreBounded)
 {
     Compiled large("Ch1+1", false);

@@ -13,7 +13,7 @@
 namespace zel {
 
 // The bytes that an entry of a list takes at least.
-inline constexpr int smallestEntry = 12;
+inline constexpr int minEntrySize = 12;
 
 // The characters of the identifier, with its terminator.
 inline constexpr int identifierSize = 19;
@@ -32,12 +32,12 @@ void walkEntry(Walker& w, CommandListStruct& entry)
     if (w.present("action", entry.Action)) w.expression("action", entry.Action);
 }
 
-// The definitions are the names that expressions may use. With null the first entry has none, and the
-// others have those before them, with what the list held already.
+// The definitions are the names that expressions may use. With null the first entry has none, and
+// the others have those before them, with what the list held already.
 template <class Walker>
 void walkList(Walker& w, CommandStruct& list, const CommandListStruct* definitions)
 {
-    const int entries = w.count("entries", list.num, smallestEntry);
+    const int entries = w.count("entries", list.num, minEntrySize);
     CommandListStruct* entry = list.ListHead;
     for (int i = 0; i < entries; ++i) {
         w.setDefinitions(definitions || i == 0 ? definitions : list.ListHead);
@@ -50,7 +50,7 @@ void walkList(Walker& w, CommandStruct& list, const CommandListStruct* definitio
 template <class Walker>
 void walkInputs(Walker& w, IOStruct& io)
 {
-    const int inputs = w.count("input files", io.numInputFiles, smallestString);
+    const int inputs = w.count("input files", io.numInputFiles, minStringSize);
     InputStruct* input = io.inputListHead;
     for (int i = 0; i < inputs; ++i) {
         if constexpr (Walker::reads) input = allocateNewInput(&io);
@@ -119,7 +119,7 @@ void walkHeaderEnd(Walker& w, ZELParameterStruct& p)
 template <class Walker, class Line>
 void walkProgramText(Walker& w, Line*& first, int numLines)
 {
-    const int lines = w.count("program lines", numLines, smallestString);
+    const int lines = w.count("program lines", numLines, minStringSize);
     Line* line = first;
     for (int i = 0; i < lines; ++i) {
         if constexpr (Walker::reads) line = appendProgramLine(first, line, i + 1);

@@ -99,24 +99,24 @@ void FeatureReader::expression(const char* name, ZELStackStruct*& stack)
     failWithError("parse error: %s\n", ParseErrorMsgs[status]);
 }
 
-int FeatureReader::count(const char* name, int, int smallestItem)
+int FeatureReader::count(const char* name, int, int minItemSize)
 {
     const std::int64_t at = position();
     const std::int32_t items = number("number of ", name);
-    bound(name, items, smallestItem, at);
+    bound(name, items, minItemSize, at);
     return items;
 }
 
-void FeatureReader::bound(const char* name, int number, int smallestItem, std::int64_t at) const
+void FeatureReader::bound(const char* name, int number, int minItemSize, std::int64_t at) const
 {
-    if (number >= 0 && std::int64_t{smallestItem} * number <= remaining()) return;
+    if (number >= 0 && std::int64_t{minItemSize} * number <= remaining()) return;
     Damage damage{};
     std::snprintf(damage.what, sizeof damage.what, "invalid number of %s %d", name, number);
     damage.offset = at;
     throw damage;
 }
 
-// What is wrong is in the file, or said already: an error of the system from before has no part in it.
+// The fault is in the file or was reported already: an earlier error of the system is not the reason.
 void failDamaged(const Damage& damage)
 {
     errno = 0;

@@ -22,7 +22,7 @@
 namespace zel {
 
 // The bytes that a string takes at least.
-inline constexpr int smallestString = 5;
+inline constexpr int minStringSize = 5;
 
 // A string whose length is more than the file has.
 struct StringDamage : Damage {
@@ -65,9 +65,9 @@ public:
         return number("presence of ", name) != 0;
     }
     // The count of the file; the record's own is for the writer, a reader counts as it appends.
-    int count(const char* name, int, int smallestItem);
+    int count(const char* name, int, int minItemSize);
     // Refuses a number of items, found at an offset, that the rest of the file has no room for.
-    void bound(const char* name, int number, int smallestItem, std::int64_t at) const;
+    void bound(const char* name, int number, int minItemSize, std::int64_t at) const;
     void place(int& offset) const { offset = static_cast<int>(position()); }
 
 private:

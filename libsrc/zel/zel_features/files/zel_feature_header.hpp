@@ -11,8 +11,8 @@ namespace zel {
 // Damage; the record can be freed then.
 void readFeatureHeader(FeatureReader& reader, ZELParameterStruct& parameters);
 
-// Writes a header with class counts of 0, whatever the record holds: a file of samples gets them when
-// it is closed.
+// Writes a header with class counts of 0, whatever the record holds: a file of samples gets them
+// when it is closed.
 void writeFeatureHeader(FeatureWriter& writer, ZELParameterStruct& parameters);
 
 // Labels the features and gives them empty ranges. Ends the process (-1) with one of the messages

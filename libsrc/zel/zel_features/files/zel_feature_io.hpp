@@ -4,8 +4,8 @@
 
 namespace zel {
 
-// What InitializeFileRead does once the order is known: 0 for little-endian, 1 for big-endian, -1 for
-// neither, which ends the process (-1).
+// What InitializeFileRead does once the order is known: 0 for little-endian, 1 for big-endian, -1
+// for neither, which ends the process (-1).
 void setHostOS(int hostOrder);
 
 }  // namespace zel

@@ -12,15 +12,15 @@ using std::string_view;
 constexpr string_view channelPrefix = "ch";
 constexpr string_view registerPrefix = "register";
 
-// Definitions of definitions can double with every line, and a few bytes of a file can use a large one
-// many times. These limit the elements of one text, and of all stacks of the process.
+// Definitions of definitions can double with every line, and a few bytes of a file can use a large
+// one many times. These limit the elements of one text, and of all stacks of the process.
 constexpr int maxElements = 100000;
 constexpr long long maxElementsInUse = 4000000;
 
 // Operands are tried in this order: named definitions, variables, channels, registers, constants.
 
-// A definition without a condition is the one being compiled, and has no meaning yet: a feature Ch1 may
-// have the label Ch1.
+// A definition without a condition is the one being compiled, and has no meaning yet: a feature Ch1
+// may have the label Ch1.
 const CommandListStruct* findDefinition(string_view label, const CommandListStruct* definitions)
 {
     for (; definitions; definitions = definitions->next)
@@ -65,8 +65,8 @@ bool compileVariable(string_view text, StackElementStruct& element, bool assigne
     return false;
 }
 
-// "Ch" alone is channel 0. With anything but digits after it the text is read on after the two letters,
-// as a register or a constant: Ch1.5 is the constant 1.5.
+// "Ch" alone is channel 0. With anything but digits after it the text is read on after the two
+// letters, as a register or a constant: Ch1.5 is the constant 1.5.
 bool compileChannel(string_view& text, StackElementStruct& element, bool assigned)
 {
     if (!zel::startsWithIgnoringCase(text, channelPrefix)) return false;

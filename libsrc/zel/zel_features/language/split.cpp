@@ -34,9 +34,9 @@ bool isExponentSign(string_view text, size_t position)
            zel::isDigit(text[position - 2]);
 }
 
-// A "-" that has an operator among the two characters before it is not a subtraction. Right after the
-// operator it is a sign, as in 2*-3. With one character between them the rest goes to the right-hand
-// side: a-b-c is a-(b-c), and a*b-c is a*(b-c). Files and programs depend on it.
+// A "-" that has an operator among the two characters before it is not a subtraction. Right after
+// the operator it is a sign, as in 2*-3. With one character between them the rest goes to the
+// right-hand side: a-b-c is a-(b-c), and a*b-c is a*(b-c). Files and programs depend on it.
 bool followsOperatorClosely(string_view text, size_t position)
 {
     const size_t start = position >= 2 ? position - 2 : 0;

@@ -13,7 +13,8 @@
 
 namespace zel {
 
-// Memory for containers. A failed allocation ends the process: an exception must not cross C callers.
+// Memory for containers. A failed allocation ends the process: an exception must not cross C
+// callers.
 template <class T>
 struct Allocator {
     using value_type = T;

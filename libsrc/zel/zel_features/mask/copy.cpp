@@ -42,8 +42,8 @@ void copyInfo(InfoStruct& to, const InfoStruct& from)
     zel::setNullable(to.DateTimeString, from.DateTimeString);
 }
 
-// Statements are copied with their flow, which stays inside a program. Compiling the text again would
-// print its warnings again.
+// Statements are copied with their flow, which stays inside a program. Compiling the text again
+// would print its warnings again.
 void copyProgram(ProgramStruct*& to, const ProgramStruct* from)
 {
     using Copy = std::pair<const ProgramStruct* const, ProgramStruct*>;
@@ -69,8 +69,8 @@ void copyList(CommandStruct& to, const CommandStruct& from, const CommandStruct&
     zel::copyCommands(to, from);
 }
 
-// The copy of a training record also keeps what was counted and measured in it. Its expressions are not
-// compiled again: in a file they may use names that the copy's definitions do not have.
+// The copy of a training record also keeps what was counted and measured in it. Its expressions are
+// not compiled again: in a file they may use names that the copy's definitions do not have.
 void copyTraining(ZELParameterStruct& to, const ZELParameterStruct& from)
 {
     zel::copyParameters(to, from, copyList);

@@ -19,9 +19,9 @@ constexpr const char* maskIdentifier = "ZEL_MASK";
 constexpr const char* maskVersion = "1.2";
 
 // The fewest bytes of a classifier's header, and of the header with the classifier after it.
-constexpr int smallestHeader = zel::identifierSize + 3 * zel::smallestString +
-                               ZEL_FEATURE_NUM_CLASSES * (16 + zel::smallestString) + 11 * 4;
-constexpr int smallestClassifier = smallestHeader + 8;
+constexpr int minHeaderSize = zel::identifierSize + 3 * zel::minStringSize +
+                              ZEL_FEATURE_NUM_CLASSES * (16 + zel::minStringSize) + 11 * 4;
+constexpr int minClassifierSize = minHeaderSize + 8;
 
 // ---- A mask's records, in file order ----
 
@@ -152,7 +152,7 @@ ZELFeatureMaskType* readMaskFile(FeatureReader& reader, std::int32_t classifiers
     if (classifiers == 0) return nullptr;
     OwnedMask mask(ZELFeatureAllocateNewMask(0));
     readIdentifier(reader, *mask);
-    reader.bound("classifiers", classifiers, smallestClassifier, start);
+    reader.bound("classifiers", classifiers, minClassifierSize, start);
     walkMaskHeader(reader, *mask);
     ZELMaskParameterType& p = mask->MaskParameters;
     CommandStruct& conditions =

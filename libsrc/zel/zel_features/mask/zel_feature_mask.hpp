@@ -15,8 +15,8 @@ struct FreeMask {
 // A mask without an owner yet.
 using OwnedMask = std::unique_ptr<ZELFeatureMaskType, FreeMask>;
 
-// The definitions that a mask's filters and programs may use, made when there are none yet. Ends the
-// process (-1) with the message when memory fails.
+// The definitions that a mask's filters and programs may use, made when there are none yet. Ends
+// the process (-1) with the message when memory fails.
 CommandStruct& filterConditions(ZELMaskParameterType& parameters, const char* failure);
 
 }  // namespace zel

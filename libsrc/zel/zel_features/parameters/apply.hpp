@@ -14,8 +14,8 @@ bool filterHolds(const CommandListStruct& filter, Pixel& pixel)
     return !truncatesToZero(static_cast<double>(pixel.evaluate(filter.Condition)));
 }
 
-// Evaluates the action of each filter that holds, in order. True when one of them skipped the pixel;
-// that one is the last.
+// Evaluates the action of each filter that holds, in order. True when one of them skipped the
+// pixel; that one is the last.
 template <class Pixel>
 bool applyFilters(const CommandStruct& filters, Pixel& pixel)
 {

@@ -12,19 +12,20 @@
 
 namespace zel {
 
-// How "syntax error line <n>" is reported: a mask file prints the line first, as for its other errors.
+// How "syntax error line <n>" is reported: a mask file prints the line first, as for its other
+// errors.
 enum class SyntaxErrors { alone, afterLine };
 
 // Reads a parameter file line by line. Blank lines and comments ("#") are counted and passed over.
-// A last line without a newline is not read. A line of more than 239 characters comes in pieces; each
-// counts as a line and loses its last character in place of the newline.
+// A last line without a newline is not read. A line of more than 239 characters comes in pieces;
+// each counts as a line and loses its last character in place of the newline.
 class ParameterLines {
 public:
     ParameterLines(const char* filename, SyntaxErrors syntaxErrors);
     bool isOpen() const { return stream_ != nullptr; }
 
-    // Goes on to the next line; false at the end of the file. Ends the process (-1) when the file cannot
-    // be read.
+    // Goes on to the next line; false at the end of the file. Ends the process (-1) when the file
+    // cannot be read.
     bool next();
 
     int number() const { return number_; }  // from 1
@@ -37,8 +38,8 @@ public:
     // What follows the command's word and one character.
     std::string_view afterCommand() const;
 
-    // The same, but found by looking for the word as it is written here. Ends the process (-1) where
-    // the line does not contain it.
+    // The same, but found by looking for the word as it is written here. Ends the process (-1)
+    // where the line does not contain it.
     std::string_view after(std::string_view lowerCaseWord) const;
 
     // Ends the process (-1) with the syntax error.
@@ -67,8 +68,8 @@ std::string_view takeUpToColon(std::string_view& text);
 // The part between the first two double quotes, or the whole text without quotes.
 std::string_view unquoted(std::string_view text);
 
-// Compiles a text with the names of the definitions. When it does not compile, ends the process (-1)
-// with the line and the message, which begins with what.
+// Compiles a text with the names of the definitions. When it does not compile, ends the process
+// (-1) with the line and the message, which begins with what.
 ZELStackStruct* compileFromLine(const ParameterLines& line, std::string_view text,
                                 const CommandStruct& definitions, const char* what = "",
                                 bool check = true);
