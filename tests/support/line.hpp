@@ -35,8 +35,8 @@ inline const std::pair<float ZELPixelStruct::*, float * ZELLineStruct::*> lineFi
     {&ZELPixelStruct::Class, &ZELLineStruct::Class},
 };
 
-struct Line {
-    explicit Line(int pixels, int channels = 5) : numPixels(pixels)
+struct PixelLine {
+    explicit PixelLine(int pixels, int channels = 5) : numPixels(pixels)
     {
         const auto n = static_cast<std::size_t>(pixels);
         for (int c = 0; c < channels; ++c) channelRows.emplace_back(n, static_cast<float>(c + 1));
@@ -141,7 +141,7 @@ inline bool sameRow(const Row& a, const Row& b)
 }
 
 // Where two lines differ, in a few words; empty when they do not.
-inline std::string difference(const Line& a, const Line& b)
+inline std::string difference(const PixelLine& a, const PixelLine& b)
 {
     if (!sameRow(a.values, b.values)) return "values";
     if (a.skipFlags != b.skipFlags) return "skip flags";
@@ -182,9 +182,9 @@ inline float roughValue(Random& random)
     return random.oneIn(30) ? random.anyFloat() : random.value();
 }
 
-inline Line randomLine(Random& random, int pixels)
+inline PixelLine randomLine(Random& random, int pixels)
 {
-    Line line(pixels);
+    PixelLine line(pixels);
     for (Row& row : line.channelRows) {
         if (random.oneIn(8)) row.clear();
         for (float& value : row) value = roughValue(random);

@@ -21,20 +21,20 @@ namespace {
 using zel_test::Compiled;
 using zel_test::Definitions;
 using zel_test::difference;
-using zel_test::Line;
 using zel_test::Outcome;
+using zel_test::PixelLine;
 using zel_test::Random;
 using zel_test::randomLine;
 using zel_test::Row;
 using zel_test::Texts;
 
-void evaluate(Line& line, const ZELStackStruct& stack)
+void evaluate(PixelLine& line, const ZELStackStruct& stack)
 {
     const ZELLineStruct structure = line.structure();
     ZELEvaluateLine(&stack, &line.record, &structure, line.values.data(), line.skipFlags.data());
 }
 
-void evaluateByPixels(Line& line, const ZELStackStruct& stack)
+void evaluateByPixels(PixelLine& line, const ZELStackStruct& stack)
 {
     line.byPixels([&line, &stack](ZELPixelStruct& pixel, std::size_t i) {
         line.values[i] = ZELEvaluateStack(&stack, &pixel);
@@ -42,12 +42,12 @@ void evaluateByPixels(Line& line, const ZELStackStruct& stack)
     });
 }
 
-void expectSame(const std::string& text, const Line& line,
+void expectSame(const std::string& text, const PixelLine& line,
                 const CommandListStruct* definitions = nullptr)
 {
     const Compiled compiled(text, false, definitions);
     ASSERT_EQ(compiled.status, 0) << text;
-    Line by_pixels = line, by_rows = line;
+    PixelLine by_pixels = line, by_rows = line;
     evaluateByPixels(by_pixels, compiled.stack);
     evaluate(by_rows, compiled.stack);
     ASSERT_EQ(difference(by_rows, by_pixels), "") << text;
@@ -114,7 +114,7 @@ TEST_P(ExpressionLineWidths, EveryOperatorIsThatOfThePixel)
                              "pow(2,Ch1)",
                              "value(1,Ch2,2)",
                              "hue(Ch1,3,4)"}) {
-        Line line = randomLine(random, 1500);
+        PixelLine line = randomLine(random, 1500);
         for (Row& row : line.channelRows) {
             row.resize(1500);
             for (float& value : row) value = random.value();
@@ -129,7 +129,7 @@ TEST_P(ExpressionLineWidths, FunctionsAreThoseOfThePixelForAnyArgument)
 {
     constexpr int pixels = 300000;
     Random random(99);
-    Line line(pixels, 2);
+    PixelLine line(pixels, 2);
     for (Row& row : line.channelRows)
         for (std::size_t i = 0; i < row.size(); ++i)
             row[i] = i % 2 == 0 ? random.anyFloat() : random.value();
@@ -170,7 +170,7 @@ TEST(ExpressionLine, ConstantsStandOnEitherSide)
 
 TEST(ExpressionLine, ARegisterThatIsReadFirstCarriesOver)
 {
-    Line line(1000, 1);
+    PixelLine line(1000, 1);
     for (std::size_t i = 0; i < 1000; ++i) line.channelRows[0][i] = static_cast<float>(i);
     const Compiled sum("register1=register1+Ch1");
     evaluate(line, sum.stack);
@@ -182,7 +182,7 @@ TEST(ExpressionLine, ARegisterThatIsReadFirstCarriesOver)
 
 TEST(ExpressionLine, ARegisterThatIsAssignedFirstHoldsTheLastPixelAfterwards)
 {
-    Line line(1000, 1);
+    PixelLine line(1000, 1);
     for (std::size_t i = 0; i < 1000; ++i) line.channelRows[0][i] = static_cast<float>(i);
     const Compiled twice("(register1=Ch1)+register1");
     evaluate(line, twice.stack);
@@ -196,7 +196,7 @@ TEST(ExpressionLine, ARegisterThatIsAssignedFirstHoldsTheLastPixelAfterwards)
 
 TEST(ExpressionLine, AVariableWithoutARowIsTheRecords)
 {
-    Line line(700, 1);
+    PixelLine line(700, 1);
     line.record.year = 2000.0f;
     const Compiled read("year+Ch1");
     evaluate(line, read.stack);
@@ -212,7 +212,7 @@ TEST(ExpressionLine, AVariableWithoutARowIsTheRecords)
 TEST(ExpressionLine, AChannelWithoutARowIsZeroAlsoAfterAnAssignment)
 {
     for (const char* text : {"(Ch1=7)*2+Ch1+Ch2", "(Ch1=7)*2+Ch1+Ch2+0*(register1=register1)"}) {
-        Line line(3, 2);
+        PixelLine line(3, 2);
         line.channelRows[0].clear();
         const Compiled compiled(text, false);
         ASSERT_EQ(compiled.status, 0) << text;
@@ -224,7 +224,7 @@ TEST(ExpressionLine, AChannelWithoutARowIsZeroAlsoAfterAnAssignment)
 
 TEST(ExpressionLine, FieldsThatHaveARowStayAsTheyAreInTheRecord)
 {
-    Line line(3, 1);
+    PixelLine line(3, 1);
     line.record.Class = 5.0f;
     line.giveRow(12, 8.0f);
     const Compiled compiled("class=class+Ch1");
@@ -238,7 +238,7 @@ TEST(ExpressionLine, AnyRecordWillDoWhateverTheVariablesAreBoundTo)
     ZELPixelStruct elsewhere = {};
     elsewhere.sz = 50.0f;
     ZELBindPixel(&elsewhere);
-    Line line(2, 1);
+    PixelLine line(2, 1);
     line.record.sz = 3.0f;
     const Compiled compiled("sz=sz+Ch1");
     evaluate(line, compiled.stack);
@@ -260,7 +260,7 @@ TEST(ExpressionLine, PendingValuesKeepWhatTheyWereBeforeAnAssignment)
 
 TEST(ExpressionLine, TargetsThatAreComputedWork)
 {
-    Line line(3, 2);
+    PixelLine line(3, 2);
     line.channelRows[0] = {100.0f, 101.0f, 500.0f};  // channel 1, channel 2, register 1
     const Compiled compiled("(0+Ch1)=9");            // the right side of a target is read
     evaluate(line, compiled.stack);
@@ -271,7 +271,7 @@ TEST(ExpressionLine, TargetsThatAreComputedWork)
 
 TEST(ExpressionLine, SkipPixelMarksEveryPixel)
 {
-    Line line(600, 1);
+    PixelLine line(600, 1);
     const Compiled compiled("(class=3)+(skip_pixel)");
     evaluate(line, compiled.stack);
     EXPECT_EQ(line.values, Row(600, 0.0f));
@@ -286,7 +286,7 @@ TEST(ExpressionLine, SkipPixelMarksEveryPixel)
 
 TEST(ExpressionLine, SkipFlagsMayBeLeftOut)
 {
-    Line line(3, 1);
+    PixelLine line(3, 1);
     const ZELLineStruct structure = line.structure();
     for (const char* text : {"Ch1+1", "register1=register1+1", "skip_pixel"}) {
         const Compiled compiled(text);
@@ -299,10 +299,10 @@ TEST(ExpressionLine, SkipFlagsMayBeLeftOut)
 TEST(ExpressionLine, TheResultMayTakeTheRowOfAnArgument)
 {
     for (const char* text : {"Ch1*Ch2+Ch1", "Ch1", "Ch2/Ch1-Ch2"}) {
-        Line line(1200, 2);
+        PixelLine line(1200, 2);
         for (std::size_t i = 0; i < 1200; ++i)
             line.channelRows[0][i] = static_cast<float>(i) + 1.0f;
-        Line separate = line;
+        PixelLine separate = line;
         const Compiled compiled(text);
         evaluate(separate, compiled.stack);
         const ZELLineStruct structure = line.structure();
@@ -316,7 +316,7 @@ TEST(ExpressionLine, TheResultMayTakeTheRowOfAnArgument)
 TEST(ExpressionLine, AnExpressionThatIsChangedIsNoticed)
 {
     const Compiled compiled("Ch1+2");
-    Line line(3, 1);
+    PixelLine line(3, 1);
     evaluate(line, compiled.stack);
     EXPECT_EQ(line.values, Row(3, 3.0f));
     compiled.stack.stackHead->nextElement->op.float_t = 5.0f;
@@ -330,7 +330,7 @@ TEST(ExpressionLine, AnExpressionThatIsChangedIsNoticed)
 TEST(ExpressionLine, OtherRowsAndOtherValuesOfTheRecordAreNoticed)
 {
     const Compiled compiled("(Ch1+register1)*sz");
-    Line line(3, 2);
+    PixelLine line(3, 2);
     line.record.Registers[0] = 1.0f;
     line.record.sz = 10.0f;
     evaluate(line, compiled.stack);
@@ -358,7 +358,7 @@ TEST(ExpressionLine, MoreExpressionsThanPlansAreKeptApart)
     std::vector<std::unique_ptr<Compiled>> all;
     for (int i = 0; i < 70; ++i)
         all.push_back(std::make_unique<Compiled>("Ch1+" + std::to_string(i)));
-    Line line(3, 1);
+    PixelLine line(3, 1);
     for (int round = 0; round < 2; ++round)
         for (int i = 0; i < 70; ++i) {
             evaluate(line, all[static_cast<std::size_t>(i)]->stack);
@@ -368,7 +368,7 @@ TEST(ExpressionLine, MoreExpressionsThanPlansAreKeptApart)
 
 TEST(ExpressionLine, ARegisterWithARowIsEachPixelsOwn)
 {
-    Line line(3, 1);
+    PixelLine line(3, 1);
     line.registerRows[0] = {10.0f, 20.0f, 30.0f};
     const Compiled compiled("register1=register1+Ch1");
     evaluate(line, compiled.stack);
@@ -407,7 +407,7 @@ TEST(ExpressionLine, FailuresAreThoseOfTheFirstPixel)
         Row channels(5, 1.0f);
         pixel.Channels = channels.data();
         pixel.numChannels = 5;
-        Line line(4);
+        PixelLine line(4);
         errno = 0;
         const Outcome one = zel_test::run([&] { ZELEvaluateStack(&compiled.stack, &pixel); });
         ZELBindPixel(nullptr);
@@ -433,7 +433,7 @@ TEST(ExpressionLine, FailuresOfAListThatNoCompilerMadeAreThoseOfThePixelToo)
         const Compiled compiled("Ch1");
         compiled.stack.stackHead->type = type;
         compiled.stack.stackHead->op.int_t = operand;
-        Line line(4), pixels(4);
+        PixelLine line(4), pixels(4);
         errno = 0;
         const Outcome all = zel_test::run([&] { evaluate(line, compiled.stack); });
         const Outcome one = zel_test::run([&] { evaluateByPixels(pixels, compiled.stack); });
@@ -447,7 +447,7 @@ TEST(ExpressionLine, FailuresOfAListThatNoCompilerMadeAreThoseOfThePixelToo)
 
 TEST(ExpressionLine, NoPixelsAreNoWork)
 {
-    Line line(0);
+    PixelLine line(0);
     line.record.skipPixelFlag = 5;
     const Compiled wrong("Ch9");
     evaluate(line, wrong.stack);

@@ -14,8 +14,8 @@ namespace {
 
 using zel_test::Compiled;
 using zel_test::difference;
-using zel_test::Line;
 using zel_test::Outcome;
+using zel_test::PixelLine;
 using zel_test::Program;
 using zel_test::Random;
 using zel_test::randomLine;
@@ -64,16 +64,16 @@ using OnPixel = void (*)(const ZELMaskParameterType*, ZELPixelStruct*);
 using OnLine = void (*)(const ZELMaskParameterType*, ZELPixelStruct*, const ZELLineStruct*,
                         const int*);
 
-Line filtered(const ZELMaskParameterType& parameters, OnLine filter, Line line,
-              const int* passedOver = nullptr)
+PixelLine filtered(const ZELMaskParameterType& parameters, OnLine filter, PixelLine line,
+                   const int* passedOver = nullptr)
 {
     const ZELLineStruct structure = line.structure();
     filter(&parameters, &line.record, &structure, passedOver);
     return line;
 }
 
-Line filteredByPixels(const ZELMaskParameterType& parameters, OnPixel filter, Line line,
-                      const int* passedOver)
+PixelLine filteredByPixels(const ZELMaskParameterType& parameters, OnPixel filter, PixelLine line,
+                           const int* passedOver)
 {
     line.byPixels([&](ZELPixelStruct& pixel, std::size_t i) {
         if (!passedOver || passedOver[i] == 0) filter(&parameters, &pixel);
@@ -81,9 +81,9 @@ Line filteredByPixels(const ZELMaskParameterType& parameters, OnPixel filter, Li
     return line;
 }
 
-Line randomFilterLine(Random& random)
+PixelLine randomFilterLine(Random& random)
 {
-    Line line = randomLine(random, random.oneIn(5) ? 1030 : 1 + random.below(60));
+    PixelLine line = randomLine(random, random.oneIn(5) ? 1030 : 1 + random.below(60));
     for (Row& row : line.channelRows)
         if (row.empty()) row = line.newRow(1.0f);
     for (float& weight : line.record.class_weights) weight = 1.0f;
@@ -116,11 +116,11 @@ void expectSameFilters(unsigned seed, CommandStruct ZELMaskParameterType::*filte
         FilterList list(randomFilters(random, actions));
         ZELMaskParameterType parameters = {};
         parameters.*filters = list.list();
-        const Line line = randomFilterLine(random);
+        const PixelLine line = randomFilterLine(random);
         Flags passedOver(line.values.size());
         for (int& flag : passedOver) flag = random.below(2);
         const int* passed = random.oneIn(2) ? passedOver.data() : nullptr;
-        const Line pixels = filteredByPixels(parameters, onPixel, line, passed);
+        const PixelLine pixels = filteredByPixels(parameters, onPixel, line, passed);
         ASSERT_EQ(difference(filtered(parameters, onLine, line, passed), pixels), "") << i;
     }
 }
@@ -143,11 +143,11 @@ TEST(MaskLine, AFilterExcludesTheClassesOfItsListAndZeroByTheComma)
     FilterList list(std::vector<FilterList::Text>{{"Ch1>2", "3,4"}});
     ZELMaskParameterType parameters = {};
     parameters.PreClassFilters = list.list();
-    Line line(4, 1);
+    PixelLine line(4, 1);
     line.channelRows[0] = {1, 9, 2, 3};
     for (const int index : {0, 3, 4, 5}) line.weightRows[index] = line.newRow(1.0f);
     const Flags passedOver = {0, 0, 0, 1};
-    const Line after =
+    const PixelLine after =
         filtered(parameters, ZELFeaturePreClassificationFilterLine, line, passedOver.data());
     for (const int index : {0, 3, 4}) EXPECT_EQ(after.weightRows.at(index), Row({1, 0, 1, 1}));
     EXPECT_EQ(after.weightRows.at(5), Row(4, 1.0f));
@@ -159,11 +159,11 @@ TEST(MaskLine, AnActionThatSkipsThePixelIsTheLast)
         {"class==2", "class=3"}, {"Ch1>2", "skip_pixel"}, {"1", "class=class+10"}});
     ZELMaskParameterType parameters = {};
     parameters.PostClassFilters = list.list();
-    Line line(4, 1);
+    PixelLine line(4, 1);
     line.channelRows[0] = {1, 9, 2, 3};
     line.giveRow(12);
     line.fieldRows[12] = {2, 2, 5, 5};
-    const Line after = filtered(parameters, ZELFeaturePostClassificationFilterLine, line);
+    const PixelLine after = filtered(parameters, ZELFeaturePostClassificationFilterLine, line);
     EXPECT_EQ(after.fieldRows[12], Row({13, 0, 15, 0}));
 }
 
@@ -175,7 +175,7 @@ struct Processed {
 };
 
 template <class Process>
-Processed processed(const ZELMaskParameterType& parameters, Process process, Line line,
+Processed processed(const ZELMaskParameterType& parameters, Process process, PixelLine line,
                     const int* passedOver)
 {
     Processed result = {Flags(line.values.size(), -7), ""};
@@ -188,9 +188,9 @@ Processed processed(const ZELMaskParameterType& parameters, Process process, Lin
     return result;
 }
 
-Line fourPixels()
+PixelLine fourPixels()
 {
-    Line line(4, 1);
+    PixelLine line(4, 1);
     line.channelRows[0] = {1, 9, 2, 3};
     line.giveRow(12);
     return line;
@@ -233,7 +233,7 @@ TEST(MaskLine, AMaskWithoutProgramsAndFiltersDoesNothing)
     const ZELMaskParameterType parameters = {};
     const Processed pre = processed(parameters, ZELPreProcessLine, fourPixels(), nullptr);
     EXPECT_EQ(pre.results, Flags(4, 0));
-    const Line line = fourPixels();
+    const PixelLine line = fourPixels();
     EXPECT_EQ(difference(filtered(parameters, ZELFeaturePostClassificationFilterLine, line), line),
               "");
 }

@@ -14,8 +14,8 @@
 namespace {
 
 using zel_test::difference;
-using zel_test::Line;
 using zel_test::Outcome;
+using zel_test::PixelLine;
 using zel_test::Program;
 using zel_test::Random;
 using zel_test::randomLine;
@@ -27,12 +27,12 @@ using Flags = std::vector<int>;
 // ---- One program on one line, both ways ----
 
 struct Ran {
-    Line line;
+    PixelLine line;
     Flags results;
     Outcome outcome;
 };
 
-Ran byRows(const ProgramStruct* program, const Line& line, const int* passedOver = nullptr)
+Ran byRows(const ProgramStruct* program, const PixelLine& line, const int* passedOver = nullptr)
 {
     Ran ran = {line, Flags(line.values.size(), -77), {}};
     const ZELLineStruct structure = ran.line.structure();
@@ -44,7 +44,7 @@ Ran byRows(const ProgramStruct* program, const Line& line, const int* passedOver
     return ran;
 }
 
-Ran byPixels(const ProgramStruct* program, const Line& line, const int* passedOver = nullptr)
+Ran byPixels(const ProgramStruct* program, const PixelLine& line, const int* passedOver = nullptr)
 {
     Ran ran = {line, Flags(line.values.size(), -77), {}};
     errno = 0;
@@ -58,7 +58,7 @@ Ran byPixels(const ProgramStruct* program, const Line& line, const int* passedOv
     return ran;
 }
 
-void expectSame(const std::string& text, const Line& line, const int* passedOver = nullptr)
+void expectSame(const std::string& text, const PixelLine& line, const int* passedOver = nullptr)
 {
     const Program program(text);
     ASSERT_TRUE(program.first) << text << program.outcome.err;
@@ -156,10 +156,11 @@ std::string withRegistersSet(const std::string& text)
     return "register1=Ch2-Ch1\nregister2=sz\nregister3=0\nyear=2000\nclass=0\nsz=30\n" + text;
 }
 
-Line randomProgramLine(Random& random)
+PixelLine randomProgramLine(Random& random)
 {
     static const int sizes[] = {1, 5, 40, 511, 512, 513, 1030};
-    Line line = randomLine(random, sizes[random.oneIn(12) ? random.below(7) : random.below(3)]);
+    PixelLine line =
+        randomLine(random, sizes[random.oneIn(12) ? random.below(7) : random.below(3)]);
     // In a record, a channel without a row would keep a value until the end of the program.
     for (Row& row : line.channelRows)
         if (row.empty()) row = line.newRow(3.0f);
@@ -193,7 +194,7 @@ TEST_P(ProgramLineWidths, RandomProgramsAreThoseOfThePixels)
     Random random(43);
     for (int i = 0; i < 1500 && !HasFatalFailure(); ++i) {
         const std::string text = i % 3 == 0 ? programs.next() : withRegistersSet(programs.next());
-        const Line line = randomProgramLine(random);
+        const PixelLine line = randomProgramLine(random);
         const Flags passedOver = randomFlags(random, line.values.size());
         expectSame(text, line, random.oneIn(2) ? passedOver.data() : nullptr);
     }
@@ -204,9 +205,9 @@ INSTANTIATE_TEST_SUITE_P(All, ProgramLineWidths,
 
 // ---- What programs do, worked out by hand ----
 
-Line lineOf(const Row& channel1)
+PixelLine lineOf(const Row& channel1)
 {
-    Line line(static_cast<int>(channel1.size()), 2);
+    PixelLine line(static_cast<int>(channel1.size()), 2);
     line.channelRows[0] = channel1;
     line.giveRow(12);  // class
     return line;
@@ -244,7 +245,7 @@ TEST(ProgramLine, PixelsThatArePassedOverAreLeftAlone)
 TEST(ProgramLine, TheRecordHasWhatTheLastPixelToWriteItWrote)
 {
     const Program program("if (Ch1>2) register4=Ch1\nif (Ch1<2) weightclasses 9: Ch1\nCh2=0\n");
-    Line line = lineOf({9, 1, 8, 2});
+    PixelLine line = lineOf({9, 1, 8, 2});
     line.record.Registers[3] = -1.0f;
     const Ran ran = byRows(program.first, line);
     EXPECT_EQ(ran.line.record.Registers[3], 8.0f);
@@ -254,7 +255,7 @@ TEST(ProgramLine, TheRecordHasWhatTheLastPixelToWriteItWrote)
 TEST(ProgramLine, ARegisterThatOnlyOneBranchWritesCarriesOver)
 {
     const Program program("if (Ch1>2) register4=Ch1\nCh2=register4\n");
-    Line line = lineOf({1, 9, 2, 8});
+    PixelLine line = lineOf({1, 9, 2, 8});
     line.record.Registers[3] = -1.0f;
     EXPECT_EQ(byRows(program.first, line).line.channelRows[1], Row({-1, 9, 9, 8}));
 }
@@ -262,7 +263,7 @@ TEST(ProgramLine, ARegisterThatOnlyOneBranchWritesCarriesOver)
 TEST(ProgramLine, ARegisterWithARowDoesNotCarryOver)
 {
     const Program program("if (Ch1>2) register4=Ch1\nCh2=register4\n");
-    Line line = lineOf({1, 9, 2, 8});
+    PixelLine line = lineOf({1, 9, 2, 8});
     line.registerRows[3] = line.newRow(-1.0f);
     EXPECT_EQ(byRows(program.first, line).line.channelRows[1], Row({-1, 9, -1, 8}));
 }
@@ -270,7 +271,7 @@ TEST(ProgramLine, ARegisterWithARowDoesNotCarryOver)
 TEST(ProgramLine, WeightsWithARowAreThePixels)
 {
     const Program program("if (Ch1>2) weightclasses 3,5: Ch1\nCh2=0\n");
-    Line line = lineOf({1, 9, 2, 8});
+    PixelLine line = lineOf({1, 9, 2, 8});
     line.weightRows[3] = line.newRow(0.5f);
     const Ran ran = byRows(program.first, line);
     EXPECT_EQ(ran.line.weightRows.at(3), Row({0.5f, 9, 0.5f, 8}));
@@ -283,7 +284,7 @@ TEST(ProgramLine, AChannelWithoutARowIsZeroAlsoAfterAnAssignment)
 {
     for (const char* text : {"Ch1=5\nclass=Ch1+Ch2\n", "Ch1=5\nclass=Ch1+Ch2+0*year\nyear=1\n"}) {
         const Program program(text);
-        Line line = lineOf({1, 2});
+        PixelLine line = lineOf({1, 2});
         line.channelRows[0].clear();
         EXPECT_EQ(byRows(program.first, line).line.fieldRows[12], Row({2, 2})) << text;
     }
@@ -306,7 +307,7 @@ TEST(ProgramLine, ErrorsAreThoseOfThePixels)
                              "if (Ch1>2) register4=register21\nclass=1\n"}) {
         SCOPED_TRACE(text);
         const Program program(text);
-        const Line line = lineOf({1, 3, 2, 4});
+        const PixelLine line = lineOf({1, 3, 2, 4});
         const Ran pixels = byPixels(program.first, line);
         const Ran rows = byRows(program.first, line);
         EXPECT_NE(rows.outcome.err, "");
@@ -331,7 +332,7 @@ TEST(ProgramLine, AnErrorThatNoPixelReachesIsNotReported)
 TEST(ProgramLine, AChangedProgramIsNoticed)
 {
     Program program("class=3\nif (Ch1>2) class=4\nCh2=1\n");
-    const Line line = lineOf({1, 3});
+    const PixelLine line = lineOf({1, 3});
     EXPECT_EQ(byRows(program.first, line).line.fieldRows[12], Row({3, 4}));
     program.first->Statement->stackHead->nextElement->op.float_t = 9.0f;
     EXPECT_EQ(byRows(program.first, line).line.fieldRows[12], Row({9, 4}));
@@ -342,7 +343,7 @@ TEST(ProgramLine, AChangedProgramIsNoticed)
 TEST(ProgramLine, OtherRowsAndOtherValuesOfTheRecordAreNoticed)
 {
     Program program("class=year+Ch1\nCh2=sz\n");
-    Line line = lineOf({1, 3});
+    PixelLine line = lineOf({1, 3});
     line.record.year = 10.0f;
     line.record.sz = 40.0f;
     EXPECT_EQ(byRows(program.first, line).line.fieldRows[12], Row({11, 13}));
