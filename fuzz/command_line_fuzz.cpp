@@ -1,6 +1,6 @@
 // Runs of the combine tool: the input is its command line, an argument in each line.
 //
-// A single letter stands for a word or a file, see words below. All names mean files of a directory
+// A single letter means a word or a file, see words below. All names mean files of a directory
 // that holds copies of fuzz/command_line_files and that each run starts with as it was.
 #include <algorithm>
 #include <filesystem>

@@ -1,6 +1,6 @@
 // Showing every field of a file, plain or composite: each lies inside the file, in file order, and what an
 // open reads can be shown.
-#include <filesystem>
+#include <cstring>
 #include <memory>
 
 #include "feature_support.hpp"

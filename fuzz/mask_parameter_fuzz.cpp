@@ -3,7 +3,7 @@
 
 namespace {
 
-// The header of a file of samples that has none, with something behind it.
+// The header of a file of samples that has none, with something after it.
 void writeClassifier(const char* path)
 {
     constexpr char text[] = "inputfilename /dev/null\nfeature Ch1:\n";

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int pixels = 4;
 constexpr int lines = 3;
-constexpr int channels = 2;  // of the scene; the raster's are behind them
+constexpr int channels = 2;  // of the scene; the raster's come after them
 
 enum Use {
     useHeader = 1,

@@ -67,41 +67,41 @@ TEST(Door, AGuardedCallIsNotAnEnding)
     EXPECT_FALSE(called);
 }
 
-struct Told {
+struct Progress {
     std::string units;
     double done = 0, total = 0;
     int calls = 0;
 };
 
-void tell(void* userData, const char* unit, double done, double total)
+void note(void* userData, const char* unit, double done, double total)
 {
-    Told& told = *static_cast<Told*>(userData);
-    EXPECT_GT(done, told.done) << "it grows";
-    told = {unit, done, total, told.calls + 1};
+    Progress& progress = *static_cast<Progress*>(userData);
+    EXPECT_GT(done, progress.done) << "it grows";
+    progress = {unit, done, total, progress.calls + 1};
 }
 
-TEST(Door, ProgressOfAContainerIsToldInBytes)
+TEST(Door, ProgressOfAContainerIsReportedInBytes)
 {
     const zel_test::TempDir dir;
     const zel_test::Bytes bytes = build(zel_test::smallScene()).bytes;
     const std::string names[] = {dir.path("a"), dir.path("b")};
     for (const std::string& name : names) zel_test::writeFile(name, bytes);
     const char* inputs[] = {names[0].c_str(), names[1].c_str()};
-    Told told;
+    Progress progress;
     const auto create = [&] {
         zel_test::run([&] {
             EXPECT_EQ(ZELCreateCompositeFile(inputs, 2, 0, 0, dir.path("out").c_str(), 0), 0);
         });
     };
-    ZELSetProgressSink(tell, &told);
+    ZELSetProgressSink(note, &progress);
     create();
     ZELSetProgressSink(nullptr, nullptr);
-    EXPECT_EQ(told.units, "bytes");
-    EXPECT_EQ(told.calls, 2);
-    EXPECT_EQ(told.done, 2.0 * static_cast<double>(bytes.size()));
-    EXPECT_EQ(told.total, told.done);
+    EXPECT_EQ(progress.units, "bytes");
+    EXPECT_EQ(progress.calls, 2);
+    EXPECT_EQ(progress.done, 2.0 * static_cast<double>(bytes.size()));
+    EXPECT_EQ(progress.total, progress.done);
     create();
-    EXPECT_EQ(told.calls, 2) << "nobody is told any more";
+    EXPECT_EQ(progress.calls, 2) << "nobody listens any more";
 }
 
 }  // namespace

@@ -135,7 +135,7 @@ TEST_F(Damaged, AHeaderCutAtAnyByteIsRefused)
     }
 }
 
-// Before the version is read there is nothing that tells a damaged file from another one.
+// Before the version is read there is no way to know a damaged file from another one.
 TEST_F(Damaged, AFileCutInItsPrefixOrVersionIsRefused)
 {
     for (int version : {100, 140, 230}) {
@@ -225,7 +225,7 @@ TEST_F(Damaged, TheMessageNamesTheFileOnce)
     EXPECT_EQ(outcome.err, "");
 }
 
-// Whether the number stands in the text by itself.
+// Whether the text has the number by itself.
 bool mentions(const std::string& text, std::size_t number)
 {
     const std::string digits = std::to_string(number);

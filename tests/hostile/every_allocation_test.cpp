@@ -1,4 +1,4 @@
-// Every allocation of the public operations fails once, one run for each: what is said, what is left behind,
+// Every allocation of the public operations fails once, one run for each: what is said, what is left over,
 // and that the next try works.
 #include <gtest/gtest.h>
 

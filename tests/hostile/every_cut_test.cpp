@@ -50,7 +50,7 @@ INSTANTIATE_TEST_SUITE_P(Layouts, EveryCut, testing::ValuesIn(layouts()), zel_te
 
 // The field where a message says that this one, or the array or block that it is of, begins. The entries
 // of a LUT are a block.
-std::size_t toldField(const std::vector<zel_test::MappedField>& fields, std::size_t n)
+std::size_t reportedField(const std::vector<zel_test::MappedField>& fields, std::size_t n)
 {
     const auto isInside = [&](const std::string& name) {
         static const std::set<std::string> entry = {"R", "G", "B", "LUTEntryLabel"};
@@ -61,7 +61,7 @@ std::size_t toldField(const std::vector<zel_test::MappedField>& fields, std::siz
     return n;
 }
 
-std::string toldName(const std::string& field)
+std::string reportedName(const std::string& field)
 {
     static const std::map<std::string, std::string> blocks = {
         {"R", "display LUT entries"},
@@ -72,7 +72,7 @@ std::string toldName(const std::string& field)
     return block == blocks.end() ? name : block->second;
 }
 
-TEST_P(EveryCut, IsToldOfTheFieldThatIsLacking)
+TEST_P(EveryCut, ReportsTheFieldThatIsMissing)
 {
     const Layout layout = GetParam();
     const BaseFile base = zel_test::baseFile(layout.version, layout.bigEndian);
@@ -83,9 +83,9 @@ TEST_P(EveryCut, IsToldOfTheFieldThatIsLacking)
     for (std::size_t n = 1; map.fields[n].offset < map.linesBegin; ++n) {
         file.write(0, base.bytes);
         file.cut(map.fields[n].offset);
-        const zel_test::MappedField& told = map.fields[toldField(map.fields, n)];
-        const std::string words = "cut short in " + toldName(told.name) + " at offset " +
-                                  std::to_string(told.offset) + "\n";
+        const zel_test::MappedField& reported = map.fields[reportedField(map.fields, n)];
+        const std::string words = "cut short in " + reportedName(reported.name) + " at offset " +
+                                  std::to_string(reported.offset) + "\n";
         const std::string said = file.read().messages;
         EXPECT_NE(said.find(words), std::string::npos)
             << map.fields[n].fullName() << ": " << words << "said: " << said;

@@ -41,7 +41,7 @@ void expectTiled(const FieldMap& map, std::size_t begin, std::size_t padding)
 // A file, and what became of it when its fields were changed.
 class Boundaries {
 public:
-    // With a first file it is read in a view behind that.
+    // With a first file it is read in a view after that.
     explicit Boundaries(const Bytes& file, const Bytes& first = {})
         : bytes_(file), first_(first), firstOnDisk_(first), onDisk_(file)
     {

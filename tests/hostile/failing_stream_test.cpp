@@ -153,16 +153,16 @@ TEST(FailingFeatureRead, OfAHeaderAndAMask)
     failing.reads = true;
     FILE* stream = failingStream(failing, dir.path("f"), "rb");
     auto parameters = std::make_unique<ZELParameterStruct>();
-    const std::string told = "corrupt feature file: cannot read ";
+    const std::string reported = "corrupt feature file: cannot read ";
     Outcome outcome = runFeature([&] { ZELFeatureReadHeader(stream, parameters.get()); });
     EXPECT_EQ(outcome.status, -1);
-    EXPECT_EQ(outcome.err.substr(0, told.size()), told);
+    EXPECT_EQ(outcome.err.substr(0, reported.size()), reported);
     EXPECT_NE(outcome.err.find(": " + ioError + " at offset 0\n"), std::string::npos)
         << outcome.err;
     ZELFeatureFreeParameters(parameters.get());
     outcome = runFeature([&] { ZELFeatureReadMask(stream); });
     EXPECT_EQ(outcome.status, -1);
-    EXPECT_EQ(outcome.err.substr(0, told.size()), told);
+    EXPECT_EQ(outcome.err.substr(0, reported.size()), reported);
     failing.seeks = true;
     outcome = runFeature([&] { ZELFeatureReadMask(stream); });
     EXPECT_EQ(outcome.err.substr(0, 34), "corrupt feature file: cannot go on");

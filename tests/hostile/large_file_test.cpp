@@ -155,7 +155,7 @@ protected:
     if (!(written)) GTEST_SKIP() << "no sparse files of this size in " << dir.path()
 
 // Lines at the ends of the file and across the places where 31 and 32 bits are at their end.
-std::vector<int> tellingLines(const LongScene& scene, int lines)
+std::vector<int> linesToTry(const LongScene& scene, int lines)
 {
     const int at2 = scene.lineAt(2 * gibibyte);
     const int at4 = scene.lineAt(4 * gibibyte);
@@ -174,12 +174,12 @@ TEST_P(LargeFileOf, LinesBeyond4GiBAreRead)
     const auto [pixels, lines] = GetParam();
     const LongScene scene(230, pixels, lines);
     ASSERT_GT(scene.size(), 4 * gibibyte);
-    const std::vector<int> telling = tellingLines(scene, lines);
-    SKIP_WITHOUT_SPARSE_FILES(scene.write(file, telling));
+    const std::vector<int> tried = linesToTry(scene, lines);
+    SKIP_WITHOUT_SPARSE_FILES(scene.write(file, tried));
     open();
     ASSERT_EQ(result, 0) << outcome.out;
     EXPECT_EQ(record->NumLines, lines);
-    for (const int n : telling) {
+    for (const int n : tried) {
         ASSERT_EQ(ZELSetCurrentLine(record.get(), n), n);
         expectLine(n);
     }
@@ -191,13 +191,13 @@ TEST_F(LargeFile, LinesAreReadOneBehindTheOtherAcross4GiB)
     constexpr int lines = 140000;
     const LongScene scene(230, 32767, lines);
     const int at4 = scene.lineAt(4 * gibibyte);
-    std::vector<int> telling;
-    for (int n = at4 - 3; n < at4 + 4; ++n) telling.push_back(n);
-    SKIP_WITHOUT_SPARSE_FILES(scene.write(file, telling));
+    std::vector<int> tried;
+    for (int n = at4 - 3; n < at4 + 4; ++n) tried.push_back(n);
+    SKIP_WITHOUT_SPARSE_FILES(scene.write(file, tried));
     open();
     ASSERT_EQ(result, 0) << outcome.out;
     ASSERT_EQ(ZELSkipLines(record.get(), at4 - 3), at4 - 3);
-    for (const int n : telling) expectLine(n);
+    for (const int n : tried) expectLine(n);
 }
 
 TEST_F(LargeFile, APartialLineBehind4GiBIsNotCounted)
@@ -346,7 +346,7 @@ TEST_F(LargeFile, ALineOfAViewBeyondAllLinesOfAFineFileIsItsEnd)
 // ---- Headers ----
 
 // A value of a table counts 204 bytes of a header, and its record as many again. 322 tables bring that
-// to 127 below what 31 bits count: what stands in front of them is more. One value more is too much by
+// to 127 below what 31 bits count: what comes before them is more. One value more is too much by
 // itself.
 TEST_F(LargeFile, AHeaderThatCountsMoreThan31BitsIsRefused)
 {
@@ -356,7 +356,7 @@ TEST_F(LargeFile, AHeaderThatCountsMoreThan31BitsIsRefused)
     const BuiltFile built = build(scene);
     const auto start = static_cast<std::int64_t>(built.offset("table[0].NumTableValues"));
     const std::string begin = "corrupt file " + dir.path("large.zel") + ": invalid ";
-    for (const auto& [values, told] :
+    for (const auto& [values, reported] :
          {std::pair(last, "header length 2.14748678e+09"),
           std::pair(last + 1, "length of the table block 2.14748372e+09")}) {
         const std::int64_t place = start + (tables - 1) * std::int64_t{204 + 4 * most};
@@ -374,14 +374,14 @@ TEST_F(LargeFile, AHeaderThatCountsMoreThan31BitsIsRefused)
             &said);
         EXPECT_EQ(ZELOpenReadOnlyFile(record.get(), file.path()), -2);
         ZELSetMessageSink(nullptr, nullptr);
-        EXPECT_NE(said.find(begin + told), std::string::npos) << said;
+        EXPECT_NE(said.find(begin + reported), std::string::npos) << said;
     }
 }
 
 // ---- Samples ----
 
 // Samples of eleven fields and one feature, on both sides of 2 and of 4 GiB, each found by its place and
-// behind the one before it.
+// after the one before it.
 TEST_F(LargeFile, SamplesBeyond4GiBAreRead)
 {
     constexpr std::int64_t length = 48;
@@ -394,13 +394,13 @@ TEST_F(LargeFile, SamplesBeyond4GiBAreRead)
     const auto lastBefore = [&](std::int64_t place) {
         return static_cast<int>((place - header) / length) - 1;
     };
-    const int telling[] = {samples - 2, lastBefore(2 * gibibyte), lastBefore(4 * gibibyte)};
+    const int tried[] = {samples - 2, lastBefore(2 * gibibyte), lastBefore(4 * gibibyte)};
     const auto put = [&](int sample, int number) {
         zel_test::FeatureBytes bytes;
         zel_test::appendSample(bytes, number, 1);
         file.put(header + length * sample, bytes.bytes);
     };
-    for (const int first : telling) {
+    for (const int first : tried) {
         put(first, first % 1000);
         put(first + 1, first % 1000 + 1);
     }
@@ -408,7 +408,7 @@ TEST_F(LargeFile, SamplesBeyond4GiBAreRead)
     outcome = features.open(file.path());
     ASSERT_FALSE(outcome.ended) << outcome.err;
     EXPECT_EQ(features->NumberOfSamples, samples);
-    for (const int first : telling) {
+    for (const int first : tried) {
         ZELFeatureSeekSample(features.get(), first);
         for (const int number : {first % 1000, first % 1000 + 1}) {
             ASSERT_EQ(ZELFeatureReadSampleFromFile(features.get()), 1) << first;

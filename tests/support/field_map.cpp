@@ -240,7 +240,7 @@ public:
     {
         zel::walkHistogram(*this, *memory<ZELHistogramType>(1));
     }
-    void slot(const ZELChannelType&) {}
+    void slot(ZELType&, int) {}
 
     void pixels(const ZELType& file, int slot)
     {

@@ -33,14 +33,6 @@ void reverseElements(void* values, std::size_t size, std::size_t count)
     for (std::size_t i = 0; i < count; ++i, element += size) std::reverse(element, element + size);
 }
 
-std::size_t readElements(FILE* stream, void* values, std::size_t size, std::size_t count,
-                         bool reversed)
-{
-    const std::size_t got = std::fread(values, size, count, stream);
-    if (reversed) reverseElements(values, size, got);
-    return got;
-}
-
 const void* reversedCopy(const void* values, std::size_t size, std::size_t count)
 {
     if (!reserve(size * count)) return nullptr;

@@ -19,8 +19,13 @@ constexpr int hostByteOrder()
 void reverseElements(void* values, std::size_t size, std::size_t count);
 
 // fread of count elements of size bytes; those that were read are reversed when asked to.
-std::size_t readElements(FILE* stream, void* values, std::size_t size, std::size_t count,
-                         bool reversed);
+inline std::size_t readElements(FILE* stream, void* values, std::size_t size, std::size_t count,
+                                bool reversed)
+{
+    const std::size_t got = std::fread(values, size, count, stream);
+    if (reversed) reverseElements(values, size, got);
+    return got;
+}
 
 // A copy with each element reversed, valid until the next one; null when memory fails.
 const void* reversedCopy(const void* values, std::size_t size, std::size_t count);

@@ -37,21 +37,6 @@ bool wasBaseSlot(int dataType, int slot)
     }
 }
 
-void supplyOldFields(int version, const ZELHeaderType& h, ZELChannelType& c, int slot)
-{
-    if (version < 131) c.Units = unitsOfWavelength(c.ChannelWaveLength);
-    if (version < 132 && wasBaseSlot(h.DataType, slot)) c.BaseChannelFlag = 1;
-    if (version >= 132 && h.DataType == ZEL_SENSOR_MAS && c.ChannelPresentFlag &&
-        isAirborneSlot(slot))
-        c.BaseChannelFlag = 1;
-}
-
-void clearTexts(ZELChannelType& c)
-{
-    std::memset(c.ChannelLabel, 0, sizeof c.ChannelLabel);
-    std::memset(c.ChannelComment, 0, sizeof c.ChannelComment);
-}
-
 // Notes where each slot's pixels lie in a line.
 class PixelPlaces : public LayoutSize {
 public:
@@ -76,16 +61,20 @@ private:
 
 }  // namespace
 
-void supplyOldChannels(ZELType& file)
+void completeChannel(ZELType& file, int slot)
 {
+    ZELChannelType& c = file.Channels[slot];
     const ZELHeaderType& h = file.ZELHeader;
     const int version = layoutVersion(h.VersionNumber);
-    for (int slot = 0; slot < h.MaxNumChan; ++slot) {
-        ZELChannelType& c = file.Channels[slot];
-        supplyOldFields(version, h, c, slot);
-        if (c.ChannelHistogram) file.HistogramFlag = 1;
-        if (!c.ChannelPresentFlag) clearTexts(c);
-    }
+    if (version < 131) c.Units = unitsOfWavelength(c.ChannelWaveLength);
+    if (version < 132 && wasBaseSlot(h.DataType, slot)) c.BaseChannelFlag = 1;
+    if (version >= 132 && h.DataType == ZEL_SENSOR_MAS && c.ChannelPresentFlag &&
+        isAirborneSlot(slot))
+        c.BaseChannelFlag = 1;
+    if (c.ChannelHistogram) file.HistogramFlag = 1;
+    if (c.ChannelPresentFlag) return;
+    std::memset(c.ChannelLabel, 0, sizeof c.ChannelLabel);
+    std::memset(c.ChannelComment, 0, sizeof c.ChannelComment);
 }
 
 void allocateChannels(ZELType& file)

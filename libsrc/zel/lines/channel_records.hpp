@@ -6,8 +6,8 @@
 
 namespace zel {
 
-// Sets what the records of old versions leave out, and what follows from those that were read.
-void supplyOldChannels(ZELType& file);
+// Sets what the record of an old version leaves out of a slot, and what follows from its fields.
+void completeChannel(ZELType& file, int slot);
 
 // Memory for the lines of the present channels of a file that is read.
 void allocateChannels(ZELType& file);

@@ -130,7 +130,7 @@ int LineCounter::collect(const ZELChannelType& channel)
     if (daylight) findDaylight();
     const std::uint8_t* mask = daylight ? inDaylight_.get() : onEarth_.get();
     const Bounds bounds = boundsOf(channel);
-    int x = std::max<int>(file_.LeftPixel, 0);
+    int x = std::clamp<int>(file_.LeftPixel, 0, pixels_);  // any number in a damaged file
     const int end = std::min<int>(file_.RightPixel, pixels_ - 2) + 1;
     float* to = values_.get();
     for (; x + blockSize <= end; x += blockSize)

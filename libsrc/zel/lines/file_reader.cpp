@@ -145,15 +145,17 @@ void FileReader::histogram(const ZELType& file, ZELHistogramType*& histogram)
 
 // From 1.41 on a header is as long as what is read of it. The lengths that older ones count leave out a
 // prefix, and have both histogram blocks with the bins of the channel's own.
-void FileReader::slot(const ZELChannelType& c)
+void FileReader::slot(ZELType& file, int slot)
 {
+    completeChannel(file, slot);
+    const ZELChannelType& c = file.Channels[slot];
     if (c.ChannelHistogram && c.ChannelStandardHistogram)
         surplus_ += histogramRecordSize(c.ChannelHistogram->NumHistogramBins) -
                     histogramRecordSize(c.ChannelStandardHistogram->NumHistogramBins);
     const std::int64_t length =
         since(141) ? position() - file_.fileOffset : position() - headerBegin_ + surplus_;
     checkHeaderLength(length);
-    file_.HeaderOffset = static_cast<int32_t>(length);
+    file.HeaderOffset = static_cast<int32_t>(length);
 }
 
 void FileReader::checkHeaderLength(std::int64_t length)
@@ -175,7 +177,6 @@ void readFile(FileReader& reader, ZELType& file)
     h.SZChannelIndex = h.VZChannelIndex = h.AZChannelIndex = -1;
     walkFile(reader, file);
     file.NavOffset = navOffset(file);
-    supplyOldChannels(file);
     placeChannels(file);
     countLines(reader, file);
 }

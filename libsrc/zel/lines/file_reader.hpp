@@ -34,7 +34,7 @@ public:
     void channel(const ZELChannelType& channel);
     void mask(ZELChannelType& channel);
     void histogram(const ZELType& file, ZELHistogramType*& histogram);
-    void slot(const ZELChannelType& channel);
+    void slot(ZELType& file, int slot);
 
 private:
     float findVersion();

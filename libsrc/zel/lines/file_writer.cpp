@@ -34,7 +34,7 @@ public:
     {
         ZELWriteHistogram(&file, histogram);
     }
-    void slot(const ZELChannelType&) {}
+    void slot(ZELType&, int) {}
 
 private:
     ZELType& file_;

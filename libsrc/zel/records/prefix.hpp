@@ -25,7 +25,7 @@ bool hasPrefix(RecordReader& reader);
 // Reads the directory of a named file. False, after a message, when the file cannot be opened or read.
 bool readDirectory(const char* filename, Directory& directory);
 
-// Opens the file as well: null after the message, which names the function. The stream stands where the header of
+// Opens the file as well: null after the message, which names the function. The stream is then where the header of
 // a plain file begins.
 OpenedFile openDirectory(const char* function, const char* filename, Directory& directory);
 

@@ -160,7 +160,7 @@ constexpr void walkHistogram(Walker& w, ZELHistogramType& histogram)
 // and look at what they have before they go on:
 //     walker.counts(file);                          the counts of the header are there
 //     walker.channel(channel);                      the fixed part of a channel record is there
-//     walker.slot(channel);                         all of a channel record is there
+//     walker.slot(file, slot);                      all of a channel record is there
 
 template <class Walker>
 constexpr void walkHeader(Walker& w, ZELType& f)
@@ -205,7 +205,7 @@ constexpr void walkSlot(Walker& w, ZELType& f, int slot)
         w.record(Level::record, "channel", slot);
         walkHistogramBlock(w, f, "standard histogram presence", c.ChannelStandardHistogram, true);
     }
-    w.slot(c);
+    w.slot(f, slot);
 }
 
 // Everything between the prefix and the first line.

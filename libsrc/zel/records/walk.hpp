@@ -21,8 +21,8 @@
 
 namespace zel {
 
-// The layout version that the library writes, and the one that a header's version number stands for;
-// 0 where the number stands for none.
+// The layout version that the library writes, and the one that a header's version number means;
+// 0 where there is no such version.
 inline constexpr int currentVersion = 230;
 
 constexpr int layoutVersion(float versionNumber)
@@ -99,7 +99,7 @@ enum class Numbers { ofScene, bigEndian };
 // The end of a stream that cannot say where it ends.
 inline constexpr std::int64_t unknownEnd = INT64_MAX;
 
-// Reads fields from a stream that stands at position; end is where the file or component ends. A
+// Reads fields from a stream that is at position; end is where the file or component ends. A
 // field that is cut short, and a number that a check refuses, are thrown as Damage. A number that is not
 // whole is left as it was.
 class RecordReader {
@@ -113,6 +113,7 @@ public:
     }
     bool since(int version) const { return version_ >= version; }
     void setVersion(int version) { version_ = version; }
+    void setNumbers(Numbers numbers) { numbers_ = numbers; }
 
     // Shows each field that is read from here on.
     void showTo(FieldListener* listener) { listener_ = listener; }
@@ -204,7 +205,7 @@ private:
     std::size_t numFields_ = 0;
 };
 
-// The bytes that a stream has in all; it stands where it stood. One that cannot say is thrown as Damage.
+// The bytes that a stream has in all; its place is kept. A stream without a known length is thrown as Damage.
 std::int64_t lengthOf(FILE* stream);
 
 // Writes at another place of a stream and goes back. False, with errno, when it would not go there or

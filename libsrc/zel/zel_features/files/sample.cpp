@@ -30,8 +30,8 @@ bool isSample(const ZELFeatureFileStruct& file, long long sample)
     return sample >= 0 && sample < file.NumberOfSamples;
 }
 
-// The stream stands behind the sample read last. The first read seeks whatever the indices say: a
-// stream right behind the header has given no sample yet.
+// Whether the stream is right after the sample that was read last. The first read seeks whatever the indices
+// say: no sample has been read from a stream that is right after the header.
 bool standsAtCurrent(const ZELFeatureFileStruct& file)
 {
     return file.CurrentSample - file.PreviousSample == 1 && ftello(file.fptr) != file.HeaderOffset;

@@ -1,5 +1,5 @@
 // The walkers that the descriptions of the feature layer's records are handed to: numbers big-endian,
-// texts behind their length. A description names its fields in file order:
+// texts after their length. A description names its fields in file order:
 //     walker.field("random seed", p.RandomSeed);             a number
 //     walker.array("feature maxima", info.Max, count);       numbers in a row
 //     walker.string("date", header.DateTimeString);          a text

@@ -149,7 +149,6 @@ bool isComplete(const ZELFeatureMaskType& mask)
 ZELFeatureMaskType* readMaskFile(FeatureReader& reader, std::int32_t classifiers)
 {
     const std::int64_t start = reader.position() - static_cast<std::int64_t>(sizeof classifiers);
-    if (classifiers == 0) return nullptr;
     OwnedMask mask(ZELFeatureAllocateNewMask(0));
     readIdentifier(reader, *mask);
     reader.bound("classifiers", classifiers, minClassifierSize, start);
@@ -171,7 +170,7 @@ ZELFeatureMaskType* ZELFeatureReadMask(FILE* fptr)
     return zel::readFeatures(fptr, [](zel::FeatureReader& reader) {
         std::int32_t classifiers = 0;
         reader.field("classifiers", classifiers);
-        return zel::readMaskFile(reader, classifiers);
+        return classifiers == 0 ? nullptr : zel::readMaskFile(reader, classifiers);
     });
 }
 

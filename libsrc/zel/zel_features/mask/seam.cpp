@@ -23,12 +23,16 @@ void write(void* data)
 
 namespace zel {
 
+// Nearly every slot is without a mask.
 ZELFeatureMaskType* readMask(RecordReader& reader)
 {
-    reader.record(Level::block, "mask");
-    FeatureReader features(reader);
     std::int32_t classifiers = 0;
-    features.field("classifier mask", classifiers);
+    reader.record(Level::block, "mask");
+    reader.setNumbers(Numbers::bigEndian);
+    reader.field("classifier mask", classifiers);
+    reader.setNumbers(Numbers::ofScene);
+    if (classifiers == 0) return nullptr;
+    FeatureReader features(reader);
     OwnedMask mask(readMaskFile(features, classifiers));
     reader.moveTo(features.position());
     return mask.release();
