@@ -18,13 +18,7 @@ struct Options {
 
 std::string number(const Json& value)
 {
-    if (value.is_null()) return {};
-    return value.is_number_float() ? shortest(value.get<double>()) : value.dump();
-}
-
-std::string shown(const Json& value)
-{
-    return value.is_string() ? printable(value.get<std::string>()) : number(value);
+    return shown(value, "");
 }
 
 std::string row(const char* name, const std::string& text)

@@ -87,6 +87,13 @@ std::string jsonLine(const Json& value)
     return out;
 }
 
+std::string shown(const Json& value, const char* null)
+{
+    if (value.is_null()) return null;
+    if (value.is_string()) return printable(value.get<std::string>());
+    return value.is_number_float() ? shortest(value.get<double>()) : value.dump();
+}
+
 Json jsonNumber(float value)
 {
     return std::isfinite(value) ? Json(widened(value)) : Json(nullptr);

@@ -20,6 +20,9 @@ const Json& jsonAt(const Json& document, const std::string& path);
 // A value as a line of text: a string without quotes, anything else as JSON.
 std::string jsonLine(const Json& value);
 
+// A value in a line of text: a string made safe to print, a number as short as it can be.
+std::string shown(const Json& value, const char* null = "-");
+
 // A float as the number that its shortest text says.
 Json jsonNumber(float value);
 

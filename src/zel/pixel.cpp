@@ -132,13 +132,6 @@ Json pixelJson(Scene& scene, const Options& o)
     return json;
 }
 
-std::string shown(const Json& value)
-{
-    if (value.is_null()) return "-";
-    if (value.is_string()) return printable(value.get<std::string>());
-    return value.is_number_float() ? shortest(value.get<double>()) : value.dump();
-}
-
 std::string degrees(const Json& value, int digits)
 {
     return value.is_null() ? "-" : format("%.*f", digits, value.get<double>());
