@@ -410,7 +410,7 @@ Grid relate(const NaiveScene& own, const NaiveScene& reference)
     if (!grid.finer && !grid.coarser) return grid;
     const float ratio =
         grid.finer ? reference.resolution / own.resolution : own.resolution / reference.resolution;
-    require(ratio >= 1.0F && ratio <= 32767.0F, "resolutions");
+    require(ratio >= 1.0f && ratio < 0x1p31f, "resolutions");
     grid.factor = static_cast<long>(ratio);
     return grid;
 }
@@ -490,18 +490,17 @@ NaiveScene composite(const Bytes& file, const Directory& d)
         const auto size = static_cast<long>(file.size());
         require(d.count <= 100, "number of components", 17, 18);
         require(d.base >= 0 && d.base < d.count, "base component index", 13, 14);
-        long room = size;
         for (std::size_t i = 0; i < static_cast<std::size_t>(d.count); ++i) {
             const auto entry = static_cast<long>(4 * i);
             require(d.offsets[i] >= 0 && d.offsets[i] < size, "component offset", 21 + entry,
                     22 + entry);
-            room -= d.sizes[i];  // all of them together are in the file
-            require(d.sizes[i] >= 1 && d.sizes[i] <= size - d.offsets[i] && room >= 0,
-                    "component size", 821 + entry, 822 + entry);
+            require(d.sizes[i] >= 0 && d.sizes[i] <= size - d.offsets[i], "component size",
+                    821 + entry, 822 + entry);
         }
         std::vector<NaiveScene> parts;
         for (std::size_t i = 0; i < static_cast<std::size_t>(d.count); ++i)
-            parts.push_back(component(file, d.offsets[i], d.offsets[i] + d.sizes[i]));
+            parts.push_back(
+                component(file, d.offsets[i], d.sizes[i] == 0 ? size : d.offsets[i] + d.sizes[i]));
         assemble(view, parts, static_cast<std::size_t>(d.base));
     } catch (const Refusal& refusal) {
         refusal.note(view);

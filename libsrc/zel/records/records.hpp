@@ -246,7 +246,8 @@ template <class Walker>
 constexpr void walkLine(Walker& w, ZELType& f)
 {
     walkLineStart(w, f);
-    for (int slot = 0; slot < f.ZELHeader.MaxNumChan; ++slot)
+    const int slots = f.ZELHeader.MaxNumChan;
+    for (int slot = 0; slot < slots; ++slot)
         if (f.Channels[slot].ChannelPresentFlag) w.pixels(f, slot);
 }
 

@@ -9,8 +9,7 @@
 
 namespace zel {
 
-// Reads a mask after its number of classifiers; null for the number 0. What is damaged is thrown as
-// Damage.
+// Reads a mask after its number of classifiers, which is not 0. Damage is thrown.
 ZELFeatureMaskType* readMaskFile(FeatureReader& reader, std::int32_t classifiers);
 
 // Whether every classifier has features and their ranges, without which none is written.
