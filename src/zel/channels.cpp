@@ -130,7 +130,7 @@ Command channelsCommand()
     return {
         "channels",
         "writes channels as a Vorn raster for other programs",
-        {"Writes the values of channels as 32-bit floats, one plane after the other, behind 16 "
+        {"Writes the values of channels as 32-bit floats, one plane after the other, after 16 "
          "bytes "
          "of header: the word 0xABCD, pixels, lines and channels, all little-endian. The labels go "
          "to a text header of seven lines a channel beside it.",

@@ -31,16 +31,16 @@ void checkScene(const Header& h)
 {
     const ZELHeaderType& f = h.fields();
     if (f.julian < 1 || f.julian > 366)
-        h.problem("julian", format("%d is no day of a year", f.julian));
-    if (f.year < 1) h.problem("year", format("%d is no year", f.year));
+        h.problem("julian", format("%d is not a day of the year", f.julian));
+    if (f.year < 1) h.problem("year", format("%d is not a year", f.year));
     if (f.DataType < 0 || f.DataType > ZEL_SENSOR_UNSUPPORTED)
-        h.problem("DataType", format("%d is no sensor code", f.DataType));
+        h.problem("DataType", format("%d is not a sensor code", f.DataType));
     if (!(f.SpatialResolution > 0.0F) || std::isinf(f.SpatialResolution))
         h.problem("SpatialResolution",
-                  format("%g is no resolution", static_cast<double>(f.SpatialResolution)));
+                  format("%g is not a resolution", static_cast<double>(f.SpatialResolution)));
     if (!std::isfinite(f.SatelliteAltitude) || f.SatelliteAltitude < 0.0F)
         h.problem("SatelliteAltitude",
-                  format("%g is no altitude", static_cast<double>(f.SatelliteAltitude)));
+                  format("%g is not an altitude", static_cast<double>(f.SatelliteAltitude)));
     if (f.MetaDataSize < 0 || f.MetaDataSize > ZEL_METADATA_SIZE)
         h.problem("MetaDataSize",
                   format("%d is beyond the 20000 bytes of the text", f.MetaDataSize));
@@ -66,7 +66,7 @@ void checkAngles(const Header& h)
     for (const auto& [name, slot] : angles) {
         const bool present =
             slot >= 0 && slot < f.MaxNumChan && h.record.Channels[slot].ChannelPresentFlag;
-        if (slot != -1 && !present) h.problem(name, format("%d is no channel", slot));
+        if (slot != -1 && !present) h.problem(name, format("%d is not a channel", slot));
     }
 }
 
@@ -111,9 +111,9 @@ void checkChannel(const Slot& s)
                   format("the scale runs from MinValue %g to MaxValue %g",
                          static_cast<double>(c.MinValue), static_cast<double>(c.MaxValue)));
     if (c.Units < 0 || c.Units > ZEL_UNITS_RADIANCE)
-        s.problem("Units", format("Units %d is no units code", c.Units));
+        s.problem("Units", format("Units %d is not a units code", c.Units));
     if (!std::isfinite(c.ChannelWaveLength))
-        s.problem("ChannelWaveLength", "ChannelWaveLength is no number");
+        s.problem("ChannelWaveLength", "ChannelWaveLength is not a number");
     if (c.ChannelLabel[0] == '\0') s.note("ChannelLabel", "has no label");
     if (c.Units == ZEL_UNITS_LUT && !lutOf(s.header.record, s.slot))
         s.note("ChannelComment", "has units of a LUT, but no LUT has its comment as label");

@@ -75,11 +75,11 @@ void checkScan(const Line& line)
     const ZELType& r = line.record;
     const int pixels = r.ZELHeader.NPixelPerLine;
     if (!(r.ScanTime >= 0.0 && r.ScanTime < longestTime))
-        line.problem("ScanTime is no time of a day");
+        line.problem("ScanTime is not a time of day");
     if (!(r.ScanAltitude >= 0.0F && std::isfinite(r.ScanAltitude)))
-        line.problem("ScanAltitude is no altitude");
+        line.problem("ScanAltitude is not an altitude");
     if (r.LeftPixel < 0 || r.RightPixel >= pixels || r.LeftPixel > r.RightPixel)
-        line.problem("LeftPixel and RightPixel are no part of the line");
+        line.problem("LeftPixel and RightPixel are not inside the line");
     if (r.NadirPixel >= pixels) line.problem("NadirPixel is beyond the line");
 }
 
@@ -112,7 +112,7 @@ void checkFloats(const Line& line, int slot)
     for (int x = 0; x < line.record.ZELHeader.NPixelPerLine; ++x)
         if (!std::isfinite(c.ChannelData[x]))
             return line.note("channel " + printable(c.ChannelLabel) +
-                             " has values that are no numbers");
+                             " has values that are not numbers");
 }
 
 // What a histogram counts depends on values before they were stored, so that a count that differs is

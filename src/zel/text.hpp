@@ -39,7 +39,7 @@ std::string wrapped(const std::string& text, std::size_t width, std::size_t inde
 std::string table(const std::vector<std::vector<std::string>>& rows, const std::string& right,
                   const char* indent);
 
-// The whole text as a number; false when it is none or more follows.
+// The whole text as a number; false when it is not one, or when more follows.
 bool parseInteger(std::string_view text, long long& value);
 bool parseNumber(std::string_view text, double& value);
 

@@ -37,16 +37,16 @@ class Check(ZelTest):
     def test_fields_of_the_header(self):
         nan = float("nan")
         for header, name, message in (
-                ({"julian": 367}, "julian", "julian 367 is no day of a year"),
-                ({"julian": 0}, "julian", "julian 0 is no day of a year"),
-                ({"year": 0}, "year", "year 0 is no year"),
-                ({"data_type": 14}, "DataType", "DataType 14 is no sensor code"),
-                ({"altitude": -1.0}, "SatelliteAltitude", "SatelliteAltitude -1 is no altitude"),
-                ({"resolution": 0.0}, "SpatialResolution", "SpatialResolution 0 is no resolution"),
-                ({"resolution": nan}, "SpatialResolution", "SpatialResolution nan is no resolution"),
+                ({"julian": 367}, "julian", "julian 367 is not a day of the year"),
+                ({"julian": 0}, "julian", "julian 0 is not a day of the year"),
+                ({"year": 0}, "year", "year 0 is not a year"),
+                ({"data_type": 14}, "DataType", "DataType 14 is not a sensor code"),
+                ({"altitude": -1.0}, "SatelliteAltitude", "SatelliteAltitude -1 is not an altitude"),
+                ({"resolution": 0.0}, "SpatialResolution", "SpatialResolution 0 is not a resolution"),
+                ({"resolution": nan}, "SpatialResolution", "SpatialResolution nan is not a resolution"),
                 ({"meta_size": 20001}, "MetaDataSize",
                  "MetaDataSize 20001 is beyond the 20000 bytes of the text"),
-                ({"angles": (1, -1, -1)}, "SZChannelIndex", "SZChannelIndex 1 is no channel")):
+                ({"angles": (1, -1, -1)}, "SZChannelIndex", "SZChannelIndex 1 is not a channel")):
             self.found(self.sound(**header), "offset %d: header: %s" % (HEADER_FIELDS[name], message))
 
     def test_navigation_beyond_the_line_is_a_note(self):
@@ -58,8 +58,8 @@ class Check(ZelTest):
         for change, at, message in (
                 ({"max": 0.0}, 4, "the scale runs from MinValue 0 to MaxValue 0"),
                 ({"max": float("inf")}, 4, "the scale runs from MinValue 0 to MaxValue inf"),
-                ({"units": 8}, 268, "Units 8 is no units code"),
-                ({"wavelength": float("nan")}, 264, "ChannelWaveLength is no number")):
+                ({"units": 8}, 268, "Units 8 is not a units code"),
+                ({"wavelength": float("nan")}, 264, "ChannelWaveLength is not a number")):
             f = self.sound()
             for name, value in change.items():
                 setattr(f.channels[0], name, value)
@@ -82,11 +82,11 @@ class Check(ZelTest):
              "as label"))) + "a.zel: ok, 3 lines, 3 channels\n")
 
     def test_lines(self):
-        for change, message in (({"time": -1.0}, "ScanTime is no time of a day"),
-                                ({"time": float("nan")}, "ScanTime is no time of a day"),
-                                ({"altitude": -1.0}, "ScanAltitude is no altitude"),
-                                ({"left": 3, "right": 2}, "LeftPixel and RightPixel are no part of the line"),
-                                ({"right": 4}, "LeftPixel and RightPixel are no part of the line"),
+        for change, message in (({"time": -1.0}, "ScanTime is not a time of day"),
+                                ({"time": float("nan")}, "ScanTime is not a time of day"),
+                                ({"altitude": -1.0}, "ScanAltitude is not an altitude"),
+                                ({"left": 3, "right": 2}, "LeftPixel and RightPixel are not inside the line"),
+                                ({"right": 4}, "LeftPixel and RightPixel are not inside the line"),
                                 ({"nadir": 4}, "NadirPixel is beyond the line"),
                                 ({"lat": [50.0, 90.5]}, "a latitude is beyond 90 degrees"),
                                 ({"lat": [float("nan"), 50.0]}, "a latitude is beyond 90 degrees"),
@@ -135,7 +135,7 @@ class Check(ZelTest):
     def test_values_that_are_no_numbers_are_a_note(self):
         f = self.sound()
         f.channels[5] = Channel(type=4, label=b"F", rows=[[1.0, float("nan"), 2.0, 3.0]] + [[1.0] * 4] * 2)
-        self.found(f, "note: offset %d: line 0: channel F has values that are no numbers" % LINES, status=0)
+        self.found(f, "note: offset %d: line 0: channel F has values that are not numbers" % LINES, status=0)
 
 
 class Structure(ZelTest):
@@ -188,7 +188,7 @@ class Structure(ZelTest):
         from zel_case import ROOT, follow
         follow(files, json.loads((ROOT / "docs/zel/check.schema.json").read_text()))
         self.assertEqual(files[0]["problems"], [{"offset": 1229, "part": 0, "where": "header",
-                                                 "what": "julian 400 is no day of a year", "more": 0}])
+                                                 "what": "julian 400 is not a day of the year", "more": 0}])
         self.assertEqual([n["where"] for n in files[0]["notes"]], ["line 2"])
         self.assertEqual((files[0]["ok"], files[1]["ok"]), (False, False))
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Damaged files through every verb that reads: an exit status of 0 or 1, no crash, nothing left behind.
+"""Damaged files through every verb that reads: an exit status of 0 or 1, no crash, and no temporary file is left.
 
 The files are the seeds and the finds of the fuzz targets, and a scene cut at many places and with single
 bytes changed, always the same ones."""

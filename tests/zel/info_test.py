@@ -207,10 +207,10 @@ class RealScenes(ZelTest):
         for name, group, grid in (("landsat8_gulf_30m", "landsat8_gulf", "30m"),
                                   ("goes16_maria_2km", "goes16_maria", "2km"),
                                   ("sentinel2_ireland_60m", "sentinel2_ireland", "60m")):
-            told = json.loads((TEST_DATA / "data" / group / "scene.json").read_text())
-            grid = next(r for r in told["resolutions"] if r["id"] == grid)
+            described = json.loads((TEST_DATA / "data" / group / "scene.json").read_text())
+            grid = next(r for r in described["resolutions"] if r["id"] == grid)
             info = self.json("info", "--json", SCENES / (name + ".zel"), schema="info")
-            self.assertEqual(info["scene"]["date"], told["date"]["iso"])
+            self.assertEqual(info["scene"]["date"], described["date"]["iso"])
             self.assertEqual((info["pixels"], info["lines"]), (grid["width"], grid["height"]))
             bbox = info["navigation"]["footprint"]["bbox"]
             low, high = grid["nav"]["lat_range"]
