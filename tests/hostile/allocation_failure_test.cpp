@@ -72,7 +72,8 @@ TEST(AllocationFailure, EveryAllocationOfAnOpenEndsTheProcessWithItsMessage)
     EXPECT_EQ(all, expected);
 }
 
-// What a file has no bytes for takes no memory: there is no allocation that could fail.
+// What a file has no bytes for takes no memory: the record that a count belongs to is allocated, what it
+// counts is not.
 TEST(AllocationFailure, CountsAreHeldAgainstTheFileBeforeThereIsMemoryForThem)
 {
     zel_test::Scene luts = zel_test::smallScene();
@@ -82,20 +83,23 @@ TEST(AllocationFailure, CountsAreHeldAgainstTheFileBeforeThereIsMemoryForThem)
     histograms.slots[0].histogram = zel_test::Histogram{9.0f, 1.0f, {1, 2, 3}};
     const struct {
         const zel_test::Scene& scene;
-        std::string count, first, words;
-    } rows[] = {{luts, "lut[0].NumLUTValues", "lut[0].entry[0].R", "display LUT entries"},
-                {tables, "table[0].NumTableValues", "table[0].value[0]", "table values"},
+        std::string count, first, words, noMemory;
+    } rows[] = {{luts, "lut[0].NumLUTValues", "lut[0].entry[0].R", "display LUT entries",
+                 "ZELAllocateLUT: cannot allocate LUT\n"},
+                {tables, "table[0].NumTableValues", "table[0].value[0]", "table values",
+                 "ZELAllocateTable: cannot allocate Table\n"},
                 {histograms, "channel[0].histogram.NumHistogramBins",
-                 "channel[0].histogram.count[0]", "histogram counts"}};
+                 "channel[0].histogram.count[0]", "histogram counts",
+                 "ZELCreateHistogram: error: cannot allocate memory for histogram\n"}};
     const zel_test::TempDir dir;
     const std::string path = dir.path("f");
     auto record = zel_test::junkRecord();
-    for (const auto& [scene, count, first, words] : rows) {
+    for (const auto& [scene, count, first, words, noMemory] : rows) {
         zel_test::BuiltFile file = zel_test::build(scene);
         file.putInt(count, 32767);
         zel_test::writeFile(path, file.bytes);
         const auto open = [&] { EXPECT_EQ(ZELOpenReadOnlyFile(record.get(), path.c_str()), -2); };
-        EXPECT_EQ(endings(open), (std::map<std::string, int>{})) << words;
+        EXPECT_EQ(endings(open), (std::map<std::string, int>{{noMemory, -1}}));
         const std::string out = run(open).out;
         EXPECT_TRUE(out.ends_with("corrupt file " + path + ": cut short in " + words +
                                   " at offset " + std::to_string(file.offset(first)) + "\n"))

@@ -37,6 +37,8 @@ bool readFrom(FILE* stream, Directory& directory)
     }
     RecordReader reader(stream, currentVersion, 0, directory.fileSize);
     readPrefix(reader, directory);
+    // Only a stream that fails stops short in a file that is long enough.
+    if (directory.isDamaged && directory.fileSize >= compositeHeaderOffset) return false;
     directory.isComposite = !directory.isDamaged && directory.prefix.numComponents > 1;
     return !std::ferror(stream) && !std::feof(stream);
 }
