@@ -196,7 +196,7 @@ def mask_blocks():
 
 
 def vorn_input(data=b"", header=b"", lut=b"", features=b"", words=0):
-    """A raster and what comes with it, behind which of them are used (bits) and their sizes."""
+    """A raster and what comes with it, after which of them are used (bits) and their sizes."""
     return struct.pack("<B3H", words, len(data), len(header), len(lut)) + data + header + lut + features
 
 

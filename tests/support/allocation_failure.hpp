@@ -1,5 +1,4 @@
-// Memory that cannot be had: allocations of the library that fail when a test wants them to. And memory
-// that is kept: how much of it is in use.
+// Allocations of the library that fail when a test wants them to, and how much memory is in use.
 #pragma once
 
 #include <functional>
@@ -21,7 +20,7 @@ namespace zel_test {
 // How many allocations there are until one fails, that one included; 0: none fails.
 extern long allocationsUntilFailure;
 
-// Blocks of memory that are in use: had from the C library and not released.
+// Blocks of memory that are in use: allocated by the C library and not released.
 long blocksInUse();
 
 // How the call ends for each of its allocations that fails: its last message, and the status.
@@ -29,7 +28,7 @@ std::map<std::string, int> endings(const std::function<void()>& call);
 
 // Fails each allocation of the call in turn, also those of the C library. The call returns whether it
 // did what it was to do; finish undoes what it left, however it ended. Each failure must end the process
-// with its message and status, or be told and returned, or not matter; nothing may be left behind, and a
+// with its message and status, or be reported and returned, or not matter; nothing may be left behind, and a
 // second try must succeed. Returns how many allocations there were.
 long everyFailure(const std::function<bool()>& call, const std::function<void()>& finish);
 

@@ -1,4 +1,4 @@
-// Sample files: bytes of a sample, and file objects that clean up behind themselves.
+// Sample files: bytes of a sample, and file objects that clean up after themselves.
 #pragma once
 
 #include <cstring>

@@ -29,7 +29,7 @@ constexpr FieldKind kindOf()
         return std::is_signed_v<T> ? FieldKind::signedInteger : FieldKind::unsignedInteger;
 }
 
-// What both walkers do: note a field and go on behind it.
+// What both walkers do: note a field and go on after it.
 class Notes {
 public:
     Notes(std::size_t place, bool bigEndian) : place_(place), bigEndian_(bigEndian) {}

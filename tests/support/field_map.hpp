@@ -15,7 +15,7 @@ enum class FieldKind { unsignedInteger, signedInteger, real, text };
 // A number, or a row of bytes that is no number. Elements of an array are fields of their own.
 struct MappedField {
     std::string record;  // "header", "channel 3", "line 0" and so on
-    std::string name;    // as its description has it; an element has its index behind it
+    std::string name;    // as its description has it; an element has its index after it
     std::size_t offset = 0, size = 0;
     FieldKind kind = FieldKind::signedInteger;
     bool bigEndian = false;
@@ -25,11 +25,11 @@ struct MappedField {
 
 struct FieldMap {
     std::vector<MappedField> fields;  // in file order
-    std::size_t linesBegin = 0;       // behind the last channel record
-    std::size_t end = 0;              // behind the last field
+    std::size_t linesBegin = 0;       // after the last channel record
+    std::size_t end = 0;              // after the last field
 };
 
-// The fields of the valid file, or component, from start on. Its lines begin padding bytes behind its
+// The fields of the valid file, or component, from start on. Its lines begin padding bytes after its
 // last channel record.
 FieldMap mapFields(const Bytes& file, std::size_t start, std::size_t end, bool bigEndian,
                    std::size_t padding = 0);

@@ -124,7 +124,7 @@ BuiltFile build(const Scene& scene);
 // "third" present, and two lines. Everything has telling, distinct values.
 Scene smallScene(int version = 230);
 
-// The complete files one behind the other, the first one's prefix being the directory of all.
+// The complete files one after the other, the first one's prefix being the directory of all.
 Bytes buildComposite(std::vector<Scene> scenes, int base = 0);
 
 // A present channel of a storage code 1 to 5.

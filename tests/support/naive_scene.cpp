@@ -69,7 +69,7 @@ private:
     long last_ = 0;
 };
 
-// ---- Masks: big-endian, strings behind their length ----
+// ---- Masks: big-endian, strings after their length ----
 
 std::string maskString(Cursor& c)
 {

@@ -17,7 +17,7 @@ namespace zel_test {
 
 namespace {
 
-// What was said behind the words, up to the end of the line; nothing where they were not said.
+// What was said after the words, up to the end of the line; nothing where they were not said.
 std::string behind(const std::string& messages, const std::string& words)
 {
     const std::size_t found = messages.find(words);

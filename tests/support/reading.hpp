@@ -35,7 +35,7 @@ public:
     void write(std::size_t offset, const Bytes& bytes);
     void cut(std::size_t size);
 
-    // Opens, reads every line, prints every report, finishes. The action happens behind the open.
+    // Opens, reads every line, prints every report, finishes. The action happens after the open.
     Reading read(const std::function<void()>& action = [] {});
 
     // From now on it is read as the second file of a view, of which this is the first one.

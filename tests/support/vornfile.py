@@ -54,7 +54,7 @@ def lut_channel(label, comment, rows):
 
 
 def append(out, channel, values):
-    """Puts the channel behind the last one of out, an output as model.one_grid gives it, with the
+    """Puts the channel after the last one of out, an output as model.one_grid gives it, with the
     histogram of its values; returns its slot."""
     slot = max(s for s, _ in out.present()) + 1
     for empty in range(out.slots, slot):

@@ -1,7 +1,7 @@
 """Builds and takes apart ZEL files byte by byte, from the tables of the file format.
 
 Shares nothing with the library, so that a fault there cannot hide here. Text is bytes without
-its terminator; a text that holds a NUL is stored as given, to put junk behind the terminator.
+its terminator; a text that holds a NUL is stored as given, to put junk after the terminator.
 """
 import struct
 from array import array
@@ -189,7 +189,7 @@ def text(value, size):
 
 
 def directory(base, offsets, resolutions, sizes, order="<", count=None):
-    """The 1208 bytes behind magic and version text."""
+    """The 1208 bytes after magic and version text."""
     count = len(offsets) if count is None else count
 
     def table(code, values):

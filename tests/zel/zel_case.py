@@ -83,7 +83,7 @@ def follow(value, schema, path="$"):
     if "const" in schema and value != schema["const"]:
         fail("is not %r" % schema["const"])
     if "enum" in schema and value not in schema["enum"]:
-        fail("is none of %r" % schema["enum"])
+        fail("is not one of %r" % schema["enum"])
     types = schema.get("type", [])
     types = [types] if isinstance(types, str) else types
     kinds = {"object": dict, "array": list, "string": str, "boolean": bool, "null": type(None),

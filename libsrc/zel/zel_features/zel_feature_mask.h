@@ -85,9 +85,8 @@ void ZELFeatureFreeMaskList(ZELFeatureMaskListType* list);
 void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr);
 
 /* Reads a mask at the position of a stream that can be positioned; the caller's. Null for the
-   number
-   0. The text of a program that does not compile is kept, without its statements, after a message;
-      every other error ends the process (-1). */
+   number 0. The text of a program that does not compile is kept, without its statements, after a
+   message; every other error ends the process (-1). */
 ZELFeatureMaskType* ZELFeatureReadMask(FILE* fptr);
 
 /* Writes a mask to a file of its own, which may not be one of those that it was read from. */
