@@ -1,6 +1,7 @@
 // The fields of a file as ZELDumpFile shows them, and what it says of files that are damaged.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -8,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/allocation_failure.hpp"
 #include "support/base_files.hpp"
 #include "support/dumped.hpp"
 #include "support/field_map.hpp"
@@ -304,12 +306,38 @@ TEST(Dump, RefusesAVersionThatIsNotSupported)
 {
     zel_test::BuiltFile built = build(smallScene());
     built.putFloat("VersionNumber", 7.5f);
-    const Dumped dumped = dumpOf(built.bytes, ZEL_DUMP_LINES);
+    const TempDir dir;
+    writeFile(dir.path("f"), built.bytes);
+    const Dumped dumped = dumpOf(dir.path("f"), ZEL_DUMP_LINES);
     EXPECT_EQ(dumped.result, -2);
-    EXPECT_NE(dumped.outcome.out.find(": unsupported VersionNumber 7.5 at offset 1221\n"),
-              std::string::npos)
-        << dumped.outcome.out;
+    EXPECT_EQ(dumped.outcome.out, "ZELDumpFile: corrupt file " + dir.path("f") +
+                                      ": unsupported VersionNumber 7.5 at offset 1221\n");
 }
+
+TEST(Dump, ReportsMemoryThatFails)
+{
+    const TempDir dir;
+    writeFile(dir.path("f"), build(smallScene()).bytes);
+    int result = 0;
+    const auto fails = [](void*, const ZELDumpField*) -> int { throw std::bad_alloc(); };
+    const Outcome outcome =
+        run([&] { result = ZELDumpFile(dir.path("f").c_str(), ZEL_DUMP_LINES, fails, nullptr); });
+    EXPECT_FALSE(outcome.ended);
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(outcome.out, "ZELDumpFile: cannot allocate memory\n");
+}
+
+#ifndef ZEL_TEST_OWN_ALLOCATOR
+TEST(Dump, SurvivesEveryAllocationThatFails)
+{
+    const TempDir dir;
+    const std::string path = dir.path("f");
+    writeFile(path, zel_test::baseFile(230, false).bytes);
+    const auto look = [](void*, const ZELDumpField*) { return 0; };
+    const auto dump = [&] { return ZELDumpFile(path.c_str(), ZEL_DUMP_LINES, look, nullptr) == 0; };
+    EXPECT_GT(zel_test::everyFailure(dump, [] {}), 10);
+}
+#endif
 
 TEST(Dump, SurvivesWhatEndsAnOpen)
 {
