@@ -274,21 +274,6 @@ TEST(Dump, RefusesAFileThatDoesNotExist)
     EXPECT_EQ(directory.outcome.out.find("ZELDumpFile: cannot read file " + dir.path() + ": "), 0u);
 }
 
-// A sink in C++ may need memory too.
-TEST(Dump, MemoryThatFailsIsReported)
-{
-    const TempDir dir;
-    writeFile(dir.path("f"), build(smallScene()).bytes);
-    int result = 0;
-    const Outcome outcome = run([&] {
-        const auto sink = [](void*, const ZELDumpField*) -> int { throw std::bad_alloc(); };
-        result = ZELDumpFile(dir.path("f").c_str(), ZEL_DUMP_HEADER, sink, nullptr);
-    });
-    EXPECT_FALSE(outcome.ended);
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(outcome.out, "ZELDumpFile: cannot allocate memory\n");
-}
-
 TEST(Dump, RefusesNumbersThatAnOpenRefuses)
 {
     zel_test::BuiltFile built = build(smallScene());
