@@ -23,7 +23,6 @@
 
 namespace {
 
-using zel::fail;
 using zel::Inputs;
 using zel::report;
 

@@ -41,8 +41,9 @@ std::uint8_t isOnEarth(float lat, float lon)
 
 // The values of a channel that count.
 struct Bounds {
-    bool required;  // without it a value that is not a number counts too
-    float min, max;
+    bool required = false;  // without it a value that is not a number counts too
+    float min = -infinity;
+    float max = infinity;
 
     std::uint8_t hold(float value) const
     {
@@ -55,8 +56,12 @@ Bounds boundsOf(const ZELChannelType& channel)
 {
     const bool scaled = isScaled(channel.Type);
     const bool positive = isPositiveQuantity(channel.Units);
-    Bounds bounds{scaled || positive, scaled ? channel.MinValue : -infinity,
-                  scaled ? channel.MaxValue : infinity};
+    Bounds bounds;
+    bounds.required = scaled || positive;
+    if (scaled) {
+        bounds.min = channel.MinValue;
+        bounds.max = channel.MaxValue;
+    }
     constexpr float leastPositive = std::numeric_limits<float>::denorm_min();
     // A bound that is not a number holds nothing, and stays.
     if (positive && bounds.min < leastPositive) bounds.min = leastPositive;
