@@ -15,6 +15,7 @@ constexpr int sampledPixels = 9;
 std::vector<int> spread(int last, int count)
 {
     std::vector<int> places;
+    places.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
         places.push_back(static_cast<int>(static_cast<long long>(last) * i / (count - 1)));
     places.erase(std::unique(places.begin(), places.end()), places.end());
