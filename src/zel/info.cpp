@@ -99,7 +99,7 @@ std::string notesText(const Json& channel)
     std::vector<std::string> notes;
     if (!channel["lut"].is_null())
         notes.push_back("LUT " + shown(channel["lut"]));
-    else if (channel["comment"] != "")
+    else if (channel["comment"] != Json(""))
         notes.push_back(shown(channel["comment"]));
     if (!channel["histogram"].is_null())
         notes.push_back("histogram of " + number(channel["histogram"]["pixels"]) + " pixels");

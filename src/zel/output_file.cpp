@@ -59,7 +59,7 @@ int remember(const std::string& path)
 std::string resolved(const std::string& name)
 {
     char* path = realpath(name.c_str(), nullptr);
-    const std::string text = path ? path : name;
+    std::string text = path ? path : name;
     std::free(path);
     return text;
 }

@@ -131,6 +131,7 @@ std::vector<Plane> readPlanes(ZELType& record, const std::vector<Wanted>& wanted
 {
     std::vector<Plane> planes(wanted.size(), Plane{size, {}});
     std::vector<Row> rows;
+    rows.reserve(wanted.size());
     for (const Wanted& w : wanted) rows.emplace_back(w, size.width);
     Progress progress(file, size.height);
     for (int y = 0; y < size.height; ++y) {

@@ -112,6 +112,7 @@ std::vector<std::string> SampleFile::labels()
 {
     std::vector<std::string> labels;
     char** texts = ZELFeatureFetchLabels(get());
+    labels.reserve(static_cast<std::size_t>(features()));
     for (int i = 0; i < features(); ++i) labels.push_back(textOf(texts ? texts[i] : nullptr));
     return labels;
 }

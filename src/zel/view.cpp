@@ -50,7 +50,7 @@ Range rangeOf(const ZELType& record, int slot, const Plane& plane, const Look& l
 Image paint(const Picture& p, const Look& look)
 {
     if (p.choice.style == Style::rgb) return paintRgb(p.planes, p.ranges);
-    if (p.choice.style == Style::classes) return paintClasses(p.planes[0], *p.lut);
+    if (p.choice.style == Style::classes && p.lut) return paintClasses(p.planes[0], *p.lut);
     return paintMapped(p.planes[0], p.ranges[0], look.map.empty() ? "grey" : look.map);
 }
 
