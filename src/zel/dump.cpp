@@ -88,7 +88,7 @@ private:
         title_ = title;
         std::string value = utf8(field.value);
         if (value.size() > longestValue && !options_.all)
-            value = value.substr(0, longestValue) + " ...";
+            value.replace(longestValue, std::string::npos, " ...");
         std::string line = format("%12lld %7lld  %-12s ", static_cast<long long>(field.offset),
                                   static_cast<long long>(field.size), field.type);
         line += padded(field.name, 22) + " " + value;

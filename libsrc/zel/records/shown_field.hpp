@@ -17,9 +17,10 @@ constexpr Element elementOf()
     if constexpr (std::is_same_v<T, char>) return Element::text;
     if constexpr (std::is_floating_point_v<T>)
         return sizeof(T) == 8 ? Element::float64 : Element::float32;
-    if (sizeof(T) == 1) return std::is_signed_v<T> ? Element::int8 : Element::uint8;
-    if (sizeof(T) == 2) return std::is_signed_v<T> ? Element::int16 : Element::uint16;
-    return std::is_signed_v<T> ? Element::int32 : Element::uint32;
+    constexpr bool isSigned = std::is_signed_v<T>;
+    if (sizeof(T) == 1) return isSigned ? Element::int8 : Element::uint8;
+    if (sizeof(T) == 2) return isSigned ? Element::int16 : Element::uint16;
+    return isSigned ? Element::int32 : Element::uint32;
 }
 
 // A field that was read; its values are in the host's order. Null for bytes that nobody looked at.
