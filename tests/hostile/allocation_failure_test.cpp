@@ -84,13 +84,13 @@ TEST(AllocationFailure, CountsAreHeldAgainstTheFileBeforeThereIsMemoryForThem)
     const struct {
         const zel_test::Scene& scene;
         std::string count, first, words, noMemory;
-    } rows[] = {{luts, "lut[0].NumLUTValues", "lut[0].entry[0].R", "display LUT entries",
-                 "ZELAllocateLUT: cannot allocate LUT\n"},
-                {tables, "table[0].NumTableValues", "table[0].value[0]", "table values",
-                 "ZELAllocateTable: cannot allocate Table\n"},
-                {histograms, "channel[0].histogram.NumHistogramBins",
-                 "channel[0].histogram.count[0]", "histogram counts",
-                 "ZELCreateHistogram: error: cannot allocate memory for histogram\n"}};
+    } rows[] = {
+        {luts, "lut[0].NumLUTValues", "lut[0].entry[0].R", "display LUT entries",
+         "ZELAllocateLUT: cannot allocate LUT\n"},
+        {tables, "table[0].NumTableValues", "table[0].value[0]", "table values",
+         "ZELAllocateTable: cannot allocate Table\n"},
+        {histograms, "channel[0].histogram.NumHistogramBins", "channel[0].histogram.count[0]",
+         "histogram counts", "ZELCreateHistogram: error: cannot allocate memory for histogram\n"}};
     const zel_test::TempDir dir;
     const std::string path = dir.path("f");
     auto record = zel_test::junkRecord();
