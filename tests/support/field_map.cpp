@@ -169,8 +169,6 @@ FeatureMap mapMask(const Bytes& file, std::size_t place, const std::string& reco
 // For the records of a scene file. It takes the numbers along that say what follows.
 class SceneMap : public Notes {
 public:
-    static constexpr bool reads = true;
-
     SceneMap(const Bytes& file, std::size_t place, bool bigEndian)
         : Notes(place, bigEndian), file_(file)
     {
