@@ -73,7 +73,7 @@ TEST_F(Labels, AreKeptByAChannelThatIsDeclaredAgainWithItsOwn)
     char* label = writer.slot(1).ChannelLabel;
     char* comment = writer.slot(1).ChannelComment;
     ZELAddChannel(writer.get(), 1, 0, 0, 3, 8, "Infrared 10.8", "split window");
-    ZELAddChannel(writer.get(), 1, 10, 0, 1, 8, label, comment + 6);
+    ZELAddChannel(writer.get(), 1, 10, 0, 3, 8, label, comment + 6);
     EXPECT_STREQ(label, "Infrared 10.8");
     EXPECT_STREQ(comment, "window");
     EXPECT_EQ(ZELFindChannelIndexByLabel(writer.get(), label), 1);
