@@ -4,8 +4,11 @@
 
 namespace zel {
 
-Inputs::Inputs(const char* const* names, int count, const char* noMemory)
-    : names_(names), count_(count), inputs_(allocate<Input>(static_cast<std::size_t>(count)))
+Inputs::Inputs(const char* const* names, int count, const char* noMemory, const NameKeeper* kept)
+    : names_(names),
+      count_(count),
+      kept_(kept),
+      inputs_(allocate<Input>(static_cast<std::size_t>(count)))
 {
     if (!inputs_) fail("%s", noMemory);
 }
@@ -18,7 +21,7 @@ int Inputs::components(int i) const
 bool Inputs::readDirectory(int i)
 {
     Input& input = inputs_.get()[i];
-    if (!input.isKnown) input.isKnown = zel::readDirectory(names_[i], input.directory);
+    if (!input.isKnown) input.isKnown = zel::readDirectory(name(i), input.directory);
     return input.isKnown;
 }
 

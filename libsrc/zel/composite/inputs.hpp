@@ -3,6 +3,7 @@
 #define ZEL_COMPOSITE_INPUTS_HPP
 
 #include "ground/memory.hpp"
+#include "records/name_keeper.hpp"
 #include "records/prefix.hpp"
 
 namespace zel {
@@ -10,11 +11,12 @@ namespace zel {
 // Names, and where the components of each file are. A plain file is one component.
 class Inputs {
 public:
-    // Ends the process (-1) with the message when memory fails.
-    Inputs(const char* const* names, int count, const char* noMemory);
+    // Names may be those that kept keeps. Ends the process (-1) with the message when memory fails.
+    Inputs(const char* const* names, int count, const char* noMemory,
+           const NameKeeper* kept = nullptr);
 
     int count() const { return count_; }
-    const char* name(int i) const { return names_[i]; }
+    const char* name(int i) const { return kept_ ? (*kept_)(names_[i]) : names_[i]; }
     const Directory& directory(int i) const { return inputs_.get()[i].directory; }
     int components(int i) const;
 
@@ -32,6 +34,7 @@ private:
 
     const char* const* names_;
     int count_;
+    const NameKeeper* kept_;
     Owned<Input> inputs_;
 };
 

@@ -199,11 +199,12 @@ int zel::openComposite(ZELType* file, const char* filename, const Directory& dir
 int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, const char* const* InputFileNames,
                                  int numInputFiles, int BaseFileIndex)
 {
+    const zel::NameKeeper kept(*ZELdata);
     beginView(*ZELdata);
     if (numInputFiles < 1) {
         report("ZELOpenCompositeReadOnlyFile: Error: no input files\n");
         return zel::viewUnreadable;
     }
-    Inputs inputs(InputFileNames, numInputFiles, noMemory);
+    Inputs inputs(InputFileNames, numInputFiles, noMemory, &kept);
     return openView(*ZELdata, inputs, BaseFileIndex);
 }

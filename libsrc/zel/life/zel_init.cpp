@@ -12,6 +12,7 @@
 #include "records/buffers.hpp"
 #include "records/file_state.hpp"
 #include "records/mask_seam.hpp"
+#include "records/name_keeper.hpp"
 #include "records/records.hpp"
 #include "records/release_seam.hpp"
 #include "records/slot.hpp"
@@ -190,23 +191,25 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
                 slot);
             return -1;
         }
+    const zel::NameKeeper kept(*ZELdata);
+    const char* name = kept(RawFileName);
     CheckByteOrder();
     ZELdata->CurrentLine = 0;
     ZELdata->PreviousLine = -2;
     ZELdata->FileOpened = 1;
     ZELdata->LatLonInterpolated = 0;
-    zel::copyText(ZELdata->ImageFilename, RawFileName);
+    zel::copyText(ZELdata->ImageFilename, name);
     constexpr int answerSize = 10;
-    if (ZELdata->WritePrompt && zel::isReadable(RawFileName))
-        zel::confirmOverwrite(RawFileName, answerSize);
-    ZELdata->fptr = std::fopen(RawFileName, "w+b");
+    if (ZELdata->WritePrompt && zel::isReadable(name))
+        zel::confirmOverwrite(name, answerSize);
+    ZELdata->fptr = std::fopen(name, "w+b");
     if (!ZELdata->fptr) {
-        zel::report("ZELOpenWriteOnlyFile: cannot open file %s\n", RawFileName);
+        zel::report("ZELOpenWriteOnlyFile: cannot open file %s\n", name);
         return -1;
     }
     // A pipe has no positions, and could not be patched when the file is finished.
     if (ftello(ZELdata->fptr) < 0) {
-        reportWriteError(RawFileName, std::strerror(errno));
+        reportWriteError(name, std::strerror(errno));
         zel::closeStream(*ZELdata);
         return -1;
     }
@@ -215,7 +218,7 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     if (ZELdata->HistogramFlag) ZELCreateChannelHistograms(ZELdata);
     zel::writeFile(*ZELdata);
     if (const char* reason = writeError(*ZELdata)) {
-        reportWriteError(RawFileName, reason);
+        reportWriteError(name, reason);
         zel::closeStream(*ZELdata);
         zel::releaseData(*ZELdata);
         return -1;

@@ -11,6 +11,7 @@
 #include "lines/file_reader.hpp"
 #include "records/buffers.hpp"
 #include "records/file_state.hpp"
+#include "records/name_keeper.hpp"
 #include "records/prefix.hpp"
 #include "records/release_seam.hpp"
 #include "zel_ancillary.h"
@@ -94,13 +95,14 @@ bool isReadableAt(FILE* stream, int swap)
 
 int ZELOpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName)
 {
+    const zel::NameKeeper kept(*ZELdata);
     zel::Directory directory;
     zel::OpenedFile stream = zel::openDirectory("ZELReadCompositeInfo", RawFileName, directory);
     if (stream && directory.isComposite) {
         stream.reset();
-        return zel::openComposite(ZELdata, RawFileName, directory);
+        return zel::openComposite(ZELdata, kept(RawFileName), directory);
     }
-    beginReading(*ZELdata, RawFileName, 0);
+    beginReading(*ZELdata, kept(RawFileName), 0);
     if (!stream) return unreadable;
     ZELdata->fptr = stream.release();
     return open(*ZELdata, [&] {
@@ -113,11 +115,13 @@ int ZELOpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName)
 
 int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, int numBytes)
 {
+    const zel::NameKeeper kept(*ZELdata);
+    const char* name = kept(RawFileName);
     CheckByteOrder();
-    beginReading(*ZELdata, RawFileName, fileOffset);
-    ZELdata->fptr = std::fopen(RawFileName, "rb");
+    beginReading(*ZELdata, name, fileOffset);
+    ZELdata->fptr = std::fopen(name, "rb");
     if (!ZELdata->fptr) {
-        report("OpenReadOnlyFile: cannot open file %s\n", RawFileName);
+        report("OpenReadOnlyFile: cannot open file %s\n", name);
         return unreadable;
     }
     return open(*ZELdata, [&] {
