@@ -186,6 +186,16 @@ TEST(CopyFileHeaders, LaysOutTheLineRecord)
     EXPECT_EQ(copy->LineOffset, 60);
 }
 
+// Version 1.42 has 8 bytes of time, 4 of altitude and 16 of positions before the pixels.
+TEST(CopyFileHeaders, OfAnOldSourceThePlacesFollowItsNavigationLength)
+{
+    OpenedFile source(build(smallScene(142)).bytes);
+    Copy copy(source);
+    EXPECT_EQ(copy->Channels[0].DataOffset, 28);
+    EXPECT_EQ(copy->Channels[2].DataOffset, 28 + 4);
+    EXPECT_EQ(copy->LineOffset, 28 + 4 + 8);
+}
+
 TEST(CopyFileHeaders, CopiesLutsAndTablesDeeply)
 {
     OpenedFile source(build(fullScene()).bytes);

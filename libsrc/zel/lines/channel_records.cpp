@@ -4,7 +4,7 @@
 
 #include "records/buffers.hpp"
 #include "records/pixels.hpp"
-#include "records/records.hpp"
+#include "records/walk.hpp"
 #include "records/slot.hpp"
 
 namespace zel {
@@ -37,28 +37,6 @@ bool wasBaseSlot(int dataType, int slot)
     }
 }
 
-// Notes where each slot's pixels lie in a line.
-class PixelPlaces : public LayoutSize {
-public:
-    using LayoutSize::LayoutSize;
-
-    void pixels(ZELType& file, int slot)
-    {
-        reach(file, slot + 1);
-        LayoutSize::pixels(file, slot);
-        ++file.NumTotalChans;
-    }
-    // The slots before this one that have no place yet begin here.
-    void reach(ZELType& file, int slot)
-    {
-        for (; next_ < slot; ++next_)
-            file.Channels[next_].DataOffset = static_cast<int32_t>(bytes());
-    }
-
-private:
-    int next_ = 0;
-};
-
 }  // namespace
 
 void completeChannel(ZELType& file, int slot)
@@ -87,11 +65,16 @@ void allocateChannels(ZELType& file)
 
 void placeChannels(ZELType& file)
 {
-    PixelPlaces places(layoutVersion(file.ZELHeader.VersionNumber));
+    int32_t place = file.NavOffset;
     file.NumTotalChans = 0;
-    walkLine(places, file);
-    places.reach(file, file.ZELHeader.MaxNumChan);
-    file.LineOffset = static_cast<int32_t>(places.bytes());
+    for (int slot = 0; slot < file.ZELHeader.MaxNumChan; ++slot) {
+        ZELChannelType& c = file.Channels[slot];
+        c.DataOffset = place;
+        if (!c.ChannelPresentFlag) continue;
+        place += c.DataByteSize * file.ZELHeader.NPixelPerLine;
+        ++file.NumTotalChans;
+    }
+    file.LineOffset = place;
 }
 
 }  // namespace zel

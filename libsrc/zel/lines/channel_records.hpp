@@ -12,7 +12,7 @@ void completeChannel(ZELType& file, int slot);
 // Memory for the lines of the present channels of a file that is read.
 void allocateChannels(ZELType& file);
 
-// Sets DataOffset of each slot and LineOffset from the present channels' pixels.
+// Sets DataOffset of each slot and LineOffset: NavOffset, and the present channels' pixels.
 void placeChannels(ZELType& file);
 
 }  // namespace zel
