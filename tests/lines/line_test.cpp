@@ -162,7 +162,7 @@ TEST(ReadLine, FillsTheFieldsOfTheLine)
 
 class LineFieldsOf : public testing::TestWithParam<int> {};
 
-TEST_P(LineFieldsOf, AnOldVersionHaveDefaultsWhereTheyAreNotStored)
+TEST_P(LineFieldsOf, AnOldVersionHaveDefaultsOrStayWhereTheyAreNotStored)
 {
     const int version = GetParam();
     OpenedFile file(build(smallScene(version)).bytes);
@@ -173,8 +173,8 @@ TEST_P(LineFieldsOf, AnOldVersionHaveDefaultsWhereTheyAreNotStored)
     EXPECT_EQ(file->LeftPixel, version >= 201 ? 1 : 0);
     EXPECT_EQ(file->RightPixel, version >= 201 ? 2 : 3);
     EXPECT_EQ(file->NadirPixel, version >= 201 ? 0 : 1);
-    EXPECT_EQ(file->NadirLat, version >= 221 ? 45.5f : 0.0f);
-    EXPECT_EQ(file->NadirLon, version >= 221 ? -120.25f : 0.0f);
+    EXPECT_EQ(file->NadirLat, version >= 221 ? 45.5f : 77.0f);
+    EXPECT_EQ(file->NadirLon, version >= 221 ? -120.25f : 77.0f);
     EXPECT_EQ(file->LatBuffer[1], 41.5f);
     EXPECT_EQ(storedOf(file, 2), zel_test::rawWords({1000, 2000, 40000, 3}));
 }

@@ -133,7 +133,6 @@ void readRecord(ZELType& file)
 {
     LineReader reader(file, placeOfLine(file, file.CurrentLine));
     resetLine(file);
-    file.NadirLat = file.NadirLon = 0.0f;
     try {
         zel::walkLine(reader, file);
     } catch (const zel::Damage&) {
