@@ -63,18 +63,18 @@ bool isSameFile(const char* a, const char* b)
 }
 
 // Every file that the run reads.
-std::vector<const char*> namesOfInputs(const CommandLineStruct& info)
+std::vector<const char*> namesOfInputs(const CommandLineStruct& info, const VornChannels& vorn)
 {
     std::vector<const char*> names(info.InputFileName, info.InputFileName + info.numInputFiles);
     if (!info.vornFlag) return names;
-    for (const char* name : VornChannels::filesRead(info)) names.push_back(name);
+    for (const char* name : vorn.filesRead(info)) names.push_back(name);
     return names;
 }
 
 // Creating the output would empty an input before its first line is read.
-bool sparesInputs(const CommandLineStruct& info)
+bool sparesInputs(const CommandLineStruct& info, const VornChannels& vorn)
 {
-    for (const char* name : namesOfInputs(info)) {
+    for (const char* name : namesOfInputs(info, vorn)) {
         if (!isSameFile(name, info.OutputFileName)) continue;
         std::printf("zel_combine: Error: output file %s is one of the input files\n",
                     info.OutputFileName);
@@ -128,13 +128,13 @@ int writeComposite(CommandLineStruct& info)
 int writeSameResolution(CommandLineStruct& info)
 {
     InputFile in = openInput(info);
-    if (!in || !sparesInputs(info)) return failed;
-    OutputFile out = copyHeaders(in.get());
+    if (!in) return failed;
     VornChannels vorn;
-    if (info.vornFlag) {
-        const int status = vorn.setUp(info, in.get(), out.get());
-        if (status != 0) return status;
-    }
+    const int status = info.vornFlag ? vorn.open(info, in.get()) : 0;
+    if (status != 0) return status;
+    if (!sparesInputs(info, vorn)) return failed;
+    OutputFile out = copyHeaders(in.get());
+    if (info.vornFlag && !vorn.declare(info, in.get(), out.get())) return failed;
     if (!openOutput(info, out.get())) return failed;
     ZELPrintHeader(out.get(), stdout);
     const std::optional<int> lines = copyLines(out.get(), in.get(), vorn);

@@ -13,7 +13,6 @@
 namespace zel_combine {
 namespace {
 
-constexpr int failed = -1;
 constexpr int lastSlot = ZEL_MAX_CHANNELS - 1;
 
 // The label of channel c without the text that goes before it.
@@ -73,10 +72,16 @@ void warnOfNoTable(const CommandLineStruct& info)
 
 }  // namespace
 
-std::vector<const char*> VornChannels::filesRead(const CommandLineStruct& info)
+int VornChannels::open(const CommandLineStruct& info, ZELType* in)
 {
-    const char* lut = info.vornColorcubeFlag ? nullptr : info.vornLUT;
-    const char* classes = hasLUT(info) ? info.ZELFeatureHeader : nullptr;
+    return file_.open(info.vornFileName, ZELFetchNumberOfPixels(in), ZELFetchNumberOfLines(in));
+}
+
+std::vector<const char*> VornChannels::filesRead(const CommandLineStruct& info) const
+{
+    const bool readsLUT = hasLUT(info) && file_.channels() > 0;
+    const char* lut = readsLUT && !info.vornColorcubeFlag ? info.vornLUT : nullptr;
+    const char* classes = readsLUT ? info.ZELFeatureHeader : nullptr;
     std::vector<const char*> names;
     for (const char* name :
          std::initializer_list<const char*>{info.vornFileName, info.vornHeader, lut, classes})
@@ -84,15 +89,12 @@ std::vector<const char*> VornChannels::filesRead(const CommandLineStruct& info)
     return names;
 }
 
-int VornChannels::setUp(const CommandLineStruct& info, ZELType* in, ZELType* out)
+bool VornChannels::declare(const CommandLineStruct& info, ZELType* in, ZELType* out)
 {
-    const int status =
-        file_.open(info.vornFileName, ZELFetchNumberOfPixels(in), ZELFetchNumberOfLines(in));
-    if (status != 0) return status;
     translated_ = info.ZELFeatureHeader != nullptr;
-    if (!findFreeChannels(in) || !declareChannels(info, out)) return failed;
-    if (translated_ && !classes_.hasTable()) warnOfNoTable(info);
-    return 0;
+    if (!findFreeChannels(in) || !declareChannels(info, out)) return false;
+    if (translated_ && file_.channels() > 0 && !classes_.hasTable()) warnOfNoTable(info);
+    return true;
 }
 
 // The channels after the last one in use; slot 0 is not examined.

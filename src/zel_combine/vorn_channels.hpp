@@ -13,16 +13,20 @@ namespace zel_combine {
 
 class VornChannels {
 public:
-    // The files that setUp reads, of those that the command line names: the colour cube replaces a
-    // LUT file, and a feature header is read only with a LUT.
-    static std::vector<const char*> filesRead(const CommandLineStruct& info);
+    // Opens the raster, which must have the size of the view. Returns 0; else, after a message, the
+    // exit status.
+    int open(const CommandLineStruct& info, ZELType* in);
 
-    // Opens and checks the raster and the files that describe it, and declares its channels on out,
-    // which has the headers of the view in and is not yet created. Returns 0; else, after a
-    // message, the exit status.
-    int setUp(const CommandLineStruct& info, ZELType* in, ZELType* out);
+    // The files that the run reads for the raster, of those that the command line names: the colour
+    // cube replaces a LUT file, and a feature header is read only with a LUT. Without channels
+    // there is neither.
+    std::vector<const char*> filesRead(const CommandLineStruct& info) const;
 
-    // Loads the next row of each channel into out. Does nothing before setUp. False, after a
+    // Reads the files that describe the raster, and declares its channels on out, which has the
+    // headers of the view in and is not yet created. False after a message.
+    bool declare(const CommandLineStruct& info, ZELType* in, ZELType* out);
+
+    // Loads the next row of each channel into out. Does nothing without a raster. False, after a
     // message, when a row cannot be read.
     bool loadLine(ZELType* out);
 

@@ -203,6 +203,7 @@ class Unfit(VornTest):
 
     def test_the_output_is_one_of_the_files_read(self):
         rows, = self.rasters()
+        self.put("other", raster([rows]))
         for words in ("-vorn v", "-vorn other -vorn_hdr v", "-vorn other -vorn_lut v",
                       "-vorn other -vorn_lut_cc -feat_hdr ./v", "-vorn other -vorn_lut l -feat_hdr v"):
             self.check("-overwrite -i a -o v " + words, grids_missing()
@@ -214,6 +215,27 @@ class Unfit(VornTest):
         self.put("out", b"old")
         self.appends("-vorn v -feat_hdr out", [(float_channel(b"v", rows), rows)],
                      warns=["feature header out is not read without a LUT"])
+
+    def test_the_raster_is_opened_before_the_output_is_compared(self):
+        self.check("-overwrite -i a -o a -vorn none", grids_missing() + NO_RASTER % "none", 255)
+        self.put("v", raster([plane(9, HEIGHT)]))
+        self.check("-overwrite -i a -o v -vorn v",
+                   grids_missing() + MISMATCH % (HEIGHT, WIDTH, HEIGHT, 9), 254)
+
+    def test_a_raster_without_channels_needs_neither_lut_nor_classes(self):
+        self.put("v", raster([], pixels=WIDTH, lines=HEIGHT))
+        for name, words in (("l", "-vorn_lut l"), ("f", "-vorn_lut_cc -feat_hdr f")):
+            self.put(name, b"old")
+            self.check(["-overwrite", "-o", name, "-i", "a", "-vorn", "v"] + words.split(),
+                       grids_missing() + report(one_grid([self.scene])) + progress(HEIGHT))
+            self.check_made(name, one_grid([self.scene]))
+
+    def test_a_text_header_is_opened_for_a_raster_without_channels(self):
+        self.put("v", raster([], pixels=WIDTH, lines=HEIGHT))
+        self.put("t", b"text")
+        self.check("-overwrite -i a -o t -vorn v -vorn_hdr t", grids_missing()
+                   + "zel_combine: Error: output file t is one of the input files\n", 255)
+        self.same_bytes(self.got("t"), b"text", "t")
 
     def test_files_that_describe_a_raster_may_be_overwritten_where_none_is_read(self):
         self.put("t", b"text")
