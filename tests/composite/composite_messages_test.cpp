@@ -181,7 +181,7 @@ TEST_F(ContainerMessages, AnOldFileAfterANewPrefix)
     const Outcome outcome = create({"a", "b"});
     EXPECT_EQ(outcome.err,
               "ZELCreateCompositeFile: warning: file " + path("a") +
-                  " is of an old version and cannot be read again behind a prefix: write it with "
+                  " is of an old version and cannot be read again after a prefix: write it with "
                   "-same_res first\n");
     EXPECT_EQ(result, 0);
 }

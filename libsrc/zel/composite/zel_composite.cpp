@@ -104,7 +104,7 @@ void warnOfUnreadable(SceneInputs& inputs)
             zel::reportTo(
                 stderr,
                 "ZELCreateCompositeFile: warning: file %s is of an old version and cannot be "
-                "read again behind a prefix: write it with -same_res first\n",
+                "read again after a prefix: write it with -same_res first\n",
                 inputs.name(i));
     }
 }

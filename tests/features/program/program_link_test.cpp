@@ -351,7 +351,7 @@ TEST(ProgramLink, WeightsAndReturnsRightBeforeAnElseIfAreWarnedOf)
     Program returns(
         "if (Ch1>5) then\nreturn\nelse if (Ch1>3) then\nclass=2\nendif\nclass=class+10\n");
     EXPECT_EQ(returns.outcome.err,
-              "warning: line 2: return right before an else if goes on behind the endif\n");
+              "warning: line 2: return right before an else if goes on after the endif\n");
     EXPECT_EQ(returns.classOf(9), 10.0f);
 }
 

@@ -238,7 +238,7 @@ private:
         if (before.statementType == WEIGHT_STATEMENT)
             add(before, "weightclasses right before an else if sets no weights");
         if (before.statementType == RETURN_STATEMENT)
-            add(before, "return right before an else if goes on behind the endif");
+            add(before, "return right before an else if goes on after the endif");
     }
     void lookBeforeBlock(const ProgramStruct& before)
     {
