@@ -10,6 +10,13 @@ trap 'rm -rf "$work"' EXIT
 
 "$CMAKE" --install "$ZEL_BUILD_DIR" --prefix "$work/installed" >"$work/install.log"
 
+# A build of some targets can be installed too: here the command zel and its documents are not built.
+sed -e "s|\"$ZEL_BUILD_DIR/bin/zel\"|\"$work/none/zel\"|" -e "s|$ZEL_BUILD_DIR/man/|$work/none/|" \
+    -e "s|$ZEL_BUILD_DIR/share/|$work/none/|" "$ZEL_BUILD_DIR/cmake_install.cmake" >"$work/part.cmake"
+"$CMAKE" -DCMAKE_INSTALL_PREFIX="$work/part" -P "$work/part.cmake" >"$work/part.log"
+[ -e "$work/part/bin/zel_combine" ] || { echo "not installed without the command zel"; exit 1; }
+[ ! -e "$work/part/bin/zel" ] || { echo "installed from elsewhere: zel"; exit 1; }
+
 # The tree may be moved after installation.
 mv "$work/installed" "$work/prefix"
 prefix=$work/prefix
