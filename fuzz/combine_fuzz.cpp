@@ -1,4 +1,5 @@
-// Combining two files both ways. The first four bytes of the input say where the second file begins.
+// Combining two files both ways. The first four bytes of the input say where the second file
+// begins.
 #include <algorithm>
 #include <cstring>
 #include <memory>

@@ -1,5 +1,5 @@
-// Showing every field of a file, plain or composite: each lies inside the file, in file order, and what an
-// open reads can be shown.
+// Showing every field of a file, plain or composite: each lies inside the file, in file order, and
+// what an open reads can be shown.
 #include <cstring>
 #include <memory>
 

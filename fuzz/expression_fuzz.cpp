@@ -61,9 +61,9 @@ bool assignsSomething(const ZELStackStruct& stack)
     return element;
 }
 
-// A line of awkward values with its pixel record. Every rowless-th row is missing: a channel of zeros,
-// or a variable that all pixels share. 0 misses none. A missing channel ignores what is assigned to it,
-// which the channels of a record do not: then all of them are there.
+// A line of awkward values with its pixel record. Every rowless-th row is missing: a channel of
+// zeros, or a variable that all pixels share. 0 misses none. A missing channel ignores what is
+// assigned to it, which the channels of a record do not: then all of them are there.
 struct Line {
     Line(std::size_t pixels, std::size_t rowless, bool assigned)
         : values(pixels, -77.0F), skips(pixels, -77)

@@ -18,8 +18,8 @@
 
 namespace zel_fuzz {
 
-// What a header says of the 1000 classes when there are no samples and no names: their counts, then for
-// each an empty name and three colours.
+// What a header says of the 1000 classes when there are no samples and no names: their counts, then
+// for each an empty name and three colours.
 inline const std::string& emptyClassTable()
 {
     static const std::string table = [] {

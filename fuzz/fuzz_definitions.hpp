@@ -1,4 +1,5 @@
-// What the targets of the expression language share: named definitions, and values to calculate with.
+// What the targets of the expression language share: named definitions, and values to calculate
+// with.
 #ifndef FUZZ_DEFINITIONS_HPP
 #define FUZZ_DEFINITIONS_HPP
 

@@ -1,4 +1,5 @@
-// Opening a file, plain or composite, and reading every line of it with all that follows from a line.
+// Opening a file, plain or composite, and reading every line of it with all that follows from a
+// line.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>

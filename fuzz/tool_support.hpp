@@ -6,8 +6,8 @@
 
 namespace zel_fuzz {
 
-// The tool writes to its streams as it is. The fuzzer and the sanitizers keep theirs, which they took
-// before or know by number.
+// The tool writes to its streams as it is. The fuzzer and the sanitizers keep theirs, which they
+// took before or know by number.
 inline void silenceStreams()
 {
     static FILE* const nowhere = std::fopen("/dev/null", "w");

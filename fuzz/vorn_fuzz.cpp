@@ -1,5 +1,6 @@
-// Appending the channels of a Vorn raster to a small scene, with the files that describe them; the output
-// is read again. The input: which of them are used, the sizes of the first three, and their bytes.
+// Appending the channels of a Vorn raster to a small scene, with the files that describe them; the
+// output is read again. The input: which of them are used, the sizes of the first three, and their
+// bytes.
 #include <bit>
 #include <cstring>
 #include <memory>
@@ -67,8 +68,8 @@ int channelsIn(const std::string& raster)
     return static_cast<int>(wordAt(raster, 0) == 0xABCD ? word : __builtin_bswap32(word));
 }
 
-// A LUT for each of many channels is a large output; and a table of classes for more than one may set up
-// channels until no LUT can be added, which takes minutes.
+// A LUT for each of many channels is a large output; and a table of classes for more than one may
+// set up channels until no LUT can be added, which takes minutes.
 bool takesLong(const Input& input)
 {
     const int appended = channelsIn(input.raster);

@@ -6,7 +6,7 @@
 extern "C" {
 #endif
 
-/* Solar declination (degrees) and equation of time (degrees of longitude), entry day of year - 1. */
+/* Solar declination (degrees) and equation of time (degrees of longitude), by day of year - 1. */
 extern const float declination[366];
 extern const float delon[366];
 

@@ -1,5 +1,5 @@
-/* Every field of a file in file order, with its place, type and value: for tools that show a file or
-   check it. */
+/* Every field of a file in file order, with its place, type and value: for tools that show a file
+   or check it. */
 #ifndef ZEL_DUMP_H
 #define ZEL_DUMP_H
 
@@ -30,11 +30,12 @@ typedef struct ZELDumpField {
 /* Receives one field; what is not 0 ends the dump. */
 typedef int (*ZELDumpSink)(void* userData, const ZELDumpField* field);
 
-/* Reads a file, plain or composite, of any layout version and byte order, and hands each field to the
-   sink, which may be null: then the file is only checked. Bytes between records, and those of a last
-   line that is not whole, are fields too. Returns 0; 1 when the sink ended the dump; -1 when the file
-   cannot be opened or read or memory fails; -2 when it is damaged or its version is not supported. -1
-   and -2 come after a message that says what is wrong and at which offset; the process goes on. */
+/* Reads a file, plain or composite, of any layout version and byte order, and hands each field to
+   the sink, which may be null: then the file is only checked. Bytes between records, and those of a
+   last line that is not whole, are fields too. Returns 0; 1 when the sink ended the dump; -1 when
+   the file cannot be opened or read or memory fails; -2 when it is damaged or its version is not
+   supported. -1 and -2 come after a message that says what is wrong and at which offset; the
+   process goes on. */
 int ZELDumpFile(const char* filename, int depth, ZELDumpSink sink, void* userData);
 
 #ifdef __cplusplus

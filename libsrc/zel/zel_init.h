@@ -33,11 +33,12 @@ void ZELInitNewMASFile(ZELType* ZELdata, int Year, int JulianDay, const char* Da
 void ZELInitNewVIRSFile(ZELType* ZELdata, int Year, int JulianDay, const char* DataComment);
 
 /* Creates the file and writes its header and channel records. Where a file of that name exists and
-   the prompt is on, asks on standard output and standard input first, and ends the process (0) unless
-   the answer begins with "y". Returns 0, or -1 when the file cannot be created or no reader would take
-   the navigation points: several must begin inside the line and go forward. Ends the process when
-   memory fails (-1, -3 or -8) or the record is read-only (-1). FileOpened is set as soon as the open
-   begins: after one that failed, finish or initialise the record before channels are declared. */
+   the prompt is on, asks on standard output and standard input first, and ends the process (0)
+   unless the answer begins with "y". Returns 0, or -1 when the file cannot be created or no reader
+   would take the navigation points: several must begin inside the line and go forward. Ends the
+   process when memory fails (-1, -3 or -8) or the record is read-only (-1). FileOpened is set as
+   soon as the open begins: after one that failed, finish or initialise the record before channels
+   are declared. */
 int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName);
 
 /* Whether ZELOpenWriteOnlyFile asks before it overwrites a file (it does, by default). */

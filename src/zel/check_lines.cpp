@@ -115,8 +115,8 @@ void checkFloats(const Line& line, int slot)
                              " has values that are not numbers");
 }
 
-// What a histogram counts depends on values before they were stored, so that a count that differs is
-// worth a note only; more counts than pixels is wrong.
+// What a histogram counts depends on values before they were stored, so that a count that differs
+// is worth a note only; more counts than pixels is wrong.
 void compareCounts(ZELType& record, int part, const Places& places, const Recount& one,
                    Findings& findings)
 {

@@ -110,8 +110,8 @@ Json positionJson(const Position& p)
     return {widened(static_cast<float>(p.lon)), widened(static_cast<float>(p.lat))};
 }
 
-// Twice the area inside a ring, positive when it runs counterclockwise. Steps across the date line are
-// as short as they are on Earth.
+// Twice the area inside a ring, positive when it runs counterclockwise. Steps across the date line
+// are as short as they are on Earth.
 double signedArea(const std::vector<Position>& ring)
 {
     double area = 0.0;
@@ -226,7 +226,8 @@ void addChannels(Json& channels, Scene& scene, int index, Stats stats)
     }
 }
 
-// Bytes after the last whole line; not of a container, whose parts have their sizes in its directory.
+// Bytes after the last whole line; not of a container, whose parts have their sizes in its
+// directory.
 Json extraBytes(Scene& scene)
 {
     if (scene.isContainer()) return nullptr;

@@ -22,7 +22,8 @@ struct Options {
     bool json = false;
 };
 
-// Fields as they come. Those of a channel record wait until it is known whether the slot holds anything.
+// Fields as they come. Those of a channel record wait until it is known whether the slot holds
+// anything.
 class Printer {
 public:
     explicit Printer(const Options& options) : options_(options) {}

@@ -20,7 +20,8 @@ struct Finding {
 
 class Findings {
 public:
-    // One for which there is another of the same words in the same part, elsewhere, is only counted.
+    // One for which there is another of the same words in the same part, elsewhere, is only
+    // counted.
     void problem(long long offset, int part, const std::string& where, const std::string& what);
     void note(long long offset, int part, const std::string& where, const std::string& what);
 
@@ -38,8 +39,8 @@ Json findingJson(const Finding& finding);
 // Offsets of the fields of a file's header, by part, record and name.
 class Places {
 public:
-    // Reads the whole structure of the file, lines included. Damage and bytes that belong to no record
-    // are findings. False when the structure cannot be followed to its end.
+    // Reads the whole structure of the file, lines included. Damage and bytes that belong to no
+    // record are findings. False when the structure cannot be followed to its end.
     bool read(const std::string& file, Findings& findings);
 
     // -1 for a field that the file's version does not have.

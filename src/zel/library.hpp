@@ -62,8 +62,8 @@ private:
 
 enum class Decode { no, yes };
 
-// Reads a line of a record: PixBuf, and ChannelData when decoded. Throws Failure, also for a line that
-// the file does not have.
+// Reads a line of a record: PixBuf, and ChannelData when decoded. Throws Failure, also for a line
+// that the file does not have.
 void readLine(ZELType& record, int line, Decode decode);
 
 // The stored number of a pixel; a float for storage code 4.

@@ -20,14 +20,15 @@ std::string labelOf(const ZELChannelType& channel);
 // The slots that hold a channel.
 std::vector<int> presentSlots(const ZELType& record);
 
-// The slot of a channel named by its label (B5), its number in expressions (Ch6, the channel in slot
-// 5) or its slot (#5). Throws Failure when there is none or several, with the candidates.
+// The slot of a channel named by its label (B5), its number in expressions (Ch6, the channel in
+// slot 5) or its slot (#5). Throws Failure when there is none or several, with the candidates.
 int findChannel(const ZELType& record, const std::string& name);
 
 // The same for "B4,B3,B2", several times over; every present channel when names is empty.
 std::vector<int> findChannels(const ZELType& record, const std::vector<std::string>& names);
 
-// The LUT that a class channel is painted with, the one whose label is the channel's comment; or null.
+// The LUT that a class channel is painted with, the one whose label is the channel's comment; or
+// null.
 const ZELDisplayLUTType* lutOf(ZELType& record, int slot);
 
 // The name of a class in a LUT; empty where there is none.

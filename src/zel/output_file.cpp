@@ -96,8 +96,8 @@ bool writeAll(int file, std::string_view bytes, long long place)
     return true;
 }
 
-// A new name is given by a link, which never replaces a file that has come meanwhile; where there are
-// no links, by renaming.
+// A new name is given by a link, which never replaces a file that has come meanwhile; where there
+// are no links, by renaming.
 bool giveNewName(const std::string& temporary, const std::string& name)
 {
     if (link(temporary.c_str(), name.c_str()) == 0) return unlink(temporary.c_str()) == 0;
@@ -152,8 +152,8 @@ void OutputFile::writeAt(long long offset, std::string_view bytes)
     if (!writeAll(descriptor_, bytes, offset)) fail(name_, "write", errno);
 }
 
-// The bytes reach the disk before the name does, so that a crash of the machine leaves the old file or
-// the whole new one.
+// The bytes reach the disk before the name does, so that a crash of the machine leaves the old file
+// or the whole new one.
 void OutputFile::commit()
 {
     const bool flushed = isDevice_ || fsync(descriptor_) == 0;

@@ -1,5 +1,5 @@
-// A file that is written under a temporary name beside its own and renamed when it is whole: until then,
-// and after a failure or a signal, whatever had the name is as it was.
+// A file that is written under a temporary name beside its own and renamed when it is whole: until
+// then, and after a failure or a signal, whatever had the name is as it was.
 #pragma once
 
 #include <string>
@@ -11,7 +11,8 @@ enum class Overwrite { no, yes };
 
 class OutputFile {
 public:
-    // Throws Failure when the name is taken, unless it may be overwritten, or no file can be made there.
+    // Throws Failure when the name is taken, unless it may be overwritten, or no file can be made
+    // there.
     OutputFile(const std::string& name, Overwrite overwrite);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;

@@ -25,8 +25,8 @@ Image paintClasses(const Plane& plane, const ZELDisplayLUTType& lut);
 // How often each class of a LUT occurs.
 std::vector<long long> countClasses(const Plane& plane, const ZELDisplayLUTType& lut);
 
-// The image with a legend to its right: the classes that occur, the most frequent first, or a bar with
-// the ends of the range.
+// The image with a legend to its right: the classes that occur, the most frequent first, or a bar
+// with the ends of the range.
 Image withClassLegend(const Image& image, const Plane& plane, const ZELDisplayLUTType& lut);
 Image withColorBar(const Image& image, Range range, const std::string& map,
                    const std::string& title);

@@ -34,16 +34,16 @@ struct Wanted {
     Sampling sampling;
 };
 
-// The size of an image of that width in the shape of the record's grid; 0 for its own width, at most
-// widest.
+// The size of an image of that width in the shape of the record's grid; 0 for its own width, at
+// most widest.
 Size imageSize(const ZELType& record, int width, int widest);
 
 // Reads every line once. Throws Failure.
 std::vector<Plane> readPlanes(ZELType& record, const std::vector<Wanted>& wanted, Size size,
                               const std::string& file);
 
-// The values at two parts of the whole (0.02 and 0.98), of the channel's histogram when it has one, else
-// of the plane.
+// The values at two parts of the whole (0.02 and 0.98), of the channel's histogram when it has one,
+// else of the plane.
 struct Range {
     float low;
     float high;

@@ -24,8 +24,8 @@ void remark(const std::string& message);
 // "head" does, is no reason to complain.
 bool finishOutput();
 
-// Runs work for each file; one that fails is reported and does not stop the others. Returns the exit
-// status: that of the worst.
+// Runs work for each file; one that fails is reported and does not stop the others. Returns the
+// exit status: that of the worst.
 int forEachFile(const std::vector<std::string>& files,
                 const std::function<int(const std::string&)>& work);
 

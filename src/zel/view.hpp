@@ -34,15 +34,16 @@ struct Picture {
     const ZELDisplayLUTType* lut;  // of a class channel
 };
 
-// What a picture is made of: the channels that are named; else natural colours, where there are channels
-// of such wavelengths; else the first channel.
+// What a picture is made of: the channels that are named; else natural colours, where there are
+// channels of such wavelengths; else the first channel.
 struct Subject {
     ZELType* record;
     Choice choice;
 };
 
-// The subject in a part of a container, or in all of it for -1. Channels that come from one part are taken
-// on its own grid: the view would have averaged or repeated them, classes too. Throws Failure.
+// The subject in a part of a container, or in all of it for -1. Channels that come from one part
+// are taken on its own grid: the view would have averaged or repeated them, classes too. Throws
+// Failure.
 Subject subjectOf(Scene& scene, int part, const Look& look);
 
 Picture picture(const Subject& subject, const Look& look, Size size, const std::string& file);

@@ -1,4 +1,5 @@
-// Counting many values at a time gives the histogram that counting them one by one gives, to the bit.
+// Counting many values at a time gives the histogram that counting them one by one gives, to the
+// bit.
 #include "blocks/histogram_tally.hpp"
 
 #include <gtest/gtest.h>

@@ -26,7 +26,8 @@ void appendText(Bytes& bytes, const std::string& text)
     bytes.resize(bytes.size() + 200 - text.size());
 }
 
-// A LUT of two entries with key 300 (01 2C), followed by an empty one with key 2: 610 and 204 bytes.
+// A LUT of two entries with key 300 (01 2C), followed by an empty one with key 2: 610 and 204
+// bytes.
 Bytes twoLutsOnDisk()
 {
     Bytes bytes;

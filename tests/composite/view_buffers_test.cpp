@@ -1,4 +1,5 @@
-// What the buffers of a view hold after a line was read: stored pixels, values, positions and angles.
+// What the buffers of a view hold after a line was read: stored pixels, values, positions and
+// angles.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -101,8 +102,8 @@ TEST_F(View, WithoutScalingHoldsStoredPixelsAndOnlyTheValuesOfMeans)
     EXPECT_EQ(ZELReadLineNoScale(record.get()), 0);
 }
 
-// On the equator, on a day with the sun above it: the solar zenith is the hour angle, which falls by 15
-// degrees from one line to the next, an hour later. The second component lies elsewhere.
+// On the equator, on a day with the sun above it: the solar zenith is the hour angle, which falls
+// by 15 degrees from one line to the next, an hour later. The second component lies elsewhere.
 TEST(ViewLine, HasPositionsAndAnglesOfItsOwnLineOfTheBase)
 {
     Scene base = sceneOf(1000, {{1, 2, 3}, {4, 5, 6}});

@@ -72,8 +72,8 @@ TEST(AllocationFailure, EveryAllocationOfAnOpenEndsTheProcessWithItsMessage)
     EXPECT_EQ(all, expected);
 }
 
-// What a file has no bytes for takes no memory: the record that a count belongs to is allocated, what it
-// counts is not.
+// What a file has no bytes for takes no memory: the record that a count belongs to is allocated,
+// what it counts is not.
 TEST(AllocationFailure, CountsAreHeldAgainstTheFileBeforeThereIsMemoryForThem)
 {
     zel_test::Scene luts = zel_test::smallScene();
@@ -136,8 +136,8 @@ TEST(AllocationFailure, CompilingAnExpression)
               expected);
 }
 
-// Messages that name what the feature layer's records consist of. Whether the room for reversed bytes
-// has to grow depends on what was written before.
+// Messages that name what the feature layer's records consist of. Whether the room for reversed
+// bytes has to grow depends on what was written before.
 std::map<std::string, int> withoutCommonMessages(std::map<std::string, int> all)
 {
     for (const char* message :

@@ -1,5 +1,5 @@
-// A program around the library opens thousands of files, whole and damaged, and holds no more memory and
-// no more streams after them than before.
+// A program around the library opens thousands of files, whole and damaged, and holds no more
+// memory and no more streams after them than before.
 #include <gtest/gtest.h>
 
 #include <malloc.h>
@@ -36,8 +36,8 @@ using zel_test::TempDir;
 constexpr int rounds = 100;
 constexpr int firstRounds = 10;  // until what is held for the next time is there
 
-// What a program holds. Where the C library counts the bytes, it counts those too that it keeps for the
-// next time.
+// What a program holds. Where the C library counts the bytes, it counts those too that it keeps for
+// the next time.
 struct Held {
     long blocks = zel_test::blocksInUse();
     int streams = zel_test::openDescriptors();

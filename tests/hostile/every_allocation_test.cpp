@@ -1,5 +1,5 @@
-// Every allocation of the public operations fails once, one run for each: what is said, what is left over,
-// and that the next try works.
+// Every allocation of the public operations fails once, one run for each: what is said, what is
+// left over, and that the next try works.
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -1,5 +1,5 @@
-// Files with a field at a boundary of its range, copied line by line: what opens has its pixels in the
-// copy, whatever the numbers around them say.
+// Files with a field at a boundary of its range, copied line by line: what opens has its pixels in
+// the copy, whatever the numbers around them say.
 #include <gtest/gtest.h>
 
 #include <algorithm>

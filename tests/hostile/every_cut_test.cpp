@@ -48,8 +48,8 @@ class EveryCut : public testing::TestWithParam<Layout> {};
 
 INSTANTIATE_TEST_SUITE_P(Layouts, EveryCut, testing::ValuesIn(layouts()), zel_test::nameOf);
 
-// The field where a message says that this one, or the array or block that it is of, begins. The entries
-// of a LUT are a block.
+// The field where a message says that this one, or the array or block that it is of, begins. The
+// entries of a LUT are a block.
 std::size_t reportedField(const std::vector<zel_test::MappedField>& fields, std::size_t n)
 {
     const auto isInside = [&](const std::string& name) {

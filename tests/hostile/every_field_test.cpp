@@ -1,6 +1,6 @@
-// Every field of every record set to every boundary of its type and of its documented range, one at a
-// time, in every layout and both byte orders: a file is refused with a reason, or its pixels are those
-// that its bytes then have.
+// Every field of every record set to every boundary of its type and of its documented range, one at
+// a time, in every layout and both byte orders: a file is refused with a reason, or its pixels are
+// those that its bytes then have.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -116,8 +116,8 @@ TEST_P(EveryField, AtEveryBoundaryGivesAReasonOrTheRightPixels)
     EXPECT_EQ(zel_test::openDescriptors(), descriptors);
 }
 
-// Entries of a directory that are as unused as those beside them. The fields of a plain file are tried
-// with all of them.
+// Entries of a directory that are as unused as those beside them. The fields of a plain file are
+// tried with all of them.
 bool isUnusedEntry(const MappedField& field)
 {
     if (field.record != "prefix" || !field.name.ends_with("]")) return false;
@@ -170,8 +170,8 @@ bool isOfClassTable(const MappedField& field)
            field.name == "class green" || field.name == "class blue";
 }
 
-// The fields of the first mask. Of the thousand classes of a header the first and the last of each field
-// stand for all.
+// The fields of the first mask. Of the thousand classes of a header the first and the last of each
+// field stand for all.
 std::vector<MappedField> fieldsOfMask(const FieldMap& map)
 {
     auto field = std::find_if(map.fields.begin(), map.fields.end(), [](const MappedField& f) {

@@ -1,5 +1,5 @@
-// Streams that fail while they are read or written, files that cannot be read at all, and outputs that
-// would take the place of an input.
+// Streams that fail while they are read or written, files that cannot be read at all, and outputs
+// that would take the place of an input.
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>

@@ -316,9 +316,9 @@ TEST_F(LargeFile, AViewOfFilesOfMoreThan4GiBIsReadAtItsEnd)
     expectEnd();
 }
 
-// A fine file that ends long before the base does. Line 131072 of the view begins at its line 2 to the 31st
-// and line 262144 at its line 2 to the 32nd: in 32 bits that would be a place in front of it, and its first
-// line.
+// A fine file that ends long before the base does. Line 131072 of the view begins at its line 2 to
+// the 31st and line 262144 at its line 2 to the 32nd: in 32 bits that would be a place in front of
+// it, and its first line.
 TEST_F(LargeFile, ALineOfAViewBeyondAllLinesOfAFineFileIsItsEnd)
 {
     constexpr int factor = 16384;
@@ -345,9 +345,9 @@ TEST_F(LargeFile, ALineOfAViewBeyondAllLinesOfAFineFileIsItsEnd)
 
 // ---- Headers ----
 
-// A value of a table counts 204 bytes of a header, and its record as many again. 322 tables bring that
-// to 127 below what 31 bits count: what comes before them is more. One value more is too much by
-// itself.
+// A value of a table counts 204 bytes of a header, and its record as many again. 322 tables bring
+// that to 127 below what 31 bits count: what comes before them is more. One value more is too much
+// by itself.
 TEST_F(LargeFile, AHeaderThatCountsMoreThan31BitsIsRefused)
 {
     constexpr int tables = 322, most = 32767, last = 8351;
@@ -380,8 +380,8 @@ TEST_F(LargeFile, AHeaderThatCountsMoreThan31BitsIsRefused)
 
 // ---- Samples ----
 
-// Samples of eleven fields and one feature, on both sides of 2 and of 4 GiB, each found by its place and
-// after the one before it.
+// Samples of eleven fields and one feature, on both sides of 2 and of 4 GiB, each found by its
+// place and after the one before it.
 TEST_F(LargeFile, SamplesBeyond4GiBAreRead)
 {
     constexpr std::int64_t length = 48;

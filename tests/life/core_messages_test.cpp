@@ -1,4 +1,5 @@
-// Messages of channels, lines, navigation and blocks that are about misuse and numbers that cannot be.
+// Messages of channels, lines, navigation and blocks that are about misuse and numbers that cannot
+// be.
 #include <gtest/gtest.h>
 
 #include <filesystem>

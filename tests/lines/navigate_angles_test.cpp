@@ -153,8 +153,8 @@ TEST(AnglesUtil, APositionIsNotLookedAtWithoutAltitudeOrTime)
     EXPECT_EQ(ZELGetBadLatLonCount(), 0);
 }
 
-// Right below the sun, and where the sun is right below, no direction leads to it. The cosine of the
-// zenith is a sum of squares there, which for the declination of this day is exactly 1.
+// Right below the sun, and where the sun is right below, no direction leads to it. The cosine of
+// the zenith is a sum of squares there, which for the declination of this day is exactly 1.
 TEST(AnglesUtil, WithTheSunInTheZenithOrTheNadirTheAzimuthIsZero)
 {
     const auto lat = static_cast<float>(midsummer.declination);
@@ -171,9 +171,9 @@ TEST(AnglesUtil, WithTheSunInTheZenithOrTheNadirTheAzimuthIsZero)
     }
 }
 
-// A pixel 8.4295e-8 radians, 54 cm on the ground, west of the nadir: the cosine is 1 - 32 * 2^-53. It
-// sees the satellite, at 7221.03 km, 8.4295e-8 * 7221.03 / (7221.03 - 6378.374478) radians from its
-// zenith in the east, where the sun stands as well, at an hour angle of -46.879 degrees.
+// A pixel 8.4295e-8 radians, 54 cm on the ground, west of the nadir: the cosine is 1 - 32 * 2^-53.
+// It sees the satellite, at 7221.03 km, 8.4295e-8 * 7221.03 / (7221.03 - 6378.374478) radians from
+// its zenith in the east, where the sun stands as well, at an hour angle of -46.879 degrees.
 TEST(AnglesByHand, APixelNextToTheNadirIsNotTheNadir)
 {
     const float lon = 4.82975e-6f;

@@ -169,8 +169,8 @@ TEST(Interpolate, BothNamesOfTheDateLineAreOnePlace)
     EXPECT_EQ(longitudes(5, 0, 4, {180, -180}), Values(5, 180));
 }
 
-// Going west nothing passes 180 from below, going east nothing -180 from above: longitudes that stand
-// beyond it already stay there, until the tail puts them right.
+// Going west nothing passes 180 from below, going east nothing -180 from above: longitudes that
+// stand beyond it already stay there, until the tail puts them right.
 TEST(Interpolate, InsideACrossingOnlyItsOwnSideIsWrapped)
 {
     EXPECT_EQ(longitudes(6, 0, 4, {200, -170}), (Values{200, 197.5f, 195, 192.5f, 190, -172.5f}));

@@ -1,4 +1,5 @@
-// The blocks that an open reads with the header, files inside files, and the end of a reader's life.
+// The blocks that an open reads with the header, files inside files, and the end of a reader's
+// life.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -344,8 +345,8 @@ TEST(FreeData, LeavesTheStreamOpen)
 
 // ---- Headers whose length no record can say ----
 
-// Where the lines begin that come after an empty slot at a place of a file whose header begins at 0, or why
-// they cannot. Empty: the file is too large for this file system.
+// Where the lines begin that come after an empty slot at a place of a file whose header begins at
+// 0, or why they cannot. Empty: the file is too large for this file system.
 std::string endOfHeader(int version, std::int64_t start)
 {
     const std::unique_ptr<FILE, int (*)(FILE*)> stream(std::tmpfile(), &std::fclose);
@@ -364,8 +365,8 @@ std::string endOfHeader(int version, std::int64_t start)
     return std::to_string(file->HeaderOffset);
 }
 
-// A slot of version 1.11 has 268 bytes, which are counted; one of version 2.30 has 284, and the place
-// after it is taken as it is.
+// A slot of version 1.11 has 268 bytes, which are counted; one of version 2.30 has 284, and the
+// place after it is taken as it is.
 TEST(OpenBlocks, LinesThatBeginBeyond31BitsAreRefused)
 {
     constexpr std::int64_t most = 2147483647;

@@ -119,8 +119,8 @@ TEST(Open, PrintsNothingForAPlainCurrentFile)
     EXPECT_FALSE(file.outcome.ended);
 }
 
-// Header 1221 + 2040 + 6 + 20008, three records of 284 bytes; lines of 8 x 2 + 32 bytes of navigation
-// and scan data, 4 one-byte and 4 two-byte pixels.
+// Header 1221 + 2040 + 6 + 20008, three records of 284 bytes; lines of 8 x 2 + 32 bytes of
+// navigation and scan data, 4 one-byte and 4 two-byte pixels.
 TEST(Open, ComputesTheLayoutThatIsNotStored)
 {
     OpenedFile file(build(smallScene()).bytes);

@@ -102,7 +102,8 @@ TEST(WholeRecord, BlocksHaveTheirSizes)
     ZELDeAllocateLUT(lut);
 }
 
-// Two channels of 4 pixels, of 2 bytes and of 4, with navigation at 2 points: 32 + 16 bytes before them.
+// Two channels of 4 pixels, of 2 bytes and of 4, with navigation at 2 points: 32 + 16 bytes before
+// them.
 TEST(WholeRecord, ALineHasThePixelsOfThePresentChannels)
 {
     const auto file = zel_test::zeroRecord();

@@ -26,10 +26,10 @@ long blocksInUse();
 // How the call ends for each of its allocations that fails: its last message, and the status.
 std::map<std::string, int> endings(const std::function<void()>& call);
 
-// Fails each allocation of the call in turn, also those of the C library. The call returns whether it
-// did what it was to do; finish undoes what it left, however it ended. Each failure must end the process
-// with its message and status, or be reported and returned, or not matter; nothing may be left behind, and a
-// second try must succeed. Returns how many allocations there were.
+// Fails each allocation of the call in turn, also those of the C library. The call returns whether
+// it did what it was to do; finish undoes what it left, however it ended. Each failure must end the
+// process with its message and status, or be reported and returned, or not matter; nothing may be
+// left behind, and a second try must succeed. Returns how many allocations there were.
 long everyFailure(const std::function<bool()>& call, const std::function<void()>& finish);
 
 // The function with no allocation failing in it, whatever the call around it is in for.

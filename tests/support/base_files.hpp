@@ -1,4 +1,5 @@
-// Small valid files with every record of their layout, to be damaged field by field or byte by byte.
+// Small valid files with every record of their layout, to be damaged field by field or byte by
+// byte.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,8 +16,8 @@ namespace zel_test {
 inline constexpr int everyLayout[] = {100, 101, 110, 111, 120, 121, 130, 131, 132, 140, 141,
                                       142, 150, 151, 200, 201, 210, 211, 220, 221, 230};
 
-// The other way round, 2.11 is 0.03, which is between 0.01 and 2.30 as well: such a file is not taken for
-// one of the other byte order.
+// The other way round, 2.11 is 0.03, which is between 0.01 and 2.30 as well: such a file is not
+// taken for one of the other byte order.
 inline bool isReadable(int version, bool bigEndian)
 {
     return version != 211 || !bigEndian;
@@ -27,8 +28,8 @@ struct BaseFile {
     std::size_t padding = 0;  // between the last channel record and the first line
 };
 
-// Channels of every storage code, LUTs, tables, histograms, metadata, navigation points and three lines.
-// A big-endian file has no prefix, since none with one can be read.
+// Channels of every storage code, LUTs, tables, histograms, metadata, navigation points and three
+// lines. A big-endian file has no prefix, since none with one can be read.
 BaseFile baseFile(int version, bool bigEndian);
 
 // The same with lines that no stream holds whole.

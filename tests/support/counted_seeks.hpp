@@ -1,4 +1,5 @@
-// How often the library seeks. This program's own fseeko stands in for the C library's in all tests.
+// How often the library seeks. This program's own fseeko stands in for the C library's in all
+// tests.
 #pragma once
 
 namespace zel_test {

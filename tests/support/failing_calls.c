@@ -1,9 +1,9 @@
 /* Preloaded into a program: makes one of its system calls fail, so that every place that meets a
-   failing disk or failing memory can be looked at. ZEL_FAIL is "<call>:<n>:<errno>": the n-th such call
-   fails, "<call>:<n>:<errno>:on" that one and all after it. Calls are open, read, write, seek and close,
-   of what fopen opens, and memory. "end" is a read of a file that has lost its bytes: it, and all reads
-   of that stream after it, return none. ZEL_FAIL_LOG names a file that gets a line for each failure, with
-   the file that it happened to. */
+   failing disk or failing memory can be looked at. ZEL_FAIL is "<call>:<n>:<errno>": the n-th such
+   call fails, "<call>:<n>:<errno>:on" that one and all after it. Calls are open, read, write, seek
+   and close, of what fopen opens, and memory. "end" is a read of a file that has lost its bytes:
+   it, and all reads of that stream after it, return none. ZEL_FAIL_LOG names a file that gets a
+   line for each failure, with the file that it happened to. */
 #define _GNU_SOURCE
 #include <errno.h>
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-// Where each field of a scene file lies: a walker that notes what the library's own descriptions of its
-// records name.
+// Where each field of a scene file lies: a walker that notes what the library's own descriptions of
+// its records name.
 #pragma once
 
 #include <cstdint>
@@ -29,8 +29,8 @@ struct FieldMap {
     std::size_t end = 0;              // after the last field
 };
 
-// The fields of the valid file, or component, from start on. Its lines begin padding bytes after its
-// last channel record.
+// The fields of the valid file, or component, from start on. Its lines begin padding bytes after
+// its last channel record.
 FieldMap mapFields(const Bytes& file, std::size_t start, std::size_t end, bool bigEndian,
                    std::size_t padding = 0);
 

@@ -13,8 +13,8 @@ namespace zel_test {
 namespace {
 
 // The limits of the format reference and of the headers, by the name of the field; one more and one
-// less of each is tried too. The limits of a count are also what the file has: the value it has, and
-// one more and one less, is always among the values.
+// less of each is tried too. The limits of a count are also what the file has: the value it has,
+// and one more and one less, is always among the values.
 const std::map<std::string, std::vector<double>> limits = {
     {"base component index", {0, 1, 99}},
     {"number of components", {1, 2, 100}},

@@ -1,5 +1,5 @@
-// What a field can be set to: the ends of its type, and both sides of the limits that the format has for
-// it.
+// What a field can be set to: the ends of its type, and both sides of the limits that the format
+// has for it.
 #pragma once
 
 #include <vector>

@@ -18,8 +18,8 @@ struct NaiveChannel {
 
 // A file, one component of a composite, or the view that a composite gives.
 struct NaiveScene {
-    // The field that the format does not allow, or "cut short"; empty when it allows all. And the bytes
-    // that are wrong, or lacking, where they have a place.
+    // The field that the format does not allow, or "cut short"; empty when it allows all. And the
+    // bytes that are wrong, or lacking, where they have a place.
     std::string refusal;
     long refusedFrom = 0, refusedTo = LONG_MAX;
     // Expressions and programs of masks, which have to compile as well.
@@ -33,8 +33,8 @@ struct NaiveScene {
     float resolution = 0;
     std::map<int, NaiveChannel> channels;  // the present ones, by slot
 
-    // Line by line, the present channels in the order of their slots, pixel by pixel; of a view up to
-    // the first line that one of its components does not have.
+    // Line by line, the present channels in the order of their slots, pixel by pixel; of a view up
+    // to the first line that one of its components does not have.
     std::vector<float> values;
     int readableLines = 0;
 };

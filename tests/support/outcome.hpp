@@ -26,8 +26,8 @@ Outcome run(const std::function<void()>& function);
 // The same, with standard input taken from the text.
 Outcome runWithInput(const std::string& input, const std::function<void()>& function);
 
-// The messages of an open without the lines about ancillary grids that this machine does not have: they
-// appear at the first open of a process only.
+// The messages of an open without the lines about ancillary grids that this machine does not have:
+// they appear at the first open of a process only.
 std::string withoutGridNotes(const std::string& text);
 
 // A directory of its own, removed with all its content at the end.

@@ -34,8 +34,8 @@ long offsetIn(const std::string& words)
     return found == std::string::npos ? -1 : std::stol(words.substr(found + before.size()));
 }
 
-// The field that the bytes have wrong, and its place; refusals in the words of the operations name none.
-// A mask whose texts are no longer its own may fail to compile before anything else is wrong.
+// The field that the bytes have wrong, and its place; refusals in the words of the operations name
+// none. A mask whose texts are no longer its own may fail to compile before anything else is wrong.
 bool saysWhatIsWrong(const std::string& messages, const std::string& path,
                      const NaiveScene& expected, bool compiles)
 {

@@ -1,5 +1,5 @@
-// A scene file read from its open to its finish with all that a program may ask of it, and whether that
-// was as the file's bytes have it.
+// A scene file read from its open to its finish with all that a program may ask of it, and whether
+// that was as the file's bytes have it.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -23,8 +23,8 @@ constexpr Place places[] = {
 constexpr int pathSize = 120;
 constexpr int textSize = 240;
 
-// Opens the first file of that name that a place has; path is the last one tried. A path that does not
-// fit is not opened: what is left of it would name another file.
+// Opens the first file of that name that a place has; path is the last one tried. A path that does
+// not fit is not opened: what is left of it would name another file.
 FILE* openGrid(int grid, char (&path)[pathSize])
 {
     for (const Place& place : places) {

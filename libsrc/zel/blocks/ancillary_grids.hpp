@@ -18,16 +18,16 @@ using PrintText = void (*)(const char* text);
 
 const char* gridFileName(int grid);
 
-// Fills one grid from a stream of gridRows x gridColumns bytes; cells missing from the stream stay as they
-// are. False when the stream cannot be read.
+// Fills one grid from a stream of gridRows x gridColumns bytes; cells missing from the stream stay
+// as they are. False when the stream cannot be read.
 bool readGrid(FILE* stream, unsigned char (&cells)[gridRows][gridColumns]);
 
-// Looks for each grid's file and reads it, marking it in wasRead; a missing grid is reported through
-// print.
+// Looks for each grid's file and reads it, marking it in wasRead; a missing grid is reported
+// through print.
 void findGrids(GridCells& cells, int (&wasRead)[numGrids], PrintText print);
 
-// The three lines that end a process which uses a missing grid; opening is the text of the first up to
-// the colon before "Error".
+// The three lines that end a process which uses a missing grid; opening is the text of the first up
+// to the colon before "Error".
 void printMissingGrid(int grid, const char* opening, PrintText print);
 
 // The last lines of every report of a missing grid.

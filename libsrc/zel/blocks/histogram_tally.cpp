@@ -9,8 +9,8 @@
 #include "blocks/zel_histogram_sum.hpp"
 #include "zel_histogram.h"
 
-// The loops here run over blocks of a fixed size without branches, so that a compiler computes several
-// values at a time.
+// The loops here run over blocks of a fixed size without branches, so that a compiler computes
+// several values at a time.
 namespace zel {
 namespace {
 
@@ -80,8 +80,8 @@ void addOneByOne(ZELHistogramType& histogram, const float* values, int count)
     }
 }
 
-// Counts of a histogram of few bins. Neighbouring pixels often fall into the same bin, and an addition
-// has to wait for the one before it to the same counter: four tables take turns.
+// Counts of a histogram of few bins. Neighbouring pixels often fall into the same bin, and an
+// addition has to wait for the one before it to the same counter: four tables take turns.
 class Tally {
 public:
     static constexpr int maxBins = 256;

@@ -83,8 +83,8 @@ float ZELAncillaryFetchPixelSunglint(float sol_zen_deg, float view_zen_deg, floa
     return zel::sunglint(sol_zen_deg, view_zen_deg, azimuth_deg);
 }
 
-// Probability that a wave facet mirrors the sun to the sensor, by the facet's slope. Each named value
-// is held in single precision; functions are evaluated in double.
+// Probability that a wave facet mirrors the sun to the sensor, by the facet's slope. Each named
+// value is held in single precision; functions are evaluated in double.
 float zel::sunglint(float sol_zen_deg, float view_zen_deg, float azimuth_deg)
 {
     const auto sol_zen = static_cast<float>(radiansPerDegreeOf(sol_zen_deg));

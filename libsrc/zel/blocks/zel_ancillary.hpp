@@ -4,7 +4,8 @@
 
 namespace zel {
 
-// Whether this process has looked for the grids, as it does once, for the first file. Tests reset it.
+// Whether this process has looked for the grids, as it does once, for the first file. Tests reset
+// it.
 bool& gridsWereSought();
 
 // Ends the process (-1) when the grid was not read.

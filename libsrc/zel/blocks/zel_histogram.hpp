@@ -10,11 +10,12 @@
 
 namespace zel {
 
-// Reads a record of a file that starts at fileOffset, and computes its statistics. The caller owns it.
+// Reads a record of a file that starts at fileOffset, and computes its statistics. The caller owns
+// it.
 ZELHistogramType* readHistogram(RecordReader& reader, int fileOffset);
 
-// Rewrite a histogram, or all of a file, in place. False, with errno, when the stream cannot seek there
-// or back.
+// Rewrite a histogram, or all of a file, in place. False, with errno, when the stream cannot seek
+// there or back.
 bool updateHistogram(ZELType& file, ZELHistogramType& histogram);
 bool updateAllHistograms(ZELType& file);
 
@@ -24,14 +25,15 @@ ZELHistogramType* duplicateHistogram(ZELHistogramType* histogram);
 // Frees both histograms of a channel.
 void freeHistograms(ZELChannelType& channel);
 
-// The bin of a position given in bins, truncated toward zero; -1 for a position outside every range of
-// bins, or not finite.
+// The bin of a position given in bins, truncated toward zero; -1 for a position outside every range
+// of bins, or not finite.
 inline int binAt(float position)
 {
     return position > -1.0f && position < 65536.0f ? static_cast<int>(position) : -1;
 }
 
-// Adds to a bin, which stays at the limits of its type: a file may hold a count that is there already.
+// Adds to a bin, which stays at the limits of its type: a file may hold a count that is there
+// already.
 inline void addToBin(int32_t& bin, int32_t count)
 {
     const std::int64_t sum = std::int64_t{bin} + count;

@@ -21,9 +21,9 @@ std::uint32_t binadeEnd(std::uint32_t bits)
 
 }  // namespace
 
-// Between two powers of two floats are evenly spaced, so that each addition moves the sum by the same
-// number of floats, once one addition from a float of that spacing has settled which way a tie is
-// rounded. Whole binades are therefore crossed in one step, counted in floats.
+// Between two powers of two floats are evenly spaced, so that each addition moves the sum by the
+// same number of floats, once one addition from a float of that spacing has settled which way a tie
+// is rounded. Whole binades are therefore crossed in one step, counted in floats.
 float zel::addRepeatedly(float sum, float value, int count)
 {
     while (count > 0) {

@@ -4,8 +4,8 @@
 
 namespace zel {
 
-// sum + value + value + ... with count additions, each rounded to float, in a bounded number of steps.
-// Neither sum nor value may be negative.
+// sum + value + value + ... with count additions, each rounded to float, in a bounded number of
+// steps. Neither sum nor value may be negative.
 float addRepeatedly(float sum, float value, int count);
 
 }  // namespace zel

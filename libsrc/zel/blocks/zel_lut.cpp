@@ -102,7 +102,8 @@ struct CopyMessages {
     const char* empty;
 };
 
-// Whether LUTs may be copied between the files; a composite view accepts them though it is read-only.
+// Whether LUTs may be copied between the files; a composite view accepts them though it is
+// read-only.
 bool mayCopy(const ZELType& dest, const ZELType& src, const CopyMessages& messages)
 {
     if (dest.ReadWriteFlag == ZEL_READ_ONLY && dest.numZELComponents < 2) {
@@ -346,7 +347,8 @@ void ZELAppendFileLUTs(ZELType* ZELdataDest, ZELType* ZELdataSrc)
     dest.NumDisplayLUTs = static_cast<int16_t>(total);
 }
 
-// A LUT is in the list as soon as there is memory for it, so that a damaged one is freed with the rest.
+// A LUT is in the list as soon as there is memory for it, so that a damaged one is freed with the
+// rest.
 std::int64_t zel::readLUTs(RecordReader& reader, ZELHeaderType& header)
 {
     LUTReader lutReader(reader);

@@ -110,8 +110,8 @@ void allocateValues(TableType& table)
     if (!table.Table) fail("ZELAllocateTable: cannot allocate Table entries\n");
 }
 
-// Reads tables of a block and adds up the length that a header counts for them: a label's size for each
-// value, as the readers of old layouts expect.
+// Reads tables of a block and adds up the length that a header counts for them: a label's size for
+// each value, as the readers of old layouts expect.
 class TableReader : public zel::PassingOn<zel::RecordReader> {
 public:
     using PassingOn::PassingOn;
@@ -133,7 +133,8 @@ private:
     std::int64_t total_ = 0;
 };
 
-// Prints, in a function's name, what a walker has read or written of a table: each value when it is there.
+// Prints, in a function's name, what a walker has read or written of a table: each value when it is
+// there.
 template <class Walker>
 class TableTrace : public zel::PassingOn<Walker> {
 public:

@@ -87,8 +87,8 @@ void Container::addCopied(std::int64_t bytes)
     progress("bytes", static_cast<double>(copied_), static_cast<double>(expected_));
 }
 
-// Copies a block of the input; returns its bytes, 0 at the end. The blocks are larger than the output's
-// buffer, which is empty then, and bypass it.
+// Copies a block of the input; returns its bytes, 0 at the end. The blocks are larger than the
+// output's buffer, which is empty then, and bypass it.
 std::int64_t Container::copyBlock(FILE* input)
 {
     unsigned char* block = block_.get();
@@ -98,7 +98,8 @@ std::int64_t Container::copyBlock(FILE* input)
     return static_cast<std::int64_t>(got);
 }
 
-// Lets the system copy what it can of the input, once the first bytes are written; returns how many.
+// Lets the system copy what it can of the input, once the first bytes are written; returns how
+// many.
 std::int64_t Container::copyInSystem(FILE* input)
 {
     if (!begun_) return 0;

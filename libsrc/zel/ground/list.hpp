@@ -1,5 +1,5 @@
-// Singly linked lists in insertion order, as LUTs and tables are kept. next names a node's pointer to
-// its successor.
+// Singly linked lists in insertion order, as LUTs and tables are kept. next names a node's pointer
+// to its successor.
 #ifndef ZEL_GROUND_LIST_HPP
 #define ZEL_GROUND_LIST_HPP
 

@@ -7,10 +7,10 @@
 
 namespace zel {
 
-// Copies at most size bytes from the place of one stream to that of the other, which holds no unwritten
-// bytes, and moves both streams past them; returns how many. 0 at the end of the input, for files that the system does not copy, and
-// on errors: reading and writing goes on from there, and reports them. -1, with errno, when a stream does
-// not move.
+// Copies at most size bytes from the place of one stream to that of the other, which holds no
+// unwritten bytes, and moves both streams past them; returns how many. 0 at the end of the input,
+// for files that the system does not copy, and on errors: reading and writing goes on from there,
+// and reports them. -1, with errno, when a stream does not move.
 std::int64_t copyInSystem(FILE* from, FILE* to, std::int64_t size);
 
 }  // namespace zel

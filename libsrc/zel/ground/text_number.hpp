@@ -18,8 +18,8 @@ inline std::string_view withoutLeadingBlanks(std::string_view text)
     return text.substr(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
 }
 
-// The integer that a text begins with, after blanks; 0 when it begins with none. A number too large for
-// an int is the nearest one that is not.
+// The integer that a text begins with, after blanks; 0 when it begins with none. A number too large
+// for an int is the nearest one that is not.
 inline int leadingInteger(std::string_view text)
 {
     text = withoutLeadingBlanks(text);
@@ -33,8 +33,8 @@ inline int leadingInteger(std::string_view text)
     return static_cast<int>(isNegative ? -value : std::min(value, static_cast<long long>(INT_MAX)));
 }
 
-// The number that a text begins with, after blanks; 0 when it begins with none. What is too large for
-// a double is infinite.
+// The number that a text begins with, after blanks; 0 when it begins with none. What is too large
+// for a double is infinite.
 inline double leadingNumber(std::string_view text)
 {
     text = withoutLeadingBlanks(text);

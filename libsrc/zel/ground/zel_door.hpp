@@ -25,8 +25,9 @@ void reportCharacter(char character);
 [[noreturn, gnu::format(printf, 1, 2)]] void fail(const char* format, ...);
 [[noreturn, gnu::format(printf, 2, 3)]] void failWith(int status, const char* format, ...);
 
-// Asks whether an existing file may be overwritten and reads one line of the answer, of which at most
-// answerSize characters are looked at; ends the process with status 0 unless it begins with "y".
+// Asks whether an existing file may be overwritten and reads one line of the answer, of which at
+// most answerSize characters are looked at; ends the process with status 0 unless it begins with
+// "y".
 void confirmOverwrite(const char* filename, int answerSize);
 
 // Tells the progress sink, when there is one.

@@ -7,8 +7,8 @@
 
 namespace {
 
-// The slot's channel, when it is present. An index equal to MaxNumChan passes, and programs depend on
-// that; the slots after the file's own are empty.
+// The slot's channel, when it is present. An index equal to MaxNumChan passes, and programs depend
+// on that; the slots after the file's own are empty.
 ZELChannelType* presentChannel(ZELType* file, int index)
 {
     if (index < 0 || index > file->ZELHeader.MaxNumChan || index >= ZEL_MAX_CHANNELS)

@@ -96,8 +96,8 @@ double cosSolarZenith(const Geometry& g, const Place& p)
                      g.sinDeclination * p.sinLat);
 }
 
-// Cosine of the angle at the earth's centre between nadir and pixel. At the nadir itself it is exactly
-// 1, which the sum may miss by its rounding.
+// Cosine of the angle at the earth's centre between nadir and pixel. At the nadir itself it is
+// exactly 1, which the sum may miss by its rounding.
 double cosFromNadir(const Geometry& g, const Place& p)
 {
     if (p.lon == g.nadirLon && p.sinLat == g.sinNadir && p.cosLat == g.cosNadir) return 1.0;
@@ -159,9 +159,10 @@ double extent(const float* values, int count)
     return static_cast<double>(max) - static_cast<double>(min);
 }
 
-// Neighbouring pixels see the sun at nearly the same angle: going from one place to another changes the
-// cosine by no more than the angle between them, which is at most that of the latitudes and that of the
-// longitudes together. Unless the limit is that close, the pixel in the middle decides for its block.
+// Neighbouring pixels see the sun at nearly the same angle: going from one place to another changes
+// the cosine by no more than the angle between them, which is at most that of the latitudes and
+// that of the longitudes together. Unless the limit is that close, the pixel in the middle decides
+// for its block.
 void markBlock(const Geometry& g, const float* lat, const float* lon, int count,
                std::uint8_t* daylight)
 {

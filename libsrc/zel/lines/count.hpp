@@ -9,8 +9,8 @@
 
 namespace zel {
 
-// Counts channels of one line. Which pixels lie on the earth, and which in daylight, is the same for all
-// channels and found once.
+// Counts channels of one line. Which pixels lie on the earth, and which in daylight, is the same
+// for all channels and found once.
 class LineCounter {
 public:
     explicit LineCounter(ZELType& file) : file_(file) {}

@@ -71,8 +71,8 @@ float FileReader::findVersion()
     return header.VersionNumber;
 }
 
-// A version that makes no sense is read once more in the other byte order, from the very start of the
-// file: files in the other order have no prefix and are no components.
+// A version that makes no sense is read once more in the other byte order, from the very start of
+// the file: files in the other order have no prefix and are no components.
 void FileReader::beginHeader(ZELHeaderType& header)
 {
     header.VersionNumber = findVersion();
@@ -125,7 +125,8 @@ void FileReader::channel(const ZELChannelType& c)
     require(size == c.DataByteSize, "DataByteSize", c.DataByteSize);
 }
 
-// The feature layer ends the process with words that name no file, and with the system's last error.
+// The feature layer ends the process with words that name no file, and with the system's last
+// error.
 void FileReader::mask(ZELChannelType& c)
 {
     const auto place = static_cast<long long>(position());
@@ -143,8 +144,8 @@ void FileReader::histogram(const ZELType& file, ZELHistogramType*& histogram)
     histogram = readHistogram(*this, file.fileOffset);
 }
 
-// From 1.41 on a header is as long as what is read of it. The lengths that older ones count leave out a
-// prefix, and have both histogram blocks with the bins of the channel's own.
+// From 1.41 on a header is as long as what is read of it. The lengths that older ones count leave
+// out a prefix, and have both histogram blocks with the bins of the channel's own.
 void FileReader::slot(ZELType& file, int slot)
 {
     completeChannel(file, slot);

@@ -18,8 +18,9 @@ struct UnsupportedVersion {
     std::int64_t offset;
 };
 
-// The walker of walkFile: takes memory for the blocks, refuses numbers that cannot be, and supplies what old
-// headers leave out. Messages on the way are for opens, and not for those who listen to the fields.
+// The walker of walkFile: takes memory for the blocks, refuses numbers that cannot be, and supplies
+// what old headers leave out. Messages on the way are for opens, and not for those who listen to
+// the fields.
 class FileReader : public RecordReader {
 public:
     // At a place of the file's stream; the file ends at end.
@@ -48,8 +49,8 @@ private:
 // Ends the process when the prefix says that the file needs a newer library.
 void requireLibraryFor(const Prefix& prefix);
 
-// Reads from the header at the reader's place to the first line, and sets all that follows from that. The
-// channels have no memory yet. Throws Damage and UnsupportedVersion.
+// Reads from the header at the reader's place to the first line, and sets all that follows from
+// that. The channels have no memory yet. Throws Damage and UnsupportedVersion.
 void readFile(FileReader& reader, ZELType& file);
 
 // The same from fileOffset on, with the prefix, when there is one.

@@ -6,8 +6,9 @@
 
 namespace zel {
 
-// Writes prefix, header and channel records at the start of the record's stream, and notes where the blocks
-// are that are rewritten later. Write errors stay with the stream, or end the process (-1).
+// Writes prefix, header and channel records at the start of the record's stream, and notes where
+// the blocks are that are rewritten later. Write errors stay with the stream, or end the process
+// (-1).
 void writeFile(ZELType& file);
 
 }  // namespace zel

@@ -318,8 +318,8 @@ void run(void* data)
 
 }  // namespace
 
-// What ends the process in an open, such as a mask that cannot be read, ends the dump only; but the sink may
-// end the process.
+// What ends the process in an open, such as a mask that cannot be read, ends the dump only; but the
+// sink may end the process.
 int ZELDumpFile(const char* filename, int depth, ZELDumpSink sink, void* userData)
 {
     const int order = SwapByteOrdering;

@@ -62,8 +62,8 @@ void checkWritten(const ZELType& file, bool isWhole)
              std::strerror(errno));
 }
 
-// Whether a line that was in the file when it was opened is now missing. That is an end of file like any
-// other, but it is reported.
+// Whether a line that was in the file when it was opened is now missing. That is an end of file
+// like any other, but it is reported.
 bool endsHere(const ZELType& file)
 {
     const int next = std::getc(file.fptr);
@@ -200,8 +200,8 @@ int moveTo(ZELType& file, long long line, const char* function)
     return file.CurrentLine;
 }
 
-// Whether every channel of a view has its buffer, as it has between open and finish. The channels are in
-// the first slots.
+// Whether every channel of a view has its buffer, as it has between open and finish. The channels
+// are in the first slots.
 bool hasPixels(const ZELType& view)
 {
     for (int i = 0; i < view.NumTotalChans; ++i)

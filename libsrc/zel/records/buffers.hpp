@@ -34,8 +34,8 @@ void allocateLineBuffers(ZELType& file, const LineBufferOptions& options);
 // Allocates LatBuffer and LonBuffer when the file has navigation points.
 void allocateNavigation(ZELType& file, const char* function);
 
-// How messages name a channel whose buffers cannot be allocated: "FUNCTION: cannot allocate memory for
-// channel NUMBER" (-3), or "FUNCTION: cannot allocate PIXELS" with a status of its own.
+// How messages name a channel whose buffers cannot be allocated: "FUNCTION: cannot allocate memory
+// for channel NUMBER" (-3), or "FUNCTION: cannot allocate PIXELS" with a status of its own.
 struct ChannelBufferNames {
     const char* function;
     int number;

@@ -1,5 +1,5 @@
-// What an open record keeps to itself, beside its public fields: the memory of its lines, the byte order
-// of its file, and whether the line that it holds has its values.
+// What an open record keeps to itself, beside its public fields: the memory of its lines, the byte
+// order of its file, and whether the line that it holds has its values.
 #ifndef ZEL_RECORDS_FILE_STATE_HPP
 #define ZEL_RECORDS_FILE_STATE_HPP
 
@@ -9,8 +9,8 @@
 
 namespace zel {
 
-// Memory that lives until the record is finished. It is kept in a list, so that nothing is lost when the
-// public pointers to it are pointed elsewhere.
+// Memory that lives until the record is finished. It is kept in a list, so that nothing is lost
+// when the public pointers to it are pointed elsewhere.
 class LineMemory {
 public:
     // Zeroed bytes, or null.
@@ -26,7 +26,8 @@ private:
 // The byte order of the file. SwapByteOrdering is shared by all files, and the next open sets it.
 class ByteOrderWatch {
 public:
-    // Notes the order in force as the file's: it was found in the file, or the file is written in it.
+    // Notes the order in force as the file's: it was found in the file, or the file is written in
+    // it.
     void note();
     // Whether another one is in force now; true only the first time.
     bool losesOrder();
@@ -63,7 +64,8 @@ FileState* stateOf(const ZELType& file);
 // The same, created when it does not exist yet; null when memory fails.
 FileState* makeState(ZELType& file);
 
-// Warns in the function's name, once a file, when what is written is not in the order of its header.
+// Warns in the function's name, once a file, when what is written is not in the order of its
+// header.
 void warnOfWrittenOrder(const ZELType& file, const char* function);
 
 // Whether an open file was found to be in the other byte order than the host.

@@ -11,8 +11,8 @@ namespace zel {
 // Reads a mask block; null for the block of a channel without a mask.
 ZELFeatureMaskType* readMask(RecordReader& reader);
 
-// Writes a mask block; a null mask is the single number 0. False, with errno, when that fails; a message
-// says what with.
+// Writes a mask block; a null mask is the single number 0. False, with errno, when that fails; a
+// message says what with.
 bool writeMask(FILE* stream, ZELFeatureMaskType* mask);
 
 // Whether the classifiers of a mask have all that a file says of them; a null mask has.

@@ -27,7 +27,8 @@ void readPrefix(RecordReader& reader, Directory& directory)
     directory.headerOffset = reader.position();
 }
 
-// False when the kind of file cannot be determined: the start of a composite would pass for a plain file.
+// False when the kind of file cannot be determined: the start of a composite would pass for a plain
+// file.
 bool readFrom(FILE* stream, Directory& directory)
 {
     try {

@@ -22,16 +22,17 @@ struct Directory {
 // Whether a prefix begins at the reader's place. The reader stays there.
 bool hasPrefix(RecordReader& reader);
 
-// Reads the directory of a named file. False, after a message, when the file cannot be opened or read.
+// Reads the directory of a named file. False, after a message, when the file cannot be opened or
+// read.
 bool readDirectory(const char* filename, Directory& directory);
 
-// Opens the file as well: null after the message, which names the function. The stream is then where the header of
-// a plain file begins.
+// Opens the file as well: null after the message, which names the function. The stream is then
+// where the header of a plain file begins.
 OpenedFile openDirectory(const char* function, const char* filename, Directory& directory);
 
-// Refuses, by a Damage that is thrown, a composite with a component that does not lie inside the file, or with
-// a base index, where it is used, that names none. Components may overlap, and a size of 0 reaches to the end
-// of the file.
+// Refuses, by a Damage that is thrown, a composite with a component that does not lie inside the
+// file, or with a base index, where it is used, that names none. Components may overlap, and a size
+// of 0 reaches to the end of the file.
 void requireComponents(const Directory& directory, bool usesBase);
 
 // The same with a message: false when it is refused.

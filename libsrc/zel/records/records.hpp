@@ -7,8 +7,8 @@
 
 namespace zel {
 
-// The characters that a file begins with, of which there is no terminator in the file, and the width of
-// the version text after them.
+// The characters that a file begins with, of which there is no terminator in the file, and the
+// width of the version text after them.
 inline constexpr int magicSize = 3;
 inline constexpr int versionTextSize = 10;
 
@@ -155,7 +155,8 @@ constexpr void walkHistogram(Walker& w, ZELHistogramType& histogram)
 
 // ---- Whole records ----
 // Their walkers also take blocks and pixels:
-//     walker.luts(file), walker.tables(list), walker.mask(channel), walker.histogram(file, histogram)
+//     walker.luts(file), walker.tables(list), walker.mask(channel),
+//     walker.histogram(file, histogram),
 //     walker.pixels(file, slot);
 // and look at what they have before they go on:
 //     walker.counts(file);                          the counts of the header are there
@@ -259,8 +260,8 @@ std::int64_t lutRecordSize(int numValues);
 std::int64_t tableRecordSize(int numValues);
 std::int64_t histogramRecordSize(int numBins);
 
-// Whether a stream begins with a prefix: then nothing else has its place there. False where that cannot
-// be read. The stream stays where it is.
+// Whether a stream begins with a prefix: then nothing else has its place there. False where that
+// cannot be read. The stream stays where it is.
 bool beginsWithPrefix(FILE* stream);
 
 // Bytes of a stored pixel by storage code; 0 for no storage code.

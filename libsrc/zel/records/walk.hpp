@@ -1,6 +1,7 @@
-// The walkers that a record's description is handed to. A description names its fields in file order:
+// The walkers that a record's description is handed to. A description names its fields in file
+// order:
 //     walker.field("year", header.year);            a number
-//     walker.text("DataComment", buffer, 2000);     a text of fixed width, ended by a zero inside it
+//     walker.text("DataComment", buffer, 2000);     a text of fixed width, ended by a zero
 //     walker.array("Table", values, count);         numbers or raw bytes in a row
 //     if (walker.since(131)) ...                    fields that came with layout version 1.31
 // and says between them how far it has come:
@@ -99,8 +100,8 @@ enum class Numbers { ofScene, bigEndian };
 // The end of a stream that cannot say where it ends.
 inline constexpr std::int64_t unknownEnd = INT64_MAX;
 
-// Reads fields from a stream that is at position; end is where the file or component ends. A
-// field that is cut short, and a number that a check refuses, are thrown as Damage. A number that is not
+// Reads fields from a stream that is at position; end is where the file or component ends. A field
+// that is cut short, and a number that a check refuses, are thrown as Damage. A number that is not
 // whole is left as it was.
 class RecordReader {
 public:
@@ -205,11 +206,12 @@ private:
     std::size_t numFields_ = 0;
 };
 
-// The bytes that a stream has in all; its place is kept. A stream without a known length is thrown as Damage.
+// The bytes that a stream has in all; its place is kept. A stream without a known length is thrown
+// as Damage.
 std::int64_t lengthOf(FILE* stream);
 
-// Writes at another place of a stream and goes back. False, with errno, when it would not go there or
-// back; other write errors stay with the stream.
+// Writes at another place of a stream and goes back. False, with errno, when it would not go there
+// or back; other write errors stay with the stream.
 template <class Write>
 bool rewriteAt(FILE* stream, std::int64_t place, Write write)
 {
@@ -219,8 +221,8 @@ bool rewriteAt(FILE* stream, std::int64_t place, Write write)
     return fseeko(stream, position, SEEK_SET) == 0;
 }
 
-// Writes fields in the current layout. Write errors stay with the stream, except a failed seek, which
-// shows only in the count written.
+// Writes fields in the current layout. Write errors stay with the stream, except a failed seek,
+// which shows only in the count written.
 class RecordWriter {
 public:
     static constexpr bool reads = false;

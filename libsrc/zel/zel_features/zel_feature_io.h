@@ -28,8 +28,8 @@ void FileWrite(const void* buffer, int size, int count, FILE* fptr);
 /* Writes a string; null is written as an empty one. */
 void WriteString(FILE* fptr, const char* string);
 
-/* Reads a string, which the caller frees with free(). Where the stream says how much it has, a length is
-   compared with that before memory is taken for it; a pipe is read as it comes. */
+/* Reads a string, which the caller frees with free(). Where the stream says how much it has, a
+   length is compared with that before memory is taken for it; a pipe is read as it comes. */
 char* ReadString(FILE* fptr);
 
 #ifdef __cplusplus

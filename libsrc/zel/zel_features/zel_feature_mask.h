@@ -78,8 +78,8 @@ void ZELFeatureFreeMaskList(ZELFeatureMaskListType* list);
 
 /* ---- Files ---- */
 
-/* Writes a mask: version "1.2", with the date of now, which also replace the mask's Header, and with
-   class counts of 0 in the headers of its classifiers. A classifier without features ends the
+/* Writes a mask: version "1.2", with the date of now, which also replace the mask's Header, and
+   with class counts of 0 in the headers of its classifiers. A classifier without features ends the
    process (-1). Null is written as the single number 0; a mask without classifiers begins with that
    number too, and cannot be read again. */
 void ZELFeatureWriteMask(ZELFeatureMaskType* mask, FILE* fptr);

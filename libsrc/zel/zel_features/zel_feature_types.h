@@ -148,8 +148,8 @@ typedef struct ZELPixelStruct {
 } ZELPixelStruct;
 
 /* A line of pixels, stored by field. Each row is float[numPixels]. A variable, register or class
-   weight without a row (null) is read from, and written to, the pixel record. A channel without a row
-   reads as 0.0 and ignores writes. A row that is assigned to must not overlap another. */
+   weight without a row (null) is read from, and written to, the pixel record. A channel without a
+   row reads as 0.0 and ignores writes. A row that is assigned to must not overlap another. */
 typedef struct ZELLineStruct {
     int numPixels;
     int numChannels;

@@ -52,16 +52,15 @@ void setupProgramLogic(ProgramStruct* Program);
    evaluated (the pixel's Class is then 0), -1 on a run-time error, which was printed. */
 int executeProgram(const ProgramStruct* Program, ZELPixelStruct* Pixel);
 
-/* Runs the program on every pixel of the line, in order, as if the record were filled from the rows,
-   executeProgram called on it, and the rows written back: the same values to the bit, the same
-   results, the same errors (zel_evaluate.h: ZELEvaluateLine, which also says what becomes of the
-   record). Registers and class weights without a row carry over from pixel to pixel in *pixel; only
-   weights that the program names are touched. Pixels where passedOver, int[numPixels] or null, is
-   not 0 are left alone and have that for their result. results receives int[numPixels]; it must not
-   be passedOver.
-
-   A program runs on rows, many pixels at a time, when no pixel can read a register or variable
-   without a row before it has written it, and when no statement can fail; else pixel after pixel. */
+/* Runs the program on every pixel of the line, in order, as if the record were filled from the
+   rows, executeProgram called on it, and the rows written back: the same values to the bit, the
+   same results, the same errors (zel_evaluate.h: ZELEvaluateLine, which also says what becomes of
+   the record). Registers and class weights without a row carry over from pixel to pixel in *pixel;
+   only weights that the program names are touched. Pixels where passedOver, int[numPixels] or null,
+   is not 0 are left alone and have that for their result. results receives int[numPixels]; it must
+   not be passedOver. A program runs on rows, many pixels at a time, when no pixel can read a
+   register or variable without a row before it has written it, and when no statement can fail; else
+   pixel after pixel. */
 void ZELExecuteProgramLine(const ProgramStruct* Program, ZELPixelStruct* pixel,
                            const ZELLineStruct* line, const int* passedOver, int* results);
 

@@ -94,8 +94,8 @@ TEST(ProgramRun, ClassesOfAListAreRoundedAndThoseOutsideTheTableIgnored)
         EXPECT_EQ(program.pixel.class_weights[i], i == 0 || i == 3 || i == 999 ? 4.0f : 0.0f) << i;
 }
 
-// Half of the way is added in double: of floats, 0.49999997 and 0.5 make 1. What is written as 4.4999998
-// is the float 4.5.
+// Half of the way is added in double: of floats, 0.49999997 and 0.5 make 1. What is written as
+// 4.4999998 is the float 4.5.
 TEST(ProgramRun, ClassesJustBelowAHalfAreRoundedAsTheirFloatsAre)
 {
     const std::pair<const char*, int> rows[] = {

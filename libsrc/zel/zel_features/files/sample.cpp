@@ -30,8 +30,8 @@ bool isSample(const ZELFeatureFileStruct& file, long long sample)
     return sample >= 0 && sample < file.NumberOfSamples;
 }
 
-// Whether the stream is right after the sample that was read last. The first read seeks whatever the indices
-// say: no sample has been read from a stream that is right after the header.
+// Whether the stream is right after the sample that was read last. The first read seeks whatever
+// the indices say: no sample has been read from a stream that is right after the header.
 bool standsAtCurrent(const ZELFeatureFileStruct& file)
 {
     return file.CurrentSample - file.PreviousSample == 1 && ftello(file.fptr) != file.HeaderOffset;
@@ -50,8 +50,8 @@ void goToCurrent(ZELFeatureFileStruct& file)
     if (fseeko(file.fptr, place, SEEK_SET) != 0) failReading(file);
 }
 
-// The fields of the current sample up to where the file ends; the others stay as they are. Whether it
-// is whole.
+// The fields of the current sample up to where the file ends; the others stay as they are. Whether
+// it is whole.
 bool readSample(ZELFeatureFileStruct& file)
 {
     zel::FeatureReader reader(file.fptr, {0, zel::unknownEnd});

@@ -116,7 +116,8 @@ void FeatureReader::bound(const char* name, int number, int minItemSize, std::in
     throw damage;
 }
 
-// The fault is in the file or was reported already: an earlier error of the system is not the reason.
+// The fault is in the file or was reported already: an earlier error of the system is not the
+// reason.
 void failDamaged(const Damage& damage)
 {
     errno = 0;

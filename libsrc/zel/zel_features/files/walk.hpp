@@ -1,13 +1,13 @@
-// The walkers that the descriptions of the feature layer's records are handed to: numbers big-endian,
-// texts after their length. A description names its fields in file order:
-//     walker.field("random seed", p.RandomSeed);             a number
-//     walker.array("feature maxima", info.Max, count);       numbers in a row
-//     walker.string("date", header.DateTimeString);          a text
-//     walker.present("label", entry.Label)                   whether an optional item is there
-//     walker.expression("condition", entry.Condition);       an expression, as its text
-//     walker.count("entries", group.num, 12);                how many items of that size at least follow
-//     walker.place(p.ClassOffset);                           where the next field is
-//     if (walker.since(111)) ...                             fields that came with version 1.11
+// The walkers that the descriptions of the feature layer's records are handed to: numbers
+// big-endian, texts after their length. A description names its fields in file order:
+//     walker.field("random seed", p.RandomSeed);         a number
+//     walker.array("feature maxima", info.Max, count);   numbers in a row
+//     walker.string("date", header.DateTimeString);      a text
+//     walker.present("label", entry.Label)               whether an optional item is there
+//     walker.expression("condition", entry.Condition);   an expression, as its text
+//     walker.count("entries", group.num, 12);            how many items of 12 bytes or more follow
+//     walker.place(p.ClassOffset);                       where the next field is
+//     if (walker.since(111)) ...                         fields that came with version 1.11
 #ifndef ZEL_FEATURES_FILES_WALK_HPP
 #define ZEL_FEATURES_FILES_WALK_HPP
 
@@ -36,9 +36,9 @@ struct Extent {
 };
 Extent extentOf(FILE* stream);
 
-// A reader of big-endian numbers, strings and expressions. What the rest of the file cannot bear out is
-// thrown as Damage before anything is allocated for it, where the stream says how much that is: a pipe
-// does not. Strings replace those that a record owns already.
+// A reader of big-endian numbers, strings and expressions. What the rest of the file cannot bear
+// out is thrown as Damage before anything is allocated for it, where the stream says how much that
+// is: a pipe does not. Strings replace those that a record owns already.
 class FeatureReader : public RecordReader {
 public:
     FeatureReader(FILE* stream, Extent extent)
