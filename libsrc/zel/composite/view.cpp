@@ -9,6 +9,7 @@
 #include "ground/text.hpp"
 #include "ground/zel_door.hpp"
 #include "life/zel_channel.hpp"
+#include "lines/channel_records.hpp"
 #include "lines/composite_seam.hpp"
 #include "records/buffers.hpp"
 #include "records/pixels.hpp"
@@ -117,7 +118,6 @@ void renumberAngles(ZELHeaderType& view, const ZELHeaderType& reference, int slo
 void gatherChannels(ZELType& view, const ZELType& reference)
 {
     int index = 0;
-    view.LineOffset = view.NavOffset;
     for (int i = 0; i < view.numZELComponents; ++i) {
         ZELType& component = view.ZELComponent[i];
         for (const auto [slot, source] : zel::presentChannels(component)) {
@@ -125,15 +125,13 @@ void gatherChannels(ZELType& view, const ZELType& reference)
                 renumberAngles(view.ZELHeader, reference.ZELHeader, slot, index);
             ZELChannelType& channel = view.Channels[index];
             copyChannel(channel, source);
-            channel.DataOffset = view.LineOffset;
-            view.LineOffset += channel.DataByteSize * view.ZELHeader.NPixelPerLine;
             zel::allocateChannel(view, index,
                                  {"ZELOpenCompositeReadOnlyFile", i + 1, "pixel buffer", -1});
             channel.ChannelLUT = zel::createScalingTable(channel);
             ++index;
         }
     }
-    view.NumTotalChans = index;
+    zel::placeChannels(view);
 }
 
 // The view shares the line buffers of the reference component.

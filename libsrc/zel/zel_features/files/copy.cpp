@@ -38,15 +38,6 @@ void compileAgain(CommandStruct& to, const CommandStruct& from, const CommandStr
     }
 }
 
-void copyFiles(IOStruct& to, const IOStruct& from)
-{
-    to.outputFilename = zel::copyNullable(from.outputFilename);
-    for (const InputStruct* input = from.inputListHead; input; input = input->next) {
-        InputStruct* copy = allocateNewInput(&to);
-        copy->Filename = zel::copyNullable(input->Filename);
-    }
-}
-
 void copyClasses(ZELClassStruct& to, const ZELClassStruct& from)
 {
     for (int i = 0; i < ZEL_FEATURE_NUM_CLASSES; ++i) {
@@ -58,6 +49,15 @@ void copyClasses(ZELClassStruct& to, const ZELClassStruct& from)
 }
 
 }  // namespace
+
+void zel::copyFiles(IOStruct& to, const IOStruct& from)
+{
+    to.outputFilename = copyNullable(from.outputFilename);
+    for (const InputStruct* input = from.inputListHead; input; input = input->next) {
+        InputStruct* copy = allocateNewInput(&to);
+        copy->Filename = copyNullable(input->Filename);
+    }
+}
 
 void zel::copyParameters(ZELParameterStruct& to, const ZELParameterStruct& from, CopyList copyList)
 {

@@ -10,6 +10,9 @@ namespace zel {
 using CopyList = void (*)(CommandStruct& to, const CommandStruct& from,
                           const CommandStruct& conditions);
 
+// Copies the names of the input files and of the output.
+void copyFiles(IOStruct& to, const IOStruct& from);
+
 // Makes to a copy of from, with nothing counted or measured yet.
 void copyParameters(ZELParameterStruct& to, const ZELParameterStruct& from, CopyList copyList);
 

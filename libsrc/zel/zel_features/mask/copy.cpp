@@ -26,15 +26,6 @@ void copyStack(ZELStackStruct*& to, const ZELStackStruct* from)
     to->expression = zel::copyNullable(from->expression);
 }
 
-void copyFiles(IOStruct& to, const IOStruct& from)
-{
-    zel::setNullable(to.outputFilename, from.outputFilename);
-    for (const InputStruct* input = from.inputListHead; input; input = input->next) {
-        InputStruct* copy = allocateNewInput(&to);
-        copy->Filename = zel::copyNullable(input->Filename);
-    }
-}
-
 void copyInfo(InfoStruct& to, const InfoStruct& from)
 {
     zel::setNullable(to.IdentifierString, from.IdentifierString);
@@ -116,7 +107,7 @@ void zel::copyCommands(CommandStruct& to, const CommandStruct& from)
 void ZELFeatureCopyMaskParameters(ZELMaskParameterType* dest, const ZELMaskParameterType* source)
 {
     initializeMaskParameterStruct(dest);
-    copyFiles(dest->IO, source->IO);
+    zel::copyFiles(dest->IO, source->IO);
     if (source->FilterConditions) {
         CommandStruct& conditions =
             zel::filterConditions(*dest, "ZELFeatureCopyMaskParameters: cannot allocate memory\n");
