@@ -55,6 +55,7 @@ FACES = {"zel.h", "zel_features.h"}
 DOOR = CORE + "ground/zel_door.cpp"
 MAX_FILE_LINES = 450
 MAX_FUNCTION_LINES = 120
+MAX_COLUMNS = 100  # the formatter does not wrap comments
 
 SOURCE_SUFFIXES = (".h", ".hpp", ".cpp")
 
@@ -253,6 +254,9 @@ def check_length(path, text):
         if last - first + 1 > MAX_FUNCTION_LINES:
             yield "%s:%d: a function of %d lines, %d are the most" % (
                 path, first, last - first + 1, MAX_FUNCTION_LINES)
+    for number, line in enumerate(text.split("\n"), 1):
+        if len(line) > MAX_COLUMNS:
+            yield "%s:%d: %d columns, %d are the most" % (path, number, len(line), MAX_COLUMNS)
 
 
 # --- the tree ----------------------------------------------------------------------------------
@@ -450,6 +454,10 @@ class Length(unittest.TestCase):
         self.assertEqual(len(self.messages(text)), 1)
         self.assertEqual(self.messages(text, "libsrc/zel/lines/zel_almanac.cpp"), [])
         self.assertEqual(self.messages("\n" * MAX_FILE_LINES), [])
+
+    def test_a_wide_line_is_refused_comment_or_not(self):
+        self.assertEqual(len(self.messages("\n// " + "x" * 98 + "\n")), 1)
+        self.assertEqual(self.messages("// " + "x" * 97 + "\n"), [])
 
     def test_a_long_function_is_refused_wherever_it_stands(self):
         body = "{\n" + "    x = {1};\n" * MAX_FUNCTION_LINES + "}\n"
