@@ -69,7 +69,7 @@ public:
     }
     bool holds(const char* name) const { return file(fs::path(name).filename()) == name; }
 
-    // Puts everything back; the names of files that are no longer what they were.
+    // Restores all files; returns the names of those that had changed.
     std::vector<std::string> tidy()
     {
         std::vector<std::string> changed;
@@ -93,7 +93,7 @@ private:
     std::map<std::string, std::string> files_;
 };
 
-// Nobody answers the tool, and nobody listens. Its grids are not looked for on this machine.
+// Standard input is empty and output is discarded. Grids of this machine are not used.
 Directory& directory()
 {
     static Directory theDirectory;

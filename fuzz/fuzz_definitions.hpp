@@ -64,7 +64,7 @@ private:
     std::deque<Row> rows_;
 };
 
-// The values that calculations go wrong with, between ordinary ones.
+// Values that often go wrong in calculations, among ordinary ones.
 inline float awkwardValue(std::size_t n)
 {
     using Limits = std::numeric_limits<float>;

@@ -65,7 +65,7 @@ bool guarded(Action action, std::string& said)
     return returned;
 }
 
-// Ends the run, with the input kept, when what must hold does not.
+// Ends the run and keeps the input when the condition does not hold.
 inline void require(bool holds, const char* otherwise)
 {
     if (holds) return;

@@ -128,10 +128,10 @@ MASK_LINES = {
     "texts": b"title \"Title\"\ncomment said\n", "name": b"savemaskfilename mask\n",
     "definition": b"condition cold: Ch3<280\npreclassfilter cold:3,4-7:\"label\"\n",
     "filter_before": b"preclassfilter Ch1>0:5\n",
-    "filter_behind": b"postclassfilter Ch2:class=7\npostclassfilter 1:skip_pixel\n",
+    "filter_after": b"postclassfilter Ch2:class=7\npostclassfilter 1:skip_pixel\n",
     "program_before": b"beginpreprocess\nif (Ch1) then\nweightclasses 8,9:0.5\nendif\n"
                       b"endpreprocess\n",
-    "program_behind": b"beginpostprocess\nif (class==4) class=6\nelse\nreturn\nendif\n"
+    "program_after": b"beginpostprocess\nif (class==4) class=6\nelse\nreturn\nendif\n"
                       b"endpostprocess\n",
     "unknown": b"nothing known\n"}
 
@@ -239,7 +239,7 @@ EXPRESSIONS = {
     "variable_assigned": "year=year+1",
     "computed_target": "(0+Ch1)=9",
     "pending_value_before_assignment": "(Ch1)+(Ch2)+(Ch1=Ch2)+(Ch1)",
-    "channel_behind_the_last": "(Ch6=Ch1+1)-(Ch6)",
+    "channel_after_the_last": "(Ch6=Ch1+1)-(Ch6)",
     "channel_too_high": "(register1=3)+Ch9",
     "channel_zero": "Ch0=1",
     "register_too_high": "register21",
@@ -272,7 +272,7 @@ PROGRAMS = {
                      "class=3\nendif\nreturn",
     "begin_and_end": "begin\nclass=1\nend\nreturn",
     "weights": "weightclasses 3,5:Ch1/2\nreturn",
-    "weights_behind_if": "if (Ch1) weightclasses 3:1\nelse weightclasses 4:1\nclass=1",
+    "weights_after_if": "if (Ch1) weightclasses 3:1\nelse weightclasses 4:1\nclass=1",
     "skip_pixel": "class=5\nif (Ch1>3) skip_pixel\nclass=6",
     "skip_pixel_in_weights": "weightclasses 1:skip_pixel",
     "return": "class=1\nreturn\nclass=2",
@@ -309,7 +309,7 @@ COMMAND_LINES = {
     "raster_of_another_size": "V|s|I|a|O|o",
     "raster_over_itself": "W|V|r|I|a|O|r",
     "raster_and_composite": "V|r|M|I|a|O|o",
-    "raster_behind_two_scenes": "V|s|I|a|B|b|O|o",
+    "raster_after_two_scenes": "V|s|I|a|B|b|O|o",
     "missing_file": "S|I|n|O|o",
     "empty_file": "S|I|m|O|o",
     "directory_for_a_file": "S|I|.|O|.",

@@ -3,7 +3,7 @@
 
 namespace {
 
-// The header of a file of samples that has none, with something after it.
+// The header of a sample file without samples, followed by a few bytes.
 void writeClassifier(const char* path)
 {
     constexpr char text[] = "inputfilename /dev/null\nfeature Ch1:\n";

@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // Reads the grids, once per process, from files of holes: what they say does not matter, only that
-// positions are looked up. after that nobody needs the files, whatever becomes of the process.
+// positions are looked up. The files are not needed after that.
 bool readGrids()
 {
     const zel_fuzz::File data("data");  // its name is that of a directory

@@ -6,7 +6,7 @@
 
 namespace zel_fuzz {
 
-// The tool writes to its streams as it is. The fuzzer and the sanitizers keep theirs, which they
+// The tool writes to the standard streams. The fuzzer and the sanitizers keep theirs, which they
 // took before or know by number.
 inline void silenceStreams()
 {

@@ -108,7 +108,7 @@ const char* scene()
     return theFile.path();
 }
 
-// Whether the tool says that it wrote the output.
+// Whether the tool reports that it wrote the output.
 bool append(const Input& input, const char* output)
 {
     const zel_fuzz::File raster = file("raster", input.raster);

@@ -101,7 +101,7 @@ TEST(Door, ProgressOfAContainerIsReportedInBytes)
     EXPECT_EQ(progress.done, 2.0 * static_cast<double>(bytes.size()));
     EXPECT_EQ(progress.total, progress.done);
     create();
-    EXPECT_EQ(progress.calls, 2) << "nobody listens any more";
+    EXPECT_EQ(progress.calls, 2) << "the sink was removed";
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ std::string saidOf(const std::string& lines, void (*parse)(const char*, Record*)
     return said;
 }
 
-TEST(StaleError, IsNotToldOfAFileWithoutAHeader)
+TEST(StaleError, IsNotReportedForAFileWithoutAHeader)
 {
     const auto record = std::make_unique<ZELParameterStruct>();
     for (const char* content : {"short", "a file that holds something else than a header"}) {
@@ -51,7 +51,7 @@ TEST(StaleError, IsNotToldOfAFileWithoutAHeader)
     }
 }
 
-TEST(StaleError, IsNotToldOfAFileWithoutAMask)
+TEST(StaleError, IsNotReportedForAFileWithoutAMask)
 {
     zel_test::MaskRecord record = zel_test::fullMask();
     record.identifier = "ZEL_MUSK";
@@ -60,7 +60,7 @@ TEST(StaleError, IsNotToldOfAFileWithoutAMask)
               "Error:  file does not contain a ZEL mask\n");
 }
 
-TEST(StaleError, IsNotToldOfAnExpressionInAFile)
+TEST(StaleError, IsNotReportedForAnExpressionInAFile)
 {
     zel_test::FeatureHeader header = zel_test::fullHeader();
     header.conditions[0].condition = "Ch1 +* 2";
@@ -71,13 +71,13 @@ TEST(StaleError, IsNotToldOfAnExpressionInAFile)
     ZELFeatureFreeParameters(record.get());
 }
 
-TEST(StaleError, IsNotToldOfAnExpressionInAParameterFile)
+TEST(StaleError, IsNotReportedForAnExpressionInAParameterFile)
 {
     EXPECT_EQ(saidOf("feature Ch1 +* 2\n", ZELParseParameterFile, ZELFeatureFreeParameters),
               "line 1: feature Ch1 +* 2\nparse error: syntax error\n");
 }
 
-TEST(StaleError, IsNotToldOfAProgram)
+TEST(StaleError, IsNotReportedForAProgram)
 {
     std::string said;
     ProgramLines line = {};

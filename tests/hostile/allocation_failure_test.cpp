@@ -1,4 +1,4 @@
-// Memory that cannot be had: each allocation of an open is made to fail in turn.
+// Memory that cannot be allocated: each allocation of an open is made to fail in turn.
 #include <gtest/gtest.h>
 
 #include <cerrno>

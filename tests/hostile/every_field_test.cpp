@@ -45,7 +45,7 @@ public:
     explicit Boundaries(const Bytes& file, const Bytes& first = {})
         : bytes_(file), first_(first), firstOnDisk_(first), onDisk_(file)
     {
-        if (!first_.empty()) onDisk_.viewBehind(firstOnDisk_.path());
+        if (!first_.empty()) onDisk_.viewAfter(firstOnDisk_.path());
         whole_ = expected();
         const Reading reading = onDisk_.read();
         EXPECT_TRUE(isRight(reading, whole_, whole_, onDisk_.path()));

@@ -228,7 +228,7 @@ protected:
             {[&] { ZELUpdateTables(writer->fptr, &writer->ZELHeader.TableList); },
              "ZELUpdateTables: write error: " + ioError + "\n"}};
         for (const auto& [call, message] : rows) {
-            failing.seeks = !failing.seeksBehindAWrite;
+            failing.seeks = !failing.seeksAfterAWrite;
             const Outcome outcome = run(call);
             EXPECT_TRUE(outcome.ended) << message;
             EXPECT_EQ(outcome.status, -1) << message;
@@ -288,7 +288,7 @@ TEST_F(FailingWrite, SeeksOfBlocksThatAreUpdated)
 // What follows would be written over the block.
 TEST_F(FailingWrite, SeeksBackFromBlocksThatAreUpdated)
 {
-    failing.seeksBehindAWrite = true;
+    failing.seeksAfterAWrite = true;
     expectUpdatesTell();
 }
 

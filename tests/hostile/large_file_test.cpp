@@ -186,7 +186,7 @@ TEST_P(LargeFileOf, LinesBeyond4GiBAreRead)
     expectEnd();
 }
 
-TEST_F(LargeFile, LinesAreReadOneBehindTheOtherAcross4GiB)
+TEST_F(LargeFile, LinesAreReadOneAfterTheOtherAcross4GiB)
 {
     constexpr int lines = 140000;
     const LongScene scene(230, 32767, lines);
@@ -200,7 +200,7 @@ TEST_F(LargeFile, LinesAreReadOneBehindTheOtherAcross4GiB)
     for (const int n : tried) expectLine(n);
 }
 
-TEST_F(LargeFile, APartialLineBehind4GiBIsNotCounted)
+TEST_F(LargeFile, APartialLineAfter4GiBIsNotCounted)
 {
     constexpr int lines = 140000;
     const LongScene scene(230, 32767, lines);

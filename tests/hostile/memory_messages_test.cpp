@@ -1,4 +1,4 @@
-// Memory that cannot be had: what masks, containers, views, new files and histograms say then.
+// Memory that cannot be allocated: what masks, containers, views, new files and histograms say then.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -126,7 +126,7 @@ TEST(MemoryMessages, CopyingAProgramText)
               expected);
 }
 
-// Room is made anew for a write that is larger than all before it.
+// More room is allocated for a write that is larger than all before it.
 TEST(MemoryMessages, WritingInTheOtherByteOrder)
 {
     const Stream stream;

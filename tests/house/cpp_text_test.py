@@ -33,7 +33,7 @@ class Tokens(unittest.TestCase):
     def test_a_comment_with_a_hash_ends_where_it_ends(self):
         self.assertEqual(others("/*\n # a */ b"), ["b"])
 
-    def test_characters_and_separated_digits_are_told_apart(self):
+    def test_characters_and_separated_digits_are_distinguished(self):
         self.assertEqual(others("a = '\"'; b = 1'000'000; c = '\\'';"),
                          ["a", "=", "'\"'", ";", "b", "=", "1'000'000", ";",
                           "c", "=", "'\\''", ";"])

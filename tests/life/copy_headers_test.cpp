@@ -176,7 +176,7 @@ TEST(CopyFileHeaders, CopiesEverySlot)
     copy->Channels[0].LoadChannelFlag = 0;
 }
 
-TEST(CopyFileHeaders, LaysOutTheLineRecord)
+TEST(CopyFileHeaders, PlacesChannelsInTheLineRecord)
 {
     OpenedFile source(build(fullScene()).bytes);
     Copy copy(source);

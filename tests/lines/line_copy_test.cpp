@@ -17,7 +17,7 @@ using zel_test::Writer;
 
 using Values = std::vector<float>;
 
-// Every raw byte once, and as many telling words and floats.
+// Every raw byte once, and as many distinct words and floats.
 constexpr int pixels = 256;
 
 Bytes allBytes()

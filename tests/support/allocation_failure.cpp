@@ -84,7 +84,7 @@ std::map<std::string, int> endings(const std::function<void()>& call)
     EXPECT_NE(std::localtime(&now), nullptr);
     for (long n = 1; n < 10000; ++n) {
         const Outcome outcome = run([&] {
-            errno = 0;  // of another test, which a message of the feature layer would show
+            errno = 0;  // left by another test; messages of the feature layer would show it
             allocationsUntilFailure = n;
             call();
         });
@@ -97,7 +97,7 @@ std::map<std::string, int> endings(const std::function<void()>& call)
         EXPECT_TRUE(outcome.ended) << n << ": " << message;
         all[message] = outcome.status;
     }
-    ADD_FAILURE() << "there is no end of allocations";
+    ADD_FAILURE() << "the allocations do not end";
     return all;
 }
 
@@ -105,7 +105,7 @@ std::map<std::string, int> endings(const std::function<void()>& call)
 
 namespace {
 
-// What was said, in no memory of its own; of much, the end.
+// The messages, kept without allocating; only the end of long ones.
 struct Said {
     char text[2000] = "";
 
@@ -150,7 +150,7 @@ long everyFailure(const std::function<bool()>& call, const std::function<void()>
     };
     Said said;
     bool done = false;
-    tryCall(0, said, done);  // makes what is made once in a process
+    tryCall(0, said, done);  // creates what a process creates only once
     EXPECT_TRUE(done) << said.text;
     run(finish);
     for (long n = 1; n < 20000; ++n) {
@@ -159,8 +159,8 @@ long everyFailure(const std::function<bool()>& call, const std::function<void()>
         const bool failed = allocationsUntilFailure == 0;
         allocationsUntilFailure = 0;
         run(finish);
-        const long after = live;  // less where room that is kept for the next time was lost
-        EXPECT_LE(after, before) << "allocation " << n << " leaves memory behind: " << said.text;
+        const long after = live;  // lower when memory kept for the next call was freed
+        EXPECT_LE(after, before) << "allocation " << n << " leaks memory: " << said.text;
         if (!failed) {
             EXPECT_TRUE(done) << said.text;
             testing::Test::RecordProperty("allocations", static_cast<int>(n - 1));
@@ -174,7 +174,7 @@ long everyFailure(const std::function<bool()>& call, const std::function<void()>
         EXPECT_LE(live, before) << "allocation " << n << ", second try";
         if (testing::Test::HasFailure()) return n;
     }
-    ADD_FAILURE() << "there is no end of allocations";
+    ADD_FAILURE() << "the allocations do not end";
     return 0;
 }
 

@@ -17,7 +17,7 @@
 
 namespace zel_test {
 
-// How many allocations there are until one fails, that one included; 0: none fails.
+// The allocation that fails, counted from 1; 0: none fails.
 extern long allocationsUntilFailure;
 
 // Blocks of memory that are in use: allocated by the C library and not released.
@@ -27,12 +27,12 @@ long blocksInUse();
 std::map<std::string, int> endings(const std::function<void()>& call);
 
 // Fails each allocation of the call in turn, also those of the C library. The call returns whether
-// it did what it was to do; finish undoes what it left, however it ended. Each failure must end the
-// process with its message and status, or be reported and returned, or not matter; nothing may be
-// left behind, and a second try must succeed. Returns how many allocations there were.
+// it succeeded; finish cleans up, however it ended. Each failure must end the process with its
+// message and status, or be reported and returned, or not matter; nothing may leak, and a second
+// try must succeed. Returns the number of allocations.
 long everyFailure(const std::function<bool()>& call, const std::function<void()>& finish);
 
-// The function with no allocation failing in it, whatever the call around it is in for.
+// Runs the function with no allocation failing in it, whatever the call around it asked for.
 void withMemory(const std::function<void()>& function);
 
 }  // namespace zel_test

@@ -12,12 +12,12 @@
 
 namespace zel_test {
 
-// Versions of the layout, as a hundredfold: the first and the last one of each.
+// Layout versions times 100: the first and the last of each layout.
 inline constexpr int everyLayout[] = {100, 101, 110, 111, 120, 121, 130, 131, 132, 140, 141,
                                       142, 150, 151, 200, 201, 210, 211, 220, 221, 230};
 
-// The other way round, 2.11 is 0.03, which is between 0.01 and 2.30 as well: such a file is not
-// taken for one of the other byte order.
+// With its bytes reversed, 2.11 is 0.03, which also lies between 0.01 and 2.30: such a file is not
+// recognised as being of the other byte order.
 inline bool isReadable(int version, bool bigEndian)
 {
     return version != 211 || !bigEndian;
@@ -32,7 +32,7 @@ struct BaseFile {
 // lines. A big-endian file has no prefix, since none with one can be read.
 BaseFile baseFile(int version, bool bigEndian);
 
-// The same with lines that no stream holds whole.
+// The same with lines longer than the buffer of a stream.
 BaseFile wideBaseFile(int version, bool bigEndian);
 
 // The first with a mask in a channel; from version 1.41 on.
@@ -50,7 +50,7 @@ BaseComposite baseComposite(int base);
 BaseComposite wideBaseComposite(int base);
 BaseComposite maskedBaseComposite();
 
-// A layout in a byte order, as tests have it for a parameter.
+// A layout in a byte order: the parameter of a test.
 struct Layout {
     int version;
     bool bigEndian;

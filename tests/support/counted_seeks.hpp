@@ -1,5 +1,5 @@
-// How often the library seeks. This program's own fseeko stands in for the C library's in all
-// tests.
+// Counts the seeks of the library. In all tests, an fseeko of this program replaces that of the C
+// library.
 #pragma once
 
 namespace zel_test {

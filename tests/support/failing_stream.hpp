@@ -1,4 +1,4 @@
-// A stream on a file of which a kind of call fails from some time on.
+// A stream on a file whose calls of one kind fail from a given moment on.
 #pragma once
 
 #ifdef __GLIBC__
@@ -14,11 +14,11 @@ namespace zel_test {
 
 struct Failing {
     bool reads = false, writes = false, seeks = false, closes = false;
-    bool seeksBehindAWrite = false;
+    bool seeksAfterAWrite = false;
     int descriptor = -1;
 };
 
-// The stream closes the file; what fails is the caller's, and outlives it.
+// The stream closes the file; the record of what fails belongs to the caller and outlives it.
 inline FILE* failingStream(Failing& failing, const std::string& path, const char* mode)
 {
     static const auto of = [](void* cookie) -> Failing& { return *static_cast<Failing*>(cookie); };
@@ -29,7 +29,7 @@ inline FILE* failingStream(Failing& failing, const std::string& path, const char
         return -1;
     };
     functions.write = [](void* cookie, const char* buffer, size_t size) -> ssize_t {
-        of(cookie).seeks |= of(cookie).seeksBehindAWrite;
+        of(cookie).seeks |= of(cookie).seeksAfterAWrite;
         if (!of(cookie).writes) return write(of(cookie).descriptor, buffer, size);
         errno = ENOSPC;
         return 0;

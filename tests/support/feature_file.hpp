@@ -10,7 +10,7 @@
 
 namespace zel_test {
 
-// A file object, closed and freed at the end, whatever became of it.
+// A file object, closed and freed at the end, however it was used.
 class FeatureFile {
 public:
     FeatureFile() { std::memset(file_.get(), 0, sizeof *file_); }
@@ -39,7 +39,7 @@ private:
     std::unique_ptr<ZELFeatureFileStruct> file_ = std::make_unique<ZELFeatureFileStruct>();
 };
 
-// A sample record; n makes each field of it telling.
+// A sample record whose fields all depend on n.
 inline void appendSample(FeatureBytes& b, int n, int features)
 {
     const float f = static_cast<float>(n);

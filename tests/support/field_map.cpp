@@ -166,7 +166,7 @@ FeatureMap mapMask(const Bytes& file, std::size_t place, const std::string& reco
     return map;
 }
 
-// For the records of a scene file. It takes the numbers along that say what follows.
+// For the records of a scene file. It also stores the numbers that say what follows.
 class SceneMap : public Notes {
 public:
     SceneMap(const Bytes& file, std::size_t place, bool bigEndian)
@@ -268,7 +268,7 @@ private:
     std::deque<std::vector<unsigned char>> memory_;
 };
 
-// What stands before the header's other fields, and what old versions leave out.
+// What comes before the other fields of the header, and what old versions leave out.
 void beginHeader(SceneMap& w, ZELHeaderType& h)
 {
     const std::size_t begin = w.place();

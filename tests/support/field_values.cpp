@@ -141,7 +141,7 @@ std::vector<Bytes> reals(const Bytes& file, const MappedField& field)
     return values;
 }
 
-// Texts without an end, with directives for a printer, with bytes that are no characters.
+// Texts without a terminator, with printf directives, with bytes that are not characters.
 std::vector<Bytes> texts(const MappedField& field)
 {
     std::vector<Bytes> values;

@@ -121,7 +121,7 @@ BuiltFile build(const Scene& scene);
 
 // A scene of that version (100 x VersionNumber), with a prefix from 1.51 on: three slots (20 in
 // version 1.00), of which 0 is an unscaled byte channel "first" and 2 an unscaled 16-bit channel
-// "third" present, and two lines. Everything has telling, distinct values.
+// "third" present, and two lines. All values are distinct.
 Scene smallScene(int version = 230);
 
 // The complete files one after the other, the first one's prefix being the directory of all.

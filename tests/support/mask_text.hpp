@@ -211,7 +211,7 @@ inline Bytes written(ZELFeatureMaskType* mask)
     return stream.bytes();
 }
 
-// A record without the class counts in the headers of its classifiers, which nobody writes.
+// A record without the class counts in the headers of its classifiers, which are never written.
 inline MaskRecord uncounted(MaskRecord record)
 {
     for (ClassifierRecord& classifier : record.classifiers) classifier.header.counts.clear();

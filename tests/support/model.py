@@ -157,7 +157,7 @@ def latitudes(f, line):
 
 
 def as_read(f):
-    """f as the reader holds it: what its layout lacks filled in, texts cut at their terminator."""
+    """f as the reader holds it: with defaults for what its layout does not have, texts cut at their terminator."""
     v = f.int_version()
     lines, channels = [], {}
     for l in f.lines:

@@ -91,7 +91,7 @@ int hundredfold(const std::string& version)
     return static_cast<int>(std::strtod(version.c_str(), nullptr) * 100.0);
 }
 
-// Labels of definitions are names that what compiles goes by.
+// Expressions may use the labels of definitions as names.
 int maskList(Cursor& c, NaiveScene& scene, bool definitions = false)
 {
     const int entries = maskCount(c);

@@ -19,7 +19,7 @@ struct NaiveChannel {
 // A file, one component of a composite, or the view that a composite gives.
 struct NaiveScene {
     // The field that the format does not allow, or "cut short"; empty when it allows all. And the
-    // bytes that are wrong, or lacking, where they have a place.
+    // bytes that are wrong or missing, where they have a place.
     std::string refusal;
     long refusedFrom = 0, refusedTo = LONG_MAX;
     // Expressions and programs of masks, which have to compile as well.

@@ -17,7 +17,7 @@ namespace zel_test {
 
 namespace {
 
-// Has memory, whatever the library is in for.
+// Has memory, whichever allocation of the library is to fail.
 void collect(void* userData, FILE* stream, const char* text)
 {
     auto& outcome = *static_cast<Outcome*>(userData);

@@ -34,14 +34,14 @@ public:
         if (oneIn(8)) return odd[below(8)];
         return static_cast<float>(below(20001) - 10000) / 64.0f;
     }
-    // Any there is, infinities and those that are no numbers included.
+    // Any value, including infinities and NaNs.
     float anyFloat() { return std::bit_cast<float>(static_cast<std::uint32_t>(engine_())); }
 
 private:
     std::mt19937 engine_;
 };
 
-// Texts with as few parentheses as they come, right and wrong ones.
+// Right and wrong texts with few parentheses.
 class Texts {
 public:
     explicit Texts(unsigned seed) : random_(seed) {}

@@ -18,7 +18,7 @@ namespace zel_test {
 namespace {
 
 // What was said after the words, up to the end of the line; nothing where they were not said.
-std::string behind(const std::string& messages, const std::string& words)
+std::string textAfter(const std::string& messages, const std::string& words)
 {
     const std::size_t found = messages.find(words);
     if (found == std::string::npos) return "";
@@ -35,7 +35,7 @@ long offsetIn(const std::string& words)
 }
 
 // The field that the bytes have wrong, and its place; refusals in the words of the operations name
-// none. A mask whose texts are no longer its own may fail to compile before anything else is wrong.
+// none. A mask whose texts were changed may fail to compile before anything else is found.
 bool saysWhatIsWrong(const std::string& messages, const std::string& path,
                      const NaiveScene& expected, bool compiles)
 {
@@ -44,7 +44,7 @@ bool saysWhatIsWrong(const std::string& messages, const std::string& path,
         return offset >= expected.refusedFrom && offset < expected.refusedTo;
     };
     const std::string ofMask =
-        behind(messages, "OpenReadOnlyFile: file " + path + ": cannot read classifier mask");
+        textAfter(messages, "OpenReadOnlyFile: file " + path + ": cannot read classifier mask");
     if (!ofMask.empty()) {
         const long place = offsetIn(ofMask);
         if (why == "classifier mask" && isPlace(place)) return true;
@@ -55,8 +55,9 @@ bool saysWhatIsWrong(const std::string& messages, const std::string& path,
         return messages.find("OpenReadOnlyFile: unsupported data type\n") != std::string::npos;
     if (why == "needs a newer library")
         return messages.find("ZELOpen: Error: ZEL Library version ") != std::string::npos;
-    if (why == "resolutions") return !behind(messages, "of file " + path + " and ").empty();
-    const std::string ofField = behind(messages, "OpenReadOnlyFile: corrupt file " + path + ": ");
+    if (why == "resolutions") return !textAfter(messages, "of file " + path + " and ").empty();
+    const std::string ofField =
+        textAfter(messages, "OpenReadOnlyFile: corrupt file " + path + ": ");
     if (!isPlace(offsetIn(ofField))) return false;
     const bool cut = ofField.starts_with("cut short in ");
     if (why == "classifier mask") return cut || ofField.starts_with("invalid ");
@@ -91,7 +92,7 @@ void printReports(ZELType& file)
     for (int i = 0; i < file.ZELHeader.MaxNumChan; ++i) ZELPrintTables(&file.Channels[i].TableList);
 }
 
-// Records are large: what goes back to the system at a finish has to be had anew at the next open.
+// Records are large: memory that a finish returns to the system is mapped again by the next open.
 void keepMemory()
 {
 #ifdef __GLIBC__

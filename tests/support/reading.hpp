@@ -39,7 +39,7 @@ public:
     Reading read(const std::function<void()>& action = [] {});
 
     // From now on it is read as the second file of a view, of which this is the first one.
-    void viewBehind(const std::string& first) { first_ = first; }
+    void viewAfter(const std::string& first) { first_ = first; }
 
 private:
     int open();
@@ -52,7 +52,7 @@ private:
 };
 
 // Whether a reading is what the bytes allow: an error that says what is wrong, or all their pixels.
-// whole is the file before it was damaged: texts of masks that are still its own do compile.
+// whole is the file before it was damaged: mask texts that are unchanged compile.
 testing::AssertionResult isRight(const Reading& reading, const NaiveScene& expected,
                                  const NaiveScene& whole, const std::string& path);
 

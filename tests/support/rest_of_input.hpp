@@ -1,4 +1,4 @@
-// What a question leaves behind, inside of a runWithInput.
+// What a question leaves on standard input, inside a runWithInput.
 #pragma once
 
 #include <cstdio>

@@ -204,7 +204,7 @@ class KeptSizeRules(Rewriting):
             f.filler = bytes(3 * 200)
             self.rewrite(f)
 
-    def test_from_1_41_lines_begin_behind_the_last_channel_record(self):
+    def test_from_1_41_lines_begin_after_the_last_channel_record(self):
         for version in (1.41, 1.6, 2.3):
             f = old(version)
             f.tables = [Table(1, b"a", [1.0, 2.0]), Table(2, b"b", [3.0])]

@@ -41,7 +41,7 @@ class Classes(LutTest):
         self.put("f", feature_header([comment]))
         self.refused("-vorn v -vorn_lut l -feat_hdr f", DAMAGED)
 
-    def test_classes_are_translated_and_told(self):
+    def test_classes_are_translated_and_printed(self):
         self.translates([b"ARFF_TO_ZEL 5 1 14 3 900 0"], [1, 14, 3, 900, 0],
                         "5 classes: 1 14 3 900 0\n")
 
@@ -49,7 +49,7 @@ class Classes(LutTest):
         self.translates([b"ARFF_TO_ZEL 5 4 3 2 1 0"], [4, 3, 2, 1, 0], "5 classes: 4 3 2 1 0\n",
                         "-vorn_lut_cc", [Lut(0, b"Color Cube LUT", CUBE)])
 
-    def test_classes_behind_the_table_stay(self):
+    def test_classes_after_the_table_stay(self):
         self.translates([b"ARFF_TO_ZEL 2 7 8"], [7, 8], "2 classes: 7 8\n")
 
     def test_an_empty_table(self):

@@ -80,7 +80,7 @@ class TextHeader(VornTest):
     def test_any_word_may_stand_before_the_label(self):
         self.named(b"\nName: sea ice\n", b"sea ice")
 
-    def test_the_label_begins_behind_the_first_blank(self):
+    def test_the_label_begins_after_the_first_blank(self):
         self.named(b"\nLabel   two blanks more \n", b"  two blanks more ")
 
     def test_a_line_that_begins_with_a_blank(self):
@@ -92,7 +92,7 @@ class TextHeader(VornTest):
     def test_what_the_other_lines_hold_does_not_matter(self):
         self.named(b"a b\nLabel 1\nx y\nc d\ne f\n\n#\ng h\nLabel 2\n", b"1", b"2")
 
-    def test_lines_behind_the_last_channel_are_not_read(self):
+    def test_lines_after_the_last_channel_are_not_read(self):
         self.named(labels_file(["First", "Second", "Third"]), b"First", b"Second")
 
     def test_a_label_line_without_newline_loses_its_last_character(self):

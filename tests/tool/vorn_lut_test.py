@@ -85,7 +85,7 @@ class Blocks(LutTest):
                    b"\n1 0 0 0 : a\n# b\n   \n0 1 0 1 : b\n\n#\n",
                    [Lut(1, b"T", [(255, 0, 0, b"a"), (0, 255, 0, b"b")])])
 
-    def test_a_comment_sign_behind_the_first_column_is_a_title(self):
+    def test_a_comment_sign_after_the_first_column_is_a_title(self):
         self.loads(b" # T\n0 1\n0\n", [Lut(1, b" # T", [])])
 
     def test_a_comment_in_place_of_the_scale_is_taken_for_it(self):

@@ -56,7 +56,7 @@ class Views(ToolTest):
         self.check(words, grids_missing() + report(expected, height) + progress(height))
         self.check_made("out", expected)
 
-    def test_behind_the_renumbered_channels_at_the_first_files_grid(self):
+    def test_after_the_renumbered_channels_at_the_first_files_grid(self):
         self.check_view("-i a -i b -vorn v -o out", 0)
 
     def test_at_the_base_files_grid(self):

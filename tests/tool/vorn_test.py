@@ -79,7 +79,7 @@ class Raster(VornTest):
         self.put("v", raster([zeros])[:16])
         self.appends("-vorn v", [(float_channel(b"v", zeros), zeros)], warns=CUT_SHORT)
 
-    def test_bytes_behind_the_planes_are_not_read(self):
+    def test_bytes_after_the_planes_are_not_read(self):
         rows, = self.rasters()
         self.put("v", raster([rows]) + b"more")
         self.appends("-vorn v", [(float_channel(b"v", rows), rows)])
@@ -88,7 +88,7 @@ class Raster(VornTest):
         self.put("v", raster([], pixels=WIDTH, lines=HEIGHT))
         self.appends("-vorn v", [])
 
-    def test_lines_are_told_every_50(self):
+    def test_lines_are_reported_every_50(self):
         f, rows = scene(height=120), plane(WIDTH, 120)
         self.put("a", f)
         self.put("v", raster([rows]))
@@ -259,7 +259,7 @@ class Place(VornTest):
         self.rasters(channels)
         self.refused("-vorn v", NO_ROOM)
 
-    def test_behind_the_highest_channel_in_use(self):
+    def test_after_the_highest_channel_in_use(self):
         self.one(sample(codes=(3, 3), places=(0, 7), slots=12), 8)
 
     def test_gaps_are_not_filled(self):
@@ -268,7 +268,7 @@ class Place(VornTest):
     def test_the_last_slot(self):
         self.one(sample(codes=(3,), places=(998,), slots=1000), 999)
 
-    def test_none_behind_channel_999(self):
+    def test_none_after_channel_999(self):
         self.full(sample(codes=(3,), places=(999,), slots=1000))
 
     def test_a_file_with_channel_0_only_has_no_free_channel(self):
@@ -281,7 +281,7 @@ class Place(VornTest):
     def test_channel_1_alone_will_do(self):
         self.one(sample(codes=(3,), places=(1,)), 2)
 
-    def test_as_many_as_there_are_behind_the_highest(self):
+    def test_as_many_as_there_are_after_the_highest(self):
         f = sample(codes=(3,), places=(996,), slots=1000)
         self.full(f, 4)
         self.scene = f

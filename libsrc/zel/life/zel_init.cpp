@@ -200,8 +200,7 @@ int ZELOpenWriteOnlyFile(ZELType* ZELdata, const char* RawFileName)
     ZELdata->LatLonInterpolated = 0;
     zel::copyText(ZELdata->ImageFilename, name);
     constexpr int answerSize = 10;
-    if (ZELdata->WritePrompt && zel::isReadable(name))
-        zel::confirmOverwrite(name, answerSize);
+    if (ZELdata->WritePrompt && zel::isReadable(name)) zel::confirmOverwrite(name, answerSize);
     ZELdata->fptr = std::fopen(name, "w+b");
     if (!ZELdata->fptr) {
         zel::report("ZELOpenWriteOnlyFile: cannot open file %s\n", name);

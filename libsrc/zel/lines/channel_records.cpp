@@ -4,8 +4,8 @@
 
 #include "records/buffers.hpp"
 #include "records/pixels.hpp"
-#include "records/walk.hpp"
 #include "records/slot.hpp"
+#include "records/walk.hpp"
 
 namespace zel {
 namespace {

@@ -23,7 +23,7 @@ constexpr Element elementOf()
     return isSigned ? Element::int32 : Element::uint32;
 }
 
-// A field that was read; its values are in the host's order. Null for bytes that nobody looked at.
+// A field that was read; its values are in the host's order. Null for bytes that were not read.
 struct ShownField {
     const char* name;
     Element element;

@@ -22,7 +22,7 @@ using zel_test::Outcome;
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
-// A pixel with five channels, each variable and register telling which it is.
+// A pixel with five channels, each variable and register with its own value.
 struct Scene {
     Scene()
     {

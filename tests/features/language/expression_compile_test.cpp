@@ -297,7 +297,7 @@ TEST(ExpressionCompile, AMinusWithinTwoCharactersOfAnOperatorIsNoSubtraction)
         oneCharacterNames().first());
 }
 
-TEST(ExpressionCompile, AMinusBehindAnExponentIsPartOfTheConstant)
+TEST(ExpressionCompile, AMinusAfterAnExponentIsPartOfTheConstant)
 {
     expectDumps({
         {"1e-5", "CON 0.000010;"},

@@ -71,7 +71,7 @@ TEST(MaskChannel, AMaskIsReadWithItsChannel)
     EXPECT_EQ(file->Channels[2].Mask, nullptr);
 }
 
-TEST(MaskChannel, WhatIsBehindAMaskIsFound)
+TEST(MaskChannel, WhatComesAfterAMaskIsFound)
 {
     const BuiltFile built = build(maskedScene());
     OpenedFile file(built.bytes);

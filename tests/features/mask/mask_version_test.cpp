@@ -119,7 +119,7 @@ TEST(MaskFile, AnotherIdentifierEndsTheProcess)
     }
 }
 
-TEST(MaskFile, AFileOfAnotherKindIsToldHoweverShort)
+TEST(MaskFile, AFileOfAnotherKindIsReportedHoweverShort)
 {
     for (const int count : {1, 1000000, -1}) {
         ReadMask mask(zel_test::FeatureBytes().number(count).string("NOT_MASK").bytes);

@@ -54,7 +54,7 @@ TEST(ParameterSettings, AnInputFileThatDoesNotOpenIsReportedAndPassedOver)
 }
 
 // The reason for which an input was passed over is not that of what comes later.
-TEST(ParameterSettings, AnInputThatWasPassedOverLeavesNoSystemErrorBehind)
+TEST(ParameterSettings, AnInputThatWasSkippedLeavesNoSystemError)
 {
     CompleteParameters file("inputfilename /nowhere/scene.zel\nfeature foo\n");
     EXPECT_EQ(file.outcome.err,

@@ -106,7 +106,7 @@ int checkExpression(const ZELStackStruct& stack)
     return assignments >= 2 ? ZEL_PARSE_TWO_ASSIGNMENTS : ZEL_PARSE_OK;
 }
 
-// A stack that nobody owns yet.
+// A stack without an owner yet.
 struct FreeStack {
     void operator()(ZELStackStruct* stack) const { ZELFreeStack(stack); }
 };

@@ -31,7 +31,7 @@ int listedClass(const StackElementStruct& element);
 void reportPreProcess(int result);
 void reportPostProcess(int result);
 
-// A text that nobody owns yet.
+// A text without an owner yet.
 struct OwnedProgramText {
     ProgramLines* first = nullptr;
     OwnedProgramText() = default;
