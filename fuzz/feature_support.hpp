@@ -79,7 +79,7 @@ inline ZELPixelStruct& freshPixel()
     return pixel;
 }
 
-// Frees itself, whatever became of it.
+// Frees itself in any state.
 struct Parameters : ZELParameterStruct {
     Parameters() : ZELParameterStruct{} {}
     ~Parameters() { ZELFeatureFreeParameters(this); }

@@ -3,7 +3,7 @@
 
 namespace {
 
-// A record and its file, whatever became of them.
+// A record and its file, freed and removed in any state.
 struct Samples : ZELFeatureFileStruct {
     Samples() : ZELFeatureFileStruct{} {}
     ~Samples()

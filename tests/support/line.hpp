@@ -166,7 +166,7 @@ inline std::string difference(const PixelLine& a, const PixelLine& b)
     return a.record.skipPixelFlag == b.record.skipPixelFlag ? "" : "the record's skip flag";
 }
 
-// Values among which are some that are no numbers, infinite or denormal.
+// Values, some of them NaN, infinite or denormal.
 inline float roughValue(Random& random)
 {
     using Limits = std::numeric_limits<float>;

@@ -16,7 +16,7 @@ struct ClassifierRecord {
     FeatureHeader header;
     int type = 0, level = 0;
     Bytes data;
-    bool hasLevel = true;  // as headers above version 1.1 have
+    bool hasLevel = true;  // as in headers above version 1.1
 };
 
 struct MaskRecord {
@@ -27,9 +27,9 @@ struct MaskRecord {
     std::string label, comment;
     List conditions, preFilters, postFilters;
     std::vector<std::string> preProgram, postProgram;
-    bool hasPrograms = true;  // as versions above 1.0 have
+    bool hasPrograms = true;  // as in versions above 1.0
     int type = 0;
-    bool hasType = true;  // as versions above 1.1 have
+    bool hasType = true;  // as in versions above 1.1
     List title, comments;
     std::vector<ClassifierRecord> classifiers = {{}};
 };

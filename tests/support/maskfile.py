@@ -112,7 +112,7 @@ def classifier_bytes(c):
 
 
 def mask_bytes(m):
-    """The block of a mask, or of none."""
+    """The block of a mask; for None that of a channel without one."""
     if m is None:
         return number(0)
     out = [number(len(m.classifiers)), string(m.identifier), number(m.channel), string(m.version),

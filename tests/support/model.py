@@ -75,7 +75,7 @@ def repeat(row, factor, width):
 
 
 def sampling(resolution, reference):
-    """(flag, factor) of a component's resolution beside the reference's."""
+    """(flag, factor) that relate a component's resolution to the reference's."""
     r, b = f32(resolution), f32(reference)
     if r < b:
         return AVERAGE, int(f32(b / r))

@@ -53,7 +53,7 @@ private:
     std::unique_ptr<ZELParameterStruct> record_;
 };
 
-// A complete file with the given lines in front.
+// A complete file that begins with the given lines.
 struct CompleteParameters : Parameters {
     explicit CompleteParameters(const std::string& lines) : Parameters(complete(lines)) {}
 };

@@ -21,8 +21,8 @@ def floats(values, order="<"):
 
 def raster(planes, order="<", rows="<", **header):
     """The bytes of a raster; planes: rows of values for each channel. order is the header's byte
-    order, rows that of the values. header: word, pixels, lines, channels in place of the count of
-    what planes has."""
+    order, rows that of the values. header: word, pixels, lines, channels instead of those of the
+    planes."""
     h = dict(word=WORD, pixels=len(planes[0][0]) if planes else 0,
              lines=len(planes[0]) if planes else 0, channels=len(planes))
     h.update(header)
