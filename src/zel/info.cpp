@@ -1,5 +1,6 @@
 // zel info: what is in a file.
 #include "describe.hpp"
+#include "facts.hpp"
 #include "failure.hpp"
 #include "report.hpp"
 #include "text.hpp"
@@ -16,99 +17,17 @@ struct Options {
     bool all = false;
 };
 
-std::string number(const Json& value)
-{
-    return shown(value, "");
-}
-
 std::string row(const char* name, const std::string& text)
 {
     if (text.empty()) return {};
     return "  " + padded(name, 13) + wrapped(text, 86, 15) + "\n";
 }
 
-std::string timeText(const Json& info)
-{
-    const std::string date = info["scene"]["date"].is_null()
-                                 ? "year " + number(info["scene"]["year"])
-                                 : shown(info["scene"]["date"]);
-    const std::string day = ", day " + number(info["scene"]["day_of_year"]);
-    if (info["start"].is_null()) return date + day;
-    const bool instant = info["start"] == info["end"];
-    return shown(info["start"]) + (instant ? "" : " to " + shown(info["end"])) + day;
-}
-
-std::string degrees(const Json& value, char positive, char negative)
-{
-    const double angle = value.get<double>();
-    return format("%.4f %c", std::fabs(angle), angle < 0.0 ? negative : positive);
-}
-
-std::string placeText(const Json& footprint)
-{
-    if (footprint.is_null()) return {};
-    const Json& box = footprint["bbox"];
-    const Json& center = footprint["center"];
-    return degrees(box[1], 'N', 'S') + " to " + degrees(box[3], 'N', 'S') + ", " +
-           degrees(box[0], 'E', 'W') + " to " + degrees(box[2], 'E', 'W') + "; centre " +
-           degrees(center[1], 'N', 'S') + " " + degrees(center[0], 'E', 'W');
-}
-
-std::string navigationText(const Json& navigation)
-{
-    if (navigation["points"] == 0) return "none";
-    return number(navigation["points"]) + " points a line, from pixel " +
-           number(navigation["first_pixel"]) + ", every " + number(navigation["interval"]);
-}
-
 std::string headText(const Json& info)
 {
-    const Json& scene = info["scene"];
-    const Json& base = info["components"][0];
-    const bool container = info["kind"] == "container";
     std::string out = shown(info["file"]) + "\n";
-    out += row("Scene", shown(scene["comment"]));
-    out += row("Time", timeText(info));
-    out += row("Sensor", shown(scene["sensor"]) + ", satellite " + number(scene["satellite"]) +
-                             ", altitude " + number(scene["altitude_km"]) + " km");
-    out += row("Grid", number(info["pixels"]) + " x " + number(info["lines"]) + " pixels of " +
-                           number(info["resolution_m"]) + " m");
-    out += row("Place", placeText(info["navigation"]["footprint"]));
-    out += row("Navigation", navigationText(info["navigation"]));
-    if (container)
-        out += row("Format", "container of " + std::to_string(info["components"].size()) +
-                                 " files, " + number(info["bytes"]) + " bytes");
-    else
-        out += row("Format", "version " + shown(info["version"]) + ", " + number(base["slots"]) +
-                                 " slots, header " + number(base["header_bytes"]) + ", line " +
-                                 number(base["line_bytes"]) + ", file " + number(info["bytes"]) +
-                                 " bytes");
-    if (info["extra_bytes"].is_number() && info["extra_bytes"] != 0)
-        out += row("", number(info["extra_bytes"]) + " bytes after the last whole line");
+    for (const Fact& fact : factsOf(info)) out += row(fact.name, fact.text);
     return out;
-}
-
-std::string rangeText(const Json& channel)
-{
-    if (channel["min"].is_null()) return {};
-    return number(channel["min"]) + " .. " + number(channel["max"]);
-}
-
-std::string notesText(const Json& channel)
-{
-    std::vector<std::string> notes;
-    if (!channel["lut"].is_null())
-        notes.push_back("LUT " + shown(channel["lut"]));
-    else if (channel["comment"] != Json(""))
-        notes.push_back(shown(channel["comment"]));
-    if (!channel["histogram"].is_null())
-        notes.push_back("histogram of " + number(channel["histogram"]["pixels"]) + " pixels");
-    if (!channel["standard_histogram"].is_null()) notes.emplace_back("standard histogram");
-    if (!channel["mask"].is_null())
-        notes.push_back("mask of " + number(channel["mask"]["classifiers"]) + " classifiers");
-    if (!channel["tables"].empty())
-        notes.push_back(std::to_string(channel["tables"].size()) + " tables");
-    return join(notes, "; ");
 }
 
 std::string rounded(const Json& value)
@@ -151,15 +70,9 @@ std::string componentsText(const Json& info)
     std::vector<std::vector<std::string>> rows = {
         {"part", "pixels", "lines", "metres", "onto the base grid", "first line", "channels"}};
     for (const Json& c : info["components"]) {
-        std::vector<std::string> labels;
-        for (const Json& channel : info["channels"])
-            if (channel["component"] == c["index"]) labels.push_back(shown(channel["label"]));
-        const std::string how = c["base"] == true ? "base"
-                                : c["factor"] == 0
-                                    ? shown(c["sampling"])
-                                    : shown(c["sampling"]) + " " + number(c["factor"]);
         rows.push_back({number(c["index"]), number(c["pixels"]), number(c["lines"]),
-                        number(c["resolution_m"]), how, shown(c["start"]), join(labels, " ")});
+                        number(c["resolution_m"]), useOfPart(c), shown(c["start"]),
+                        join(labelsOfPart(info, c["index"]), " ")});
     }
     return "\nParts\n" + table(rows, "rrrrlll", "  ");
 }
