@@ -22,13 +22,8 @@ std::vector<int> spread(int last, int count)
     return places;
 }
 
-bool isValid(const Position& p)
-{
-    return std::fabs(p.lat) <= 90.0 && std::fabs(p.lon) <= 180.0;
-}
-
 struct Outline {
-    std::vector<Position> first, last, left, right;
+    std::vector<Position> first, last, left, right, track;
     Position center{0.0, 0.0};
 };
 
@@ -48,6 +43,8 @@ void addLine(Outline& outline, ZELType& record, int line, const std::vector<int>
         if (line == lines.back()) outline.last.push_back(at(pixel));
     }
     if (line == lines[lines.size() / 2]) outline.center = at(last / 2);
+    if (record.NadirPixel >= 0 && record.NadirPixel <= last)
+        outline.track.push_back(at(record.NadirPixel));
 }
 
 std::vector<Position> closedRing(const Outline& o)
@@ -93,6 +90,11 @@ std::optional<Footprint> footprintOf(const Outline& outline)
 
 }  // namespace
 
+bool isValid(const Position& p)
+{
+    return std::fabs(p.lat) <= 90.0 && std::fabs(p.lon) <= 180.0;
+}
+
 Survey survey(ZELType& record)
 {
     Survey result;
@@ -105,7 +107,10 @@ Survey survey(ZELType& record)
         if (line == lines.back()) result.lastTime = record.ScanTime;
         if (record.ZELHeader.NumNavPoints > 0) addLine(outline, record, line, lines);
     }
-    if (record.ZELHeader.NumNavPoints > 0) result.footprint = footprintOf(outline);
+    if (record.ZELHeader.NumNavPoints < 1) return result;
+    result.footprint = footprintOf(outline);
+    std::copy_if(outline.track.begin(), outline.track.end(), std::back_inserter(result.track),
+                 isValid);
     return result;
 }
 

@@ -12,6 +12,25 @@ namespace zel_tool {
 
 static_assert(sizeof(Color) == 3, "rows are handed on as they are");
 
+namespace {
+
+std::string encoded(const Image& image, png_uint_32 kind, const void* pixels)
+{
+    png_image png{};
+    png.version = PNG_IMAGE_VERSION;
+    png.width = static_cast<png_uint_32>(image.width());
+    png.height = static_cast<png_uint_32>(image.height());
+    png.format = kind;
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(png);
+    std::string bytes(size, '\0');
+    const int written = png_image_write_to_memory(&png, bytes.data(), &size, 0, pixels, 0, nullptr);
+    if (written == 0) throw Failure(std::string("cannot make the image: ") + png.message);
+    bytes.resize(size);
+    return bytes;
+}
+
+}  // namespace
+
 Image::Image(int width, int height, Color background)
     : width_(width),
       height_(height),
@@ -46,20 +65,25 @@ void Image::write(int x, int y, const std::string& text, Color color)
     }
 }
 
+bool Image::isGrey() const
+{
+    return std::all_of(pixels_.begin(), pixels_.end(),
+                       [](Color c) { return c.r == c.g && c.g == c.b; });
+}
+
 std::string pngOf(const Image& image)
 {
-    png_image png{};
-    png.version = PNG_IMAGE_VERSION;
-    png.width = static_cast<png_uint_32>(image.width());
-    png.height = static_cast<png_uint_32>(image.height());
-    png.format = PNG_FORMAT_RGB;
-    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(png);
-    std::string bytes(size, '\0');
-    const int written =
-        png_image_write_to_memory(&png, bytes.data(), &size, 0, image.data(), 0, nullptr);
-    if (written == 0) throw Failure(std::string("cannot make the image: ") + png.message);
-    bytes.resize(size);
-    return bytes;
+    return encoded(image, PNG_FORMAT_RGB, image.data());
+}
+
+std::string greyPngOf(const Image& image)
+{
+    std::string levels;
+    levels.reserve(static_cast<std::size_t>(image.width()) *
+                   static_cast<std::size_t>(image.height()));
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) levels += static_cast<char>(image.at(x, y).r);
+    return encoded(image, PNG_FORMAT_GRAY, levels.data());
 }
 
 }  // namespace zel_tool

@@ -28,6 +28,7 @@ public:
     void write(int x, int y, const std::string& text, Color color);
 
     const Color* data() const { return pixels_.data(); }
+    bool isGrey() const;
 
 private:
     std::size_t index(int x, int y) const
@@ -46,5 +47,8 @@ constexpr int glyphHeight = 8;
 
 // The bytes of a PNG file. Throws Failure.
 std::string pngOf(const Image& image);
+
+// The same with one byte a pixel, the red one.
+std::string greyPngOf(const Image& image);
 
 }  // namespace zel_tool

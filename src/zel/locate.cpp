@@ -35,11 +35,6 @@ double squaredChord(const Vector& a, const Vector& b)
     return x * x + y * y + z * z;
 }
 
-bool isValid(const Position& p)
-{
-    return std::fabs(p.lat) <= 90.0 && std::fabs(p.lon) <= 180.0;
-}
-
 class Navigation {
 public:
     explicit Navigation(ZELType& record) : record_(record) {}

@@ -5,6 +5,7 @@
 #include "library.hpp"
 #include "names.hpp"
 #include "output_file.hpp"
+#include "page.hpp"
 #include "paint.hpp"
 #include "report.hpp"
 #include "terminal.hpp"
@@ -17,10 +18,12 @@ namespace {
 
 constexpr int widestImage = 1200;
 constexpr int widestText = 78;
+constexpr Size pageImage{900, 1200};
 
 struct Options {
     std::string file;
     std::string output;
+    std::string page;
     std::string rgb;
     std::vector<double> percent;
     std::string legend = "auto";
@@ -81,19 +84,6 @@ Size textSize(const ZELType& record, int width, bool colors)
     return size;
 }
 
-std::string captionOf(const Picture& p, const ZELType& record)
-{
-    std::vector<std::string> parts;
-    for (std::size_t i = 0; i < p.choice.slots.size(); ++i) {
-        std::string part = printable(record.Channels[p.choice.slots[i]].ChannelLabel);
-        if (p.choice.style != Style::classes)
-            part += format(" %.6g .. %.6g", static_cast<double>(p.ranges[i].low),
-                           static_cast<double>(p.ranges[i].high));
-        parts.push_back(part);
-    }
-    return join(parts, ", ");
-}
-
 void showText(const Subject& subject, const Options& o, const Look& look)
 {
     const bool colors = o.colors == "always" || (o.colors == "auto" && terminalHasColors());
@@ -112,13 +102,26 @@ void showImage(const Subject& subject, const Options& o, const Look& look)
     remark(printable(o.output) + ": " + captionOf(p, *subject.record));
 }
 
+void showPage(Scene& scene, const Subject& subject, const Options& o, const Look& look)
+{
+    OutputFile output(o.page, o.overwrite ? Overwrite::yes : Overwrite::no);
+    const Size size = o.width > 0 ? imageSize(*subject.record, o.width, widestImage)
+                                  : sizeWithin(*subject.record, pageImage);
+    output.write(pageOf(scene, subject, look, size));
+    output.commit();
+    remark(printable(o.page) + ": open it in a browser");
+}
+
 int run(const Options& o)
 {
+    if (!o.output.empty() && !o.page.empty()) throw Misuse("give -o or --report, not both");
     const Look look = lookOf(o);
     return forEachFile({o.file}, [&](const std::string& file) {
         Scene scene(file);
         const Subject subject = subjectOf(scene, o.part, look);
-        if (o.output.empty())
+        if (!o.page.empty())
+            showPage(scene, subject, o, look);
+        else if (o.output.empty())
             showText(subject, o, look);
         else
             showImage(subject, o, look);
@@ -134,15 +137,23 @@ Command lookCommand()
     return {
         "look",
         "makes a picture of a scene",
-        {"Writes a PNG image with -o; without it, shows the scene as characters.",
+        {"Writes a PNG image with -o, or with --report a page about the whole file; without them, "
+         "shows "
+         "the scene as characters.",
          "Shown are the channels that --rgb or --channel names; else natural colours, where there "
          "are channels of 0.66, 0.56 and 0.48 microns; else the first channel. A class channel is "
          "painted with its LUT, the one whose label is the channel's comment, and gets a legend.",
          "Values are stretched from the 2nd to the 98th percentile of the channel's histogram, or, "
          "where the file holds none, of the pixels of the picture. An image smaller than the scene "
-         "shows means, or of classes the middle pixel."},
+         "shows means, or of classes the middle pixel.",
+         "The page is one HTML file that needs nothing else. It shows what zel info says, a map of "
+         "the "
+         "footprint, the parts of a container side by side, and the picture, values and histogram "
+         "of "
+         "every channel."},
         {{"FILE", "A ZEL file or container.", &o->file}},
         {{"-o,--output", "FILE", "Write this PNG file.", &o->output, Takes::file},
+         {"--report", "FILE", "Write this page about the whole file.", &o->page, Takes::file},
          {"--rgb", "R,G,B", "Three channels, as in B4,B3,B2.", &o->rgb},
          {"-c,--channel", "NAME", "One channel: label, Ch6 (number in expressions) or #5 (slot).",
           &o->look.channel},
@@ -168,7 +179,8 @@ Command lookCommand()
          {"--overwrite", "", "Replace an existing output.", &o->overwrite}},
         {{"look scene.zel", "A first look, in the terminal."},
          {"look scene.zel --rgb B4,B3,B2 -o scene.png", "Natural colours."},
-         {"look scene.zel -c B10 --map heat -o thermal.png", "One channel in a colour map."}},
+         {"look scene.zel -c B10 --map heat -o thermal.png", "One channel in a colour map."},
+         {"look scene.zel --report scene.html", "All of it, on a page for a browser."}},
         "the file could not be read, a channel is not in it, or the picture could not be written",
         [o] { return run(*o); }};
 }

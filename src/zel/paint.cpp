@@ -64,11 +64,6 @@ Image painted(const Plane& plane, ColorOf colorOf)
     return image;
 }
 
-bool isClass(const ZELDisplayLUTType& lut, float value)
-{
-    return value >= 0.0F && value < static_cast<float>(lut.NumLUTValues);
-}
-
 std::string cut(const std::string& text)
 {
     return text.size() > longestName ? text.substr(0, longestName - 2) + ".." : text;
@@ -83,6 +78,11 @@ Image sheet(const Image& image, int legendWidth, int legendHeight)
 }
 
 }  // namespace
+
+bool isClass(const ZELDisplayLUTType& lut, float value)
+{
+    return value >= 0.0F && value < static_cast<float>(lut.NumLUTValues);
+}
 
 const std::vector<std::string>& colorMaps()
 {

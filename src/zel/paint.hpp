@@ -22,6 +22,9 @@ Image paintRgb(const std::vector<Plane>& planes, const std::vector<Range>& range
 Image paintMapped(const Plane& plane, Range range, const std::string& map);
 Image paintClasses(const Plane& plane, const ZELDisplayLUTType& lut);
 
+// Whether the LUT has an entry for the value.
+bool isClass(const ZELDisplayLUTType& lut, float value);
+
 // How often each class of a LUT occurs.
 std::vector<long long> countClasses(const Plane& plane, const ZELDisplayLUTType& lut);
 

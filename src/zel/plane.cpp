@@ -1,12 +1,12 @@
 #include "plane.hpp"
 
 #include <algorithm>
-#include <cfloat>
 #include <cmath>
 #include <limits>
 
 #include "failure.hpp"
 #include "progress.hpp"
+#include "statistics.hpp"
 #include "text.hpp"
 
 namespace zel_tool {
@@ -14,11 +14,6 @@ namespace {
 
 constexpr long long maxPixels = 100'000'000;
 constexpr float missing = std::numeric_limits<float>::quiet_NaN();
-
-bool isValue(float v)
-{
-    return std::isfinite(v) && v != FLT_MAX;
-}
 
 // Source places [first, last) that fall on one place of the image; at least one.
 struct Span {
@@ -126,8 +121,22 @@ Size imageSize(const ZELType& record, int width, int widest)
     return {width, std::max(1, static_cast<int>(std::lround(height)))};
 }
 
+Size sizeWithin(const ZELType& record, Size box)
+{
+    const Size size = imageSize(record, 0, box.width);
+    if (size.height <= box.height) return size;
+    const long long width = static_cast<long long>(size.width) * box.height / size.height;
+    return {std::max(1, static_cast<int>(width)), box.height};
+}
+
 std::vector<Plane> readPlanes(ZELType& record, const std::vector<Wanted>& wanted, Size size,
                               const std::string& file)
+{
+    return readPlanes(record, wanted, size, file, nullptr);
+}
+
+std::vector<Plane> readPlanes(ZELType& record, const std::vector<Wanted>& wanted, Size size,
+                              const std::string& file, const std::function<void()>& show)
 {
     std::vector<Plane> planes(wanted.size(), Plane{size, {}});
     std::vector<Row> rows;
@@ -138,8 +147,9 @@ std::vector<Plane> readPlanes(ZELType& record, const std::vector<Wanted>& wanted
         const Span lines = spanOf(y, size.height, record.NumLines);
         for (int line = lines.first; line < lines.last; ++line) {
             const auto wants = [&](const Row& row) { return row.wants(lines, line); };
-            if (std::none_of(rows.begin(), rows.end(), wants)) continue;
+            if (!show && std::none_of(rows.begin(), rows.end(), wants)) continue;
             readLine(record, line, Decode::yes);
+            if (show) show();
             for (Row& row : rows)
                 if (wants(row)) row.add(record);
         }

@@ -1,6 +1,7 @@
 // A channel of a whole scene, brought to the size of an image.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,12 +39,19 @@ struct Wanted {
 // most widest.
 Size imageSize(const ZELType& record, int width, int widest);
 
-// Reads every line once. Throws Failure.
+// The greatest size in that shape that is within a box and not larger than the grid.
+Size sizeWithin(const ZELType& record, Size box);
+
+// Reads the lines that are needed. Throws Failure.
 std::vector<Plane> readPlanes(ZELType& record, const std::vector<Wanted>& wanted, Size size,
                               const std::string& file);
 
-// The values at two parts of the whole (0.02 and 0.98), of the channel's histogram when it has one,
-// else of the plane.
+// Reads every line, and shows each once. The size is at most that of the record.
+std::vector<Plane> readPlanes(ZELType& record, const std::vector<Wanted>& wanted, Size size,
+                              const std::string& file, const std::function<void()>& show);
+
+// The values at two parts of the whole (0.02 and 0.98), of the channel's histogram when it has one, else
+// of the plane.
 struct Range {
     float low;
     float high;

@@ -7,14 +7,11 @@
 #include "progress.hpp"
 
 namespace zel_tool {
-namespace {
 
 bool isValue(float v)
 {
     return std::isfinite(v) && v != FLT_MAX;
 }
-
-}  // namespace
 
 // The moments of a line are joined to those so far, which stays exact where one long sum would not.
 void Statistics::add(const float* values, int n)

@@ -9,7 +9,10 @@
 
 namespace zel_tool {
 
-// Of the values that are numbers and not 3.4028235e+38, which means missing.
+// Whether it is a number, and not 3.4028235e+38, which means missing.
+bool isValue(float v);
+
+// Of those values.
 struct Statistics {
     long long pixels = 0;
     long long count = 0;

@@ -54,7 +54,9 @@ Image paint(const Picture& p, const Look& look)
     return paintMapped(p.planes[0], p.ranges[0], look.map.empty() ? "grey" : look.map);
 }
 
-Choice choose(ZELType& record, const Look& look)
+}  // namespace
+
+Choice choiceIn(ZELType& record, const Look& look)
 {
     if (!look.rgb.empty()) {
         const std::vector<int> slots = findChannels(record, look.rgb);
@@ -68,12 +70,10 @@ Choice choose(ZELType& record, const Look& look)
     return natural.slots.empty() || !look.map.empty() ? single(record, present[0], look) : natural;
 }
 
-}  // namespace
-
 Subject subjectOf(Scene& scene, int part, const Look& look)
 {
     ZELType& record = scene.part(part);
-    Subject subject{&record, choose(record, look)};
+    Subject subject{&record, choiceIn(record, look)};
     if (part != -1 || !scene.isContainer()) return subject;
     Subject own{nullptr, {subject.choice.style, {}}};
     for (const int slot : subject.choice.slots) {
@@ -85,20 +85,43 @@ Subject subjectOf(Scene& scene, int part, const Look& look)
     return own;
 }
 
-Picture picture(const Subject& subject, const Look& look, Size size, const std::string& file)
+std::vector<Wanted> wantedOf(const Choice& choice)
+{
+    const Sampling sampling = choice.style == Style::classes ? Sampling::nearest : Sampling::mean;
+    std::vector<Wanted> wanted;
+    for (const int slot : choice.slots) wanted.push_back({slot, sampling});
+    return wanted;
+}
+
+Picture painted(const Subject& subject, const Look& look, std::vector<Plane> planes)
 {
     ZELType& record = *subject.record;
     const Choice& choice = subject.choice;
-    std::vector<Wanted> wanted;
-    for (const int slot : choice.slots)
-        wanted.push_back(
-            {slot, choice.style == Style::classes ? Sampling::nearest : Sampling::mean});
-    Picture made{choice, readPlanes(record, wanted, size, file), {}, Image(1, 1), nullptr};
+    Picture made{choice, std::move(planes), {}, Image(1, 1), nullptr};
     for (std::size_t i = 0; i < choice.slots.size(); ++i)
         made.ranges.push_back(rangeOf(record, choice.slots[i], made.planes[i], look));
     if (choice.style == Style::classes) made.lut = lutOf(record, choice.slots[0]);
     made.image = paint(made, look);
     return made;
+}
+
+Picture picture(const Subject& subject, const Look& look, Size size, const std::string& file)
+{
+    return painted(subject, look,
+                   readPlanes(*subject.record, wantedOf(subject.choice), size, file));
+}
+
+std::string captionOf(const Picture& p, const ZELType& record)
+{
+    std::vector<std::string> parts;
+    for (std::size_t i = 0; i < p.choice.slots.size(); ++i) {
+        std::string part = printable(record.Channels[p.choice.slots[i]].ChannelLabel);
+        if (p.choice.style != Style::classes)
+            part += format(" %.6g .. %.6g", static_cast<double>(p.ranges[i].low),
+                           static_cast<double>(p.ranges[i].high));
+        parts.push_back(part);
+    }
+    return join(parts, ", ");
 }
 
 }  // namespace zel_tool

@@ -41,11 +41,20 @@ struct Subject {
     Choice choice;
 };
 
-// The subject in a part of a container, or in all of it for -1. Channels that come from one part
-// are taken on its own grid: the view would have averaged or repeated them, classes too. Throws
-// Failure.
+Choice choiceIn(ZELType& record, const Look& look);
+
+// The subject in a part of a container, or in all of it for -1. Channels that come from one part are taken
+// on its own grid: the view would have averaged or repeated them, classes too. Throws Failure.
 Subject subjectOf(Scene& scene, int part, const Look& look);
 
+// What each channel of the choice is read as.
+std::vector<Wanted> wantedOf(const Choice& choice);
+
+// The picture of planes that were read for the choice of the subject; or that of the subject.
+Picture painted(const Subject& subject, const Look& look, std::vector<Plane> planes);
 Picture picture(const Subject& subject, const Look& look, Size size, const std::string& file);
+
+// Its channels, and what they are stretched between.
+std::string captionOf(const Picture& picture, const ZELType& record);
 
 }  // namespace zel_tool

@@ -113,7 +113,7 @@ def follow(value, schema, path="$"):
 
 
 def read_png(data):
-    """(width, height, rows of (r, g, b)) of an 8-bit RGB PNG, every check sum tested."""
+    """(width, height, rows of (r, g, b)) of an 8-bit PNG, grey or RGB, every check sum tested."""
     assert data[:8] == b"\x89PNG\r\n\x1a\n"
     at, packed, size = 8, b"", None
     while at < len(data):
@@ -126,17 +126,19 @@ def read_png(data):
             packed += body
         at += 12 + length
     width, height, depth, color = size[:4]
-    assert (depth, color) == (8, 2)
-    raw, rows, before = zlib.decompress(packed), [], bytes(3 * width)
+    assert depth == 8
+    step = {0: 1, 2: 3}[color]
+    length = step * width
+    raw, rows, before = zlib.decompress(packed), [], bytes(length)
     for y in range(height):
-        kind = raw[y * (3 * width + 1)]
-        line = bytearray(raw[y * (3 * width + 1) + 1:(y + 1) * (3 * width + 1)])
-        for i in range(3 * width):
-            left = line[i - 3] if i >= 3 else 0
-            corner = before[i - 3] if i >= 3 else 0
+        kind = raw[y * (length + 1)]
+        line = bytearray(raw[y * (length + 1) + 1:(y + 1) * (length + 1)])
+        for i in range(length):
+            left = line[i - step] if i >= step else 0
+            corner = before[i - step] if i >= step else 0
             line[i] = (line[i] + (0, left, before[i], (left + before[i]) // 2,
                                   paeth(left, before[i], corner))[kind]) & 255
-        rows.append([tuple(line[3 * x:3 * x + 3]) for x in range(width)])
+        rows.append([tuple(line[step * x:step * x + step]) * (3 // step) for x in range(width)])
         before = bytes(line)
     return width, height, rows
 
