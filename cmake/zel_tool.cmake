@@ -28,4 +28,13 @@ if(NOT ZEL_TOOL STREQUAL OFF AND NOT zel_tool_missing)
         OUTPUT_NAME zel
         RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
     include(cmake/zel_tool_pages.cmake)
+    if(ZEL_FUZZ) # the command without its main
+        set(zel_tool_parts_sources ${zel_tool_sources})
+        list(FILTER zel_tool_parts_sources EXCLUDE REGEX "/main\\.cpp$")
+        add_library(zel_tool_parts OBJECT ${zel_tool_parts_sources})
+        zel_own_target(zel_tool_parts)
+        target_include_directories(zel_tool_parts PUBLIC ${PROJECT_SOURCE_DIR}/src)
+        target_link_libraries(zel_tool_parts PUBLIC
+            zel CLI11::CLI11 nlohmann_json::nlohmann_json PNG::PNG)
+    endif()
 endif()

@@ -336,6 +336,17 @@ def save_files_of_command_lines(coarse, fine):
     put("empty", b"")
 
 
+def verbs():
+    """Scenes that differ in what the verbs show of them, and sample files."""
+    for target, names in (("scene_fuzz", ("big_endian_version_132", "blocks", "composite",
+                                          "composite_with_mask", "no_lines", "odd_positions",
+                                          "storage_code_1", "storage_code_3", "storage_code_4")),
+                          ("sample_file_fuzz", ("no_samples", "three_features", "class_beyond"))):
+        for name in names:
+            with open(os.path.join(HERE, "seeds", target, name), "rb") as seed:
+                save("verbs_fuzz", name, seed.read())
+
+
 def main():
     for code in (1, 2, 3, 4, 5):
         save("scene_fuzz", "storage_code_%d" % code, sample(codes=(code,)).bytes())
@@ -376,6 +387,7 @@ def main():
     for name, line in COMMAND_LINES.items():
         save("command_line_fuzz", name, "\n".join(line.split("|")).encode())
     save_files_of_command_lines(coarse, fine)
+    verbs()
 
 
 main()
