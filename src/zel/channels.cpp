@@ -102,6 +102,8 @@ int exportChannels(const Options& o, const std::string& file)
     if (slots.empty()) throw Failure("has no channels");
     const std::string headerName = o.header.empty() ? o.output + ".hdr" : o.header;
     const Overwrite overwrite = o.overwrite ? Overwrite::yes : Overwrite::no;
+    requireOther(file, o.output);
+    requireOther(file, headerName);
     OutputFile raster(o.output, overwrite);
     OutputFile header(headerName, overwrite);
     raster.writeAt(0, rasterHeader(record, slots.size()));

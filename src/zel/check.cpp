@@ -5,6 +5,7 @@
 
 #include "failure.hpp"
 #include "findings.hpp"
+#include "names.hpp"
 #include "report.hpp"
 #include "text.hpp"
 #include "verbs.hpp"
@@ -43,6 +44,11 @@ void checkDirectory(Scene& scene, const Places& places, Findings& findings)
                          format("%lld bytes after the last part", scene.bytes() - end));
 }
 
+std::string counted(int count, const char* what)
+{
+    return format("%d %s%s", count, what, count == 1 ? "" : "s");
+}
+
 struct Checked {
     Findings findings;
     std::string summary;
@@ -64,8 +70,8 @@ Checked checkFile(const std::string& file)
             checkHeader(scene.component(i), i, places, findings);
             checkLines(scene.component(i), i, places, findings, file);
         }
-        checked.summary =
-            format("%d lines, %d channels", scene.view().NumLines, scene.view().NumTotalChans);
+        checked.summary = counted(scene.view().NumLines, "line") + ", " +
+                          counted(scene.view().NumTotalChans, "channel");
         if (checked.container)
             checked.summary = format("%d parts, ", scene.componentCount()) + checked.summary;
     } catch (const Failure& failure) {
@@ -122,7 +128,10 @@ std::vector<std::string> differences(const SceneKey& a, const SceneKey& b)
     const auto compare = [&](const char* what, int own, int other) {
         if (own != other) list.push_back(format("%s %d, not %d", what, own, other));
     };
-    compare("sensor", b.dataType, a.dataType);
+    if (a.dataType != b.dataType)
+        list.push_back(format("sensor %d (%s), not %d (%s)", b.dataType,
+                              sensorName(b.dataType).c_str(), a.dataType,
+                              sensorName(a.dataType).c_str()));
     compare("year", b.year, a.year);
     compare("day", b.julian, a.julian);
     compare("satellite", b.satellite, a.satellite);

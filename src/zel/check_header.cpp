@@ -159,7 +159,9 @@ void checkHeader(ZELType& record, int part, const Places& places, Findings& find
         checkHistogram(s, s.fields().ChannelHistogram, "histogram");
         checkHistogram(s, s.fields().ChannelStandardHistogram, "standard histogram");
     }
-    if (record.NumLines < 1) findings.problem(-1, part, "file", "has no lines");
+    if (record.NumLines < 1)
+        findings.problem(static_cast<long long>(record.fileOffset) + record.HeaderOffset, part,
+                         "file", "has no lines");
 }
 
 }  // namespace zel_tool

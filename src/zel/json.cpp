@@ -1,5 +1,6 @@
 #include "json.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #include "failure.hpp"
@@ -15,20 +16,41 @@ std::string labelOf(const Json& value)
     return label != value.end() && label->is_string() ? label->get<std::string>() : std::string();
 }
 
-// A label of an object counts before a position.
+// Whether an object is the channel that "#5" (its slot) or "Ch6" (its number) names.
+bool isNumbered(const Json& value, const std::string& name)
+{
+    const bool bySlot = name.starts_with("#");
+    const std::string number = name.substr(bySlot ? 1 : std::min<std::size_t>(name.size(), 2));
+    long long wanted = 0;
+    if (!bySlot && !equalIgnoringCase(name.substr(0, 2), "ch")) return false;
+    const char* key = bySlot ? "slot" : "number";
+    return value.is_object() && value.contains(key) && parseInteger(number, wanted) &&
+           value[key] == wanted;
+}
+
+// How an element of a list is named when its label is not enough.
+std::string placeIn(const Json& list, const Json& value)
+{
+    if (value.contains("slot")) return "#" + value["slot"].dump();
+    return std::to_string(&value - &list[0]);
+}
+
+// A label of an object, or the number of a channel, counts before a position.
 const Json* elementOf(const Json& list, const std::string& name)
 {
-    const Json* found = nullptr;
-    for (const Json& value : list) {
-        if (labelOf(value) != name) continue;
-        if (found) throw Failure(format("'%s' is ambiguous: use its position", name.c_str()));
-        found = &value;
+    std::vector<const Json*> found;
+    for (const Json& value : list)
+        if (labelOf(value) == name || isNumbered(value, name)) found.push_back(&value);
+    if (found.size() == 1) return found[0];
+    if (found.empty()) {
+        long long index = 0;
+        const bool isPosition = parseInteger(name, index) && index >= 0 &&
+                                static_cast<std::size_t>(index) < list.size();
+        return isPosition ? &list[static_cast<std::size_t>(index)] : nullptr;
     }
-    long long index = 0;
-    if (!found && parseInteger(name, index) && index >= 0 &&
-        static_cast<std::size_t>(index) < list.size())
-        found = &list[static_cast<std::size_t>(index)];
-    return found;
+    std::vector<std::string> places;
+    for (const Json* value : found) places.push_back(placeIn(list, *value));
+    throw Failure("'" + printable(name) + "' is ambiguous: " + join(places, ", "));
 }
 
 const Json* memberOf(const Json& value, const std::string& name)

@@ -89,11 +89,14 @@ void showText(const Subject& subject, const Options& o, const Look& look)
     const bool colors = o.colors == "always" || (o.colors == "auto" && terminalHasColors());
     const Size size = textSize(*subject.record, o.width, colors);
     const Picture p = picture(subject, look, size, o.file);
-    put((colors ? coloredText(p.image) : greyText(p.image)) + captionOf(p, *subject.record) + "\n");
+    const bool hasLegend = p.choice.style == Style::classes && p.lut && o.legend != "no";
+    put((colors ? coloredText(p.image) : greyText(p.image)) + captionOf(p, *subject.record) + "\n" +
+        (hasLegend ? classText(p.planes[0], *p.lut, colors) : ""));
 }
 
 void showImage(const Subject& subject, const Options& o, const Look& look)
 {
+    requireOther(o.file, o.output);
     OutputFile output(o.output, o.overwrite ? Overwrite::yes : Overwrite::no);
     const Size size = imageSize(*subject.record, o.width, widestImage);
     const Picture p = picture(subject, look, size, o.file);
@@ -104,6 +107,7 @@ void showImage(const Subject& subject, const Options& o, const Look& look)
 
 void showPage(Scene& scene, const Subject& subject, const Options& o, const Look& look)
 {
+    requireOther(o.file, o.page);
     OutputFile output(o.page, o.overwrite ? Overwrite::yes : Overwrite::no);
     const Size size = o.width > 0 ? imageSize(*subject.record, o.width, widestImage)
                                   : sizeWithin(*subject.record, pageImage);

@@ -107,7 +107,9 @@ std::string degreesText(double value, double step, const char* signs)
     const int digits = step >= 1.0 ? 0 : step >= 0.1 ? 1 : step >= 0.01 ? 2 : step >= 0.001 ? 3 : 4;
     const std::string text = format("%.*f\u00B0", digits, std::fabs(value));
     const double size = std::fabs(value);
-    return size < step / 2.0 || size > 180.0 - step / 2.0 ? text : text + " " + (value < 0.0 ? signs[1] : signs[0]);
+    return size < step / 2.0 || size > 180.0 - step / 2.0
+               ? text
+               : text + " " + (value < 0.0 ? signs[1] : signs[0]);
 }
 
 std::string textAt(Point p, const char* anchor, const std::string& text)

@@ -19,7 +19,8 @@ CLI::Option* bind(CLI::App& app, const Option& option)
                 return app.add_flag(option.names, *target);
             else if constexpr (std::is_same_v<Value, std::vector<double>>)
                 return app.add_option(option.names, *target)
-                    ->expected(static_cast<int>(split(option.argument, ' ').size()));
+                    ->expected(static_cast<int>(split(option.argument, ' ').size()))
+                    ->allow_extra_args(false);
             else if constexpr (std::is_same_v<Value, std::vector<std::string>>)
                 return app.add_option(option.names, *target)
                     ->expected(1)

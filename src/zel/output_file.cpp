@@ -107,6 +107,15 @@ bool giveNewName(const std::string& temporary, const std::string& name)
 
 }  // namespace
 
+void requireOther(const std::string& input, const std::string& output)
+{
+    struct stat in {};
+    struct stat out {};
+    if (stat(input.c_str(), &in) != 0 || stat(output.c_str(), &out) != 0) return;
+    if (in.st_dev == out.st_dev && in.st_ino == out.st_ino)
+        throw Failure("the output " + printable(output) + " is the input");
+}
+
 OutputFile::OutputFile(const std::string& name, Overwrite overwrite)
     : name_(name), path_(resolved(name)), overwrite_(overwrite)
 {

@@ -9,6 +9,9 @@ namespace zel_tool {
 
 enum class Overwrite { no, yes };
 
+// Throws Failure when the output is the input itself, by whatever name.
+void requireOther(const std::string& input, const std::string& output);
+
 class OutputFile {
 public:
     // Throws Failure when the name is taken, unless it may be overwritten, or no file can be made

@@ -34,12 +34,6 @@ std::string shortNumber(double value)
     return format("%.5g", value);
 }
 
-std::string share(long long count, long long total)
-{
-    const double percent = 100.0 * static_cast<double>(count) / static_cast<double>(total);
-    return percent > 0.0 && percent < 0.05 ? "< 0.1 %" : format("%.1f %%", percent);
-}
-
 std::string swatch(const ZELLUTType& entry)
 {
     return format("<i style=\"background:#%02x%02x%02x\"></i>", entry.R, entry.G, entry.B);

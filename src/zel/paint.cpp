@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
 #include "failure.hpp"
 #include "names.hpp"
@@ -149,36 +148,46 @@ Image paintClasses(const Plane& plane, const ZELDisplayLUTType& lut)
     });
 }
 
-std::vector<long long> countClasses(const Plane& plane, const ZELDisplayLUTType& lut)
+std::vector<ClassCount> sortedClasses(const std::vector<long long>& counts)
+{
+    std::vector<ClassCount> classes;
+    for (std::size_t value = 0; value < counts.size(); ++value)
+        if (counts[value] > 0) classes.push_back({static_cast<int>(value), counts[value]});
+    std::stable_sort(classes.begin(), classes.end(),
+                     [](const ClassCount& a, const ClassCount& b) { return a.count > b.count; });
+    return classes;
+}
+
+std::vector<ClassCount> classesOf(const Plane& plane, const ZELDisplayLUTType& lut)
 {
     std::vector<long long> counts(static_cast<std::size_t>(std::max<int>(lut.NumLUTValues, 0)));
     for (const float value : plane.values)
         if (isClass(lut, value)) ++counts[static_cast<std::size_t>(value)];
-    return counts;
+    return sortedClasses(counts);
+}
+
+std::string share(long long count, long long total)
+{
+    const double percent = 100.0 * static_cast<double>(count) / static_cast<double>(total);
+    return percent > 0.0 && percent < 0.05 ? "< 0.1 %" : format("%.1f %%", percent);
 }
 
 Image withClassLegend(const Image& image, const Plane& plane, const ZELDisplayLUTType& lut)
 {
-    const std::vector<long long> counts = countClasses(plane, lut);
-    std::vector<int> classes(counts.size());
-    std::iota(classes.begin(), classes.end(), 0);
-    const auto countOf = [&](int c) { return counts[static_cast<std::size_t>(c)]; };
-    std::erase_if(classes, [&](int c) { return countOf(c) == 0; });
-    std::stable_sort(classes.begin(), classes.end(),
-                     [&](int a, int b) { return countOf(a) > countOf(b); });
-    const auto total = static_cast<double>(plane.values.size());
+    const std::vector<ClassCount> classes = classesOf(plane, lut);
     std::vector<std::string> lines;
     std::size_t longest = 0;
-    for (const int c : classes) {
-        lines.push_back(format("%5.1f %% %s", 100.0 * static_cast<double>(countOf(c)) / total,
-                               cut(printable(lut.DisplayLUT[c].LUTEntryLabel)).c_str()));
+    for (const ClassCount& c : classes) {
+        const auto pixels = static_cast<long long>(plane.values.size());
+        lines.push_back(paddedLeft(share(c.count, pixels), 7) + " " +
+                        cut(printable(lut.DisplayLUT[c.value].LUTEntryLabel)));
         longest = std::max(longest, lines.back().size());
     }
     const int width = 2 * margin + swatch + 4 + static_cast<int>(longest) * glyphWidth;
     Image out = sheet(image, width, 2 * margin + rowHeight * static_cast<int>(classes.size()));
     int y = margin;
     for (std::size_t i = 0; i < classes.size(); ++i, y += rowHeight) {
-        const ZELLUTType& entry = lut.DisplayLUT[classes[i]];
+        const ZELLUTType& entry = lut.DisplayLUT[classes[i].value];
         const int x = image.width() + margin;
         out.fill(x, y, swatch, swatch, black);
         out.fill(x + 1, y + 1, swatch - 2, swatch - 2, {entry.R, entry.G, entry.B});

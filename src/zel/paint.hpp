@@ -25,8 +25,19 @@ Image paintClasses(const Plane& plane, const ZELDisplayLUTType& lut);
 // Whether the LUT has an entry for the value.
 bool isClass(const ZELDisplayLUTType& lut, float value);
 
-// How often each class of a LUT occurs.
-std::vector<long long> countClasses(const Plane& plane, const ZELDisplayLUTType& lut);
+// A class that occurs.
+struct ClassCount {
+    int value;
+    long long count;
+};
+
+// The classes with a count, the most frequent first.
+std::vector<ClassCount> sortedClasses(const std::vector<long long>& counts);
+
+std::vector<ClassCount> classesOf(const Plane& plane, const ZELDisplayLUTType& lut);
+
+// "38.7 %"; what is there but hardly seen is "< 0.1 %".
+std::string share(long long count, long long total);
 
 // The image with a legend to its right: the classes that occur, the most frequent first, or a bar
 // with the ends of the range.

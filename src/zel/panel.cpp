@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "names.hpp"
-#include "paint.hpp"
 
 namespace zel_tool {
 namespace {
@@ -37,12 +36,7 @@ public:
 
     Panel finish()
     {
-        for (std::size_t value = 0; value < counts_.size(); ++value)
-            if (counts_[value] > 0)
-                panel_.classes.push_back({static_cast<int>(value), counts_[value]});
-        std::stable_sort(
-            panel_.classes.begin(), panel_.classes.end(),
-            [](const ClassCount& a, const ClassCount& b) { return a.count > b.count; });
+        panel_.classes = sortedClasses(counts_);
         return std::move(panel_);
     }
 

@@ -6,14 +6,10 @@
 
 #include "distribution.hpp"
 #include "image.hpp"
+#include "paint.hpp"
 #include "view.hpp"
 
 namespace zel_tool {
-
-struct ClassCount {
-    int value;
-    long long count;
-};
 
 struct Panel {
     int slot;

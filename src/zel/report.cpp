@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "failure.hpp"
 #include "progress.hpp"
@@ -73,6 +74,9 @@ int forEachFile(const std::vector<std::string>& files,
             status = std::max(status, work(file));
         } catch (const Failure& failure) {
             complain(file, failure.what());
+            status = std::max<int>(status, statusProblem);
+        } catch (const std::bad_alloc&) {
+            complain(file, "cannot allocate memory");
             status = std::max<int>(status, statusProblem);
         }
     }

@@ -5,9 +5,20 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "paint.hpp"
 #include "text.hpp"
 
 namespace zel_tool {
+namespace {
+
+char characterOf(Color c)
+{
+    static constexpr char levels[] = " .:-=+*#%@";
+    constexpr int last = static_cast<int>(sizeof levels) - 2;
+    return levels[(299 * c.r + 587 * c.g + 114 * c.b) / 1000 * last / 255];
+}
+
+}  // namespace
 
 bool terminalHasColors()
 {
@@ -34,16 +45,25 @@ std::string coloredText(const Image& image)
 
 std::string greyText(const Image& image)
 {
-    static constexpr char levels[] = " .:-=+*#%@";
-    constexpr int last = static_cast<int>(sizeof levels) - 2;
     std::string out;
     for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const Color c = image.at(x, y);
-            const int light = (299 * c.r + 587 * c.g + 114 * c.b) / 1000;
-            out += levels[light * last / 255];
-        }
+        for (int x = 0; x < image.width(); ++x) out += characterOf(image.at(x, y));
         out += '\n';
+    }
+    return out;
+}
+
+std::string classText(const Plane& plane, const ZELDisplayLUTType& lut, bool colors)
+{
+    std::string out;
+    for (const ClassCount& c : classesOf(plane, lut)) {
+        const ZELLUTType& entry = lut.DisplayLUT[c.value];
+        const std::string mark =
+            colors ? format("\x1b[48;2;%d;%d;%dm  \x1b[0m", entry.R, entry.G, entry.B)
+                   : std::string(1, characterOf({entry.R, entry.G, entry.B}));
+        const auto pixels = static_cast<long long>(plane.values.size());
+        out += "  " + mark + " " + paddedLeft(share(c.count, pixels), 7) + "  " +
+               printable(entry.LUTEntryLabel) + "\n";
     }
     return out;
 }

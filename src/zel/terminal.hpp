@@ -4,6 +4,7 @@
 #include <string>
 
 #include "image.hpp"
+#include "plane.hpp"
 
 namespace zel_tool {
 
@@ -15,5 +16,8 @@ std::string coloredText(const Image& image);
 
 // A character a pixel, dark to light.
 std::string greyText(const Image& image);
+
+// A line for each class of a class channel, with its colour or its character.
+std::string classText(const Plane& plane, const ZELDisplayLUTType& lut, bool colors);
 
 }  // namespace zel_tool

@@ -1,9 +1,13 @@
 #!/usr/bin/env python3
 """What holds for every verb: help, usage errors, messages, standard streams, completion, manual pages."""
+import json
 import os
+import pty
 import re
 import shutil
+import signal
 import subprocess
+import time
 import unittest
 
 from zel_case import ZEL, ZelTest, main
@@ -84,6 +88,15 @@ class Command(ZelTest):
         self.assertEqual(err, "zel info: none: No such file or directory\n"
                               "zel info: none2: No such file or directory\n")
 
+    def test_one_bad_file_does_not_stop_the_others_of_any_verb(self):
+        f = small_scene()
+        f.channels[2].rows[2][3] = 2
+        self.put("a", f)
+        for verb, result in (("check", "a: ok, 3 lines, 3 channels\n"), ("dump", None)):
+            status, out, err = self.run_zel(verb, "none", "a")
+            self.assertEqual((status, err), (1, "zel %s: none: No such file or directory\n" % verb))
+            self.assertEqual(out, result or "a\n" + self.run_zel("dump", "a")[1])
+
     def test_the_chatter_of_the_library_appears_only_with_v(self):
         self.put("a", small_scene())
         status, out, err = self.run_zel("info", "-v", "a", "--get", "scene.date")
@@ -121,6 +134,47 @@ class Command(ZelTest):
         lines = err.splitlines()
         self.assertRegex(lines[0], r'^\{"progress":\{"task":"a","done":0,"total":3,"seconds":[0-9.]+\}\}$')
         self.assertRegex(lines[-1], r'"done":3,"total":3,')
+
+    def test_progress_is_json_whatever_the_name_of_the_file(self):
+        self.put('a "quoted"\\', small_scene())
+        err = self.run_zel("info", "--stats", "--progress=json", 'a "quoted"\\', "--get", "lines")[2]
+        for line in err.splitlines():
+            self.assertEqual(json.loads(line)["progress"]["task"], 'a "quoted"\\')
+
+    def progress_on_a_terminal(self, *words):
+        """What a run that is stopped again and again, for seconds in all, writes to a terminal."""
+        lines = 200000
+        f = small_scene()
+        line = f.bytes()[-64:]  # 8 + 4 + 3 x 4 + 2 x 4 + 2 x 2 x 4 + 4 x (1 + 1 + 2)
+        self.put("a", f.bytes() + line * lines)
+        terminal, side = pty.openpty()
+        run = subprocess.Popen([str(ZEL), "info", "--stats", "a", "--get", "lines", *words], cwd=self.dir,
+                               env=self.env, stdout=subprocess.PIPE, stderr=side)
+        os.close(side)
+        while run.poll() is None:
+            run.send_signal(signal.SIGSTOP)
+            time.sleep(0.1)
+            run.send_signal(signal.SIGCONT)
+            time.sleep(0.004)
+        seen = b""
+        try:
+            while data := os.read(terminal, 4096):
+                seen += data
+        except OSError:
+            pass  # the other side is closed
+        os.close(terminal)
+        self.assertEqual((run.communicate()[0], run.returncode), (b"%d\n" % (lines + 3), 0))
+        return seen.decode()
+
+    def test_a_bar_on_a_terminal_after_a_second(self):
+        seen = self.progress_on_a_terminal()
+        self.assertRegex(seen, r"a \[=* *\] +\d+ %, \d+ s left")
+        self.assertTrue(seen.endswith("\r\x1b[K"), seen)  # and nothing is left of it
+        self.assertEqual(self.progress_on_a_terminal("-q"), "")
+
+    def test_no_bar_in_a_pipe(self):
+        self.put("a", small_scene())
+        self.check("info --stats a --get lines", "3\n")
 
 
 class Manual(ZelTest):
@@ -174,6 +228,18 @@ class Completion(ZelTest):
                                "whence -w _zel; print $_comps[zel]"], cwd=self.dir,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
         self.assertEqual(done.stdout.decode(), "_zel: function\n_zel\n")
+
+    @unittest.skipUnless(shutil.which("zsh"), "no zsh")
+    def test_zsh_completes_an_option_when_tab_is_pressed(self):
+        (self.dir / "_zel").write_text(self.run_zel("completion", "zsh")[1])
+        (self.dir / "press.zsh").write_text(
+            "zmodload zsh/zpty\nzpty shell zsh -f -i\n"
+            "zpty -w shell 'autoload -U compinit; compinit -D -u; source ./_zel; print rea''dy'\n"
+            "zpty -r shell out '*ready*'\nzpty -n -w shell $'zel look --repo\\t'\n"
+            "zpty -r shell out '*--report*'\nprint completed\n")
+        done = subprocess.run(["zsh", "-f", "press.zsh"], cwd=self.dir, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, timeout=60)
+        self.assertIn("completed", done.stdout.decode())
 
     @unittest.skipUnless(shutil.which("fish"), "no fish")
     def test_fish(self):

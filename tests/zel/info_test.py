@@ -184,7 +184,9 @@ class Get(ZelTest):
         for key, value in (("channels.B1.units", "Reflectance"), ("channels.2.label", "RAW"),
                            ("scene.date", "2020-02-29"), ("luts.Cover.entries.2.rgb", "[255,0,0]"),
                            ("channels.cover.v2.slot", "2"), ("channels.B1.base", "true"),
-                           ("channels.RAW.histogram", "null"), ("metadata.text", "line one\nline two")):
+                           ("channels.RAW.histogram", "null"),
+                           ("channels.#5.label", "RAW"), ("channels.Ch3.label", "cover.v2"),
+                           ("channels.ch6.label", "RAW"), ("metadata.text", "line one\nline two")):
             self.check(["info", "--get", key, "a.zel"], value + "\n")
 
     def test_a_key_that_is_not_there_lists_those_that_are(self):
@@ -198,7 +200,8 @@ class Get(ZelTest):
         f.channels[5].label = b"B1"
         self.put("b.zel", f)
         self.fails("info --get channels.B1.units b.zel",
-                   "zel info: b.zel: 'B1' is ambiguous: use its position")
+                   "zel info: b.zel: 'B1' is ambiguous: #0, #5")
+        self.check("info --get channels.#5.storage b.zel", "16-bit\n")
 
 
 @needs_scenes

@@ -148,10 +148,19 @@ class Terminal(ZelTest):
 
     def test_colours_when_asked_for(self):
         self.put("a.zel", small_scene())
-        out = self.run_zel("look", "a.zel", "-c", "CLS", "--color", "always")[1]
+        out = self.run_zel("look", "a.zel", "-c", "CLS", "--color", "always", "--legend", "no")[1]
         self.assertTrue(out.startswith("\x1b[38;2;10;20;30m\x1b[48;2;255;0;0m\u2580"))
         self.assertTrue(out.endswith("\x1b[0m\nCLS\n"))
         self.assertEqual(len(out.splitlines()), 3)
+
+    def test_classes_have_a_legend(self):
+        # The only row of 4 pixels shows the middle line: fire, fire, grass, sea. Of the levels 0 to 9 red,
+        # a light of 76 of 255, is level 2 and green, 149, level 5. Equal shares are in the order of classes.
+        self.put("a.zel", small_scene())
+        self.check("look a.zel -c CLS --color never",
+                   "::+ \nCLS\n  :  50.0 %  fire\n     25.0 %  sea\n  +  25.0 %  grass\n")
+        out = self.run_zel("look", "a.zel", "-c", "CLS", "--color", "always")[1]
+        self.assertIn("\n  \x1b[48;2;0;255;0m  \x1b[0m  41.7 %  grass\n", out)
 
 
 class Wrong(ZelTest):
@@ -216,6 +225,18 @@ class Output(ZelTest):
         self.run_zel("look", "a.zel", "--overwrite", "-o", "b.png")
         self.assertTrue((self.dir / "b.png").is_symlink())
         self.assertEqual(self.got("folder/real.png")[:4], b"\x89PNG")
+
+    def test_the_input_is_not_replaced(self):
+        (self.dir / "b.zel").symlink_to("a.zel")
+        before = self.got("a.zel")
+        for words in ("-o", "--report"):
+            self.fails("look a.zel --overwrite %s b.zel" % words,
+                       "zel look: a.zel: the output b.zel is the input")
+        self.fails("channels a.zel --overwrite -o b.zel", "zel channels: a.zel: the output b.zel is the input")
+        self.fails("channels a.zel --overwrite -o c --header b.zel",
+                   "zel channels: a.zel: the output b.zel is the input")
+        self.assertEqual(self.got("a.zel"), before)
+        self.assertEqual(self.names(), ["a.zel", "b.zel"])
 
     def test_a_folder_that_is_not_there(self):
         self.fails("look a.zel -o none/b.png",

@@ -91,6 +91,14 @@ class At(ZelTest):
         self.assertEqual(self.nearest(49.1, 11.9)[:2], (2, 1))
         self.assertEqual(self.nearest(50.4, 9.6)[:2], (0, 0))
 
+    def test_the_position_may_stand_before_the_file(self):
+        self.put("a.zel", small_scene())
+        after = self.run_zel("pixel", "a.zel", "--at", 49.1, 11.9)
+        self.assertEqual(self.run_zel("pixel", "--at", 49.1, 11.9, "a.zel"), after)
+        self.assertEqual(after[0], 0)
+        status, out, err = self.run_zel("pixel", "--at", 49.1, "a.zel")
+        self.assertEqual((status, out), (2, ""))
+
     def test_the_distance_is_along_a_sphere_of_the_mean_radius(self):
         self.assertAlmostEqual(self.nearest(49.25, 11.0)[2], math.radians(0.25) * 6371030.0, 0)
 
