@@ -19,9 +19,9 @@ def small_scene(**header):
     return f
 
 
-def rich_scene():
+def rich_scene(**header):
     """The same with everything else that a header holds."""
-    f = small_scene()
+    f = small_scene(**header)
     f.tables = [Table(1, b"curve", [0.5, 1.5, 2.5])]
     f.meta_type, f.metadata = 1, b"line one\nline two"
     f.meta_size = len(f.metadata)
