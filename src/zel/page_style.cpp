@@ -31,7 +31,6 @@ header .quiet { margin-bottom: .25rem; }
 figure { margin: 0; }
 img, svg { display: block; max-width: 100%; height: auto; }
 img { border-radius: 4px; background: var(--band); }
-figure > img { margin-inline: auto; }
 figcaption { margin: .5rem 0; }
 .intro { display: grid; gap: 1.5rem 2rem; grid-template-columns: repeat(auto-fit, minmax(min(100%, 24rem), 1fr)); }
 dl { margin: 0; display: grid; grid-template-columns: max-content 1fr; gap: .35rem 1rem; align-content: start; }
