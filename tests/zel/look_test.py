@@ -6,6 +6,7 @@ import signal
 import stat
 import subprocess
 import time
+import unittest
 
 from zel_case import SCENES, TEST_DATA, ZEL, ZelTest, main, needs_scenes, read_png
 from scene import small_scene
@@ -180,6 +181,14 @@ class Wrong(ZelTest):
     def test_too_large_a_picture(self):
         self.fails("look a.zel -o a.png --width 40000",
                    "zel look: a.zel: an image of width 40000 is too large")
+        self.assertEqual(self.names(), ["a.zel"])
+
+    @unittest.skipIf("ASAN_OPTIONS" in os.environ, "the sanitizer needs more memory than the limit")
+    def test_a_picture_that_does_not_fit_into_memory(self):
+        def limit():
+            resource.setrlimit(resource.RLIMIT_AS, (2 ** 28, 2 ** 28))
+        status, out, err = self.run_zel("look", "a.zel", "-o", "a.png", "--width", "10000", preexec_fn=limit)
+        self.assertEqual((status, out, err), (1, "", "zel look: a.zel: cannot allocate memory\n"))
         self.assertEqual(self.names(), ["a.zel"])
 
     def test_a_scene_without_lines_or_channels(self):

@@ -93,9 +93,10 @@ class At(ZelTest):
 
     def test_the_position_may_stand_before_the_file(self):
         self.put("a.zel", small_scene())
-        after = self.run_zel("pixel", "a.zel", "--at", 49.1, 11.9)
-        self.assertEqual(self.run_zel("pixel", "--at", 49.1, 11.9, "a.zel"), after)
+        after = self.run_zel("pixel", "a.zel", "--at", 49.1, 11.9, "-c", "B1")
         self.assertEqual(after[0], 0)
+        for words in (("--at", 49.1, 11.9, "a.zel", "-c", "B1"), ("-c", "B1", "--at", 49.1, 11.9, "a.zel")):
+            self.assertEqual(self.run_zel("pixel", *words), after)
         status, out, err = self.run_zel("pixel", "--at", 49.1, "a.zel")
         self.assertEqual((status, out), (2, ""))
 
