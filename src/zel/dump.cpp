@@ -39,9 +39,15 @@ public:
             isEmpty_ = false;
         else
             isEmpty_ = isEmpty_ && (value.empty() || value == "0");
-        if (isWanted(field.record)) waiting_ += options_.json ? jsonOf(field) : textOf(field);
-        if (!isEmpty_ || options_.all) release();
+        if (isWanted(field.record)) {
+            waiting_ += options_.json ? jsonOf(field) : textOf(field);
+            found_ = true;
+        }
+        if (!isEmpty_ || showsEmpty()) release();
     }
+
+    // Whether any record was the wanted one.
+    bool hasFound() const { return found_; }
 
     void finish()
     {
@@ -64,6 +70,9 @@ private:
         return wanted.empty() || record == wanted || record.starts_with(wanted + " ");
     }
 
+    // An empty slot that is asked for by name is shown.
+    bool showsEmpty() const { return options_.all || !options_.record.empty(); }
+
     void release()
     {
         put(waiting_);
@@ -72,7 +81,7 @@ private:
 
     void flush()
     {
-        if (isEmpty_ && !options_.all && !slot_.empty())
+        if (isEmpty_ && !showsEmpty() && !slot_.empty())
             ++hidden_;
         else
             release();
@@ -111,6 +120,7 @@ private:
     std::string slot_;
     int component_ = 0;
     bool isEmpty_ = true;
+    bool found_ = false;
     int hidden_ = 0;
     std::string waiting_;
 };
@@ -121,22 +131,29 @@ int takeField(void* printer, const ZELDumpField* field)
     return 0;
 }
 
+// A record of a line is looked for among the lines.
+int depthOf(const Options& o)
+{
+    if (o.pixels) return ZEL_DUMP_PIXELS;
+    return o.lines || o.record.starts_with("line ") ? ZEL_DUMP_LINES : ZEL_DUMP_HEADER;
+}
+
 int dumpFile(const Options& o, const std::string& file)
 {
     requireFile(file);
     if (o.files.size() > 1 && !o.json) put(printable(file) + "\n");
     Printer printer(o);
-    const int depth = o.pixels ? ZEL_DUMP_PIXELS : o.lines ? ZEL_DUMP_LINES : ZEL_DUMP_HEADER;
     int result = 0;
     std::string reason;
     try {
-        guarded([&] { result = ZELDumpFile(file.c_str(), depth, takeField, &printer); });
+        guarded([&] { result = ZELDumpFile(file.c_str(), depthOf(o), takeField, &printer); });
         if (result < 0) reason = openingReason(file);
     } catch (const Failure& failure) {
         reason = failure.what();
     }
     printer.finish();
     if (!reason.empty()) throw Failure(reason);
+    if (!printer.hasFound()) throw Failure("has no record '" + printable(o.record) + "'");
     return statusDone;
 }
 
@@ -166,7 +183,7 @@ Command dumpCommand()
          {"-a,--all", "", "Empty channel slots too, and long values whole.", &o->all},
          {"--json", "", "Print a JSON object for each field, one a line.", &o->json}},
         {{"dump scene.zel", "All of a header."},
-         {"dump scene.zel --lines --record \"line 7\"", "One scan line."}},
+         {"dump scene.zel --record \"line 7\"", "One scan line."}},
         "the file could not be read, or is damaged",
         [o] { return run(*o); }};
 }

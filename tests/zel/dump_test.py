@@ -64,6 +64,20 @@ class Dump(ZelTest):
         self.assertIn("channel 1\n", whole)
         self.assertNotIn("not shown", whole)
 
+    def test_one_record(self):
+        self.put("a.zel", small_scene())
+        out = self.run_zel("dump", "a.zel", "--record", "line 2")[1]
+        # 8 bytes of time, 4 of altitude, 3 pixels and 2 nadir positions of 4, two points twice.
+        self.assertEqual(out.splitlines()[0], "line 2")
+        self.assertEqual([line.split()[3] for line in out.splitlines()[1:8]],
+                         ["ScanTime", "ScanAltitude", "LeftPixel", "RightPixel", "NadirPixel", "NadirLat",
+                          "NadirLon"])
+        empty = self.run_zel("dump", "a.zel", "--record", "channel 1")[1].splitlines()
+        self.assertEqual(empty[0], "channel 1")
+        self.assertEqual(empty[1].split()[3:], ["ChannelPresentFlag", "0"])
+        for name in ("line 3", "channel 6", "nothing"):
+            self.fails(["dump", "a.zel", "--record", name], "zel dump: a.zel: has no record '%s'" % name)
+
     def test_long_values_are_cut_unless_all_is_asked_for(self):
         self.put("a.zel", small_scene(comment=b"x" * 500))
         self.assertIn(" " + "x" * 100 + " ...\n", self.run_zel("dump", "a.zel")[1])
