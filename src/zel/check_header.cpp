@@ -114,6 +114,9 @@ void checkChannel(const Slot& s)
         s.problem("Units", format("Units %d is not a units code", c.Units));
     if (!std::isfinite(c.ChannelWaveLength))
         s.problem("ChannelWaveLength", "ChannelWaveLength is not a number");
+    if (c.DataBitResolution < 0 || c.DataBitResolution > 8 * c.DataByteSize)
+        s.note("DataBitResolution",
+               format("DataBitResolution %d of %d bytes", c.DataBitResolution, c.DataByteSize));
     if (c.ChannelLabel[0] == '\0') s.note("ChannelLabel", "has no label");
     if (c.Units == ZEL_UNITS_LUT && !lutOf(s.header.record, s.slot))
         s.note("ChannelComment", "has units of a LUT, but no LUT has its comment as label");

@@ -60,6 +60,7 @@ struct Reading {
     Places* places;
     Findings* findings;
     std::vector<std::pair<std::string, long long>>* header;
+    FieldCheck* fields;
 };
 
 std::string keyOf(int part, const std::string& record, const std::string& name)
@@ -77,14 +78,17 @@ int takePlace(void* data, const ZELDumpField* field)
         reading.findings->problem(
             field->offset, field->component, "file",
             format("%lld %s", static_cast<long long>(field->size), field->name));
-    else if (!record.starts_with("line "))
+    else if (!record.starts_with("line ")) {
         reading.header->emplace_back(keyOf(field->component, record, field->name), field->offset);
+        reading.fields->take(*field);
+    }
     return 0;
 }
 
 bool Places::read(const std::string& file, Findings& findings)
 {
-    Reading reading{this, &findings, &header_};
+    FieldCheck fields(file, findings);
+    Reading reading{this, &findings, &header_, &fields};
     int result = 0;
     std::string reason;
     try {

@@ -1,6 +1,8 @@
 // What is wrong with a file, and where.
 #pragma once
 
+#include <fstream>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,32 @@ private:
 
 std::string findingText(const Finding& finding, bool container);
 Json findingJson(const Finding& finding);
+
+// Holds fields against each other as they come in the order of a file.
+class FieldCheck {
+public:
+    FieldCheck(const std::string& file, Findings& findings)
+        : file_(file, std::ios::binary), findings_(findings)
+    {
+    }
+    void take(const ZELDumpField& field);
+
+private:
+    struct Field {
+        long long offset;
+        int part;
+        std::string record, name, value;
+    };
+    void problem(const Field& field, const std::string& what);
+    void checkText(const Field& field, long long size);
+    void takePrefix(const Field& field);
+    void checkAgainstPrefix(const Field& field);
+
+    std::ifstream file_;
+    Findings& findings_;
+    std::map<std::string, Field> prefix_;  // of the part whose header comes next
+    bool isContainer_ = false;
+};
 
 // Offsets of the fields of a file's header, by part, record and name.
 class Places {

@@ -65,6 +65,54 @@ class Check(ZelTest):
                 setattr(f.channels[0], name, value)
             self.found(f, "offset %d: %s%s" % (CHANNELS + at, where, message))
 
+    def patched(self, at, data, scene=None):
+        """What check prints of a sound scene with other bytes at a place."""
+        changed = bytearray((scene or self.sound()).bytes())
+        changed[at:at + len(data)] = data
+        self.put("a.zel", bytes(changed))
+        status, out, err = self.run_zel("check", "a.zel")
+        self.assertEqual(err, "")
+        return status, out
+
+    def test_the_prefix_of_a_plain_file(self):
+        for at, data, offset, message in (
+                (13, struct.pack("<i", 1), 13, "base component index is not 0 outside of a container"),
+                (17, struct.pack("<i", 0), 17, "number of components is not 1 or more"),
+                (417, struct.pack("<i", 5), 21, "component offsets are not 0 outside of a container"),
+                (425, struct.pack("<f", 1.5), 421, "component resolutions after the first are not 0"),
+                (421, struct.pack("<f", 31.5), 421,
+                 "component resolutions begin with 31.5, SpatialResolution is 30"),
+                (821, struct.pack("<i", 5), 821, "component sizes are not 0 outside of a container")):
+            self.assertEqual(self.patched(at, data), (1, "a.zel: offset %d: prefix: %s\n" % (offset, message)))
+
+    def test_another_version_in_the_prefix_is_a_note(self):
+        self.assertEqual(self.patched(3, b"2.21\0"), (0, "a.zel: note: offset 3: prefix: version text is '2.21', "
+                                                      "VersionNumber 2.3\na.zel: ok, 3 lines, 3 channels\n"))
+
+    def test_texts_that_do_not_end(self):
+        for at, size, where in ((1257, 2000, "header: DataComment"), (CHANNELS + 24, 120, "channel 0: ChannelLabel"),
+                                (CHANNELS + 144, 120, "channel 0: ChannelComment"),
+                                (3265, 200, "header LUT 0: DisplayLUTLabel")):
+            status, out = self.patched(at, b"x" * size)
+            self.assertEqual((status, out.splitlines()[0]),
+                             (1, "a.zel: offset %d: %s does not end inside its field" % (at, where)))
+            self.assertEqual(self.patched(at, b"x" * (size - 1) + b"\0")[0], 0)
+
+    def test_flags(self):
+        presence = CHANNELS + 276 + 4 + 2
+        self.assertEqual(self.patched(CHANNELS, struct.pack("<i", 2)), (
+            1, "a.zel: offset %d: channel 0: ChannelPresentFlag is 2, not 0 or 1\n" % CHANNELS))
+        f = self.sound()
+        f.channels[0].histogram = Histogram(max=1.0, min=0.0, counts=[1, 1, 2, 1, 1, 1])
+        self.assertIn("a.zel: offset %d: channel 0: histogram presence is 2, not 0 or 1\n" % presence,
+                      self.patched(presence, b"\2", f)[1])
+
+    def test_bits_beyond_the_bytes_of_a_pixel_are_a_note(self):
+        f = self.sound()
+        f.channels[0].bits = 9
+        self.found(f, "note: offset %d: channel 0 (B1): DataBitResolution 9 of 1 bytes" % (CHANNELS + 20),
+                   status=0)
+
     def test_what_is_odd_is_a_note(self):
         f = self.sound()
         f.channels[0].label = b""
