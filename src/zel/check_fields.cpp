@@ -88,7 +88,10 @@ void FieldCheck::checkAgainstPrefix(const Field& field)
 {
     if (prefix_.empty()) return;
     const Field& text = prefix_["version text"];
-    if (field.name == "VersionNumber" && versionOf(text.value) != versionOf(field.value))
+    // Parts of a container have a prefix that was made with it.
+    const bool ownPrefix = !isContainer_ && field.part == 0;
+    if (ownPrefix && field.name == "VersionNumber" &&
+        versionOf(text.value) != versionOf(field.value))
         findings_.note(
             text.offset, text.part, text.record,
             "version text is '" + printable(text.value) + "', VersionNumber " + field.value);

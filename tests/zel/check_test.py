@@ -89,6 +89,11 @@ class Check(ZelTest):
         self.assertEqual(self.patched(3, b"2.21\0"), (0, "a.zel: note: offset 3: prefix: version text is '2.21', "
                                                       "VersionNumber 2.3\na.zel: ok, 3 lines, 3 channels\n"))
 
+    def test_a_container_may_hold_files_of_older_versions(self):
+        old = self.sound(version=1.51)
+        self.put("c.zel", container([(old.bytes(), 30.0), (old.bytes(), 30.0)]))
+        self.check("check c.zel", "c.zel: ok, 2 parts, 3 lines, 6 channels\n")
+
     def test_texts_that_do_not_end(self):
         for at, size, where in ((1257, 2000, "header: DataComment"), (CHANNELS + 24, 120, "channel 0: ChannelLabel"),
                                 (CHANNELS + 144, 120, "channel 0: ChannelComment"),
