@@ -137,19 +137,27 @@ public:
     std::string lines()
     {
         const double bottomEdge = top + frame_.height();
-        const auto lonsEnd = std::floor((middle_.lon + lonReach_) / lonStep_);
-        for (double i = std::ceil((middle_.lon - lonReach_) / lonStep_); i <= lonsEnd; ++i)
-            addMeridian(i * lonStep_, bottomEdge);
-        const auto latsEnd = std::floor(std::min(middle_.lat + latReach_, 89.9) / latStep_);
-        for (double i = std::ceil(std::max(middle_.lat - latReach_, -89.9) / latStep_);
-             i <= latsEnd; ++i)
-            addParallel(i * latStep_);
+        const Steps lons(middle_.lon - lonReach_, middle_.lon + lonReach_, lonStep_);
+        for (int i = lons.first; i <= lons.last; ++i) addMeridian(i * lonStep_, bottomEdge);
+        const Steps lats(std::max(middle_.lat - latReach_, -89.9),
+                         std::min(middle_.lat + latReach_, 89.9), latStep_);
+        for (int i = lats.first; i <= lats.last; ++i) addParallel(i * latStep_);
         return "<path class=\"grid\" d=\"" + paths_ + "\"/>";
     }
 
     const std::string& labels() const { return labels_; }
 
 private:
+    // Whole numbers of steps between two angles.
+    struct Steps {
+        int first, last;
+        Steps(double low, double high, double step)
+            : first(static_cast<int>(std::ceil(low / step))),
+              last(static_cast<int>(std::floor(high / step)))
+        {
+        }
+    };
+
     Line lineOf(const std::function<Position(double)>& at) const
     {
         Line line;

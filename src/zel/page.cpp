@@ -108,6 +108,7 @@ std::string mainPicture(const Subject& subject, const Look& look, Size size,
 std::string mapHtml(Scene& scene)
 {
     std::vector<Ground> grounds;
+    grounds.reserve(static_cast<std::size_t>(scene.componentCount()));
     for (int i = 0; i < scene.componentCount(); ++i)
         grounds.push_back({format("part %d", i), survey(scene.component(i))});
     std::swap(grounds[0], grounds[static_cast<std::size_t>(scene.baseComponent())]);
@@ -222,10 +223,10 @@ std::string tablesHtml(const Json& info)
 
 std::string metadataHtml(const Json& metadata)
 {
-    if (metadata.is_null() || metadata["text"] == "") return {};
+    const std::string all = metadata.is_null() ? "" : metadata["text"].get<std::string>();
+    if (all.empty()) return {};
     std::string text;
-    for (const std::string& line : split(metadata["text"].get<std::string>(), '\n'))
-        text += html(line) + "\n";
+    for (const std::string& line : split(all, '\n')) text += html(line) + "\n";
     return element("pre", text);
 }
 
@@ -235,6 +236,7 @@ std::string pageOf(Scene& scene, const Subject& subject, const Look& look, Size 
 {
     const Json info = describe(scene, Stats::no);
     std::vector<Panels> parts;
+    parts.reserve(static_cast<std::size_t>(scene.componentCount()));
     for (int i = 0; i < scene.componentCount(); ++i)
         parts.push_back(panelsOf(scene.component(i), scene.file()));
     const std::vector<Fact> facts = factsOf(info);

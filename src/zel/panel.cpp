@@ -60,6 +60,8 @@ std::vector<Panel> readTogether(ZELType& record, const std::vector<int>& slots, 
     const std::size_t end = std::min(first + atOnce, slots.size());
     std::vector<Counter> counters;
     std::vector<Wanted> wanted;
+    counters.reserve(end - first);
+    wanted.reserve(end - first);
     for (std::size_t i = first; i < end; ++i) {
         counters.emplace_back(record, slots[i], statistics[i]);
         wanted.push_back(wantedOf(choiceOf(record, slots[i]))[0]);
@@ -68,6 +70,7 @@ std::vector<Panel> readTogether(ZELType& record, const std::vector<int>& slots, 
         for (Counter& counter : counters) counter.add();
     });
     std::vector<Panel> panels;
+    panels.reserve(counters.size());
     for (std::size_t i = 0; i < counters.size(); ++i) {
         panels.push_back(counters[i].finish());
         Panel& panel = panels.back();
