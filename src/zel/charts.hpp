@@ -10,8 +10,8 @@
 
 namespace zel_tool {
 
-// The bins as an area, what lies between the ends of the stretch marked. Nothing for a distribution without
-// bins.
+// The bins as an area, what lies between the ends of the stretch marked. Nothing for a
+// distribution without bins.
 std::string histogramSvg(const Distribution& distribution, Range stretch);
 
 struct Ground {
@@ -19,8 +19,8 @@ struct Ground {
     Survey survey;
 };
 
-// A map of the footprints, the first one in the middle, with a grid of latitudes and longitudes, the track
-// and a scale. Nothing where no footprint is known.
+// A map of the footprints, the first one in the middle, with a grid of latitudes and longitudes,
+// the track and a scale. Nothing where no footprint is known.
 std::string mapSvg(const std::vector<Ground>& grounds);
 
 }  // namespace zel_tool

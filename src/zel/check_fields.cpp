@@ -51,8 +51,8 @@ void FieldCheck::take(const ZELDumpField& dumped)
         problem(field, "is " + field.value + ", not 0 or 1");
 }
 
-// A value ends where its text or its field does: the last byte of the field tells which. The text of the
-// metadata has its length in a field of its own.
+// A value ends where its text or its field does: the last byte of the field tells which. The text
+// of the metadata has its length in a field of its own.
 void FieldCheck::checkText(const Field& field, long long size)
 {
     if (field.name == "MetaDataText" ||

@@ -20,7 +20,8 @@ double stepOf(const ZELChannelType& c)
     return range / (c.Type == ZEL_STORED_BYTE_SCALED ? 255.0 : 65535.0);
 }
 
-// Bins of whole steps, each with the same number of values in it, which lie in the middle of a step.
+// Bins of whole steps, each with the same number of values in it, which lie in the middle of a
+// step.
 void placeOnSteps(Distribution& d, double origin, double step)
 {
     constexpr double inexact = 1.0e-6;

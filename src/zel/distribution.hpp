@@ -22,8 +22,9 @@ struct Distribution {
     double high() const { return low + width * static_cast<double>(bins.size()); }
 };
 
-// Empty, for a channel with these statistics: from its least to its greatest value, but not farther than
-// four standard deviations from its mean. Where values are steps, a bin holds a whole number of steps.
+// Empty, for a channel with these statistics: from its least to its greatest value, but not
+// farther than four standard deviations from its mean. Where values are steps, a bin holds a
+// whole number of steps.
 Distribution emptyDistribution(const ZELChannelType& channel, const Statistics& statistics);
 
 }  // namespace zel_tool

@@ -22,9 +22,9 @@ struct Footprint {
     double west, south, east, north;  // west > east across the date line
 };
 
-// What the first and last line of a record and some between them say; nothing without navigation or
-// where a position on the outline is invalid. The track is that of the nadir pixel where the lines have it.
-// The times are those of the first and last line.
+// What the first and last line of a record and some between them say; nothing without navigation
+// or where a position on the outline is invalid. The track is that of the nadir pixel where the
+// lines have it. The times are those of the first and last line.
 struct Survey {
     std::optional<Footprint> footprint;
     std::vector<Position> track;

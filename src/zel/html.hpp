@@ -21,8 +21,8 @@ std::string base64(std::string_view bytes);
 // An image as part of the page.
 std::string htmlImage(const Image& image, const std::string& description);
 
-// A table of texts, its titles first; right[i] is 'r' where column i holds numbers. Columns that are empty
-// are left out.
+// A table of texts, its titles first; right[i] is 'r' where column i holds numbers. Columns that
+// are empty are left out.
 std::string htmlTable(const std::vector<std::vector<std::string>>& rows, const std::string& right);
 
 }  // namespace zel_tool

@@ -13,8 +13,8 @@ using Json = nlohmann::ordered_json;
 // The document as text, with a newline. What is no number is null.
 std::string jsonText(const Json& document);
 
-// The value at "channels.B5.units" or "channels.0.label". In a list the name is the label of an object, a
-// channel by its number or slot (Ch6, #5), or a position. Throws Failure.
+// The value at "channels.B5.units" or "channels.0.label". In a list the name is the label of an
+// object, a channel by its number or slot (Ch6, #5), or a position. Throws Failure.
 const Json& jsonAt(const Json& document, const std::string& path);
 
 // A value as a line of text: a string without quotes, anything else as JSON.

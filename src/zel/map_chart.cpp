@@ -24,7 +24,8 @@ struct Point {
     double x, y;
 };
 
-// Every position at its true distance and direction from the middle, in degrees: no date line, no pole.
+// Every position at its true distance and direction from the middle, in degrees: no date line, no
+// pole.
 class Projection {
 public:
     explicit Projection(const Position& middle)
@@ -118,7 +119,8 @@ std::string textAt(Point p, const char* anchor, const std::string& text)
            "</text>";
 }
 
-// The grid of a map, and its labels where a meridian meets the lower edge and a parallel the left one.
+// The grid of a map, and its labels where a meridian meets the lower edge and a parallel the left
+// one.
 class Grid {
 public:
     Grid(const Projection& project, const Frame& frame, const Position& middle)

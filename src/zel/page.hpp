@@ -8,8 +8,8 @@
 
 namespace zel_tool {
 
-// Facts, pictures, a map, the parts of a container, channels with their histograms, LUTs and metadata. The
-// main picture is that of the look. Reads every pixel. Throws Failure.
+// Facts, pictures, a map, the parts of a container, channels with their histograms, LUTs and
+// metadata. The main picture is that of the look. Reads every pixel. Throws Failure.
 std::string pageOf(Scene& scene, const Subject& subject, const Look& look, Size size);
 
 // The style sheet of the page.

@@ -32,12 +32,24 @@ figure { margin: 0; }
 img, svg { display: block; max-width: 100%; height: auto; }
 img { border-radius: 4px; background: var(--band); }
 figcaption { margin: .5rem 0; }
-.intro { display: grid; gap: 1.5rem 2rem; grid-template-columns: repeat(auto-fit, minmax(min(100%, 24rem), 1fr)); }
-dl { margin: 0; display: grid; grid-template-columns: max-content 1fr; gap: .35rem 1rem; align-content: start; }
+.intro {
+  display: grid; gap: 1.5rem 2rem;
+  grid-template-columns: repeat(auto-fit, minmax(min(100%, 24rem), 1fr));
+}
+dl {
+  margin: 0; display: grid; grid-template-columns: max-content 1fr; gap: .35rem 1rem;
+  align-content: start;
+}
 dt { color: var(--quiet); }
 dd { margin: 0; min-width: 0; }
-.cards { display: grid; gap: 1.25rem; grid-template-columns: repeat(auto-fill, minmax(min(100%, 17rem), 1fr)); }
-.card { padding: .75rem 1rem 1rem; background: var(--card); border: 1px solid var(--line); border-radius: 8px; }
+.cards {
+  display: grid; gap: 1.25rem;
+  grid-template-columns: repeat(auto-fill, minmax(min(100%, 17rem), 1fr));
+}
+.card {
+  padding: .75rem 1rem 1rem; background: var(--card); border: 1px solid var(--line);
+  border-radius: 8px;
+}
 .card > img { width: 100%; }
 .card figcaption { margin: 0 0 .5rem; color: var(--quiet); }
 .card figcaption b { color: var(--ink); }
@@ -45,18 +57,29 @@ dd { margin: 0; min-width: 0; }
 .classes img { image-rendering: pixelated; }
 ul.classes { margin: .75rem 0 0; padding: 0; list-style: none; font-size: .875rem; }
 ul.classes li { display: flex; gap: .5rem; align-items: baseline; }
-ul.classes i { flex: none; width: .8rem; height: .8rem; border: 1px solid var(--quiet); border-radius: 2px; }
-ul.classes b { flex: none; min-width: 3.5rem; text-align: right; font-weight: 400; font-variant-numeric: tabular-nums; }
+ul.classes i {
+  flex: none; width: .8rem; height: .8rem; border: 1px solid var(--quiet); border-radius: 2px;
+}
+ul.classes b {
+  flex: none; min-width: 3.5rem; text-align: right; font-weight: 400;
+  font-variant-numeric: tabular-nums;
+}
 ul.classes small { margin-left: auto; color: var(--quiet); }
 details { margin-bottom: .5rem; }
 details ul.classes { columns: 16rem; }
 summary { cursor: pointer; }
 .wide { overflow-x: auto; }
 table { border-collapse: collapse; font-size: .875rem; font-variant-numeric: tabular-nums; }
-th, td { padding: .35rem .75rem .35rem 0; text-align: left; vertical-align: top; border-bottom: 1px solid var(--line); white-space: nowrap; }
+th, td {
+  padding: .35rem .75rem .35rem 0; text-align: left; vertical-align: top;
+  border-bottom: 1px solid var(--line); white-space: nowrap;
+}
 th { color: var(--quiet); font-weight: 400; }
 th.number, td.number { text-align: right; }
-pre { margin: 0; padding: 1rem; overflow-x: auto; background: var(--card); border: 1px solid var(--line); border-radius: 8px; font-size: .8125rem; }
+pre {
+  margin: 0; padding: 1rem; overflow-x: auto; background: var(--card);
+  border: 1px solid var(--line); border-radius: 8px; font-size: .8125rem;
+}
 footer { margin-top: 3rem; color: var(--quiet); font-size: .875rem; }
 svg text { fill: var(--quiet); font-size: 11px; }
 .histogram { width: 100%; margin: .75rem 0 .25rem; }

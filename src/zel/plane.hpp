@@ -50,8 +50,8 @@ std::vector<Plane> readPlanes(ZELType& record, const std::vector<Wanted>& wanted
 std::vector<Plane> readPlanes(ZELType& record, const std::vector<Wanted>& wanted, Size size,
                               const std::string& file, const std::function<void()>& show);
 
-// The values at two parts of the whole (0.02 and 0.98), of the channel's histogram when it has one, else
-// of the plane.
+// The values at two parts of the whole (0.02 and 0.98), of the channel's histogram when it has
+// one, else of the plane.
 struct Range {
     float low;
     float high;

@@ -43,8 +43,9 @@ struct Subject {
 
 Choice choiceIn(ZELType& record, const Look& look);
 
-// The subject in a part of a container, or in all of it for -1. Channels that come from one part are taken
-// on its own grid: the view would have averaged or repeated them, classes too. Throws Failure.
+// The subject in a part of a container, or in all of it for -1. Channels that come from one part
+// are taken on its own grid: the view would have averaged or repeated them, classes too. Throws
+// Failure.
 Subject subjectOf(Scene& scene, int part, const Look& look);
 
 // What each channel of the choice is read as.
