@@ -36,8 +36,8 @@ void clearProgress()
     drawn = false;
 }
 
-Progress::Progress(std::string what, long long total)
-    : what_(std::move(what)),
+Progress::Progress(const std::string& what, long long total)
+    : what_(settings().progress == "json" ? Json(utf8(what)).dump() : printable(what)),
       total_(std::max(total, 1LL)),
       json_(settings().progress == "json"),
       shown_(isWanted(json_)),
@@ -67,10 +67,9 @@ void Progress::update(long long done)
 void Progress::show(double seconds)
 {
     if (json_) {
-        const std::string task = Json(utf8(what_)).dump();
         std::fprintf(stderr,
                      "{\"progress\":{\"task\":%s,\"done\":%lld,\"total\":%lld,\"seconds\":%.3f}}\n",
-                     task.c_str(), done_, total_, seconds);
+                     what_.c_str(), done_, total_, seconds);
         return;
     }
     const double part = static_cast<double>(done_) / static_cast<double>(total_);
@@ -78,8 +77,8 @@ void Progress::show(double seconds)
     const double left = part > 0.0 ? seconds / part - seconds : 0.0;
     const std::string bar = std::string(static_cast<std::size_t>(filled), '=') +
                             std::string(static_cast<std::size_t>(barWidth - filled), ' ');
-    std::fprintf(stderr, "\r\033[K%s [%s] %3.0f %%, %.0f s left", printable(what_).c_str(),
-                 bar.c_str(), part * 100.0, left);
+    std::fprintf(stderr, "\r\033[K%s [%s] %3.0f %%, %.0f s left", what_.c_str(), bar.c_str(),
+                 part * 100.0, left);
     std::fflush(stderr);
     drawn = true;
 }

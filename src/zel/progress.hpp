@@ -9,7 +9,7 @@ namespace zel_tool {
 // The stretch of work between construction and destruction.
 class Progress {
 public:
-    Progress(std::string what, long long total);
+    Progress(const std::string& what, long long total);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -20,7 +20,7 @@ private:
     using Clock = std::chrono::steady_clock;
     void show(double seconds);
 
-    std::string what_;
+    std::string what_;  // as it is shown
     long long total_;
     long long done_ = 0;
     bool json_;
