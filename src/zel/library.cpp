@@ -22,6 +22,8 @@ std::vector<std::string>& said()
     return messages;
 }
 
+bool holdsWarnings = false;
+
 std::string trimmed(std::string text)
 {
     while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
@@ -54,7 +56,7 @@ void receive(void*, FILE* stream, const char* text)
     const std::string plain = printable(withoutFunction(message));
     if (settings().verbose)
         complain("", plain);
-    else if (stream == stderr && plain.starts_with("warning: "))
+    else if (stream == stderr && !holdsWarnings && plain.starts_with("warning: "))
         warn("", plain.substr(9));
 }
 
@@ -91,6 +93,16 @@ std::string openingReason(const std::string& file)
     text = replaced(text, "corrupt header: invalid ", "corrupt header: ");
     text = replaced(text, "file " + printable(file) + ": ", "");
     return text.empty() ? "cannot be read" : text;
+}
+
+QuietLibrary::QuietLibrary()
+{
+    holdsWarnings = true;
+}
+
+QuietLibrary::~QuietLibrary()
+{
+    holdsWarnings = false;
 }
 
 void takeMessages()
@@ -130,6 +142,22 @@ Scene::Scene(const std::string& file)
     if (result == 0) return;
     if (result == -1 && errno != 0 && !record_->fptr) throw Failure(std::strerror(errno));
     throw Failure(openingReason(file));
+}
+
+// The library takes the index for that of a file where it looks for scan times, and for that of a
+// component where it takes the grid; here it means the component.
+Scene::Scene(const std::vector<std::string>& files, int base)
+    : file_(files.front()), bytes_(requireFile(files.front())), record_(new ZELType())
+{
+    std::vector<const char*> names;
+    for (const std::string& file : files) names.push_back(file.c_str());
+    int result = 0;
+    guarded([&] {
+        result = ZELOpenCompositeReadOnlyFile(record_.get(), names.data(),
+                                              static_cast<int>(names.size()), base);
+    });
+    if (result != 0) throw Failure(openingReason(file_));
+    record_->baseZELComponent = base;
 }
 
 ZELType& Scene::component(int index)
