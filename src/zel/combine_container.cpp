@@ -114,6 +114,16 @@ private:
     Progress progress_;
 };
 
+// A file of an old layout or of the other byte order cannot be read as a part.
+void requireReadable(const std::string& file)
+{
+    try {
+        const Scene scene(file);
+    } catch (const Failure& failure) {
+        throw Failure(std::string("the container could not be read again: ") + failure.what());
+    }
+}
+
 void write(const ContainerPlan& plan, const Recipe& recipe, const CombineRun& run)
 {
     spareInputs(recipe, run.output);
@@ -121,14 +131,20 @@ void write(const ContainerPlan& plan, const Recipe& recipe, const CombineRun& ru
     std::vector<const char*> names;
     for (const std::string& path : paths) names.push_back(path.c_str());
     OutputFile file(run.output, run.overwrite ? Overwrite::yes : Overwrite::no);
-    const QuietLibrary quiet;
     const CopyProgress progress;
     int result = 0;
-    guarded([&] {
-        result = ZELCreateCompositeFile(names.data(), static_cast<int>(names.size()), recipe.base,
-                                        plan.baseInFile, file.temporary().c_str(), 0);
-    });
-    if (result != 0) throw Failure(openingReason(file.temporary()));
+    try {
+        guarded([&] {
+            result =
+                ZELCreateCompositeFile(names.data(), static_cast<int>(names.size()), recipe.base,
+                                       plan.baseInFile, file.temporary().c_str(), 0);
+        });
+    } catch (const Failure& failure) {
+        throw Failure(replaced(failure.what(), file.temporary(), printable(run.output)));
+    }
+    if (result != 0)
+        throw Failure(replaced(openingReason(run.output), file.temporary(), printable(run.output)));
+    if (!file.isDevice()) requireReadable(file.temporary());
     file.commit();
 }
 

@@ -95,14 +95,32 @@ private:
     std::vector<std::vector<Blocks*>> byPart_;
 };
 
+// Channels that are stored in another way than in the view.
+std::vector<int> slotsOfSums(const Plan& plan, const ZELType& view)
+{
+    std::vector<int> slots;
+    for (const ChannelPlan& channel : plan.channels)
+        if (channel.part >= 0 && channel.storage != view.Channels[channel.slot].Type)
+            slots.push_back(channel.slot);
+    return slots;
+}
+
+// The library copies channels between equal storages only: it is not shown the others.
+void copyLine(ZELType& out, ZELType& view, const std::vector<int>& hidden)
+{
+    for (const int slot : hidden) view.Channels[slot].ChannelPresentFlag = 0;
+    guarded([&] { ZELCopyLine(&out, &view); });
+    for (const int slot : hidden) view.Channels[slot].ChannelPresentFlag = 1;
+}
+
 void writeLines(const Plan& plan, Sources& sources, Raster* raster, Writer& writer)
 {
-    ZELType& view = sources.view();
+    const std::vector<int> sums = slotsOfSums(plan, sources.view());
     BlockChannels blocks(plan, sources);
     Progress progress("lines", plan.lines);
     for (int line = 0; line < plan.lines; ++line) {
-        readLine(view, line, Decode::yes);
-        guarded([&] { ZELCopyLine(&writer.record(), &view); });
+        sources.readLine(line);
+        copyLine(writer.record(), sources.view(), sums);
         blocks.fill(writer.record(), line);
         if (raster) raster->loadLine(writer.record());
         writer.writeLine();

@@ -14,11 +14,12 @@ const Source& sourceOf(const Sources& sources, int part)
     return sources.files()[static_cast<std::size_t>(sources.fileOf(part))];
 }
 
+// "file.zel", or "file.zel part 2".
 std::string nameOf(const Sources& sources, int part)
 {
     const Source& source = sourceOf(sources, part);
     const std::string place = source.parts > 1 ? format(" part %d", sources.indexInFile(part)) : "";
-    return printable(source.file) + place + ": ";
+    return printable(source.file) + place;
 }
 
 long long covered(const ZELType& part, long long own)
@@ -38,11 +39,12 @@ void compareRatio(Sources& sources, int index, std::vector<Problem>& problems)
     const float ratio = std::max(own, base) / std::min(own, base);
     const auto whole = static_cast<float>(factorOf(part));
     if (ratio - whole <= negligible * whole) return;
-    problems.push_back({"ratio", nameOf(sources, index) +
-                                     format("resolution %g m, that of the base is %g m: the ratio "
-                                            "%.4f is taken for %d, and pixels drift apart",
-                                            static_cast<double>(own), static_cast<double>(base),
-                                            static_cast<double>(ratio), factorOf(part))});
+    problems.push_back(
+        {"ratio",
+         nameOf(sources, index) + format(": resolution %g m, that of the base is %g m: the ratio "
+                                         "%.4f is taken for %d, and pixels drift apart",
+                                         static_cast<double>(own), static_cast<double>(base),
+                                         static_cast<double>(ratio), factorOf(part))});
 }
 
 // Grids of one scene may differ by a pixel of the base, and a coarser one by one of its own.
@@ -59,7 +61,7 @@ void compareWidth(Sources& sources, int index, std::vector<Problem>& problems)
     if (own >= base && own - base <= tolerance(part)) return;
     problems.push_back(
         {"extent", nameOf(sources, index) +
-                       format("covers %lld columns of the base, which has %lld", own, base)});
+                       format(": covers %lld columns of the base, which has %lld", own, base)});
 }
 
 void compareLength(Sources& sources, int index, std::vector<Problem>& problems)
@@ -70,7 +72,7 @@ void compareLength(Sources& sources, int index, std::vector<Problem>& problems)
     problems.push_back(
         {"truncated",
          nameOf(sources, index) +
-             format("covers %lld of the %lld lines of the base: lines %lld to %lld will "
+             format(": covers %lld of the %lld lines of the base: lines %lld to %lld will "
                     "be missing",
                     own, base, own, base - 1)});
 }
@@ -84,9 +86,9 @@ void compareBase(Sources& sources, std::vector<Problem>& problems)
         const long long excess = linesCovered(part) - base;
         if (excess <= tolerance(part)) continue;
         problems.push_back({"truncated", nameOf(sources, sources.basePart()) +
-                                             format("the base has %lld lines, and ", base) +
+                                             format(": the base has %lld lines, but ", base) +
                                              nameOf(sources, i) +
-                                             format("covers %lld", base + excess)});
+                                             format(" covers %lld", base + excess)});
         return;
     }
 }

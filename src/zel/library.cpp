@@ -2,8 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include "failure.hpp"
@@ -42,12 +44,6 @@ std::string withoutFunction(const std::string& text)
     return isFunction ? text.substr(colon + 2) : text;
 }
 
-std::string replaced(std::string text, const std::string& from, const std::string& to)
-{
-    if (const auto at = text.find(from); at != std::string::npos) text.replace(at, from.size(), to);
-    return text;
-}
-
 void receive(void*, FILE* stream, const char* text)
 {
     const std::string message = trimmed(text);
@@ -60,14 +56,23 @@ void receive(void*, FILE* stream, const char* text)
         warn("", plain.substr(9));
 }
 
-// The message that says most: what follows it only repeats that the open failed.
+// Whether a message only says that the work failed of which another has said why.
+bool repeats(const std::string& message)
+{
+    static constexpr const char* starts[] = {"Error opening file", "system error code",
+                                             "ZELCreateCompositeFile: Error:  write error",
+                                             "ZELCreateCompositeFile: Error:  seek error",
+                                             "ZELCreateCompositeFile: Error: cannot read file"};
+    return std::any_of(std::begin(starts), std::end(starts),
+                       [&](const char* start) { return message.starts_with(start); });
+}
+
+// The message that says most.
 std::string reason()
 {
     std::string best;
     for (const std::string& message : said()) {
-        const bool follows =
-            message.starts_with("Error opening file") || message.starts_with("system error code");
-        if (follows && !best.empty()) continue;
+        if (!best.empty() && repeats(message)) continue;
         best = message;
     }
     return printable(withoutFunction(best));

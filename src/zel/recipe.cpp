@@ -106,10 +106,11 @@ Recipe recipeOf(const Json& json)
         get(json, "allow", recipe.allow);
         if (json.contains("raster")) recipe.raster = rasterOf(json["raster"]);
     } catch (const Json::exception&) {
-        throw Failure("the recorded plan is damaged");
+        throw Failure(damagedPlan);
     }
     const auto count = static_cast<int>(recipe.files.size());
-    if (recipe.base < 0 || recipe.base >= count) throw Failure("the recorded plan is damaged");
+    const bool raster = !json.contains("raster") || recipe.hasRaster();
+    if (recipe.base < 0 || recipe.base >= count || !raster) throw Failure(damagedPlan);
     return recipe;
 }
 

@@ -45,7 +45,8 @@ struct Recipe {
 // What is not at its default.
 Json recipeJson(const Recipe& recipe);
 
-// Throws Failure.
+// Throws Failure with this message where it is no such document.
+inline constexpr const char* damagedPlan = "the recorded plan is damaged";
 Recipe recipeOf(const Json& json);
 
 }  // namespace zel_tool

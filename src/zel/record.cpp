@@ -99,7 +99,7 @@ std::optional<Record> recordIn(const ZELHeaderType& header)
                                      input.at("bytes").get<long long>(),
                                      input.at("sha256").get<std::string>()});
     } catch (const Json::exception&) {
-        throw Failure("the recorded plan is damaged");
+        throw Failure(damagedPlan);
     }
     return record;
 }

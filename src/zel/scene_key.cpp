@@ -21,7 +21,8 @@ long long tenths(double hours)
 SceneKey keyOf(const std::string& file, ZELType& record)
 {
     if (record.NumLines < 1) throw Failure("has no lines");
-    readLine(record, 0, Decode::no);
+    // Decoded: whoever reads the lines later finds this one held as they need it.
+    readLine(record, 0, Decode::yes);
     const ZELHeaderType& h = record.ZELHeader;
     return {file, h.DataType, h.year, h.julian, h.sat_no, record.ScanTime};
 }

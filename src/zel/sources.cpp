@@ -78,6 +78,23 @@ std::unique_ptr<Scene> openTogether(const std::vector<std::string>& files, int p
     }
 }
 
+// All open files share one byte order: several are read right only if it is the machine's. A file with a
+// prefix always is.
+void requireOrder(const std::string& file)
+{
+    const Scene alone(file);
+    const int own = SwapByteOrdering;
+    CheckByteOrder();
+    if (own != SwapByteOrdering)
+        throw Failure(named(file, "is of the other byte order; zel combine makes a file of it, "
+                                  "alone, that can be combined"));
+}
+
+bool hasPrefix(const ZELType& record)
+{
+    return record.ZELHeader.VersionNumber > 1.505F;
+}
+
 }  // namespace
 
 Sources::Sources(const std::vector<std::string>& files, int base, int basePart)
@@ -94,12 +111,24 @@ Sources::Sources(const std::vector<std::string>& files, int base, int basePart)
                             [](int sum, const Source& source) { return sum + source.parts; });
     base_ += basePart < 0 ? baseFile->basePart : basePart;
     scene_ = openTogether(files, partCount(), base_);
+    byteOrder_ = SwapByteOrdering;
+    for (int i = 0; partCount() > 1 && i < partCount(); ++i)
+        if (!hasPrefix(part(i))) requireOrder(files[static_cast<std::size_t>(fileOf(i))]);
 }
 
 int Sources::indexInFile(int part) const
 {
     const auto first = std::find(owners_.begin(), owners_.end(), fileOf(part));
     return part - static_cast<int>(first - owners_.begin());
+}
+
+// Opening the output has set the machine's order, in which it is written.
+void Sources::readLine(int line)
+{
+    const int order = SwapByteOrdering;
+    SwapByteOrdering = byteOrder_;
+    zel_tool::readLine(view(), line, Decode::yes);
+    SwapByteOrdering = order;
 }
 
 void Sources::requireUnchanged() const

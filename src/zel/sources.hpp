@@ -37,6 +37,9 @@ public:
     int fileOf(int part) const { return owners_[static_cast<std::size_t>(part)]; }
     int indexInFile(int part) const;
 
+    // Reads a line of the view, decoded. Throws Failure.
+    void readLine(int line);
+
     // Throws Failure when a file is no longer the one that was opened.
     void requireUnchanged() const;
 
@@ -45,6 +48,7 @@ private:
     std::vector<int> owners_;
     int base_;
     std::unique_ptr<Scene> scene_;
+    int byteOrder_ = 0;  // of a single file; several are all of the machine's
 };
 
 // The position of the file that a name means, by the name as it was given or by the file itself. Throws

@@ -5,16 +5,6 @@
 #include "text.hpp"
 
 namespace zel_tool {
-namespace {
-
-// The library knows the temporary name only.
-std::string renamed(std::string text, const std::string& from, const std::string& to)
-{
-    if (const auto at = text.find(from); at != std::string::npos) text.replace(at, from.size(), to);
-    return text;
-}
-
-}  // namespace
 
 void Writer::Finish::operator()(ZELType* record) const
 {
@@ -40,9 +30,10 @@ void Writer::open(const std::string& name, Overwrite overwrite)
             result = ZELOpenWriteOnlyFile(record_.get(), file_->temporary().c_str());
         });
     } catch (const Failure& failure) {
-        throw Failure(renamed(failure.what(), file_->temporary(), printable(name)));
+        throw Failure(replaced(failure.what(), file_->temporary(), printable(name)));
     }
-    if (result != 0) throw Failure("cannot create " + printable(name));
+    if (result == 0) return;
+    throw Failure(replaced(openingReason(file_->temporary()), file_->temporary(), printable(name)));
 }
 
 void Writer::writeLine()
@@ -50,7 +41,7 @@ void Writer::writeLine()
     try {
         guarded([&] { ZELWriteLine(record_.get()); });
     } catch (const Failure& failure) {
-        throw Failure(renamed(failure.what(), file_->temporary(), printable(name_)));
+        throw Failure(replaced(failure.what(), file_->temporary(), printable(name_)));
     }
 }
 
@@ -61,7 +52,7 @@ void Writer::commit()
     try {
         guarded([&] { ZELFinishWritingFile(record); });
     } catch (const Failure& failure) {
-        throw Failure(renamed(failure.what(), file_->temporary(), printable(name_)));
+        throw Failure(replaced(failure.what(), file_->temporary(), printable(name_)));
     }
     file_->commit();
 }
