@@ -148,7 +148,7 @@ Command combineCommand()
         optionsOf(*o),
         {{"combine b10.zel b30.zel b90.zel --base b90.zel --dry-run", "What would be done?"},
          {"combine b10.zel b30.zel b90.zel --base b90.zel -o grid.zel", "One grid of 90 m."},
-         {"combine b10.zel b30.zel --base b30.zel --method 'Q*=max' --missing 'B*=raw:0' -o g.zel",
+         {"combine a.zel b.zel --method 'Q*=max' --missing 'B*=raw:0' -o g.zel",
           "Methods, and a fill value that is left out of means."},
          {"combine b10.zel b30.zel --container -o scene.zel", "One container."}},
         "a file could not be read or written, or the files do not fit together",

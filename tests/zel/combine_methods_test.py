@@ -188,7 +188,8 @@ class Properties(MethodTest):
             fine = self.files(factor, seed=factor + 20)
             for channel in fine.channels.values():
                 none = MISSING[channel.type][1]
-                channel.rows = [array(r.typecode, [none + 1 if v == none else v for v in r])
+                other = 8.0 if channel.type == 4 else none + 1
+                channel.rows = [array(r.typecode, [other if v == none else v for v in r])
                                 for r in channel.rows]
             self.put("fine", fine)
             for method in ("mean", "min", "max", "mode", "sum"):
