@@ -132,9 +132,10 @@ void write(const Plan& plan, Sources& sources, Raster* raster, Writer& writer, c
            const CombineRun& run)
 {
     spareInputs(recipe, run.output);
+    writer.create(run.output, run.overwrite ? Overwrite::yes : Overwrite::no);
     if (run.record && !recordPlan(writer.record().ZELHeader, plan, recipe))
         remark("the metadata of the base are not free: the plan is not stored");
-    writer.open(run.output, run.overwrite ? Overwrite::yes : Overwrite::no);
+    writer.open();
     writeLines(plan, sources, raster, writer);
     sources.requireUnchanged();
     writer.commit();

@@ -46,9 +46,9 @@ std::vector<std::string> rowOf(const ChannelPlan& channel, Sources& sources, con
     else
         row.insert(row.end(), {sourceText(sources, channel), gridText(sources.part(channel.part)),
                                relationText(channel)});
-    row.insert(row.end(),
-               {channel.methodText(), storageName(channel.storage),
-                join(channel.missing.texts, ", "), gapText(channel, sources.view().NumLines)});
+    row.insert(row.end(), {channel.methodText(), storageName(channel.storage),
+                           printable(join(channel.missing.texts, ", ")),
+                           gapText(channel, sources.view().NumLines)});
     return row;
 }
 
@@ -98,8 +98,11 @@ Json channelJson(const ChannelPlan& channel, Sources& sources, const Recipe& rec
 {
     static constexpr const char* relations[] = {"same", "finer", "coarser"};
     Json missing = nullptr;
-    if (channel.missing.isDeclared())
-        missing = {{"values", channel.missing.texts}, {"min_valid", channel.minValid}};
+    if (channel.missing.isDeclared()) {
+        missing = {{"values", Json::array()}, {"min_valid", channel.minValid}};
+        for (const std::string& text : channel.missing.texts)
+            missing["values"].push_back(utf8(text));
+    }
     return {{"slot", channel.slot},
             {"label", utf8(channel.label)},
             {"source", sourceJson(channel, sources, recipe)},

@@ -61,6 +61,16 @@ std::string pathOf(const Recipe& recipe, const std::string& name)
     return name.empty() ? name : recipe.pathOf(name);
 }
 
+// A pipe would be waited for.
+void requireRegular(const std::string& path)
+{
+    try {
+        if (!path.empty()) requireFile(path);
+    } catch (const Failure& failure) {
+        throw Failure(printable(path) + ": " + failure.what());
+    }
+}
+
 }  // namespace
 
 struct Raster::Channels {
@@ -72,16 +82,12 @@ Raster::Raster(const Recipe& recipe, ZELType& view, ZELType& out)
       planeBytes_(4LL * view.ZELHeader.NPixelPerLine * view.NumLines),
       channels_(std::make_unique<Channels>())
 {
-    try {
-        requireFile(path_);
-    } catch (const Failure& failure) {
-        throw Failure(printable(path_) + ": " + failure.what());
-    }
     std::string label = recipe.raster.label.empty() ? recipe.raster.file : recipe.raster.label;
     std::string prefix = recipe.raster.prefix;
     std::string header = pathOf(recipe, recipe.raster.header);
     std::string lut = pathOf(recipe, recipe.raster.lut);
     std::string classes = pathOf(recipe, recipe.raster.classes);
+    for (const std::string& path : {path_, header, lut, classes}) requireRegular(path);
     zel_combine::CommandLineStruct info{};
     info.vornFileName = path_.data();
     info.vornLabel = given(label);

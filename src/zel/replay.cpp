@@ -51,6 +51,7 @@ std::string placeOf(const std::string& name, const Options& o)
 Record recordOf(const std::string& file)
 {
     Scene scene(file);
+    if (scene.isContainer()) throw Failure("is a container, which holds no plan of its own");
     const std::optional<Record> record = recordIn(scene.view().ZELHeader);
     if (!record) throw Failure("holds no plan of zel combine");
     return *record;

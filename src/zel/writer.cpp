@@ -18,10 +18,14 @@ Writer::Writer(ZELType& view) : record_(new ZELType())
     guarded([&] { ZELCopyFileHeaders(record_.get(), &view); });
 }
 
-void Writer::open(const std::string& name, Overwrite overwrite)
+void Writer::create(const std::string& name, Overwrite overwrite)
 {
-    name_ = name;
+    name_ = printable(name);
     file_ = std::make_unique<OutputFile>(name, overwrite);
+}
+
+void Writer::open()
+{
     int result = 0;
     try {
         guarded([&] {
@@ -30,10 +34,10 @@ void Writer::open(const std::string& name, Overwrite overwrite)
             result = ZELOpenWriteOnlyFile(record_.get(), file_->temporary().c_str());
         });
     } catch (const Failure& failure) {
-        throw Failure(replaced(failure.what(), file_->temporary(), printable(name)));
+        throw Failure(replaced(failure.what(), file_->temporary(), name_));
     }
     if (result == 0) return;
-    throw Failure(replaced(openingReason(file_->temporary()), file_->temporary(), printable(name)));
+    throw Failure(replaced(openingReason(file_->temporary()), file_->temporary(), name_));
 }
 
 void Writer::writeLine()
@@ -41,7 +45,7 @@ void Writer::writeLine()
     try {
         guarded([&] { ZELWriteLine(record_.get()); });
     } catch (const Failure& failure) {
-        throw Failure(replaced(failure.what(), file_->temporary(), printable(name_)));
+        throw Failure(replaced(failure.what(), file_->temporary(), name_));
     }
 }
 
@@ -52,7 +56,7 @@ void Writer::commit()
     try {
         guarded([&] { ZELFinishWritingFile(record); });
     } catch (const Failure& failure) {
-        throw Failure(replaced(failure.what(), file_->temporary(), printable(name_)));
+        throw Failure(replaced(failure.what(), file_->temporary(), name_));
     }
     file_->commit();
 }

@@ -16,7 +16,9 @@ public:
 
     ZELType& record() { return *record_; }
 
-    void open(const std::string& name, Overwrite overwrite);
+    // Makes the file under its temporary name, still empty; open writes what is before the lines.
+    void create(const std::string& name, Overwrite overwrite);
+    void open();
     void writeLine();
 
     // Completes the file and gives it its name.

@@ -3,9 +3,10 @@
 plan in the metadata."""
 import hashlib
 import json
+import os
 import subprocess
 
-from zel_case import BIN, SCENES, ZelTest, main, needs_scenes
+from zel_case import BIN, SCENES, ZEL, ZelTest, main, needs_scenes
 from combine_scenes import scene
 from vornfile import labels_file, plane, raster
 from zelfile import container, parse, read_directory
@@ -221,6 +222,16 @@ class Usage(CombineTest):
         self.fails("combine coarse -o x --missing float=raw:1",
                    "zel combine: no pixel of channel #0 float can have the missing value raw:1")
 
+    def test_words_that_are_not_utf_8(self):
+        self.put("f", scene(60.0, 2, 2, codes=(4,), labels=[b"caf\xe9"]))
+        os.rename(self.dir / "f", os.fsencode(self.dir) + b"/f\xe9")
+        words = [b"combine", b"f\xe9", b"--missing", b"*=1", b"--method", b"caf*=max", b"--json"]
+        for more in ([b"--dry-run"], [b"-q", b"-o", b"out"]):
+            done = subprocess.run([str(ZEL).encode(), *words, *more], cwd=self.dir, env=self.env, check=True,
+                                  stdout=subprocess.PIPE, timeout=60)
+            plan = json.loads(done.stdout)
+            self.assertEqual((plan["files"][0]["file"], plan["channels"][0]["label"]), ("f\xe9", "caf\xe9"))
+
     def test_a_file_that_cannot_be_read_is_named(self):
         self.fails("combine fine none -o x", "zel combine: none: No such file or directory")
         self.put("text", b"this is no scene at all")
@@ -368,7 +379,10 @@ class Rasters(CombineTest):
                    "zel combine: small: size mismatch:  ZEL lines 4 pix 6, Vorn lines 4 pix 5")
         self.put("cut", self.got("r")[:-3])
         self.fails(words + "cut", "zel combine: cut: 3 bytes are missing at its end (--allow truncated)")
-        self.fails(words + "r --raster-lut none", "zel combine: r: Cannot open LUT definition file none")
+        self.fails(words + "r --raster-lut none", "zel combine: none: No such file or directory")
+        os.mkfifo(self.dir / "pipe")
+        for more in ("pipe", "r --raster-header pipe", "r --raster-lut pipe"):
+            self.fails(words + more, "zel combine: pipe: is not a regular file")
         self.put("bad", b"title\n0 1\n3\n")
         self.fails(words + "r --raster-lut bad", "zel combine: r: error parsing LUT file line 4")
         self.assertNotIn("x", self.names())

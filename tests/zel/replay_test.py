@@ -119,6 +119,11 @@ class Refused(ReplayTest):
         self.combine("base", "-o", "out", "--no-record")
         self.fails("replay out -o x", "zel replay: out: holds no plan of zel combine")
 
+    def test_a_container_of_outputs_is_not_replaced(self):
+        self.make()
+        self.combine("out", "fine", "--container", "-o", "c")
+        self.fails("replay c --overwrite", "zel replay: c: is a container, which holds no plan of its own")
+
     def put_plan(self, document):
         f = scene(60.0, 6, 4, codes=(2,))
         f.metadata = b"zel combine: " + document + b"\n"
