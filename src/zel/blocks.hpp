@@ -1,5 +1,5 @@
-// Blocks of pixels of a finer grid, brought to a pixel each by the methods that a view of the library does
-// not have.
+// Blocks of pixels of a finer grid, brought to a pixel each by the methods that a view of the
+// library does not have.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,8 @@ public:
     // Takes line 0, 1, ... of the blocks from a component that holds it decoded.
     void take(const ZELType& part, int line);
 
-    // Makes the line of a channel of the output, which holds the means that the library has made of it:
-    // of whole blocks that miss nothing these stay.
+    // Makes the line of a channel of the output, which holds the means that the library has made of
+    // it: of whole blocks that miss nothing these stay.
     void finish(ZELChannelType& channel, unsigned char* pixels, int width);
 
 private:

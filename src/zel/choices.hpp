@@ -28,13 +28,14 @@ struct Missing {
     std::uint32_t fill() const;
 };
 
-// The method that "CHANNEL=METHOD" chooses for each slot of the view, the last one that fits. CHANNEL is
-// a name, or a pattern with * and ? for labels. Throws Misuse, or Failure when no channel fits.
+// The method that "CHANNEL=METHOD" chooses for each slot of the view, the last one that fits.
+// CHANNEL is a name, or a pattern with * and ? for labels. Throws Misuse, or Failure when no
+// channel fits.
 std::vector<std::optional<Method>> methodsOf(const ZELType& view,
                                              const std::vector<std::string>& choices);
 
-// The same for "CHANNEL=VALUE": all that fit count. VALUE is a value in the channel's units, "nan", or
-// "raw:N" for a stored number.
+// The same for "CHANNEL=VALUE": all that fit count. VALUE is a value in the channel's units, "nan",
+// or "raw:N" for a stored number.
 std::vector<Missing> missingOf(const ZELType& view, const std::vector<std::string>& choices);
 
 // The number of pixels that must not be missing in a block: of "3", or of "50%".

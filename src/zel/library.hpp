@@ -16,7 +16,8 @@ void takeMessages();
 // Runs a call of the library. When the library ends the process, throws a Failure with its message.
 void guarded(const std::function<void()>& call);
 
-// While one lives, warnings of the library are shown with -v only: whoever holds it looks for their causes.
+// While one lives, warnings of the library are shown with -v only: whoever holds it looks for their
+// causes.
 class QuietLibrary {
 public:
     QuietLibrary();
@@ -37,8 +38,8 @@ public:
     // Throws Failure when the file is not one or is damaged.
     explicit Scene(const std::string& file);
 
-    // Several files, or a part of a container, as one view on the grid of the component of that index, of
-    // all that the files hold. Messages name the first file.
+    // Several files, or a part of a container, as one view on the grid of the component of that
+    // index, of all that the files hold. Messages name the first file.
     Scene(const std::vector<std::string>& files, int base);
 
     const std::string& file() const { return file_; }

@@ -98,9 +98,10 @@ Raster::Raster(const Recipe& recipe, ZELType& view, ZELType& out)
     info.ZELFeatureHeader = given(classes);
     const std::vector<int> before = presentSlots(out);
     said().clear();
-    int status = 0;
-    guarded([&] { status = channels_->vorn.setUp(info, &view, &out); });
-    if (status != 0) throw Failure(printable(path_) + ": " + reason());
+    bool declared = false;
+    zel_combine::VornChannels& vorn = channels_->vorn;
+    guarded([&] { declared = vorn.open(info, &view) == 0 && vorn.declare(info, &view, &out); });
+    if (!declared) throw Failure(printable(path_) + ": " + reason());
     for (const int slot : presentSlots(out))
         if (!std::binary_search(before.begin(), before.end(), slot)) slots_.push_back(slot);
 }

@@ -12,8 +12,8 @@ namespace zel_tool {
 
 class Raster {
 public:
-    // Declares the channels on an output that has the headers of the view and is not yet open. Throws
-    // Failure.
+    // Declares the channels on an output that has the headers of the view and is not yet open.
+    // Throws Failure.
     Raster(const Recipe& recipe, ZELType& view, ZELType& out);
     ~Raster();
     Raster(const Raster&) = delete;

@@ -15,8 +15,8 @@ struct Recorded {
     std::string sum;  // SHA-256
 };
 
-// Adds the plan to the metadata of a header that is about to be written. False where the text is not free:
-// metadata of a known kind, or no room.
+// Adds the plan to the metadata of a header that is about to be written. False where the text is
+// not free: metadata of a known kind, or no room.
 bool recordPlan(ZELHeaderType& header, const Plan& plan, const Recipe& recipe);
 
 struct Record {

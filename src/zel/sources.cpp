@@ -78,8 +78,8 @@ std::unique_ptr<Scene> openTogether(const std::vector<std::string>& files, int p
     }
 }
 
-// All open files share one byte order: several are read right only if it is the machine's. A file with a
-// prefix always is.
+// All open files share one byte order: several are read right only if it is the machine's. A file
+// with a prefix always is.
 void requireOrder(const std::string& file)
 {
     const Scene alone(file);

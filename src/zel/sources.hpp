@@ -51,8 +51,8 @@ private:
     int byteOrder_ = 0;  // of a single file; several are all of the machine's
 };
 
-// The position of the file that a name means, by the name as it was given or by the file itself. Throws
-// Misuse.
+// The position of the file that a name means, by the name as it was given or by the file itself.
+// Throws Misuse.
 int findFile(const std::vector<std::string>& files, const std::string& name);
 
 bool isSameFile(const std::string& a, const std::string& b);
