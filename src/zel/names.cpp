@@ -128,6 +128,11 @@ const ZELDisplayLUTType* lutOf(ZELType& record, int slot)
     return ZELFetchLUTByLabel(&record, channel.ChannelComment);
 }
 
+bool holdsClasses(ZELType& record, int slot)
+{
+    return record.Channels[slot].Units == ZEL_UNITS_LUT || lutOf(record, slot) != nullptr;
+}
+
 std::string className(const ZELDisplayLUTType* lut, double value)
 {
     if (!lut || !(value >= 0.0) || value >= lut->NumLUTValues) return {};

@@ -31,6 +31,9 @@ std::vector<int> findChannels(const ZELType& record, const std::vector<std::stri
 // null.
 const ZELDisplayLUTType* lutOf(ZELType& record, int slot);
 
+// Whether the numbers of a channel are those of classes: the mean of two is another class.
+bool holdsClasses(ZELType& record, int slot);
+
 // The name of a class in a LUT; empty where there is none.
 std::string className(const ZELDisplayLUTType* lut, double value);
 

@@ -21,6 +21,9 @@ public:
     // What is written to instead, by others.
     const std::string& temporary() const { return temporary_; }
 
+    // Whether it is written to directly, as /dev/null is.
+    bool isDevice() const { return isDevice_; }
+
     // Writes after what is there, or at a place.
     void write(std::string_view bytes);
     void writeAt(long long offset, std::string_view bytes);

@@ -9,6 +9,8 @@ Command infoCommand();
 Command pixelCommand();
 Command lookCommand();
 Command channelsCommand();
+Command combineCommand();
+Command replayCommand();
 Command samplesCommand();
 Command checkCommand();
 Command dumpCommand();

@@ -10,7 +10,8 @@ from scene import rich_scene
 
 READING = [["info"], ["info", "--json", "--stats"], ["check"], ["check", "--scene"], ["dump", "--lines"],
            ["look"], ["look", "-q", "-o", "out", "--overwrite"], ["channels", "-q", "-o", "out", "--overwrite"],
-           ["samples"], ["samples", "--csv"]]
+           ["samples"], ["samples", "--csv"], ["combine", "-q", "-o", "out", "--overwrite"],
+           ["combine", "--dry-run", "--json"], ["replay", "-q", "-o", "out", "--overwrite"]]
 
 
 class Damaged(ZelTest):
