@@ -9,9 +9,9 @@ namespace zel_tool {
 
 const std::vector<Command>& commands()
 {
-    static const std::vector<Command> all = {infoCommand(),   pixelCommand(), checkCommand(),
-                                             dumpCommand(),   lookCommand(),  channelsCommand(),
-                                             samplesCommand()};
+    static const std::vector<Command> all = {infoCommand(), pixelCommand(),  checkCommand(),
+                                             dumpCommand(), lookCommand(),   channelsCommand(),
+                                             calcCommand(), samplesCommand()};
     return all;
 }
 

@@ -22,6 +22,8 @@ std::vector<std::string>& said()
     return messages;
 }
 
+int hushed = 0;
+
 std::string trimmed(std::string text)
 {
     while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
@@ -51,6 +53,7 @@ void receive(void*, FILE* stream, const char* text)
     const std::string message = trimmed(text);
     if (message.empty()) return;
     said().push_back(message);
+    if (hushed > 0) return;
     const std::string plain = printable(withoutFunction(message));
     if (settings().verbose)
         complain("", plain);
@@ -91,6 +94,21 @@ std::string openingReason(const std::string& file)
     text = replaced(text, "corrupt header: invalid ", "corrupt header: ");
     text = replaced(text, "file " + printable(file) + ": ", "");
     return text.empty() ? "cannot be read" : text;
+}
+
+Hush::Hush()
+{
+    ++hushed;
+}
+
+Hush::~Hush()
+{
+    --hushed;
+}
+
+const std::vector<std::string>& heard()
+{
+    return said();
 }
 
 void takeMessages()

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "zel.h"
 
@@ -14,6 +15,18 @@ void takeMessages();
 
 // Runs a call of the library. When the library ends the process, throws a Failure with its message.
 void guarded(const std::function<void()>& call);
+
+// No message of the library is shown while one exists.
+class Hush {
+public:
+    Hush();
+    ~Hush();
+    Hush(const Hush&) = delete;
+    Hush& operator=(const Hush&) = delete;
+};
+
+// What the library has said in the last guarded call, a message each.
+const std::vector<std::string>& heard();
 
 // Why the library refused a file, from what it has said.
 std::string openingReason(const std::string& file);

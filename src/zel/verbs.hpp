@@ -12,5 +12,6 @@ Command channelsCommand();
 Command samplesCommand();
 Command checkCommand();
 Command dumpCommand();
+Command calcCommand();
 
 }  // namespace zel_tool
