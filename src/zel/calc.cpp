@@ -73,7 +73,8 @@ std::string explanationText(const Json& document)
         out += (line["condition"].get<bool>() ? "if (" + reading + ")" : reading) + "\n";
     }
     for (const Json& s : document["statements"])
-        out += (s["label"].is_null() ? "" : shown(s["label"]) + " = ") + shown(s["reading"]) + "\n";
+        out += (s["label"].is_null() ? "" : quotedIfNeeded(shown(s["label"])) + " = ") +
+               shown(s["reading"]) + "\n";
     return out;
 }
 
@@ -217,7 +218,8 @@ Command calcCommand()
          "channels that earlier ones make. NAME may also be class, a register or a variable: then "
          "no channel is made of it.",
          "Expressions are those of feature files: + - * / saferatio, comparisons, && || !, "
-         "functions, channels by label (B5), number (Ch5) or slot (#4), class, registers, "
+         "functions, channels by label (B5, \"11 um\"), number (Ch5) or slot (#4), class, "
+         "registers, "
          "position, angles, date, and the ancillary grids, which are read only when they are "
          "named. Every pixel begins with class and registers 0.",
          "Arithmetic is that of 32-bit floats. What is no number, and pixels that a program skips, "

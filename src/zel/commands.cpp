@@ -11,7 +11,7 @@ const std::vector<Command>& commands()
 {
     static const std::vector<Command> all = {infoCommand(), pixelCommand(),  checkCommand(),
                                              dumpCommand(), lookCommand(),   channelsCommand(),
-                                             calcCommand(), samplesCommand()};
+                                             calcCommand(), sampleCommand(), samplesCommand()};
     return all;
 }
 

@@ -49,7 +49,7 @@ std::pair<std::string, std::string> halves(const std::string& text)
     const std::size_t at = assignment(text);
     if (at == std::string::npos)
         throw Misuse("'" + printable(text) + "' has no name: write NAME = " + printable(text));
-    return {trimmed(text.substr(0, at)), trimmed(text.substr(at + 1))};
+    return {unquoted(trimmed(text.substr(0, at))), trimmed(text.substr(at + 1))};
 }
 
 constexpr const char* wantsParentheses =

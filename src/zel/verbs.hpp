@@ -13,5 +13,6 @@ Command samplesCommand();
 Command checkCommand();
 Command dumpCommand();
 Command calcCommand();
+Command sampleCommand();
 
 }  // namespace zel_tool

@@ -72,7 +72,9 @@ void walk(const std::string& text,
 {
     for (std::size_t at = 0; at < text.size();) {
         std::size_t end = at + 1;
-        if (startsName(text[at]) || text[at] == '#')
+        if (text[at] == '"')
+            end = std::min(text.find('"', at + 1), text.size() - 1) + 1;
+        else if (startsName(text[at]) || text[at] == '#')
             end = nameEnd(text, at + 1);
         else if (isDigit(text[at]) || text[at] == '.')
             end = numberEnd(text, at);
@@ -81,9 +83,14 @@ void walk(const std::string& text,
     }
 }
 
+bool isQuoted(const std::string& token)
+{
+    return token.size() > 2 && token[0] == '"' && token.back() == '"';
+}
+
 bool isWord(const std::string& token)
 {
-    return startsName(token[0]) || (token[0] == '#' && token.size() > 1);
+    return isQuoted(token) || startsName(token[0]) || (token[0] == '#' && token.size() > 1);
 }
 
 int slotsInUse(const ZELType& record)
@@ -124,9 +131,10 @@ bool Vocabulary::isOfLanguage(const std::string& name, bool isCalled, Text kind)
     return element.type == VAR || element.type == REG || element.type == OPER;
 }
 
-std::string Vocabulary::tokenOf(const std::string& name, bool isCalled, bool isAssigned, Text kind)
+std::string Vocabulary::tokenOf(const std::string& token, bool isCalled, bool isAssigned, Text kind)
 {
-    if (isDefined(name) || isOfLanguage(name, isCalled, kind)) return name;
+    const std::string name = unquoted(token);
+    if (name == token && (isDefined(name) || isOfLanguage(name, isCalled, kind))) return name;
     if (const int number = madeChannel(name)) return format("Ch%d", number);
     const bool isNew =
         kind == Text::program && isAssigned && name[0] != '#' && slotsNamed(record_, name).empty();
@@ -190,24 +198,31 @@ void Vocabulary::define(const std::string& name, const std::string& text)
 std::string Vocabulary::channelName(int number) const
 {
     if (number >= firstNew_ && number - firstNew_ < static_cast<int>(made_.size()))
-        return made_[static_cast<std::size_t>(number - firstNew_)];
+        return quotedIfNeeded(made_[static_cast<std::size_t>(number - firstNew_)]);
     const std::string numbered = format("Ch%d", number);
     if (number < 1 || number > ZEL_MAX_CHANNELS) return numbered;
     const std::string label = labelOf(record_.Channels[number - 1]);
-    try {
-        if (!label.empty() && nameEnd(label, 0) == label.size() && startsName(label[0]) &&
-            madeChannel(label) == 0 && findChannel(record_, label) == number - 1)
-            return label;
-    } catch (const Failure&) {
-        return numbered;  // several channels have the label
-    }
-    return numbered;
+    // A new channel may hide it, and several may have it.
+    if (label.empty() || madeChannel(label) != 0 || slotsNamed(record_, label).size() != 1)
+        return numbered;
+    return quotedIfNeeded(label);
 }
 
 std::string Vocabulary::variableName(int index) const
 {
     const auto found = variables_.find(index);
     return found == variables_.end() ? format("variable%d", index) : found->second;
+}
+
+std::string unquoted(const std::string& text)
+{
+    return isQuoted(text) ? text.substr(1, text.size() - 2) : text;
+}
+
+std::string quotedIfNeeded(const std::string& label)
+{
+    const bool isPlain = startsName(label[0]) && nameEnd(label, 0) == label.size();
+    return isPlain ? label : "\"" + label + "\"";
 }
 
 std::string withPlainMinus(const std::string& text)

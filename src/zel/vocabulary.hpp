@@ -19,7 +19,7 @@ class Vocabulary {
 public:
     explicit Vocabulary(const ZELType& record);
 
-    // The text with labels and slots replaced by channel numbers. Throws Failure for a name that is
+    // The text with labels, "labels" and slots replaced by channel numbers. Throws Failure for a name that is
     // unknown or ambiguous.
     std::string translated(const std::string& text, Text kind);
 
@@ -48,7 +48,7 @@ private:
         Stack stack;
         CommandListStruct entry;
     };
-    std::string tokenOf(const std::string& name, bool isCalled, bool isAssigned, Text kind);
+    std::string tokenOf(const std::string& token, bool isCalled, bool isAssigned, Text kind);
     bool isOfLanguage(const std::string& name, bool isCalled, Text kind);
     bool isDefined(const std::string& name) const;
     int madeChannel(const std::string& label) const;
@@ -59,6 +59,10 @@ private:
     std::vector<std::unique_ptr<Definition>> definitions_;
     std::map<int, std::string> variables_;  // names as they were written
 };
+
+// A label with blanks and the like stands in quotes.
+std::string unquoted(const std::string& text);
+std::string quotedIfNeeded(const std::string& label);
 
 // The text of an expression that the language reads as ordinary arithmetic: the rule about a minus
 // sign close after another operator does not reach over parentheses.

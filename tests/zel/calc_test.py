@@ -149,6 +149,21 @@ class Names(CalcTest):
                          [1.0] * 12)
         self.assertEqual(self.values("-d", "total = register1", "total = RAW + 1; X = total"), [r + 1 for r in RAW])
 
+    def test_a_label_that_is_no_word_stands_in_quotes(self):
+        f = small_scene()
+        f.channels[5].label, f.channels[2].label = b"11 um", b"a-b"
+        self.put("b.zel", f)
+        text = 'X = "11 um" + "a-b" * 0; "twice X" = X * 2; Y = "twice X"'
+        self.assertEqual(self.values(text, label=b"Y", name="b.zel"), [2 * r for r in RAW])
+        self.check(["calc", "--explain", text, "b.zel"],
+                   'X = "11 um" + ("a-b" * 0)\n"twice X" = X * 2\nY = "twice X"\n')
+        self.fails(["calc", 'X = "12 um"', "b.zel", "-o", "o"], "zel calc: b.zel: no channel '12 um'; there are #0 B1, "
+                   "#2 a-b, #5 11 um")
+
+    def test_a_quote_without_its_partner_is_refused(self):
+        self.fails(["calc", 'X = "RAW', "a.zel", "-o", "o"], "zel calc: illegal character in constant or unknown "
+                   "variable in 'X = \"RAW'; see zel calc --help", 2)
+
     def test_a_label_may_hold_blanks_and_other_alphabets(self):
         made = self.calc("Vegetation index = RAW; Höhe = 1; X = Höhe + 1")
         self.assertEqual([c.label.decode() for _, c in made.present()], ["Vegetation index", "Höhe", "X"])
