@@ -163,6 +163,9 @@ int compute(const Options& o, ZELType& record, Formulas& formulas)
     std::vector<MadeChannel> channels = channelsOf(formulas, o);
     if (channels.empty()) throw Misuse("no channel is made: write NAME = EXPRESSION");
     if (o.keep) requireNewLabels(record, channels);
+    for (const std::string& input : {o.file, o.sources.program})
+        if (isSameFile(o.output, input))
+            throw Failure("the output is the input " + printable(input));
     SceneWriter writer(o.output, o.overwrite ? Overwrite::yes : Overwrite::no, record, o.keep);
     writer.open(channels);
     computeLines(record, formulas, channels, writer, o.file);

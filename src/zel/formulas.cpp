@@ -39,8 +39,6 @@ void requireLabel(const std::string& label)
 {
     const bool isBad = label.empty() || label.find_first_of("()+*/<>!&|,=\"") != std::string::npos;
     if (isBad) throw Misuse("'" + printable(label) + "' is no name for a channel");
-    if (label.size() >= ZEL_CHANNEL_TEXT_SIZE)
-        throw Misuse(format("a label has at most %d bytes", ZEL_CHANNEL_TEXT_SIZE - 1));
 }
 
 // The name and the expression of "name = expression".

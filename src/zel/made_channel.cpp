@@ -109,6 +109,20 @@ Limits limitsOf(const Storage& storage)
     return {storage.min, storage.max};
 }
 
+bool isLimited(const Storage& storage)
+{
+    return storage.code != ZEL_STORED_FLOAT || storage.hasRange();
+}
+
+void requireStorable(const MadeChannel& channel)
+{
+    const Limits limits = limitsOf(channel.storage);
+    if (!isLimited(channel.storage)) return;
+    if (!(*channel.missing >= limits.min && *channel.missing <= limits.max))
+        throw Misuse(printable(channel.label) + ", " + channel.storage.text() +
+                     ", has no room for the missing value " + shortest(*channel.missing));
+}
+
 float missingValue(const MadeChannel& channel)
 {
     if (channel.missing) return *channel.missing;
@@ -156,13 +170,14 @@ void applyOptions(const ChannelOptions& options, std::vector<MadeChannel>& chann
           [](MadeChannel& channel, const std::string& value) { channel.comment = value; });
     apply(options.missing, channels, [](MadeChannel& channel, const std::string& value) {
         channel.missing = number(value, value);
+        requireStorable(channel);
     });
 }
 
 void prepare(MadeChannel& channel, const float* values, int count, float* out)
 {
     const Storage& storage = channel.storage;
-    const bool isLimited = storage.code != ZEL_STORED_FLOAT || storage.hasRange();
+    const bool limited = isLimited(storage);
     const bool isInteger = storage.code == ZEL_STORED_BYTE || storage.code == ZEL_STORED_UINT16;
     const Limits limits = limitsOf(storage);
     const float missing = missingValue(channel);
@@ -178,7 +193,7 @@ void prepare(MadeChannel& channel, const float* values, int count, float* out)
             countFinite(channel, value);
         }
         if (isInteger) value = std::nearbyint(value);
-        if (isLimited && !std::isnan(value)) {
+        if (limited && !std::isnan(value)) {
             if (value < limits.min || value > limits.max) ++channel.outsideCount;
             value = std::clamp(value, limits.min, limits.max);
         }

@@ -125,6 +125,14 @@ bool giveNewName(const std::string& temporary, const std::string& name)
 
 }  // namespace
 
+bool isSameFile(const std::string& a, const std::string& b)
+{
+    struct stat first {};
+    struct stat second {};
+    return stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 OutputFile::OutputFile(const std::string& name, Overwrite overwrite)
     : name_(name), path_(resolved(name)), overwrite_(overwrite)
 {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 
 #include "failure.hpp"
@@ -71,12 +70,6 @@ Parameters readParameters(const std::string& file, const std::string& output)
     }
     ZELFeatureSetOutputFilename(nullptr);
     return parameters;
-}
-
-bool isSameFile(const std::string& a, const std::string& b)
-{
-    std::error_code error;
-    return std::filesystem::equivalent(a, b, error);
 }
 
 Uses usesOf(const ZELParameterStruct& parameters)

@@ -174,6 +174,8 @@ bool Vocabulary::isTarget(const std::string& text)
 int Vocabulary::newChannel(const std::string& label)
 {
     if (const int number = madeChannel(label)) return number;
+    if (label.size() >= ZEL_CHANNEL_TEXT_SIZE)
+        throw Failure(format("a label has at most %d bytes", ZEL_CHANNEL_TEXT_SIZE - 1));
     made_.push_back(label);
     const int number = firstNew_ + static_cast<int>(made_.size()) - 1;
     if (number > ZEL_MAX_CHANNELS)

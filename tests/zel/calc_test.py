@@ -267,8 +267,11 @@ class Storage(CalcTest):
                 ("--as", "Y=u8", "no new channel 'Y'; there are X"),
                 ("--unit", "feet", "no unit 'feet'; there are none, kelvin, albedo, reflectance, celsius, lut, "
                                    "daytime, radiance"),
-                ("--missing", "x", "no number 'x' in 'x'")):
-            self.fails(["calc", "X = 1", "a.zel", "-o", "o", option, value],
+                ("--missing", "x", "no number 'x' in 'x'"),
+                ("--missing", "-9999", "X, u8, has no room for the missing value -9999"),
+                ("--missing", "nan", "X, u8, has no room for the missing value nan")):
+            others = ["--as", "u8"] if option == "--missing" else []
+            self.fails(["calc", "X = 1", "a.zel", "-o", "o", *others, option, value],
                        "zel calc: %s; see zel calc --help" % text, 2)
         self.assertEqual(self.names(), ["a.zel"])
 
@@ -401,6 +404,24 @@ class Results(CalcTest):
         self.fails(["calc", "X = 1", "a.zel", "-o", "o.zel"],
                    "zel calc: a.zel: o.zel exists; --overwrite replaces it")
         self.assertEqual(self.got("o.zel"), b"mine")
+
+    def test_the_output_is_never_an_input(self):
+        self.put("p", b"class = 1\n")
+        for name in ("a.zel", "p"):
+            self.fails(["calc", "--program", "p", "X = 1", "a.zel", "-o", "./" + name, "--overwrite"],
+                       "zel calc: a.zel: the output is the input " + name)
+        self.assertEqual(self.got("a.zel"), small_scene().bytes())
+
+    def test_a_label_is_not_cut(self):
+        self.fails(["calc", "X" * 120 + " = 1", "a.zel", "-o", "o"],
+                   "zel calc: a.zel: a label has at most 119 bytes")
+        self.assertEqual(self.calc("X" * 119 + " = 1").channels[0].label, b"X" * 119)
+
+    def test_a_scene_without_lines(self):
+        f = small_scene()
+        f.lines = []
+        self.put("e.zel", f)
+        self.assertEqual(self.calc("X = RAW", name="e.zel").lines, [])
 
     def test_a_container_and_its_parts(self):
         base = small_scene(pixels=2, resolution=60.0, nav_interval=1)
