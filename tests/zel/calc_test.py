@@ -195,6 +195,9 @@ class Header(CalcTest):
         made = self.calc("Ch6 = 7; X = RAW", "--keep")
         self.assertEqual(list(made.channels[5].rows[0]), RAW[:4])
         self.assertEqual(list(made.channels[6].rows[0]), [7] * 4)
+        # counted are the values as they are stored; the last pixel of a line never is
+        counted = made.channels[5].histogram
+        self.assertEqual((counted.min, counted.max), (1000.0, 3000.0))
 
     def test_a_kept_label_is_not_given_again(self):
         self.fails(["calc", "raw = 1", "a.zel", "-o", "o", "--keep"], "zel calc: a.zel: has a channel 'raw' "
@@ -319,6 +322,9 @@ class Programs(CalcTest):
     def test_a_run_time_error_is_reported_with_its_pixel(self):
         program = self.program("if (CLS == 9) class = register21\nreturn\n")
         self.fails(["calc", *program, "X = class", "a.zel", "-o", "o"], "zel calc: a.zel: line 2, pixel 3: error "
+                   "register index 21 > ZEL_FEATURE_NUM_REGISTERS 20")
+        program = self.program("Ch6 = Ch6 * 2.0\nif (Ch6 == 4000) class = register21\nreturn\n")
+        self.fails(["calc", *program, "X = class", "a.zel", "-o", "o"], "zel calc: a.zel: line 0, pixel 1: error "
                    "register index 21 > ZEL_FEATURE_NUM_REGISTERS 20")
         self.fails(["calc", "X = atan2(3)+(1,2)", "a.zel", "-o", "o"],
                    "zel calc: a.zel: line 0, pixel 0: stack processing error 1")

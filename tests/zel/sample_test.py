@@ -147,6 +147,10 @@ class Samples(SampleTest):
                         feature="register1")
         self.assertEqual([s["values"] for s in self.samples()], [[n] for n in range(1, 10)])
 
+    def test_a_feature_that_skips_does_not_reach_the_next_pixel(self):
+        self.put("p", b"inputfilename a.zel\noutputfilename out.feat\nfeature skip_pixel\n")
+        self.assertEqual([s["values"] for s in self.samples()], [[0]] * 12)
+
     def test_position_and_angles_can_be_used(self):
         self.parameters(requirement="lat < 49.5 && lon > 11.5 && sg >= 0 && julian_day == 60")
         self.assertEqual([s["box"] for s in self.samples()], [6, 7, 10])
@@ -205,6 +209,13 @@ class Thinned(SampleTest):
             self.assertEqual(wanted, {1: 0, 2: 0})
             self.parameters(self.text, subsample=method, randomseed=str(seed))
             self.assertEqual([s["box"] for s in self.samples("--overwrite")], chosen)
+
+    def test_registers_begin_with_0_when_the_samples_are_chosen(self):
+        self.parameters(self.text.replace("filter 1: class = 1", "filter 1: register1 = register1 + 1")
+                        .replace("feature Ch1", "feature register1"), subsample="sqrt")
+        samples = self.samples()
+        self.assertEqual(len(samples), 40)
+        self.assertEqual([s["values"] for s in samples], [[s["box"] + 1] for s in samples])
 
     def test_a_class_with_few_samples_keeps_one(self):
         self.parameters(self.text.replace("900", "999"), subsample="log10")
