@@ -3,6 +3,7 @@
 import json
 import math
 import os
+import random
 import signal
 import struct
 import subprocess
@@ -462,6 +463,23 @@ class Results(CalcTest):
             (self.dir / "no_data" / "epa" / name).write_bytes(bytes([10 + k]) * (1080 * 2160))
         self.assertEqual(self.values("X = olson_eco * 1000000 + percent_water * 10000 + igbp_eco * 100 + terrain"),
                          [10111213.0] * 12)
+
+
+class Damaged(CalcTest):
+    def test_expressions_of_random_characters(self):
+        choose = random.Random(3)
+        parts = ["RAW", "B1", "X", "(", ")", "-", "+", "*", "/", "=", "==", "<", "&&", "||", "!", ",", ";", "1", "2.5",
+                 "1e-3", "sqrt", "pow(", "skip_pixel", "class", "register1", "register99", "lat", "Ch", "Ch1", "#", "#5",
+                 '"', "saferatio", " ", ".", "e", "\u00f6", "\x01"]
+        for _ in range(150):
+            text = "X = " + "".join(choose.choice(parts) for _ in range(choose.randrange(12)))
+            how = choose.choice((["--explain"], ["-o", "o.zel", "--overwrite"]))
+            if choose.random() < 0.3:
+                self.put("p", text.replace(";", "\n").encode())
+                how, text = how + ["--program", "p"], "Y = class"
+            status, out, err = self.run_zel("calc", text, "a.zel", *how)
+            self.assertIn(status, (0, 1, 2), (text, err))
+            self.assertLessEqual(set(self.names()), {"a.zel", "o.zel", "p"})
 
 
 class Broken(CalcTest):

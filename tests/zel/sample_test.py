@@ -3,6 +3,7 @@
 import json
 import math
 import os
+import random
 import signal
 import struct
 import subprocess
@@ -293,6 +294,23 @@ class Refused(SampleTest):
     def test_wrong_usage(self):
         self.fails("sample", "zel sample: FILE is required; see zel sample --help", 2)
         self.fails("sample none", "zel sample: none: No such file or directory")
+
+
+class Damaged(SampleTest):
+    def test_parameter_files_with_bytes_changed_or_cut(self):
+        choose = random.Random(5)
+        for _ in range(60):
+            text = bytearray(PARAMETERS.encode())
+            for _ in range(choose.randrange(1, 4)):
+                text[choose.randrange(len(text))] = choose.choice(b"\0\n\r:;\"()=-#0Cz\xff")
+            self.put("p", text[:choose.choice((len(text), choose.randrange(len(text))))])
+            status, out, err = self.run_zel("sample", "p", "-o", "o.feat", "--overwrite")
+            self.assertIn(status, (0, 1), (text, err))
+            if status == 1:
+                self.assertRegex(err, r"(?m)^zel sample: p: ")
+            self.assertLessEqual(set(self.names()), {"a.zel", "o.feat", "p"})
+        self.put("p", b"")
+        self.assertEqual(self.run_zel("sample", "p")[0], 1)
 
 
 class Broken(SampleTest):
