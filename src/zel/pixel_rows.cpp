@@ -28,7 +28,7 @@ PixelRows::PixelRows(ZELType& record, const Uses& uses, int firstNew, int newCha
     : record_(record),
       pixels_(record.ZELHeader.NPixelPerLine),
       firstNew_(firstNew),
-      channels_(static_cast<std::size_t>(firstNew - 1 + newChannels)),
+      channels_(indexOf(firstNew + newChannels)),
       needsPosition_(uses.any({Variable::latitude, Variable::longitude, Variable::olson,
                                Variable::igbp, Variable::percentWater, Variable::terrain})),
       needsAngles_(uses.any(
@@ -42,12 +42,11 @@ PixelRows::PixelRows(ZELType& record, const Uses& uses, int firstNew, int newCha
             isWritten ? newRow() : record.Channels[slot].ChannelData;
         if (isWritten) copied_.push_back(slot);
     }
-    for (int i = 0; i < newChannels; ++i)
-        channels_[static_cast<std::size_t>(firstNew - 1 + i)] = newRow();
+    for (int i = 0; i < newChannels; ++i) channels_[indexOf(firstNew + i)] = newRow();
     registers_.resize(ZEL_FEATURE_NUM_REGISTERS);
     for (const int number : uses.registers)
         if (number >= 1 && number <= ZEL_FEATURE_NUM_REGISTERS)
-            registers_[static_cast<std::size_t>(number - 1)] = newRow();
+            registers_[indexOf(number)] = newRow();
     line_.numPixels = pixels_;
     line_.numChannels = static_cast<int>(channels_.size());
     line_.Channels = channels_.data();
@@ -173,7 +172,7 @@ void PixelRows::begin()
     for (const VariableRow& row : variables_) fill(row);
     for (const int slot : copied_)
         fillFrom(channels_[static_cast<std::size_t>(slot)], record_.Channels[slot].ChannelData);
-    for (std::size_t i = static_cast<std::size_t>(firstNew_ - 1); i < channels_.size(); ++i)
+    for (std::size_t i = indexOf(firstNew_); i < channels_.size(); ++i)
         std::fill_n(channels_[i], pixels_, std::numeric_limits<float>::quiet_NaN());
     for (float* row : registers_)
         if (row) std::fill_n(row, pixels_, 0.0F);

@@ -21,7 +21,7 @@ public:
 
     ZELLineStruct& line() { return line_; }
     ZELPixelStruct& pixel() { return *pixel_; }
-    float* made(int index) { return channels_[static_cast<std::size_t>(firstNew_ - 1 + index)]; }
+    float* made(int index) { return channels_[indexOf(firstNew_ + index)]; }
 
     // One pixel of the line.
     ZELLineStruct pixelAt(int x);
@@ -32,6 +32,7 @@ private:
         Variable variable;
         float* row;
     };
+    static std::size_t indexOf(int number) { return static_cast<std::size_t>(number) - 1; }
     float* newRow();
     float** memberFor(ZELLineStruct& line, Variable variable) const;
     void addVariable(Variable variable);

@@ -133,7 +133,7 @@ bool Vocabulary::isOfLanguage(const std::string& name, bool isCalled, Text kind)
 
 std::string Vocabulary::tokenOf(const std::string& token, bool isCalled, bool isAssigned, Text kind)
 {
-    const std::string name = unquoted(token);
+    std::string name = unquoted(token);
     if (name == token && (isDefined(name) || isOfLanguage(name, isCalled, kind))) return name;
     if (const int number = madeChannel(name)) return format("Ch%d", number);
     const bool isNew =
@@ -201,7 +201,7 @@ std::string Vocabulary::channelName(int number) const
 {
     if (number >= firstNew_ && number - firstNew_ < static_cast<int>(made_.size()))
         return quotedIfNeeded(made_[static_cast<std::size_t>(number - firstNew_)]);
-    const std::string numbered = format("Ch%d", number);
+    std::string numbered = format("Ch%d", number);
     if (number < 1 || number > ZEL_MAX_CHANNELS) return numbered;
     const std::string label = labelOf(record_.Channels[number - 1]);
     // A new channel may hide it, and several may have it.
