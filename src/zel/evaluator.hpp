@@ -12,8 +12,8 @@ class Evaluator {
 public:
     Evaluator(ZELType& record, const Formulas& formulas);
 
-    // For the line that the record holds: the program, then the statements. A pixel that is skipped has
-    // NaN in every new channel. Throws Failure with the pixel.
+    // For the line that the record holds: the program, then the statements. A pixel that is skipped
+    // has NaN in every new channel. Throws Failure with the pixel.
     void run(int line);
 
     // The row of a new channel.

@@ -10,13 +10,11 @@
 namespace zel_tool {
 
 struct Statement {
-    std::string text;  // as it was written, without the channel that it makes
-    std::string
-        label;        // of that channel; empty when it writes to the class, a register or the like
-    int channel = 0;  // the number of that channel
+    std::string text;   // as it was written, without the channel that it makes
+    std::string label;  // of that channel; empty when it writes to a register or the like
+    int channel = 0;    // the number of that channel
     Stack stack;
-    Stack
-        plain;  // the same in the order of ordinary arithmetic; null where that is longer than allowed
+    Stack plain;  // the same in the order of ordinary arithmetic; null where that is too long
 };
 
 struct FreeProgram {

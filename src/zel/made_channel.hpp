@@ -34,8 +34,8 @@ struct MadeChannel {
     long long finiteCount = 0;
 };
 
-// Options of the form [NAME=]VALUE: those with a name are for that channel, the last one without is for
-// the others. Throws Misuse for a value that makes no sense or a name that no channel has.
+// Options of the form [NAME=]VALUE: those with a name are for that channel, the last one without is
+// for the others. Throws Misuse for a value that makes no sense or a name that no channel has.
 struct ChannelOptions {
     std::vector<std::string> storage;
     std::vector<std::string> units;
@@ -44,9 +44,9 @@ struct ChannelOptions {
 };
 void applyOptions(const ChannelOptions& options, std::vector<MadeChannel>& channels);
 
-// A line of values as they are to be encoded, and counted: NaN replaced, numbers of bytes and 16-bit
-// integers rounded and brought into their range, scaled values raised by half a step, since encoding
-// cuts.
+// A line of values as they are to be encoded, and counted: NaN replaced, numbers of bytes and
+// 16-bit integers rounded and brought into their range, scaled values raised by half a step, since
+// encoding cuts.
 void prepare(MadeChannel& channel, const float* values, int count, float* out);
 
 }  // namespace zel_tool

@@ -15,8 +15,8 @@ public:
     // Channels from firstNew on are made, that many of them.
     PixelRows(ZELType& record, const Uses& uses, int firstNew, int newChannels);
 
-    // The line that the record holds, as each pixel begins: new channels are NaN, registers and class
-    // 0. Throws Failure where an ancillary grid is missing.
+    // The line that the record holds, as each pixel begins: new channels are NaN, registers and
+    // class 0. Throws Failure where an ancillary grid is missing.
     void begin();
 
     ZELLineStruct& line() { return line_; }

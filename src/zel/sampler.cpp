@@ -211,8 +211,8 @@ SampleWriter::SampleWriter(const std::string& parameterFile, const std::string& 
     thinning_ = std::make_unique<Thinning>(p.SubSamplingMethod, p.RandomSeed);
 }
 
-// The library writes the name that it creates a file by into the header: it is written again with the
-// name that the file is to have.
+// The library writes the name that it creates a file by into the header: it is written again with
+// the name that the file is to have.
 void SampleWriter::create()
 {
     const Hush hush;
@@ -284,8 +284,8 @@ SceneTally SampleWriter::sampleScene(const std::string& name, const Keep& keeps)
     return tally;
 }
 
-// Registers keep their values from pixel to pixel, from input to input too; each time they begin with
-// 0.
+// Registers keep their values from pixel to pixel, from input to input too; each time they begin
+// with 0.
 std::vector<SceneTally> SampleWriter::sampleAll(const Keep& keeps)
 {
     ZELPixelStruct& pixel = file_->Pixel;

@@ -13,7 +13,8 @@ namespace zel_tool {
 
 class SceneWriter {
 public:
-    // The header of the scene with the new channels; with keep, its own channels too. Throws Failure.
+    // The header of the scene with the new channels; with keep, its own channels too. Throws
+    // Failure.
     SceneWriter(const std::string& name, Overwrite overwrite, ZELType& scene, bool keep);
 
     // Declares the new channels, after those that are kept, and writes the header.
@@ -22,7 +23,8 @@ public:
     // The values of a new channel for the next line.
     void load(int index, const float* values);
 
-    // Writes the line, with scan time and navigation and kept pixels of the one that the scene holds.
+    // Writes the line, with scan time and navigation and kept pixels of the one that the scene
+    // holds.
     void writeLine();
 
     // Gives the file its name.

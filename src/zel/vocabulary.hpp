@@ -19,11 +19,12 @@ class Vocabulary {
 public:
     explicit Vocabulary(const ZELType& record);
 
-    // The text with labels, "labels" and slots replaced by channel numbers. Throws Failure for a name that is
-    // unknown or ambiguous.
+    // The text with labels, "labels" and slots replaced by channel numbers. Throws Failure for a
+    // name that is unknown or ambiguous.
     std::string translated(const std::string& text, Text kind);
 
-    // Whether the language itself writes there: class, lat, register1, Ch5 or a name for a register.
+    // Whether the language itself writes there: class, lat, register1, Ch5 or a name for a
+    // register.
     bool isTarget(const std::string& text);
 
     // The number of the new channel with that label, which is made when there is none yet.
