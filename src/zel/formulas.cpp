@@ -161,11 +161,12 @@ void addSurprises(const ZELStackStruct* stack, const ZELStackStruct* plain,
 {
     if (!stack) return;
     if (plain && !isSame(*stack, *plain))
-        texts.push_back(place + "is read as " + readingOf(*stack, vocabulary) + ", not " +
-                        readingOf(*plain, vocabulary) + "; parentheses make it plain");
+        texts.push_back(format("%sis read as %s, not %s; parentheses make it plain", place.c_str(),
+                               readingOf(*stack, vocabulary).c_str(),
+                               readingOf(*plain, vocabulary).c_str()));
     for (const std::string& chained : chainedComparisons(*stack, vocabulary))
-        texts.push_back(place + "compares an outcome, 0 or 1: " + chained +
-                        "; join two comparisons with &&");
+        texts.push_back(format("%scompares an outcome, 0 or 1: %s; join two comparisons with &&",
+                               place.c_str(), chained.c_str()));
 }
 
 }  // namespace

@@ -69,6 +69,7 @@ int parseUnits(const std::string& text)
 std::vector<std::string> labelsOf(const std::vector<MadeChannel>& channels)
 {
     std::vector<std::string> labels;
+    labels.reserve(channels.size());
     for (const MadeChannel& channel : channels) labels.push_back(printable(channel.label));
     return labels;
 }

@@ -18,6 +18,7 @@ constexpr Variable allVariables[] = {
 std::vector<float*> movedBy(const std::vector<float*>& rows, int x)
 {
     std::vector<float*> moved;
+    moved.reserve(rows.size());
     for (float* row : rows) moved.push_back(row ? row + x : nullptr);
     return moved;
 }
