@@ -22,6 +22,7 @@ Evaluator::Evaluator(ZELType& record, const Formulas& formulas)
 void Evaluator::runProgram(const ZELLineStruct& line, int first)
 {
     int* results = flags_.data();
+    int* skipped = skipped_.data() + first;
     guarded([&] {
         ZELExecuteProgramLine(formulas_.program.program.get(), &rows_.pixel(), &line, nullptr,
                               results);
@@ -29,13 +30,14 @@ void Evaluator::runProgram(const ZELLineStruct& line, int first)
     for (int x = 0; x < line.numPixels; ++x) {
         if (results[x] == ZEL_PROGRAM_ERROR)
             throw Failure(heard().empty() ? "the program failed" : printable(heard().back()));
-        if (results[x] == ZEL_PROGRAM_SKIPPED) skipped_[static_cast<std::size_t>(first + x)] = 1;
+        if (results[x] == ZEL_PROGRAM_SKIPPED) skipped[x] = 1;
     }
 }
 
 void Evaluator::evaluate(const ZELLineStruct& line, int first)
 {
     if (formulas_.program.program) runProgram(line, first);
+    int* skipped = skipped_.data() + first;
     const int firstNew = formulas_.vocabulary.firstNewChannel();
     for (const Statement& statement : formulas_.statements) {
         float* values = statement.channel > 0 ? rows_.made(statement.channel - firstNew) + first
@@ -43,8 +45,7 @@ void Evaluator::evaluate(const ZELLineStruct& line, int first)
         guarded([&] {
             ZELEvaluateLine(statement.stack.get(), &rows_.pixel(), &line, values, flags_.data());
         });
-        for (int x = 0; x < line.numPixels; ++x)
-            skipped_[static_cast<std::size_t>(first + x)] |= flags_[static_cast<std::size_t>(x)];
+        for (int x = 0; x < line.numPixels; ++x) skipped[x] |= flags_[static_cast<std::size_t>(x)];
     }
 }
 

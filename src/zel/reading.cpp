@@ -84,7 +84,7 @@ private:
         std::string text;
         for (int i = 0; i < count; ++i) {
             const std::string argument = pop().text;
-            text = text.empty() ? argument : argument + ", " + text;
+            text.insert(0, text.empty() ? argument : argument + ", ");
         }
         return text;
     }
