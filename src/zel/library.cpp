@@ -25,6 +25,7 @@ std::vector<std::string>& said()
 }
 
 bool holdsWarnings = false;
+int hushed = 0;
 
 std::string trimmed(std::string text)
 {
@@ -49,6 +50,7 @@ void receive(void*, FILE* stream, const char* text)
     const std::string message = trimmed(text);
     if (message.empty()) return;
     said().push_back(message);
+    if (hushed > 0) return;
     const std::string plain = printable(withoutFunction(message));
     if (settings().verbose)
         complain("", plain);
@@ -108,6 +110,21 @@ QuietLibrary::QuietLibrary()
 QuietLibrary::~QuietLibrary()
 {
     holdsWarnings = false;
+}
+
+Hush::Hush()
+{
+    ++hushed;
+}
+
+Hush::~Hush()
+{
+    --hushed;
+}
+
+const std::vector<std::string>& heard()
+{
+    return said();
 }
 
 void takeMessages()

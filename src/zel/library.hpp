@@ -16,6 +16,18 @@ void takeMessages();
 // Runs a call of the library. When the library ends the process, throws a Failure with its message.
 void guarded(const std::function<void()>& call);
 
+// No message of the library is shown while one exists.
+class Hush {
+public:
+    Hush();
+    ~Hush();
+    Hush(const Hush&) = delete;
+    Hush& operator=(const Hush&) = delete;
+};
+
+// What the library has said in the last guarded call, a message each.
+const std::vector<std::string>& heard();
+
 // While one lives, warnings of the library are shown with -v only: whoever holds it looks for their
 // causes.
 class QuietLibrary {

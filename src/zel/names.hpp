@@ -20,6 +20,9 @@ std::string labelOf(const ZELChannelType& channel);
 // The slots that hold a channel.
 std::vector<int> presentSlots(const ZELType& record);
 
+// The slots that a name fits: none, one, or several that have the same label.
+std::vector<int> slotsNamed(const ZELType& record, const std::string& name);
+
 // The slot of a channel named by its label (B5), its number in expressions (Ch6, the channel in
 // slot 5) or its slot (#5). Throws Failure when there is none or several, with the candidates.
 int findChannel(const ZELType& record, const std::string& name);

@@ -9,6 +9,9 @@ namespace zel_tool {
 
 enum class Overwrite { no, yes };
 
+// Whether both names lead to one existing file.
+bool isSameFile(const std::string& a, const std::string& b);
+
 class OutputFile {
 public:
     // Throws Failure when the name is taken, unless it may be overwritten, or no file can be made

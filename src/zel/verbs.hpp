@@ -14,5 +14,7 @@ Command replayCommand();
 Command samplesCommand();
 Command checkCommand();
 Command dumpCommand();
+Command calcCommand();
+Command sampleCommand();
 
 }  // namespace zel_tool

@@ -21,8 +21,10 @@ class Damaged(ZelTest):
             self.assertIn(status, (0, 1), (words, name, err[-500:]))
             if status == 1 and words[0] != "check":
                 self.assertRegex(err, r"(?m)^zel %s: " % words[0])
-        status, out, err = self.run_zel("pixel", name, "0", "0")
-        self.assertIn(status, (0, 1), (name, err[-500:]))
+        for words in (["pixel", name, "0", "0"], ["calc", "-q", "X = lat + sz; Y = X > 0", name, "-o", "out", "--keep",
+                                                  "--as", "Y=u8", "--overwrite"]):
+            status, out, err = self.run_zel(*words)
+            self.assertIn(status, (0, 1), (words, err[-500:]))
 
     def test_seeds_and_finds_of_the_fuzz_targets(self):
         files = sorted(p for d in ("seeds", "regressions") for p in (ROOT / "fuzz" / d).rglob("*")
