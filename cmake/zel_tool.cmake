@@ -21,6 +21,10 @@ endif()
 
 if(NOT ZEL_TOOL STREQUAL OFF AND NOT zel_tool_missing)
     file(GLOB zel_tool_sources CONFIGURE_DEPENDS src/zel/*.cpp)
+    # Rasters and LUT definition files are read by the parts of zel_combine.
+    foreach(part class_map color_cube lut_file stream text_header vorn_channels vorn_file)
+        list(APPEND zel_tool_sources src/zel_combine/${part}.cpp)
+    endforeach()
     add_executable(zel_tool ${zel_tool_sources})
     zel_own_target(zel_tool)
     target_link_libraries(zel_tool PRIVATE zel CLI11::CLI11 nlohmann_json::nlohmann_json PNG::PNG)

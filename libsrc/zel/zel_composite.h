@@ -44,6 +44,10 @@ int ZELCreateCompositeFile(ZELFileNames InputFileNames, int numInputFiles, int B
 int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, ZELFileNames InputFileNames, int numInputFiles,
                                  int BaseFileIndex);
 
+/* The same without scaling tables; see ZELOpenReadOnlyFileNoTables. */
+int ZELOpenCompositeReadOnlyFileNoTables(ZELType* ZELdata, ZELFileNames InputFileNames,
+                                         int numInputFiles, int BaseFileIndex);
+
 #ifdef __cplusplus
 }
 #endif

@@ -35,6 +35,20 @@ void ZELSetProgressSink(ZELProgressSink sink, void* userData);
    in it that only its own return would release. */
 int ZELGuardedCall(void (*function)(void* userData), void* userData, int* status);
 
+/* What a call has left to deliver. */
+typedef struct ZELDeferredType ZELDeferredType;
+
+/* Runs function(userData) and keeps its messages and its ending for ZELDeliver: a call on a thread
+   of its own speaks when the thread that waits for it says so. Sinks and handlers stay those of
+   the process and are not called. Null when memory fails before the call. */
+ZELDeferredType* ZELDefer(void (*function)(void* userData), void* userData);
+
+/* Delivers what the call kept, in order, and releases it; ends the process when the call did. */
+void ZELDeliver(ZELDeferredType* deferred);
+
+/* Releases it without a word; null is ignored. */
+void ZELDiscard(ZELDeferredType* deferred);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,12 +1,12 @@
 // zel check: whether files keep the promises of the format, and which belong together.
 #include <algorithm>
-#include <cmath>
 #include <memory>
 
 #include "failure.hpp"
 #include "findings.hpp"
 #include "names.hpp"
 #include "report.hpp"
+#include "scene_key.hpp"
 #include "text.hpp"
 #include "verbs.hpp"
 
@@ -99,47 +99,6 @@ Json documentOf(const std::string& file, const Checked& checked)
             {"notes", notes}};
 }
 
-// What decides whether files are of one scene.
-struct SceneKey {
-    std::string file;
-    int dataType, year, julian, satellite;
-    double time;
-};
-
-SceneKey keyOf(const std::string& file)
-{
-    Scene scene(file);
-    ZELType& record = scene.view();
-    if (record.NumLines < 1) throw Failure("has no lines");
-    readLine(record, 0, Decode::no);
-    const ZELHeaderType& h = record.ZELHeader;
-    return {file, h.DataType, h.year, h.julian, h.sat_no, record.ScanTime};
-}
-
-// A start time counts in tenths of an hour.
-long long tenths(double hours)
-{
-    return std::isnan(hours) ? 0 : static_cast<long long>(std::clamp(hours, -1.0e9, 1.0e9) * 10.0);
-}
-
-std::vector<std::string> differences(const SceneKey& a, const SceneKey& b)
-{
-    std::vector<std::string> list;
-    const auto compare = [&](const char* what, int own, int other) {
-        if (own != other) list.push_back(format("%s %d, not %d", what, own, other));
-    };
-    if (a.dataType != b.dataType)
-        list.push_back(format("sensor %d (%s), not %d (%s)", b.dataType,
-                              sensorName(b.dataType).c_str(), a.dataType,
-                              sensorName(a.dataType).c_str()));
-    compare("year", b.year, a.year);
-    compare("day", b.julian, a.julian);
-    compare("satellite", b.satellite, a.satellite);
-    if (tenths(a.time) != tenths(b.time))
-        list.push_back(format("first scan time %.4f h, not %.4f h", b.time, a.time));
-    return list;
-}
-
 // Each file joins the first scene that it agrees with.
 using Group = std::vector<SceneKey>;
 
@@ -189,7 +148,8 @@ int compareScenes(const Options& o)
 {
     std::vector<SceneKey> keys;
     const int status = forEachFile(o.files, [&](const std::string& file) {
-        keys.push_back(keyOf(file));
+        Scene scene(file);
+        keys.push_back(keyOf(file, scene.view()));
         return statusDone;
     });
     const std::vector<Group> groups = groupsOf(keys);

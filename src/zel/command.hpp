@@ -24,6 +24,7 @@ struct Option {
     std::vector<std::string> choices = {};
 };
 
+// A list comes first; single operands after it take the last words.
 struct Operand {
     std::string name;
     std::string help;

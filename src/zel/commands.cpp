@@ -9,9 +9,10 @@ namespace zel_tool {
 
 const std::vector<Command>& commands()
 {
-    static const std::vector<Command> all = {infoCommand(),   pixelCommand(), checkCommand(),
-                                             dumpCommand(),   lookCommand(),  channelsCommand(),
-                                             samplesCommand()};
+    static const std::vector<Command> all = {infoCommand(),   pixelCommand(),  checkCommand(),
+                                             dumpCommand(),   lookCommand(),   combineCommand(),
+                                             replayCommand(), calcCommand(),   channelsCommand(),
+                                             sampleCommand(), samplesCommand()};
     return all;
 }
 

@@ -2,8 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include "failure.hpp"
@@ -21,6 +23,9 @@ std::vector<std::string>& said()
     static std::vector<std::string> messages;
     return messages;
 }
+
+bool holdsWarnings = false;
+int hushed = 0;
 
 std::string trimmed(std::string text)
 {
@@ -40,32 +45,36 @@ std::string withoutFunction(const std::string& text)
     return isFunction ? text.substr(colon + 2) : text;
 }
 
-std::string replaced(std::string text, const std::string& from, const std::string& to)
-{
-    if (const auto at = text.find(from); at != std::string::npos) text.replace(at, from.size(), to);
-    return text;
-}
-
 void receive(void*, FILE* stream, const char* text)
 {
     const std::string message = trimmed(text);
     if (message.empty()) return;
     said().push_back(message);
+    if (hushed > 0) return;
     const std::string plain = printable(withoutFunction(message));
     if (settings().verbose)
         complain("", plain);
-    else if (stream == stderr && plain.starts_with("warning: "))
+    else if (stream == stderr && !holdsWarnings && plain.starts_with("warning: "))
         warn("", plain.substr(9));
 }
 
-// The message that says most: what follows it only repeats that the open failed.
+// Whether a message only says that the work failed of which another has said why.
+bool repeats(const std::string& message)
+{
+    static constexpr const char* starts[] = {"Error opening file", "system error code",
+                                             "ZELCreateCompositeFile: Error:  write error",
+                                             "ZELCreateCompositeFile: Error:  seek error",
+                                             "ZELCreateCompositeFile: Error: cannot read file"};
+    return std::any_of(std::begin(starts), std::end(starts),
+                       [&](const char* start) { return message.starts_with(start); });
+}
+
+// The message that says most.
 std::string reason()
 {
     std::string best;
     for (const std::string& message : said()) {
-        const bool follows =
-            message.starts_with("Error opening file") || message.starts_with("system error code");
-        if (follows && !best.empty()) continue;
+        if (!best.empty() && repeats(message)) continue;
         best = message;
     }
     return printable(withoutFunction(best));
@@ -91,6 +100,31 @@ std::string openingReason(const std::string& file)
     text = replaced(text, "corrupt header: invalid ", "corrupt header: ");
     text = replaced(text, "file " + printable(file) + ": ", "");
     return text.empty() ? "cannot be read" : text;
+}
+
+QuietLibrary::QuietLibrary()
+{
+    holdsWarnings = true;
+}
+
+QuietLibrary::~QuietLibrary()
+{
+    holdsWarnings = false;
+}
+
+Hush::Hush()
+{
+    ++hushed;
+}
+
+Hush::~Hush()
+{
+    --hushed;
+}
+
+const std::vector<std::string>& heard()
+{
+    return said();
 }
 
 void takeMessages()
@@ -130,6 +164,22 @@ Scene::Scene(const std::string& file)
     if (result == 0) return;
     if (result == -1 && errno != 0 && !record_->fptr) throw Failure(std::strerror(errno));
     throw Failure(openingReason(file));
+}
+
+// The library takes the index for that of a file where it looks for scan times, and for that of a
+// component where it takes the grid; here it means the component.
+Scene::Scene(const std::vector<std::string>& files, int base)
+    : file_(files.front()), bytes_(requireFile(files.front())), record_(new ZELType())
+{
+    std::vector<const char*> names;
+    for (const std::string& file : files) names.push_back(file.c_str());
+    int result = 0;
+    guarded([&] {
+        result = ZELOpenCompositeReadOnlyFile(record_.get(), names.data(),
+                                              static_cast<int>(names.size()), base);
+    });
+    if (result != 0) throw Failure(openingReason(file_));
+    record_->baseZELComponent = base;
 }
 
 ZELType& Scene::component(int index)

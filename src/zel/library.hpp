@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "zel.h"
 
@@ -15,17 +16,43 @@ void takeMessages();
 // Runs a call of the library. When the library ends the process, throws a Failure with its message.
 void guarded(const std::function<void()>& call);
 
+// No message of the library is shown while one exists.
+class Hush {
+public:
+    Hush();
+    ~Hush();
+    Hush(const Hush&) = delete;
+    Hush& operator=(const Hush&) = delete;
+};
+
+// What the library has said in the last guarded call, a message each.
+const std::vector<std::string>& heard();
+
+// While one lives, warnings of the library are shown with -v only: whoever holds it looks for their
+// causes.
+class QuietLibrary {
+public:
+    QuietLibrary();
+    ~QuietLibrary();
+    QuietLibrary(const QuietLibrary&) = delete;
+    QuietLibrary& operator=(const QuietLibrary&) = delete;
+};
+
 // Why the library refused a file, from what it has said.
 std::string openingReason(const std::string& file);
 
 // The size of a regular file. Throws Failure for anything else.
 long long requireFile(const std::string& file);
 
-// A file that is open for reading: a plain file, or a container as one view.
+// A file that is open for reading: a plain file, or a container or several files as one view.
 class Scene {
 public:
     // Throws Failure when the file is not one or is damaged.
     explicit Scene(const std::string& file);
+
+    // Several files, or a part of a container, as one view on the grid of the component of that
+    // index, of all that the files hold. Messages name the first file.
+    Scene(const std::vector<std::string>& files, int base);
 
     const std::string& file() const { return file_; }
     long long bytes() const { return bytes_; }

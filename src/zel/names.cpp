@@ -97,13 +97,19 @@ std::vector<int> presentSlots(const ZELType& record)
     return slots;
 }
 
-int findChannel(const ZELType& record, const std::string& name)
+std::vector<int> slotsNamed(const ZELType& record, const std::string& name)
 {
     std::vector<int> slots = slotsLabelled(record, name, std::equal_to<>());
     if (slots.empty()) slots = slotsLabelled(record, name, equalIgnoringCase);
     const int numbered = slotNumbered(record, name);
     if (numbered >= 0 && std::find(slots.begin(), slots.end(), numbered) == slots.end())
         slots.push_back(numbered);
+    return slots;
+}
+
+int findChannel(const ZELType& record, const std::string& name)
+{
+    const std::vector<int> slots = slotsNamed(record, name);
     if (slots.size() == 1) return slots[0];
     const std::string shown = printable(name);
     if (slots.empty())
@@ -126,6 +132,11 @@ const ZELDisplayLUTType* lutOf(ZELType& record, int slot)
     const ZELChannelType& channel = record.Channels[slot];
     if (channel.ChannelComment[0] == '\0') return nullptr;
     return ZELFetchLUTByLabel(&record, channel.ChannelComment);
+}
+
+bool holdsClasses(ZELType& record, int slot)
+{
+    return record.Channels[slot].Units == ZEL_UNITS_LUT || lutOf(record, slot) != nullptr;
 }
 
 std::string className(const ZELDisplayLUTType* lut, double value)

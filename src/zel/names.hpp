@@ -20,6 +20,9 @@ std::string labelOf(const ZELChannelType& channel);
 // The slots that hold a channel.
 std::vector<int> presentSlots(const ZELType& record);
 
+// The slots that a name fits: none, one, or several that have the same label.
+std::vector<int> slotsNamed(const ZELType& record, const std::string& name);
+
 // The slot of a channel named by its label (B5), its number in expressions (Ch6, the channel in
 // slot 5) or its slot (#5). Throws Failure when there is none or several, with the candidates.
 int findChannel(const ZELType& record, const std::string& name);
@@ -30,6 +33,9 @@ std::vector<int> findChannels(const ZELType& record, const std::vector<std::stri
 // The LUT that a class channel is painted with, the one whose label is the channel's comment; or
 // null.
 const ZELDisplayLUTType* lutOf(ZELType& record, int slot);
+
+// Whether the numbers of a channel are those of classes: the mean of two is another class.
+bool holdsClasses(ZELType& record, int slot);
 
 // The name of a class in a LUT; empty where there is none.
 std::string className(const ZELDisplayLUTType* lut, double value);

@@ -24,6 +24,7 @@ CLI::Option* bind(CLI::App& app, const Option& option)
             else if constexpr (std::is_same_v<Value, std::vector<std::string>>)
                 return app.add_option(option.names, *target)
                     ->expected(1)
+                    ->allow_extra_args(false)
                     ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
             else
                 return app.add_option(option.names, *target);
@@ -42,6 +43,20 @@ void bind(CLI::App& app, const Operand& operand)
             }
         },
         operand.target);
+}
+
+// Operands after a list take the last words of it: the parser would give all of them to the list.
+void giveLastWords(const std::vector<Operand>& operands)
+{
+    if (operands.empty()) return;
+    auto* const* list = std::get_if<std::vector<std::string>*>(&operands.front().target);
+    if (!list) return;
+    std::vector<std::string>& words = **list;
+    for (std::size_t i = operands.size(); i-- > 1;) {
+        if (words.empty()) throw Misuse(operands[i].name + " is required");
+        *std::get<std::string*>(operands[i].target) = words.back();
+        words.pop_back();
+    }
 }
 
 // The words of the parser, in the voice of the messages here.
@@ -64,7 +79,10 @@ Parsed parseOptions(const Command& command, const std::vector<std::string>& word
         CLI::Option* made = bind(app, option);
         if (!option.choices.empty()) made->check(CLI::IsMember(option.choices));
     }
-    for (const Operand& operand : command.operands) bind(app, operand);
+    for (const Operand& operand : command.operands) {
+        bind(app, operand);
+        if (std::holds_alternative<std::vector<std::string>*>(operand.target)) break;
+    }
     std::vector<std::string> reversed(words.rbegin(), words.rend());
     try {
         app.parse(reversed);
@@ -73,6 +91,7 @@ Parsed parseOptions(const Command& command, const std::vector<std::string>& word
     } catch (const CLI::ParseError& error) {
         throw Misuse(reasonOf(error));
     }
+    giveLastWords(command.operands);
     return Parsed::run;
 }
 

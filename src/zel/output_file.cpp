@@ -38,6 +38,24 @@ void watchSignals()
     }
 }
 
+// While one exists, no signal comes between the creation of a file and its entry in the list.
+class SignalsHeld {
+public:
+    SignalsHeld()
+    {
+        sigset_t held;
+        sigemptyset(&held);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&held, signal);
+        sigprocmask(SIG_BLOCK, &held, &before_);
+    }
+    ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+private:
+    sigset_t before_;
+};
+
 int remember(const std::string& path)
 {
     watchSignals();
@@ -107,12 +125,17 @@ bool giveNewName(const std::string& temporary, const std::string& name)
 
 }  // namespace
 
+bool isSameFile(const std::string& a, const std::string& b)
+{
+    struct stat first {};
+    struct stat second {};
+    return stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 void requireOther(const std::string& input, const std::string& output)
 {
-    struct stat in {};
-    struct stat out {};
-    if (stat(input.c_str(), &in) != 0 || stat(output.c_str(), &out) != 0) return;
-    if (in.st_dev == out.st_dev && in.st_ino == out.st_ino)
+    if (isSameFile(input, output))
         throw Failure("the output " + printable(output) + " is the input");
 }
 
@@ -129,6 +152,7 @@ OutputFile::OutputFile(const std::string& name, Overwrite overwrite)
     } else {
         if (exists && overwrite == Overwrite::no)
             throw Failure(printable(name) + " exists; --overwrite replaces it");
+        const SignalsHeld held;
         temporary_ = temporaryBeside(path_);
         descriptor_ = createNew(temporary_);
         if (descriptor_ >= 0) slot_ = remember(temporary_);

@@ -9,6 +9,9 @@ namespace zel_tool {
 
 enum class Overwrite { no, yes };
 
+// Whether both names lead to one existing file.
+bool isSameFile(const std::string& a, const std::string& b);
+
 // Throws Failure when the output is the input itself, by whatever name.
 void requireOther(const std::string& input, const std::string& output);
 
@@ -23,6 +26,9 @@ public:
 
     // What is written to instead, by others.
     const std::string& temporary() const { return temporary_; }
+
+    // Whether it is written to directly, as /dev/null is.
+    bool isDevice() const { return isDevice_; }
 
     // Writes after what is there, or at a place.
     void write(std::string_view bytes);

@@ -159,4 +159,23 @@ Json sampleJson(SampleFile& file)
             {"values", values}};
 }
 
+std::string classesText(const Json& header)
+{
+    std::vector<std::vector<std::string>> rows = {{"class", "samples", "colour", "name"}};
+    for (const Json& c : header["classes"])
+        rows.push_back({shown(c["class"]), shown(c["samples"]),
+                        shown(c["rgb"][0]) + " " + shown(c["rgb"][1]) + " " + shown(c["rgb"][2]),
+                        shown(c["name"])});
+    return "\nClasses\n" + table(rows, "rrll", "  ");
+}
+
+std::string featuresText(const Json& header)
+{
+    std::vector<std::vector<std::string>> rows = {{"feature", "min", "max", "expression"}};
+    for (const Json& f : header["features"])
+        rows.push_back(
+            {shown(f["label"]), shown(f["min"]), shown(f["max"]), shown(f["expression"])});
+    return "\nFeatures\n" + table(rows, "lrrl", "  ");
+}
+
 }  // namespace zel_tool

@@ -34,6 +34,10 @@ private:
 // All but the samples.
 Json headerJson(SampleFile& file, const std::string& name);
 
+// The classes and the features of a header as tables with a title.
+std::string classesText(const Json& header);
+std::string featuresText(const Json& header);
+
 // The sample that was read last.
 Json sampleJson(SampleFile& file);
 

@@ -101,17 +101,7 @@ std::string summaryText(const Json& h)
     out += rulesText("Definitions", h["definitions"]) +
            rulesText("Requirements", h["requirements"]) + rulesText("Filters", h["filters"]) +
            rulesText("Options", h["options"]);
-    std::vector<std::vector<std::string>> classes = {{"class", "samples", "colour", "name"}};
-    for (const Json& c : h["classes"])
-        classes.push_back({shown(c["class"]), shown(c["samples"]),
-                           shown(c["rgb"][0]) + " " + shown(c["rgb"][1]) + " " + shown(c["rgb"][2]),
-                           shown(c["name"])});
-    out += "\nClasses\n" + table(classes, "rrll", "  ");
-    std::vector<std::vector<std::string>> features = {{"feature", "min", "max", "expression"}};
-    for (const Json& f : h["features"])
-        features.push_back(
-            {shown(f["label"]), shown(f["min"]), shown(f["max"]), shown(f["expression"])});
-    return out + "\nFeatures\n" + table(features, "lrrl", "  ");
+    return out + classesText(h) + featuresText(h);
 }
 
 int showFile(const Options& o, const std::string& name)

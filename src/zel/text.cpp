@@ -135,6 +135,12 @@ std::string printable(std::string_view bytes)
     return text;
 }
 
+std::string replaced(std::string text, const std::string& from, const std::string& to)
+{
+    if (const auto at = text.find(from); at != std::string::npos) text.replace(at, from.size(), to);
+    return text;
+}
+
 bool equalIgnoringCase(std::string_view a, std::string_view b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),

@@ -24,6 +24,9 @@ std::string utf8(std::string_view bytes);
 // The same on one line of a terminal: control characters become a blank or \xNN.
 std::string printable(std::string_view bytes);
 
+// The text with the first occurrence of a part replaced.
+std::string replaced(std::string text, const std::string& from, const std::string& to);
+
 bool equalIgnoringCase(std::string_view a, std::string_view b);
 std::vector<std::string> split(std::string_view text, char separator);
 std::string join(const std::vector<std::string>& parts, const char* separator);

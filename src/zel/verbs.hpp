@@ -9,8 +9,12 @@ Command infoCommand();
 Command pixelCommand();
 Command lookCommand();
 Command channelsCommand();
+Command combineCommand();
+Command replayCommand();
 Command samplesCommand();
 Command checkCommand();
 Command dumpCommand();
+Command calcCommand();
+Command sampleCommand();
 
 }  // namespace zel_tool

@@ -9,6 +9,7 @@
 #include <numeric>
 #include <utility>
 
+#include "messages.hpp"
 #include "stream.hpp"
 #include "zel.h"
 #include "zel_features/zel_features.h"
@@ -44,12 +45,12 @@ Parameters readHeader(const char* name)
 {
     Header header{name, Stream(std::fopen(name, "rb")), nullptr};
     if (!header.stream) {
-        std::printf("cannot read zel_feature header file %s\n", name);
+        say("cannot read zel_feature header file %s\n", name);
         return nullptr;
     }
     header.parameters.reset(new ZELParameterStruct{});
     if (ZELGuardedCall(readHeader, &header, nullptr) == 0) return std::move(header.parameters);
-    std::fprintf(stderr, "zel_combine: Error: cannot read zel_feature header file %s\n", name);
+    sayError("Error: cannot read zel_feature header file %s\n", name);
     return nullptr;
 }
 
@@ -90,8 +91,7 @@ bool ClassMap::read(const char* featureHeader, std::optional<int>& numClasses)
     const char* comment = findTable(*parameters);
     if (!comment) return true;
     if (readTable(comment, numClasses.emplace())) return true;
-    std::printf("zel_combine: Error: damaged class table in feature header file %s\n",
-                featureHeader);
+    say("zel_combine: Error: damaged class table in feature header file %s\n", featureHeader);
     return false;
 }
 
@@ -110,9 +110,9 @@ bool ClassMap::readTable(const char* comment, int& numClasses)
     }
     std::copy(classes.begin(), classes.end(), ARFFToZELClass.begin());
     hasTable_ = true;
-    std::printf("%d classes:", numClasses);
-    for (const int c : classes) std::printf(" %d", c);
-    std::printf("\n");
+    say("%d classes:", numClasses);
+    for (const int c : classes) say(" %d", c);
+    say("\n");
     return true;
 }
 

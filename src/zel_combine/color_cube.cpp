@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <iterator>
 
+#include "messages.hpp"
+
 namespace zel_combine {
 namespace {
 
@@ -48,7 +50,7 @@ ZELDisplayLUTType* AppendColorCubeLUT(ZELType* ZELdata)
 {
     ZELDisplayLUTType* lut = ZELAppendLUT(ZELdata, numEntries, "Color Cube LUT");
     if (!lut) {
-        std::printf("zel_combine: Error: no free key for the color cube\n");
+        say("zel_combine: Error: no free key for the color cube\n");
         return nullptr;
     }
     loadEntry(lut, 0, {none, none, none}, 0);

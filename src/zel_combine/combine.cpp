@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "input_lines.hpp"
 #include "losses.hpp"
 #include "progress.hpp"
 #include "vorn_channels.hpp"
@@ -35,12 +36,12 @@ InputFile openInput(const CommandLineStruct& info)
 {
     InputFile in(new ZELType{});
     if (info.numInputFiles == 1) {
-        if (ZELOpenReadOnlyFile(in.get(), info.InputFileName[0]) == 0) return in;
+        if (ZELOpenReadOnlyFileNoTables(in.get(), info.InputFileName[0]) == 0) return in;
         std::printf("Cannot open input ZEL file %s\n", info.InputFileName[0]);
         return nullptr;
     }
-    if (ZELOpenCompositeReadOnlyFile(in.get(), info.InputFileName, info.numInputFiles,
-                                     info.BaseFile) == 0)
+    if (ZELOpenCompositeReadOnlyFileNoTables(in.get(), info.InputFileName, info.numInputFiles,
+                                             info.BaseFile) == 0)
         return in;
     std::printf("Cannot open composite ZEL file \n");
     return nullptr;
@@ -101,8 +102,10 @@ std::optional<int> copyLines(ZELType* out, ZELType* in, VornChannels& vorn)
     Progress progress;
     const double total = ZELFetchNumberOfLines(in);
     int line = 0;
-    while (ZELReadLine(in)) {
+    InputLines lines(in, numThreads());
+    while (lines.next()) {
         ZELCopyLine(out, in);
+        lines.release();
         if (!vorn.loadLine(out)) return std::nullopt;
         ZELWriteLine(out);
         ++line;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "messages.hpp"
 #include "stream.hpp"
 
 namespace zel_combine {
@@ -45,7 +46,7 @@ bool nextContent(LutText& text)
 bool failParsing(const LutText& text)
 {
     if (failedReading(text.stream.get(), "LUT definition file", text.name)) return false;
-    std::printf("error parsing LUT file line %d\n", text.linesRead);
+    say("error parsing LUT file line %d\n", text.linesRead);
     return false;
 }
 
@@ -123,7 +124,7 @@ ZELDisplayLUTType* ReadLUT(const char* filename, ZELType* ZELdata)
 {
     LutText text{filename, Stream(std::fopen(filename, "r"))};
     if (!text.stream) {
-        std::printf("Cannot open LUT definition file %s\n", filename);
+        say("Cannot open LUT definition file %s\n", filename);
         return nullptr;
     }
     int key = renumberLUTs(ZELdata);
@@ -135,7 +136,7 @@ ZELDisplayLUTType* ReadLUT(const char* filename, ZELType* ZELdata)
     if (text.endless) failParsing(text);
     if (text.endless || failedReading(text.stream.get(), "LUT definition file", filename))
         return nullptr;
-    if (!lut) std::printf("zel_combine: Error: no LUT in LUT definition file %s\n", filename);
+    if (!lut) say("zel_combine: Error: no LUT in LUT definition file %s\n", filename);
     return lut;
 }
 

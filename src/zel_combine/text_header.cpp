@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "messages.hpp"
+
 namespace zel_combine {
 namespace {
 
@@ -22,7 +24,7 @@ bool TextHeader::open(const char* name)
 {
     name_ = name;
     stream_.reset(std::fopen(name, "r"));
-    if (!stream_) std::printf("Error: cannot open Vorn file %s\n", name);
+    if (!stream_) say("Error: cannot open Vorn file %s\n", name);
     return stream_ != nullptr;
 }
 
@@ -34,7 +36,7 @@ std::optional<std::string> TextHeader::nextLabel()
         std::fgets(line, lineSize, stream_.get()) ? std::strchr(line, ' ') : nullptr;
     if (!blank) {
         failedReading(stream_.get(), "Vorn header file", name_);
-        std::printf("error reading header file\n");
+        say("error reading header file\n");
         return std::nullopt;
     }
     skipLines(stream_.get(), linesAfterLabel);

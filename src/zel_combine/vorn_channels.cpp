@@ -1,13 +1,13 @@
 #include "vorn_channels.hpp"
 
 #include <algorithm>
-#include <cstdio>
 #include <initializer_list>
 #include <optional>
 #include <string>
 
 #include "color_cube.hpp"
 #include "lut_file.hpp"
+#include "messages.hpp"
 #include "text_header.hpp"
 
 namespace zel_combine {
@@ -65,9 +65,8 @@ bool hasLUT(const CommandLineStruct& info)
 
 void warnOfNoTable(const CommandLineStruct& info)
 {
-    std::fprintf(stderr, "zel_combine: warning: feature header %s %s: classes are not translated\n",
-                 info.ZELFeatureHeader,
-                 hasLUT(info) ? "holds no table of classes" : "is not read without a LUT");
+    sayError("warning: feature header %s %s: classes are not translated\n", info.ZELFeatureHeader,
+             hasLUT(info) ? "holds no table of classes" : "is not read without a LUT");
 }
 
 }  // namespace
@@ -103,7 +102,7 @@ bool VornChannels::findFreeChannels(ZELType* in)
     int last = lastSlot;
     while (last > 0 && !ZELIsChannelPresent(in, last)) --last;
     if (last == 0 || lastSlot - last < file_.channels()) {
-        std::printf("Could not find enough unused ZEL channels in file\n");
+        say("Could not find enough unused ZEL channels in file\n");
         return false;
     }
     firstChannel_ = last + 1;
@@ -136,7 +135,7 @@ bool VornChannels::addLUTChannel(const CommandLineStruct& info, ZELType* out, in
     const ZELDisplayLUTType* lut = addLUT(info, out);
     if (!lut) return false;
     if (!lutsFit(out)) {
-        std::printf("zel_combine: Error: too many LUT entries for one file\n");
+        say("zel_combine: Error: too many LUT entries for one file\n");
         return false;
     }
     ZELAddLUTChannel(out, firstChannel_ + c, 0.0f, 0.0f, ZEL_STORED_UINT16, 16, label,

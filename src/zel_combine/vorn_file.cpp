@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "messages.hpp"
 #include "zel.h"
 
 namespace zel_combine {
@@ -37,7 +38,7 @@ std::optional<VornHeader> readHeader(const char* name)
 {
     const Stream stream(maySeek(name) ? std::fopen(name, "rb") : nullptr);
     if (!stream) {
-        std::printf("Error: cannot open Vorn file %s\n", name);
+        say("Error: cannot open Vorn file %s\n", name);
         return std::nullopt;
     }
     std::int32_t word = 0;
@@ -63,8 +64,8 @@ int VornFile::open(const char* name, int pixels, int lines)
     const std::optional<VornHeader> header = readHeader(name);
     if (!header) return failed;
     if (header->pixels != pixels || header->lines != lines) {
-        std::printf("Error:  size mismatch:  ZEL lines %d pix %d, Vorn lines %d pix %d\n", lines,
-                    pixels, header->lines, header->pixels);
+        say("Error:  size mismatch:  ZEL lines %d pix %d, Vorn lines %d pix %d\n", lines, pixels,
+            header->lines, header->pixels);
         return mismatched;
     }
     name_ = name;
@@ -76,7 +77,7 @@ int VornFile::open(const char* name, int pixels, int lines)
 int VornFile::openPlanes(int pixels, int lines)
 {
     if (channels_ < 0) {
-        std::printf("cannot allocate Vorn file pointers\n");
+        say("cannot allocate Vorn file pointers\n");
         return failed;
     }
     row_.resize(static_cast<std::size_t>(pixels));
@@ -86,7 +87,7 @@ int VornFile::openPlanes(int pixels, int lines)
     for (int c = 0; c < useful; ++c) {
         Stream stream(std::fopen(name_.c_str(), "rb"));
         if (!stream || fseeko(stream.get(), headerSize + c * plane, SEEK_SET) != 0) {
-            std::printf("Error: cannot open Vorn file %s, channel %d\n", name_.c_str(), c);
+            say("Error: cannot open Vorn file %s, channel %d\n", name_.c_str(), c);
             return failed;
         }
         planes_.push_back(std::move(stream));
@@ -102,10 +103,8 @@ std::vector<float>* VornFile::readRow(int channel)
     if (failedReading(stream, "Vorn file", name_.c_str())) return nullptr;
     if (!whole && !cutShort_) {
         cutShort_ = true;
-        std::fprintf(
-            stderr,
-            "zel_combine: warning: Vorn file %s is cut short: values read before are repeated\n",
-            name_.c_str());
+        sayError("warning: Vorn file %s is cut short: values read before are repeated\n",
+                 name_.c_str());
     }
     return &row_;
 }

@@ -54,7 +54,7 @@ class Names(unittest.TestCase):
         headers = "\n".join(p.read_text(encoding="utf-8") for p in (ROOT / "libsrc").rglob("*.h"))
         declared = set(re.findall(r"\w+", headers))
         # Of the environment, of files, and at the beginning of a message.
-        others = {"ZEL_DATA_DIR", "ZEL_COMBINE", "ZEL_MASK", "ZEL_FEATURE_HEADER", "ZELOpen"}
+        others = {"ZEL_DATA_DIR", "ZEL_NUM_THREADS", "ZEL_COMBINE", "ZEL_MASK", "ZEL_FEATURE_HEADER", "ZELOpen"}
         for document in PAGES + ["CHANGELOG.md", "docs/man/zel.3", "docs/man/zel.5"]:
             named = set(re.findall(r"\bZEL_?[A-Z]\w+", read(document)))
             self.assertEqual(sorted(named - declared - others), [], document)

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
@@ -102,6 +103,62 @@ TEST(Door, ProgressOfAContainerIsReportedInBytes)
     EXPECT_EQ(progress.total, progress.done);
     create();
     EXPECT_EQ(progress.calls, 2) << "the sink was removed";
+}
+
+// A call that is counted and that the library ends.
+void countedMisuse(void* calls)
+{
+    ++*static_cast<int*>(calls);
+    ZELAllocateLUT(-1);
+}
+
+TEST(DeferredCall, SpeaksAndEndsWhenItIsDelivered)
+{
+    int calls = 0;
+    ZELDeferredType* deferred = nullptr;
+    const auto before = zel_test::run([&] { deferred = ZELDefer(countedMisuse, &calls); });
+    EXPECT_EQ(calls, 1);
+    EXPECT_FALSE(before.ended);
+    EXPECT_EQ(before.out + before.err, "");
+    const auto after = zel_test::run([&] { ZELDeliver(deferred); });
+    EXPECT_TRUE(after.ended);
+    EXPECT_EQ(after.status, -1);
+    const auto direct = zel_test::run([&] { countedMisuse(&calls); });
+    EXPECT_EQ(after.out, direct.out);
+    EXPECT_NE(after.out, "");
+}
+
+TEST(DeferredCall, ThatReturnsDeliversNothing)
+{
+    ZELDeferredType* deferred = ZELDefer([](void*) {}, nullptr);
+    const auto outcome = zel_test::run([&] { ZELDeliver(deferred); });
+    EXPECT_FALSE(outcome.ended);
+    EXPECT_EQ(outcome.out + outcome.err, "");
+}
+
+TEST(DeferredCall, MayBeDiscarded)
+{
+    int calls = 0;
+    const auto outcome = zel_test::run([&] {
+        ZELDiscard(ZELDefer(countedMisuse, &calls));
+        ZELDiscard(nullptr);
+    });
+    EXPECT_EQ(calls, 1);
+    EXPECT_FALSE(outcome.ended);
+    EXPECT_EQ(outcome.out, "");
+}
+
+TEST(DeferredCall, OfAnotherThreadLeavesTheMessagesOfThisOneAlone)
+{
+    int calls = 0;
+    ZELDeferredType* deferred = nullptr;
+    const auto outcome = zel_test::run([&] {
+        std::thread([&] { deferred = ZELDefer(countedMisuse, &calls); }).join();
+        ZELAllocateLUT(-1);
+    });
+    EXPECT_TRUE(outcome.ended);
+    const auto delivered = zel_test::run([&] { ZELDeliver(deferred); });
+    EXPECT_EQ(delivered.out, outcome.out);
 }
 
 }  // namespace

@@ -12,7 +12,9 @@ from zelfile import container
 
 READING = [["info", "--all"], ["info", "--json", "--stats"], ["check"], ["check", "--scene"], ["dump", "--lines"],
            ["look"], ["look", "-q", "-o", "out", "--overwrite"], ["look", "-q", "--report", "out", "--overwrite"],
-           ["channels", "-q", "-o", "out", "--overwrite"], ["samples"], ["samples", "--csv"]]
+           ["channels", "-q", "-o", "out", "--overwrite"], ["samples"], ["samples", "--csv"],
+           ["combine", "-q", "-o", "out", "--overwrite"], ["combine", "--dry-run", "--json"],
+           ["replay", "-q", "-o", "out", "--overwrite"]]
 TARGETS = ("scene_fuzz", "combine_fuzz", "mask_block_fuzz", "sample_file_fuzz", "feature_header_fuzz",
            "verbs_fuzz")
 EMPTY_CLASSES = bytes(4000) + (b"\0\0\0\1" + bytes(13)) * 1000
@@ -27,9 +29,11 @@ class Damaged(ZelTest):
             status, out, err = self.run_zel(words[0], name, *words[1:])
             self.assertIn(status, (0, 1), (words, name, err[-500:]))
             if status == 1 and words[0] != "check":
-                self.assertRegex(err, r"(?m)^zel %s: %s: ." % (words[0], re.escape(name)))
-        status, out, err = self.run_zel("pixel", name, "0", "0")
-        self.assertIn(status, (0, 1), (name, err[-500:]))
+                self.assertRegex(err, r"(?m)^zel %s: .*%s: ." % (words[0], re.escape(name)))
+        for words in (["pixel", name, "0", "0"], ["calc", "-q", "X = lat + sz; Y = X > 0", name, "-o", "out", "--keep",
+                                                  "--as", "Y=u8", "--overwrite"]):
+            status, out, err = self.run_zel(*words)
+            self.assertIn(status, (0, 1), (words, err[-500:]))
 
     def test_seeds_and_finds_of_the_fuzz_targets(self):
         files = sorted(p for d in ("seeds", "regressions") for p in (ROOT / "fuzz" / d).rglob("*")

@@ -27,6 +27,7 @@ class Pages(ZelTest):
         super().setUp()
         for scene in SCENES.glob("*.zel"):
             (self.dir / scene.name).symlink_to(scene)
+        (self.dir / "gulf.par").symlink_to(ROOT / "examples" / "gulf.par")
         make_container(self.dir, ["landsat8_gulf_30m.zel", "landsat8_gulf_90m.zel",
                                   "landsat8_gulf_15m.zel"], "container.zel")
 

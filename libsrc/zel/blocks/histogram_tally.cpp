@@ -7,6 +7,7 @@
 
 #include "blocks/zel_histogram.hpp"
 #include "blocks/zel_histogram_sum.hpp"
+#include "ground/width.hpp"
 #include "zel_histogram.h"
 
 // The loops here run over blocks of a fixed size without branches, so that a compiler computes
@@ -138,12 +139,12 @@ private:
 
 void countValues(ZELHistogramType& histogram, const float* values, int count)
 {
-    widen(histogram, values, count);
+    runLoop([&] { widen(histogram, values, count); });
     if (histogram.NumHistogramBins < 0 || histogram.NumHistogramBins > Tally::maxBins)
         return addOneByOne(histogram, values, count);
     Tally tally(histogram);
-    tally.add(values, count);
-    tally.addTo(histogram);
+    runLoop([&] { tally.add(values, count); });
+    runLoop([&] { tally.addTo(histogram); });
 }
 
 }  // namespace zel

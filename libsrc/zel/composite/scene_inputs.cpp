@@ -56,12 +56,12 @@ bool SceneInputs::readDirectories()
 bool SceneInputs::open()
 {
     for (int i = 0; i < count(); ++i) {
-        if (ZELOpenReadOnlyFile(&record(i), name(i)) < 0) return false;
+        if (ZELOpenReadOnlyFileNoTables(&record(i), name(i)) < 0) return false;
         if (record(i).numZELComponents != components(i)) {
             report("ZELCreateCompositeFile: Error: file %s changes while it is read\n", name(i));
             return false;
         }
-        ZELReadLine(&record(i));
+        ZELReadLineNoScale(&record(i));
     }
     return true;
 }

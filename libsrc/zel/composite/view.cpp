@@ -12,8 +12,8 @@
 #include "lines/channel_records.hpp"
 #include "lines/composite_seam.hpp"
 #include "records/buffers.hpp"
-#include "records/pixels.hpp"
 #include "records/release_seam.hpp"
+#include "records/scaling_table.hpp"
 #include "records/slot.hpp"
 #include "zel_composite.h"
 #include "zel_finish.h"
@@ -26,6 +26,7 @@ namespace {
 
 using zel::Inputs;
 using zel::report;
+using zel::Tables;
 
 constexpr const char* noMemory = "cannot allocate memory for ZELComponents\n";
 
@@ -115,7 +116,7 @@ void renumberAngles(ZELHeaderType& view, const ZELHeaderType& reference, int slo
     if (slot == reference.AZChannelIndex) view.AZChannelIndex = static_cast<int16_t>(index);
 }
 
-void gatherChannels(ZELType& view, const ZELType& reference)
+void gatherChannels(ZELType& view, const ZELType& reference, Tables tables)
 {
     int index = 0;
     for (int i = 0; i < view.numZELComponents; ++i) {
@@ -127,7 +128,7 @@ void gatherChannels(ZELType& view, const ZELType& reference)
             copyChannel(channel, source);
             zel::allocateChannel(view, index,
                                  {"ZELOpenCompositeReadOnlyFile", i + 1, "pixel buffer", -1});
-            channel.ChannelLUT = zel::createScalingTable(channel);
+            if (tables == Tables::build) channel.ChannelLUT = zel::createScalingTable(channel);
             ++index;
         }
     }
@@ -153,7 +154,7 @@ void shareLine(ZELType& view, const ZELType& reference)
 }
 
 // Fills the view from its components. False after a message.
-bool assemble(ZELType& view, int referenceIndex, const char* name)
+bool assemble(ZELType& view, int referenceIndex, const char* name, Tables tables)
 {
     const ZELType& reference = view.ZELComponent[referenceIndex];
     const int base = view.baseZELComponent;
@@ -161,7 +162,7 @@ bool assemble(ZELType& view, int referenceIndex, const char* name)
     view.baseZELComponent = base;
     if (!setSamplings(view, reference)) return false;
     gatherBlocks(view);
-    gatherChannels(view, reference);
+    gatherChannels(view, reference, tables);
     shareLine(view, reference);
     return true;
 }
@@ -173,10 +174,10 @@ void beginView(ZELType& view)
     view.ReadWriteFlag = ZEL_READ_ONLY;
 }
 
-int openView(ZELType& view, Inputs& inputs, int baseFile)
+int openView(ZELType& view, Inputs& inputs, int baseFile, Tables tables)
 {
-    int result = zel::openComponents(view, inputs, baseFile);
-    if (result == zel::viewOpened && !assemble(view, baseFile, inputs.name(0)))
+    int result = zel::openComponents(view, inputs, baseFile, tables);
+    if (result == zel::viewOpened && !assemble(view, baseFile, inputs.name(0), tables))
         result = zel::viewUnreadable;
     if (result == zel::viewOpened && baseFile < inputs.count())
         warnOfMissingBase(view, inputs.name(baseFile));
@@ -184,25 +185,37 @@ int openView(ZELType& view, Inputs& inputs, int baseFile)
     return result;
 }
 
+int openFiles(ZELType& view, const char* const* names, int count, int baseFile, Tables tables)
+{
+    const zel::NameKeeper kept(view);
+    beginView(view);
+    if (count < 1) {
+        report("ZELOpenCompositeReadOnlyFile: Error: no input files\n");
+        return zel::viewUnreadable;
+    }
+    Inputs inputs(names, count, noMemory, &kept);
+    return openView(view, inputs, baseFile, tables);
+}
+
 }  // namespace
 
-int zel::openComposite(ZELType* file, const char* filename, const Directory& directory)
+int zel::openComposite(ZELType* file, const char* filename, const Directory& directory,
+                       Tables tables)
 {
     beginView(*file);
     Inputs inputs(&filename, 1, noMemory);
     inputs.setDirectory(0, directory);
-    return openView(*file, inputs, directory.prefix.baseIndex);
+    return openView(*file, inputs, directory.prefix.baseIndex, tables);
 }
 
 int ZELOpenCompositeReadOnlyFile(ZELType* ZELdata, const char* const* InputFileNames,
                                  int numInputFiles, int BaseFileIndex)
 {
-    const zel::NameKeeper kept(*ZELdata);
-    beginView(*ZELdata);
-    if (numInputFiles < 1) {
-        report("ZELOpenCompositeReadOnlyFile: Error: no input files\n");
-        return zel::viewUnreadable;
-    }
-    Inputs inputs(InputFileNames, numInputFiles, noMemory, &kept);
-    return openView(*ZELdata, inputs, BaseFileIndex);
+    return openFiles(*ZELdata, InputFileNames, numInputFiles, BaseFileIndex, Tables::build);
+}
+
+int ZELOpenCompositeReadOnlyFileNoTables(ZELType* ZELdata, const char* const* InputFileNames,
+                                         int numInputFiles, int BaseFileIndex)
+{
+    return openFiles(*ZELdata, InputFileNames, numInputFiles, BaseFileIndex, Tables::leaveOut);
 }

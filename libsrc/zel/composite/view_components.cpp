@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "ground/zel_door.hpp"
-#include "zel_open.h"
+#include "lines/open.hpp"
 
 namespace zel {
 namespace {
@@ -62,7 +62,7 @@ int refuseHeaders(const char* name, std::int64_t headers)
 
 // Opens the components of one input, from component on. Channels and headers are counted as they
 // come: their memory is that of a file each.
-int openInput(ZELType* component, const Inputs& inputs, int i, int& channels)
+int openInput(ZELType* component, const Inputs& inputs, int i, Tables tables, int& channels)
 {
     const Directory& directory = inputs.directory(i);
     const std::int64_t room = std::max(directory.fileSize, maxSharedHeaders);
@@ -70,7 +70,7 @@ int openInput(ZELType* component, const Inputs& inputs, int i, int& channels)
     for (int k = 0; k < inputs.components(i); ++k, ++component) {
         const int offset = directory.isComposite ? directory.prefix.offsets[k] : 0;
         const int size = directory.isComposite ? directory.prefix.sizes[k] : 0;
-        if (OpenReadOnlyFile(component, inputs.name(i), offset, size) != 0)
+        if (openPart(*component, inputs.name(i), offset, size, tables) != 0)
             fail("Error opening file %s\n", inputs.name(i));
         component->isComponent = 1;
         channels += component->NumTotalChans;
@@ -81,7 +81,7 @@ int openInput(ZELType* component, const Inputs& inputs, int i, int& channels)
     return viewOpened;
 }
 
-int openInputs(ZELType& view, const Inputs& inputs)
+int openInputs(ZELType& view, const Inputs& inputs, Tables tables)
 {
     const int count = view.numZELComponents;
     view.ZELComponent = allocate<ZELType>(static_cast<std::size_t>(count));
@@ -89,7 +89,7 @@ int openInputs(ZELType& view, const Inputs& inputs)
     ZELType* component = view.ZELComponent;
     int channels = 0;
     for (int i = 0; i < inputs.count(); ++i) {
-        const int opened = openInput(component, inputs, i, channels);
+        const int opened = openInput(component, inputs, i, tables, channels);
         if (opened != viewOpened) return opened;
         component += inputs.components(i);
     }
@@ -98,10 +98,10 @@ int openInputs(ZELType& view, const Inputs& inputs)
 
 }  // namespace
 
-int openComponents(ZELType& view, Inputs& inputs, int baseFile)
+int openComponents(ZELType& view, Inputs& inputs, int baseFile, Tables tables)
 {
     const int counted = countComponents(view, inputs, baseFile);
-    if (counted == viewOpened) return openInputs(view, inputs);
+    if (counted == viewOpened) return openInputs(view, inputs, tables);
     view.numZELComponents = 0;
     return counted;
 }

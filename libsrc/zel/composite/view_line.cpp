@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "ground/width.hpp"
 #include "ground/zel_door.hpp"
 #include "lines/composite_seam.hpp"
 #include "lines/zel_line.hpp"
@@ -56,10 +57,22 @@ bool copySame(const Resampling& r)
     return true;
 }
 
+// Repeats each pixel factor times, until there are count. Stored pixels lie unaligned.
 template <class T>
 void replicateStored(const unsigned char* from, unsigned char* to, int count, int factor)
 {
-    for (int x = 0; x < count; ++x) zel::storePixel<T>(to, x, zel::loadPixel<T>(from, x / factor));
+    int x = 0;
+    for (int pixel = 0; x < count; ++pixel) {
+        const T value = zel::loadPixel<T>(from, pixel);
+        const int end = std::min<int>(count - x, factor) + x;
+        for (; x < end; ++x) zel::storePixel<T>(to, x, value);
+    }
+}
+
+void replicateValues(const float* from, float* to, int count, int factor)
+{
+    replicateStored<float>(reinterpret_cast<const unsigned char*>(from),
+                           reinterpret_cast<unsigned char*>(to), count, factor);
 }
 
 void replicateBytes(const unsigned char* from, unsigned char* to, int count, int factor, int size)
@@ -80,9 +93,9 @@ bool replicate(const Resampling& r)
     const int pixels = static_cast<int>(std::min<long long>(reach, pixelsOf(r.view)));
     forChannels(r, [&](const ZELChannelType& channel, const unsigned char* stored, int index) {
         replicateBytes(stored, r.view.PixBuf[index], pixels, factor, channel.DataByteSize);
-        float* values = r.view.Channels[index].ChannelData;
-        if (!r.scale) return;
-        for (int x = 0; x < pixels; ++x) values[x] = channel.ChannelData[x / factor];
+        if (r.scale)
+            replicateValues(channel.ChannelData, r.view.Channels[index].ChannelData, pixels,
+                            factor);
     });
     return true;
 }
@@ -92,11 +105,14 @@ bool replicate(const Resampling& r)
 template <class Factor>
 void addWholeBlocks(float* sums, int count, const float* values, Factor factor)
 {
-    for (int x = 0; x < count; ++x) {
-        float sum = sums[x];
-        for (int i = 0; i < factor; ++i) sum += values[static_cast<std::ptrdiff_t>(x) * factor + i];
-        sums[x] = sum;
-    }
+    zel::runLoop([=] {
+        for (int x = 0; x < count; ++x) {
+            float sum = sums[x];
+            for (int i = 0; i < factor; ++i)
+                sum += values[static_cast<std::ptrdiff_t>(x) * factor + i];
+            sums[x] = sum;
+        }
+    });
 }
 
 void addWholeBlocks(float* sums, int count, const float* values, int factor)
@@ -141,7 +157,9 @@ bool average(const Resampling& r)
     const auto blockSize = static_cast<float>(static_cast<std::int64_t>(factor) * factor);
     forChannels(r, [&](const ZELChannelType&, const unsigned char*, int index) {
         float* values = r.view.Channels[index].ChannelData;
-        for (int x = 0; x < pixels; ++x) values[x] /= blockSize;
+        zel::runLoop([=] {
+            for (int x = 0; x < pixels; ++x) values[x] /= blockSize;
+        });
         zel::encodeLine(r.view.Channels[index], r.view.PixBuf[index], pixels);
     });
     return true;

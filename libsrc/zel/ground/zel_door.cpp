@@ -2,7 +2,11 @@
 
 #include <cstdarg>
 #include <cstdlib>
+#include <memory>
 #include <new>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "ground/zel_door.hpp"
 
@@ -23,10 +27,13 @@ struct Door {
     int guards = 0;
 };
 
+// The door of a call that is deferred, on its thread.
+thread_local Door* ownDoor = nullptr;
+
 Door& door()
 {
     static Door theDoor;
-    return theDoor;
+    return ownDoor ? *ownDoor : theDoor;
 }
 
 void deliver(FILE* stream, const char* text)
@@ -175,4 +182,48 @@ int ZELGuardedCall(void (*function)(void* userData), void* userData, int* status
     }
     if (status) *status = ending;
     return ended ? 1 : 0;
+}
+
+struct ZELDeferredType {
+    struct Message {
+        FILE* stream;
+        std::string text;
+    };
+    std::vector<Message> messages;
+    bool ended = false;
+    int status = 0;
+};
+
+namespace {
+
+void keep(void* deferred, FILE* stream, const char* text)
+{
+    static_cast<ZELDeferredType*>(deferred)->messages.push_back({stream, text});
+}
+
+}  // namespace
+
+ZELDeferredType* ZELDefer(void (*function)(void* userData), void* userData)
+{
+    std::unique_ptr<ZELDeferredType> deferred(new (std::nothrow) ZELDeferredType);
+    if (!deferred) return nullptr;
+    Door own;
+    own.sink = keep;
+    own.sinkData = deferred.get();
+    Door* const before = std::exchange(ownDoor, &own);
+    deferred->ended = ZELGuardedCall(function, userData, &deferred->status) != 0;
+    ownDoor = before;
+    return deferred.release();
+}
+
+void ZELDeliver(ZELDeferredType* deferred)
+{
+    const std::unique_ptr<ZELDeferredType> owned(deferred);
+    for (const auto& message : owned->messages) deliver(message.stream, message.text.c_str());
+    if (owned->ended) zel::terminate(owned->status);
+}
+
+void ZELDiscard(ZELDeferredType* deferred)
+{
+    delete deferred;
 }

@@ -10,8 +10,8 @@
 #include "life/zel_channel.hpp"
 #include "lines/channel_records.hpp"
 #include "records/mask_seam.hpp"
-#include "records/pixels.hpp"
 #include "records/records.hpp"
+#include "records/scaling_table.hpp"
 #include "records/slot.hpp"
 #include "zel_histogram.h"
 #include "zel_init.h"
@@ -113,7 +113,7 @@ void ZELAddChannel(ZELType* ZELdata, int Channel, float MaxVal, float MinVal, in
     channel.MinValue = MinVal;
     channel.DataBitResolution = BitResolution;
     channel.DataByteSize = pixelSize;
-    zel::discard(channel.ChannelLUT);
+    zel::releaseScalingTable(channel);
     channel.ChannelLUT = zel::createScalingTable(channel);
     if (ZELdata->HistogramFlag) channel.UpdateChannelHistogramFlag = 1;
 }
@@ -200,7 +200,7 @@ void ZELDeleteChannel(ZELType* ZELdata, int Channel)
                       "ZELDeleteChannel: warning: the header of file %s says that its lines have "
                       "channel %d: lines without it are not read as they are written\n",
                       ZELdata->ImageFilename, Channel);
-    zel::discard(channel.ChannelLUT);
+    zel::releaseScalingTable(channel);
     zel::freeHistograms(channel);
     channel.ChannelPresentFlag = 0;
 }

@@ -11,6 +11,7 @@
 #include "records/file_state.hpp"
 #include "records/mask_seam.hpp"
 #include "records/release_seam.hpp"
+#include "records/scaling_table.hpp"
 #include "zel_ancillary.h"
 #include "zel_histogram.h"
 #include "zel_lut.h"
@@ -21,7 +22,7 @@ namespace {
 void releaseChannel(ZELType& file, int slot)
 {
     ZELChannelType& channel = file.Channels[slot];
-    zel::discard(channel.ChannelLUT);
+    zel::releaseScalingTable(channel);
     zel::discard(channel.ChannelData);
     zel::discard(file.PixBuf[slot]);
     zel::freeMask(channel.Mask);

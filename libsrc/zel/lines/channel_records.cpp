@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "records/buffers.hpp"
-#include "records/pixels.hpp"
+#include "records/scaling_table.hpp"
 #include "records/slot.hpp"
 #include "records/walk.hpp"
 
@@ -55,11 +55,11 @@ void completeChannel(ZELType& file, int slot)
     std::memset(c.ChannelComment, 0, sizeof c.ChannelComment);
 }
 
-void allocateChannels(ZELType& file)
+void allocateChannels(ZELType& file, Tables tables)
 {
     for (const auto [slot, channel] : presentChannels(file)) {
         allocateChannel(file, slot, {"OpenReadOnlyFile", slot + 1, "pixel buffer", -1});
-        channel.ChannelLUT = createScalingTable(channel);
+        if (tables == Tables::build) channel.ChannelLUT = createScalingTable(channel);
     }
 }
 

@@ -2,6 +2,7 @@
 #ifndef ZEL_LINES_CHANNEL_RECORDS_HPP
 #define ZEL_LINES_CHANNEL_RECORDS_HPP
 
+#include "records/scaling_table.hpp"
 #include "zel_types.h"
 
 namespace zel {
@@ -10,7 +11,7 @@ namespace zel {
 void completeChannel(ZELType& file, int slot);
 
 // Memory for the lines of the present channels of a file that is read.
-void allocateChannels(ZELType& file);
+void allocateChannels(ZELType& file, Tables tables);
 
 // Sets DataOffset of each slot and LineOffset: NavOffset, and the present channels' pixels.
 void placeChannels(ZELType& file);

@@ -3,12 +3,13 @@
 #define ZEL_LINES_COMPOSITE_SEAM_HPP
 
 #include "records/prefix.hpp"
+#include "records/scaling_table.hpp"
 #include "zel_types.h"
 
 namespace zel {
 
 // ZELOpenCompositeReadOnlyFile of one file, whose directory has been read.
-int openComposite(ZELType* file, const char* filename, const Directory& directory);
+int openComposite(ZELType* file, const char* filename, const Directory& directory, Tables tables);
 
 // ZELReadCompositeLine.
 int readCompositeLine(ZELType& view, int scale);

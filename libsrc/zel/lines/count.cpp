@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "blocks/histogram_tally.hpp"
+#include "ground/width.hpp"
 #include "ground/zel_door.hpp"
 #include "lines/angles.hpp"
 #include "lines/zel_navigate.hpp"
@@ -138,8 +139,10 @@ int LineCounter::collect(const ZELChannelType& channel)
     int x = std::clamp<int>(file_.LeftPixel, 0, pixels_);  // any number in a damaged file
     const int end = std::min<int>(file_.RightPixel, pixels_ - 2) + 1;
     float* to = values_.get();
-    for (; x + blockSize <= end; x += blockSize)
-        to += copyBlock(channel.ChannelData + x, mask + x, bounds, to);
+    runLoop([&] {
+        for (; x + blockSize <= end; x += blockSize)
+            to += copyBlock(channel.ChannelData + x, mask + x, bounds, to);
+    });
     for (; x < end; ++x)
         if (mask[x] & bounds.hold(channel.ChannelData[x])) *to++ = channel.ChannelData[x];
     return static_cast<int>(to - values_.get());

@@ -177,6 +177,7 @@ void readFile(FileReader& reader, ZELType& file)
     reader.beginHeader(h);
     h.SZChannelIndex = h.VZChannelIndex = h.AZChannelIndex = -1;
     walkFile(reader, file);
+    reader.settle();
     file.NavOffset = navOffset(file);
     placeChannels(file);
     countLines(reader, file);

@@ -9,6 +9,7 @@
 #include "lines/channel_records.hpp"
 #include "lines/composite_seam.hpp"
 #include "lines/file_reader.hpp"
+#include "lines/open.hpp"
 #include "records/buffers.hpp"
 #include "records/file_state.hpp"
 #include "records/name_keeper.hpp"
@@ -20,6 +21,7 @@
 namespace {
 
 using zel::report;
+using zel::Tables;
 
 // Results of an open.
 constexpr int done = 0;
@@ -46,9 +48,9 @@ void allocateBuffers(ZELType& file)
 }
 
 // What an open does when the header has been read.
-void finishOpening(ZELType& file)
+void finishOpening(ZELType& file, Tables tables)
 {
-    zel::allocateChannels(file);
+    zel::allocateChannels(file, tables);
     allocateBuffers(file);
     zel::stateOf(file)->order.note();
     ZELAncillaryReadFiles();
@@ -57,7 +59,7 @@ void finishOpening(ZELType& file)
 
 // read() reads the header of a file whose stream is open.
 template <class Read>
-int open(ZELType& file, Read read)
+int open(ZELType& file, Tables tables, Read read)
 {
     try {
         read();
@@ -71,7 +73,7 @@ int open(ZELType& file, Read read)
         zel::releaseData(file);
         return damaged;
     }
-    finishOpening(file);
+    finishOpening(file, tables);
     return done;
 }
 
@@ -93,43 +95,62 @@ bool isReadableAt(FILE* stream, int swap)
 
 }  // namespace
 
-int ZELOpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName)
+int zel::openWhole(ZELType& file, const char* filename, Tables tables)
 {
-    const zel::NameKeeper kept(*ZELdata);
-    zel::Directory directory;
-    zel::OpenedFile stream = zel::openDirectory("ZELReadCompositeInfo", RawFileName, directory);
+    const NameKeeper kept(file);
+    Directory directory;
+    OpenedFile stream = openDirectory("ZELReadCompositeInfo", filename, directory);
     if (stream && directory.isComposite) {
         stream.reset();
-        return zel::openComposite(ZELdata, kept(RawFileName), directory);
+        return openComposite(&file, kept(filename), directory, tables);
     }
-    beginReading(*ZELdata, kept(RawFileName), 0);
+    beginReading(file, kept(filename), 0);
     if (!stream) return unreadable;
-    ZELdata->fptr = stream.release();
-    return open(*ZELdata, [&] {
-        zel::requireLibraryFor(directory.prefix);
+    file.fptr = stream.release();
+    return open(file, tables, [&] {
+        requireLibraryFor(directory.prefix);
         if (directory.isDamaged) throw directory.damage;
-        zel::FileReader reader(*ZELdata, directory.headerOffset, directory.fileSize);
-        zel::readFile(reader, *ZELdata);
+        ReadAhead ahead;
+        FileReader reader(file, directory.headerOffset, directory.fileSize);
+        reader.readAhead(ahead);
+        readFile(reader, file);
     });
+}
+
+int zel::openPart(ZELType& file, const char* filename, int fileOffset, int numBytes, Tables tables)
+{
+    const NameKeeper kept(file);
+    const char* name = kept(filename);
+    CheckByteOrder();
+    beginReading(file, name, fileOffset);
+    file.fptr = std::fopen(name, "rb");
+    if (!file.fptr) {
+        report("OpenReadOnlyFile: cannot open file %s\n", name);
+        return unreadable;
+    }
+    return open(file, tables, [&] {
+        const std::int64_t length = lengthOf(file.fptr);
+        const std::int64_t end = static_cast<std::int64_t>(fileOffset) + numBytes;
+        ReadAhead ahead;
+        FileReader reader(file, fileOffset, numBytes != 0 && end < length ? end : length);
+        reader.readAhead(ahead);
+        readComponent(reader, file);
+    });
+}
+
+int ZELOpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName)
+{
+    return zel::openWhole(*ZELdata, RawFileName, Tables::build);
+}
+
+int ZELOpenReadOnlyFileNoTables(ZELType* ZELdata, const char* RawFileName)
+{
+    return zel::openWhole(*ZELdata, RawFileName, Tables::leaveOut);
 }
 
 int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, int numBytes)
 {
-    const zel::NameKeeper kept(*ZELdata);
-    const char* name = kept(RawFileName);
-    CheckByteOrder();
-    beginReading(*ZELdata, name, fileOffset);
-    ZELdata->fptr = std::fopen(name, "rb");
-    if (!ZELdata->fptr) {
-        report("OpenReadOnlyFile: cannot open file %s\n", name);
-        return unreadable;
-    }
-    return open(*ZELdata, [&] {
-        const std::int64_t length = zel::lengthOf(ZELdata->fptr);
-        const std::int64_t end = static_cast<std::int64_t>(fileOffset) + numBytes;
-        zel::FileReader reader(*ZELdata, fileOffset, numBytes != 0 && end < length ? end : length);
-        zel::readComponent(reader, *ZELdata);
-    });
+    return zel::openPart(*ZELdata, RawFileName, fileOffset, numBytes, Tables::build);
 }
 
 int ZELCheckFileVersion(FILE* fptr)

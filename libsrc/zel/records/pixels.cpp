@@ -1,24 +1,23 @@
 #include "records/pixels.hpp"
 
-#include "ground/memory.hpp"
-#include "ground/zel_door.hpp"
+#include "ground/width.hpp"
+#include "records/scaling_table.hpp"
 
 namespace zel {
 namespace {
 
-constexpr double byteSteps = 255.0;
-constexpr double uint16Steps = 65535.0;
-
-double stepsOf(int storageCode)
-{
-    return storageCode == ZEL_STORED_BYTE_SCALED ? byteSteps : uint16Steps;
-}
-
 template <class T>
 void decodeScaled(ZELChannelType& channel, const unsigned char* pixels, int count)
 {
-    for (int i = 0; i < count; ++i)
-        channel.ChannelData[i] = channel.ChannelLUT[loadPixel<T>(pixels, i)];
+    float* values = channel.ChannelData;
+    if (const float* table = channel.ChannelLUT) {
+        for (int i = 0; i < count; ++i) values[i] = table[loadPixel<T>(pixels, i)];
+        return;
+    }
+    const Scale scale(channel);
+    runLoop([=] {
+        for (int i = 0; i < count; ++i) values[i] = scale.value(loadPixel<T>(pixels, i));
+    });
 }
 
 template <class T>
@@ -34,10 +33,14 @@ void encodeScaled(const ZELChannelType& channel, unsigned char* pixels, int coun
 {
     const float range = channel.MaxValue - channel.MinValue;
     const double steps = stepsOf(channel.Type);
-    for (int i = 0; i < count; ++i) {
-        const float ratio = (channel.ChannelData[i] - channel.MinValue) / range;
-        storePixel<T>(pixels, i, truncateTo<T>(static_cast<double>(ratio) * steps));
-    }
+    const float* values = channel.ChannelData;
+    const float min = channel.MinValue;
+    runLoop([=] {
+        for (int i = 0; i < count; ++i) {
+            const float ratio = (values[i] - min) / range;
+            storePixel<T>(pixels, i, truncateTo<T>(static_cast<double>(ratio) * steps));
+        }
+    });
 }
 
 template <class T>
@@ -52,19 +55,6 @@ void encodeUnscaled(const ZELChannelType& channel, unsigned char* pixels, int co
 bool isScaled(int storageCode)
 {
     return storageCode == ZEL_STORED_BYTE_SCALED || storageCode == ZEL_STORED_UINT16_SCALED;
-}
-
-float* createScalingTable(const ZELChannelType& channel)
-{
-    if (!isScaled(channel.Type)) return nullptr;
-    const int entries = channel.Type == ZEL_STORED_BYTE_SCALED ? 256 : 65536;
-    auto* table = allocate<float>(static_cast<std::size_t>(entries));
-    if (!table) fail("malloc error: ChannelLUT\n");
-    const double step =
-        static_cast<double>(channel.MaxValue - channel.MinValue) / stepsOf(channel.Type);
-    for (int k = 0; k < entries; ++k)
-        table[k] = static_cast<float>(k * step + static_cast<double>(channel.MinValue));
-    return table;
 }
 
 void decodeLine(ZELChannelType& channel, const unsigned char* pixels, int count)

@@ -1,4 +1,4 @@
-// Stored pixels and their values: decoding, encoding and the scaling tables of a channel.
+// Stored pixels and their values: decoding, encoding.
 #ifndef ZEL_RECORDS_PIXELS_HPP
 #define ZEL_RECORDS_PIXELS_HPP
 
@@ -12,11 +12,8 @@ namespace zel {
 // Whether a storage code is one of steps in the channel's scale range.
 bool isScaled(int storageCode);
 
-// The value of every raw number of a scaled channel, float[256] or float[65536]; null for a channel
-// that is not scaled. Ends the process (-1) when memory fails.
-float* createScalingTable(const ZELChannelType& channel);
-
-// ChannelData of the first count pixels from their stored form. Scaled channels need their table.
+// ChannelData of the first count pixels from their stored form. A scaled channel may be without its
+// table.
 void decodeLine(ZELChannelType& channel, const unsigned char* pixels, int count);
 
 // The stored form of the first count values of ChannelData, truncated toward zero.

@@ -19,27 +19,26 @@ Damage unreachable(std::int64_t position)
     return damage;
 }
 
-bool isReversed(Numbers numbers)
-{
-    return numbers == Numbers::bigEndian ? hostByteOrder() == 0 : SwapByteOrdering != 0;
-}
-
 }  // namespace
 
 void RecordReader::seek(std::int64_t position)
 {
-    if (fseeko(stream_, position, SEEK_SET) != 0) throw unreachable(position);
+    if (!ahead_ || !ahead_->putBack(position_ - position)) moveStream(position);
     position_ = position;
 }
 
-int RecordReader::read(void* values, std::size_t size, int count)
+// An error in bytes that nothing asked for yet is found when something does.
+void RecordReader::settle()
 {
-    if (count < 1) return 0;
-    const bool reversed = size > 1 && isReversed(numbers_);
-    const std::size_t got =
-        readElements(stream_, values, size, static_cast<std::size_t>(count), reversed);
-    position_ += static_cast<std::int64_t>(size * got);
-    return static_cast<int>(got);
+    if (!ahead_) return;
+    if (ahead_->lead() > 0) std::clearerr(stream_);
+    moveStream(position_);
+}
+
+void RecordReader::moveStream(std::int64_t position)
+{
+    if (fseeko(stream_, position, SEEK_SET) != 0) throw unreachable(position);
+    if (ahead_) ahead_->drop();
 }
 
 void RecordReader::show(const char* name, Element element, const void* values, std::size_t size,
@@ -51,7 +50,7 @@ void RecordReader::show(const char* name, Element element, const void* values, s
 
 bool RecordReader::isBigEndian() const
 {
-    return isReversed(numbers_) == (hostByteOrder() == 0);
+    return isReversed() == (hostByteOrder() == 0);
 }
 
 // The latest field of that name, or the field read last when none has that name.

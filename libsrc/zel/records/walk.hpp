@@ -16,6 +16,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ground/byte_order.hpp"
+#include "records/read_ahead.hpp"
 #include "records/shown_field.hpp"
 #include "zel_io.h"
 #include "zel_types.h"
@@ -164,8 +166,19 @@ public:
     std::int64_t position() const { return position_; }
     std::int64_t end() const { return end_; }  // of the file or component
     std::int64_t remaining() const { return end_ - position_; }
-    FILE* stream() const { return stream_; }
+    bool streamFailed() const { return std::ferror(stream_) != 0; }
 
+    // Reads a block at a time from here on. The stream is not at the reader's position until it is
+    // settled.
+    void readAhead(ReadAhead& ahead) { ahead_ = &ahead; }
+    // Brings the stream to the reader's position.
+    void settle();
+    // The stream, settled.
+    FILE* stream()
+    {
+        settle();
+        return stream_;
+    }
     // The stream has been moved there, by another reader for one.
     void moveTo(std::int64_t position) { position_ = position; }
 
@@ -183,11 +196,27 @@ protected:
         if (listener_) show(name, elementOf<T>(), values, sizeof(T), count);
     }
     // Reads what there is; returns how many elements that were.
-    int read(void* values, std::size_t size, int count);
+    int read(void* values, std::size_t size, int count)
+    {
+        if (count < 1) return 0;
+        const std::size_t bytes = size * static_cast<std::size_t>(count);
+        const std::size_t got = (ahead_ ? ahead_->take(stream_, values, bytes)
+                                        : std::fread(values, 1, bytes, stream_)) /
+                                size;
+        position_ += static_cast<std::int64_t>(size * got);
+        if (size > 1 && isReversed()) reverseElements(values, size, got);
+        return static_cast<int>(got);
+    }
+    // Whether numbers are stored in the other order than the host's.
+    bool isReversed() const
+    {
+        return numbers_ == Numbers::bigEndian ? hostByteOrder() == 0 : SwapByteOrdering != 0;
+    }
     bool isBigEndian() const;
     [[noreturn]] void cutShort(const char* name) const;
 
 private:
+    void moveStream(std::int64_t position);
     void show(const char* name, Element element, const void* values, std::size_t size, int count);
     [[noreturn]] void refuse(const char* name, double value) const;
     std::int64_t placeOf(const char* name) const;
@@ -198,6 +227,7 @@ private:
     std::int64_t position_;
     std::int64_t end_;
     FieldListener* listener_ = nullptr;
+    ReadAhead* ahead_ = nullptr;
     struct Place {
         const char* name;
         std::int64_t offset;

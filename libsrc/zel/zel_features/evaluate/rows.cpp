@@ -179,14 +179,6 @@ template <class Compute>
     computeRow<Compute>(arguments, result, n);
 }
 
-Width widthOfProcessor()
-{
-    if (!__builtin_cpu_supports("avx2")) return Width::narrow;
-    const bool widest = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-                        __builtin_cpu_supports("avx512vl");
-    return widest ? Width::widest : Width::wide;
-}
-
 template <class Compute>
 Kernel bestKernel()
 {
@@ -200,11 +192,6 @@ Kernel bestKernel()
     }
 }
 #else
-Width widthOfProcessor()
-{
-    return Width::narrow;
-}
-
 template <class Compute>
 Kernel bestKernel()
 {
@@ -212,25 +199,9 @@ Kernel bestKernel()
 }
 #endif
 
-Width& chosenWidth()
-{
-    static Width width = widthOfProcessor();
-    return width;
-}
-
 }  // namespace
 
 namespace zel {
-
-Width kernelWidth()
-{
-    return chosenWidth();
-}
-
-void limitKernelWidth(Width width)
-{
-    chosenWidth() = std::min(width, widthOfProcessor());
-}
 
 Kernel kernelOf(int operatorIndex)
 {

@@ -2,6 +2,8 @@
 #ifndef ZEL_FEATURES_EVALUATE_ROWS_HPP
 #define ZEL_FEATURES_EVALUATE_ROWS_HPP
 
+#include "ground/width.hpp"
+
 namespace zel {
 
 // Pixels that are computed at a time: few enough that all rows in use stay in the processor's
@@ -33,16 +35,6 @@ Kernel truncatedTruthKernel();
 
 // What the kernel computes, for arguments that are single values.
 float computeValue(int operatorIndex, const float* arguments);
-
-// Instructions that kernels are compiled for: those that every processor of the kind has, and wider
-// ones.
-enum class Width { narrow, wide, widest };
-
-// The width that kernels are chosen for, at first the widest that this processor has.
-Width kernelWidth();
-
-// For tests. What the processor does not have is not chosen.
-void limitKernelWidth(Width width);
 
 }  // namespace zel
 

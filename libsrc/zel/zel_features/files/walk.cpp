@@ -37,7 +37,7 @@ Extent extentOf(FILE* stream)
     return {0, unknownEnd};
 }
 
-FeatureReader::FeatureReader(const RecordReader& reader)
+FeatureReader::FeatureReader(RecordReader& reader)
     : RecordReader(reader.stream(), 0, reader.position(), reader.end(), Numbers::bigEndian)
 {
     showTo(reader.listener());

@@ -48,7 +48,7 @@ public:
     // At the place of a stream, up to its end.
     explicit FeatureReader(FILE* stream) : FeatureReader(stream, extentOf(stream)) {}
     // At the place of another reader of the same stream.
-    explicit FeatureReader(const RecordReader& reader);
+    explicit FeatureReader(RecordReader& reader);
 
     // The version of the header that is read, times 100.
     void setVersion(const char* text);
@@ -74,7 +74,7 @@ private:
     std::int32_t number(const char* what, const char* name);
     std::int32_t lengthOfString(const char* name);
     // Whether a stream that could not say where it ends has ended.
-    bool endsUnknown() const { return end() == unknownEnd && !std::ferror(stream()); }
+    bool endsUnknown() const { return end() == unknownEnd && !streamFailed(); }
 
     bool check_ = true;
     const CommandListStruct* definitions_ = nullptr;

@@ -1,0 +1,111 @@
+#include "records/scaling_table.hpp"
+
+#include <algorithm>
+#include <array>
+#include <mutex>
+
+#include "ground/memory.hpp"
+#include "ground/width.hpp"
+#include "ground/zel_door.hpp"
+
+namespace zel {
+namespace {
+
+constexpr int byteEntries = 256;
+constexpr int wordEntries = 65536;
+
+// Large tables that were freed, for those to come. Fresh memory of 256 KiB comes from the system
+// page by page, which takes longer than filling it.
+class TableMemory {
+public:
+    float* take()
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        for (Block& block : blocks_) {
+            if (block.inUse) continue;
+            if (!block.table) block.table = allocate<float>(wordEntries);
+            block.inUse = block.table != nullptr;
+            return block.table;
+        }
+        return allocate<float>(wordEntries);
+    }
+    // False for a table that is none of these.
+    bool giveBack(const float* table)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const auto block = std::find_if(blocks_.begin(), blocks_.end(), [table](const Block& b) {
+            return b.table == table && b.inUse;
+        });
+        if (block == blocks_.end()) return false;
+        block->inUse = false;
+        return true;
+    }
+
+    void drop()
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        for (Block& block : blocks_)
+            if (!block.inUse) discard(block.table);
+    }
+
+private:
+    struct Block {
+        float* table;
+        bool inUse;
+    };
+    std::array<Block, 16> blocks_{};
+    std::mutex mutex_;
+};
+
+TableMemory memory;
+
+// A number of entries that the compiler knows lets it compute several at once.
+template <int entries>
+float* fill(float* table, const ZELChannelType& channel)
+{
+    if (!table) fail("malloc error: ChannelLUT\n");
+    const Scale scale(channel);
+    runLoop([=] {
+        for (int k = 0; k < entries; ++k) table[k] = scale.value(k);
+    });
+    return table;
+}
+
+}  // namespace
+
+Scale::Scale(const ZELChannelType& channel)
+    : step_(static_cast<double>(channel.MaxValue - channel.MinValue) / stepsOf(channel.Type)),
+      min_(static_cast<double>(channel.MinValue))
+{
+}
+
+double stepsOf(int storageCode)
+{
+    return (storageCode == ZEL_STORED_BYTE_SCALED ? byteEntries : wordEntries) - 1;
+}
+
+float* createScalingTable(const ZELChannelType& channel)
+{
+    switch (channel.Type) {
+    case ZEL_STORED_BYTE_SCALED:
+        return fill<byteEntries>(allocate<float>(byteEntries), channel);
+    case ZEL_STORED_UINT16_SCALED:
+        return fill<wordEntries>(memory.take(), channel);
+    default:
+        return nullptr;
+    }
+}
+
+void releaseScalingTable(ZELChannelType& channel)
+{
+    if (!channel.ChannelLUT) return;
+    if (!memory.giveBack(channel.ChannelLUT)) release(channel.ChannelLUT);
+    channel.ChannelLUT = nullptr;
+}
+
+void dropKeptTables()
+{
+    memory.drop();
+}
+
+}  // namespace zel
