@@ -1,8 +1,12 @@
 #include "zel_fetch.h"
 
+#include <algorithm>
+
+#include "ground/memory.hpp"
 #include "ground/zel_door.hpp"
 #include "lines/angles.hpp"
 #include "lines/zel_navigate.hpp"
+#include "records/pixels.hpp"
 #include "records/slot.hpp"
 
 namespace {
@@ -67,6 +71,17 @@ int ZELFetchChannelType(ZELType* ZELdata, int Channel)
 unsigned char* ZELFetchRawChannelPixels(ZELType* ZELdata, int Channel)
 {
     return presentChannel(ZELdata, Channel) ? ZELdata->PixBuf[Channel] : nullptr;
+}
+
+int ZELFetchScalingTable(ZELType* ZELdata, int Channel, float* values)
+{
+    const ZELChannelType* channel = presentChannel(ZELdata, Channel);
+    if (!channel || !values) return 0;
+    const zel::Owned<float> table(zel::createScalingTable(*channel));
+    if (!table) return 0;
+    const int count = channel->Type == ZEL_STORED_BYTE_SCALED ? 256 : 65536;
+    std::copy_n(table.get(), count, values);
+    return count;
 }
 
 int ZELFetchNumberOfChannels(ZELType* ZELdata)

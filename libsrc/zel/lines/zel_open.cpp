@@ -55,23 +55,44 @@ void finishOpening(ZELType& file)
     ZELClearBadLatLonCount();
 }
 
-// read() reads the header of a file whose stream is open.
+enum class Outcome { whole, otherVersion, broken };
+
+// read() reads the header of a file whose stream is open. Nothing is left of one that is damaged.
 template <class Read>
-int open(ZELType& file, Read read)
+Outcome readHeader(ZELType& file, Read read)
 {
     try {
         read();
+        return Outcome::whole;
     } catch (const zel::UnsupportedVersion&) {
         report("OpenReadOnlyFile: unsupported data type\n");
-        return damaged;
+        return Outcome::otherVersion;
     } catch (const zel::Damage& damage) {
         report("OpenReadOnlyFile: corrupt file %s: %s at offset %lld\n", file.ImageFilename,
                damage.what, static_cast<long long>(damage.offset));
-        zel::closeStream(file);
         zel::releaseData(file);
-        return damaged;
+        return Outcome::broken;
     }
+}
+
+template <class Read>
+int open(ZELType& file, Read read)
+{
+    const Outcome outcome = readHeader(file, read);
+    if (outcome == Outcome::broken) zel::closeStream(file);
+    if (outcome != Outcome::whole) return damaged;
     finishOpening(file);
+    return done;
+}
+
+// Whoever reads a header alone may ask for the byte order, and has no stream to close.
+int finishHeader(ZELType& file, Outcome outcome)
+{
+    file.fptr = nullptr;
+    if (outcome != Outcome::whole) return damaged;
+    zel::FileState* state = zel::makeState(file);
+    if (!state) zel::fail("ZELReadStreamHeader: cannot allocate memory\n");
+    state->order.note();
     return done;
 }
 
@@ -130,6 +151,33 @@ int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, 
         zel::FileReader reader(*ZELdata, fileOffset, numBytes != 0 && end < length ? end : length);
         zel::readComponent(reader, *ZELdata);
     });
+}
+
+int ZELReadStreamHeader(ZELType* ZELdata, FILE* stream, const char* name, int fileOffset,
+                        int numBytes)
+{
+    CheckByteOrder();
+    beginReading(*ZELdata, name, fileOffset);
+    ZELdata->fptr = stream;
+    const Outcome outcome = readHeader(*ZELdata, [&] {
+        const std::int64_t length = zel::lengthOf(stream);
+        const std::int64_t end = static_cast<std::int64_t>(fileOffset) + numBytes;
+        zel::FileReader reader(*ZELdata, fileOffset, numBytes != 0 && end < length ? end : length);
+        zel::readComponent(reader, *ZELdata);
+    });
+    return finishHeader(*ZELdata, outcome);
+}
+
+int ZELIsByteSwapped(ZELType* ZELdata)
+{
+    return zel::isByteSwapped(*ZELdata) ? 1 : 0;
+}
+
+int64_t ZELFetchPlaceInLine(ZELType* ZELdata, const char* field)
+{
+    zel::LayoutSize layout(zel::layoutVersion(ZELdata->ZELHeader.VersionNumber), field);
+    zel::walkLineStart(layout, *ZELdata);
+    return layout.place();
 }
 
 int ZELCheckFileVersion(FILE* fptr)
