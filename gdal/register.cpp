@@ -1,6 +1,7 @@
 // What GDAL calls when it has loaded the plugin.
 #include <gdal_priv.h>
 
+#include "create.hpp"
 #include "identify.hpp"
 #include "open.hpp"
 
@@ -30,14 +31,37 @@ constexpr const char* zelOpenOptions = "<OpenOptionList>"
                                        "points too'/>"
                                        "</OpenOptionList>";
 
+constexpr const char* zelCreationOptions =
+    "<CreationOptionList>"
+    "<Option name='YEAR' type='int' description='Year of the scene'/>"
+    "<Option name='JULIAN' type='int' description='Day of the year, 1 to 366'/>"
+    "<Option name='SCANTIME' type='float' description='Time of the first line, hours of the day in "
+    "UT'/>"
+    "<Option name='LINE_TIME' type='float' description='Seconds from line to line'/>"
+    "<Option name='SATELLITE' type='int' description='Number of the satellite'/>"
+    "<Option name='DATATYPE' type='string' description='Sensor: its name or code'/>"
+    "<Option name='ALTITUDE' type='float' description='Altitude of the satellite, km'/>"
+    "<Option name='RESOLUTION' type='float' description='Spatial resolution, metres'/>"
+    "<Option name='COMMENT' type='string' description='Comment of the file'/>"
+    "<Option name='METADATA' type='string' description='Metadata text of the file'/>"
+    "<Option name='NAV_INTERVAL' type='int' default='10' description='Pixels between navigation "
+    "points'/>"
+    "<Option name='HISTOGRAMS' type='boolean' default='YES' description='Keep a histogram of each "
+    "channel'/>"
+    "</CreationOptionList>";
+
 void registerZel()
 {
     auto* driver = new GDALDriver();
     describe(*driver, "ZEL", "ZEL satellite scene", "zel");
     driver->SetMetadataItem(GDAL_DMD_SUBDATASETS, "YES");
     driver->SetMetadataItem(GDAL_DMD_OPENOPTIONLIST, zelOpenOptions);
+    driver->SetMetadataItem(GDAL_DMD_CREATIONOPTIONLIST, zelCreationOptions);
+    driver->SetMetadataItem(GDAL_DMD_CREATIONDATATYPES,
+                            "Byte UInt16 Int16 Float32 UInt32 Int32 Float64");
     driver->pfnIdentify = zel_gdal::identifyZel;
     driver->pfnOpen = zel_gdal::openZel;
+    driver->pfnCreateCopy = zel_gdal::createZel;
     GetGDALDriverManager()->RegisterDriver(driver);
 }
 
