@@ -65,10 +65,38 @@ void registerZel()
     GetGDALDriverManager()->RegisterDriver(driver);
 }
 
+constexpr const char* vornOpenOptions = "<OpenOptionList>"
+                                        "<Option name='HEADER' type='string' description='Text "
+                                        "header with the names of the channels; FILE.hdr "
+                                        "without this option'/>"
+                                        "</OpenOptionList>";
+
+constexpr const char* vornCreationOptions = "<CreationOptionList>"
+                                            "<Option name='BYTE_ORDER' type='string-select' "
+                                            "default='LSB' description='Byte order of the header'>"
+                                            "<Value>LSB</Value><Value>MSB</Value>"
+                                            "</Option>"
+                                            "</CreationOptionList>";
+
+void registerVorn()
+{
+    auto* driver = new GDALDriver();
+    describe(*driver, "VORN", "Vorn raster of floats", "vorn");
+    driver->SetMetadataItem(GDAL_DMD_OPENOPTIONLIST, vornOpenOptions);
+    driver->SetMetadataItem(GDAL_DMD_CREATIONOPTIONLIST, vornCreationOptions);
+    driver->SetMetadataItem(GDAL_DMD_CREATIONDATATYPES,
+                            "Float32 Byte UInt16 Int16 UInt32 Int32 Float64");
+    driver->pfnIdentify = zel_gdal::identifyVorn;
+    driver->pfnOpen = zel_gdal::openVorn;
+    driver->pfnCreateCopy = zel_gdal::createVorn;
+    GetGDALDriverManager()->RegisterDriver(driver);
+}
+
 }  // namespace
 
 void GDALRegister_ZEL()
 {
     if (!GDAL_CHECK_VERSION("ZEL") || GDALGetDriverByName("ZEL")) return;
     registerZel();
+    registerVorn();
 }
