@@ -34,3 +34,10 @@ if(NOT ZEL_GDAL STREQUAL OFF AND GDAL_FOUND)
     endif()
     install(TARGETS gdal_ZEL LIBRARY DESTINATION ${zel_gdal_plugin_dir})
 endif()
+
+# With the drivers' own sources: a plugin would be loaded without what the fuzzer watches.
+if(ZEL_FUZZ AND TARGET gdal_ZEL)
+    zel_program(gdal_open_fuzz bin/fuzz fuzz/gdal/gdal_open_fuzz.cpp ${zel_gdal_sources})
+    target_link_libraries(gdal_open_fuzz PRIVATE GDAL::GDAL)
+    target_link_options(gdal_open_fuzz PRIVATE -fsanitize=fuzzer)
+endif()

@@ -1,5 +1,7 @@
 #include "bands.hpp"
 
+#include <cpl_vsi_virtual.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -149,7 +151,49 @@ void describeBand(GDALRasterBand& band, const ZELChannelType& channel, int slot)
     setItem(band, "CENTRAL_WAVELENGTH_UM", shown(channel.ChannelWaveLength), "IMAGERY");
 }
 
-ValueReader::ValueReader(GDALDataset* dataset, int band, std::unique_ptr<RawRasterBand> numbers,
+bool WindowReader::readLine(int x, int line, int width, void* numbers) const
+{
+    const auto* handle = reinterpret_cast<const VSIVirtualHandle*>(GetFPL());
+    const vsi_l_offset place =
+        GetImgOffset() +
+        static_cast<vsi_l_offset>(line) * static_cast<vsi_l_offset>(GetLineOffset()) +
+        static_cast<vsi_l_offset>(x) * static_cast<vsi_l_offset>(GetPixelOffset());
+    const std::size_t size =
+        static_cast<std::size_t>(width) * static_cast<std::size_t>(GetPixelOffset());
+    if (handle->PRead(numbers, size, place) != size) {
+        CPLError(CE_Failure, CPLE_FileIO, "%s: cannot read line %d", poDS->GetDescription(), line);
+        return false;
+    }
+    const bool isLittle = GetByteOrder() == ByteOrder::ORDER_LITTLE_ENDIAN;
+    if (isLittle != (CPL_IS_LSB != 0))
+        GDALSwapWords(numbers, GetPixelOffset(), width, GetPixelOffset());
+    return true;
+}
+
+CPLErr WindowReader::IRasterIO(GDALRWFlag direction, int x, int y, int width, int height,
+                               void* data, int dataWidth, int dataHeight, GDALDataType type,
+                               GSpacing pixelSpace, GSpacing lineSpace, GDALRasterIOExtraArg* more)
+{
+    const bool isWhole = width == dataWidth && height == dataHeight;
+    if (direction != GF_Read || !isWhole ||
+        !reinterpret_cast<VSIVirtualHandle*>(GetFPL())->HasPRead())
+        return RawRasterBand::IRasterIO(direction, x, y, width, height, data, dataWidth, dataHeight,
+                                        type, pixelSpace, lineSpace, more);
+    const int size = GetPixelOffset();
+    const bool isPlain = type == eDataType && pixelSpace == size;
+    std::vector<GByte> numbers(
+        isPlain ? 0 : static_cast<std::size_t>(width) * static_cast<std::size_t>(size));
+    for (int line = 0; line < height; ++line) {
+        auto* out = static_cast<GByte*>(data) + line * lineSpace;
+        if (!readLine(x, y + line, width, isPlain ? out : numbers.data())) return CE_Failure;
+        if (!isPlain)
+            GDALCopyWords64(numbers.data(), eDataType, size, out, type,
+                            static_cast<int>(pixelSpace), width);
+    }
+    return CE_None;
+}
+
+ValueReader::ValueReader(GDALDataset* dataset, int band, std::unique_ptr<WindowReader> numbers,
                          std::vector<float> table)
     : numbers_(std::move(numbers)), table_(std::move(table))
 {

@@ -98,20 +98,34 @@ private:
     BandFacts facts_;
 };
 
-using RawBand = Described<RawRasterBand>;
+// Stored numbers. Windows are read with one call of the system for a line, where the file allows that: the
+// pixels of a window lie far apart, and a buffer would be filled for each line in vain.
+class WindowReader : public RawRasterBand {
+public:
+    using RawRasterBand::RawRasterBand;
+
+protected:
+    CPLErr IRasterIO(GDALRWFlag direction, int x, int y, int width, int height, void* data,
+                     int dataWidth, int dataHeight, GDALDataType type, GSpacing pixelSpace,
+                     GSpacing lineSpace, GDALRasterIOExtraArg* more) override;
+
+private:
+    bool readLine(int x, int line, int width, void* numbers) const;
+};
+using RawBand = Described<WindowReader>;
 
 // The values of another band's numbers.
 class ValueReader : public GDALPamRasterBand {
 public:
     // The table has a value for each number; it is empty where the numbers are the values.
-    ValueReader(GDALDataset* dataset, int band, std::unique_ptr<RawRasterBand> numbers,
+    ValueReader(GDALDataset* dataset, int band, std::unique_ptr<WindowReader> numbers,
                 std::vector<float> table);
 
 protected:
     CPLErr IReadBlock(int column, int line, void* values) override;
 
 private:
-    std::unique_ptr<RawRasterBand> numbers_;
+    std::unique_ptr<WindowReader> numbers_;
     std::vector<float> table_;
     std::vector<GUInt16> row_;
 };

@@ -311,7 +311,7 @@ void PlainDataset::addBand(ZELType& record, int slot)
                            channel.DataByteSize, places().lineSize, storedType(channel),
                            byteOrder(places().isSwapped), RawRasterBand::OwnFP::NO);
     } else {
-        auto numbers = std::make_unique<RawRasterBand>(
+        auto numbers = std::make_unique<WindowReader>(
             this, number, file(), place, channel.DataByteSize, places().lineSize,
             storedType(channel), byteOrder(places().isSwapped), RawRasterBand::OwnFP::NO);
         band = new ValueBand(bandFacts(record, slot, options), this, number, std::move(numbers),
