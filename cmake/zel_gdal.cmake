@@ -32,7 +32,7 @@ if(NOT ZEL_GDAL STREQUAL OFF AND GDAL_FOUND)
     if(NOT zel_gdal_plugin_dir)
         set(zel_gdal_plugin_dir ${CMAKE_INSTALL_LIBDIR}/gdalplugins)
     endif()
-    install(TARGETS gdal_ZEL LIBRARY DESTINATION ${zel_gdal_plugin_dir})
+    install(TARGETS gdal_ZEL LIBRARY DESTINATION ${zel_gdal_plugin_dir} OPTIONAL)
 endif()
 
 # With the drivers' own sources: a plugin would be loaded without what the fuzzer watches.
