@@ -17,8 +17,8 @@ int stepsOf(const ZELChannelType& channel)
     return channel.Type == ZEL_STORED_UINT16_SCALED ? 65535 : 0;
 }
 
-// The LUT whose label is the channel's comment. The library says so when there is none: it is asked only
-// for a comment.
+// The LUT whose label is the channel's comment. The library says so when there is none: it is asked
+// only for a comment.
 const ZELDisplayLUTType* lutOf(ZELType& record, int slot)
 {
     const char* comment = record.Channels[slot].ChannelComment;
@@ -64,7 +64,8 @@ void takeClasses(BandFacts& facts, ZELType& record, int slot, const OpenOptions&
         facts.classNames.AddString(utf8(lut->DisplayLUT[k].LUTEntryLabel).c_str());
 }
 
-// The buckets of GDAL are as wide as the bins, and the last one ends a width after the last bin begins.
+// The buckets of GDAL are as wide as the bins, and the last one ends a width after the last bin
+// begins.
 void takeHistogram(BandFacts& facts, const ZELChannelType& channel)
 {
     const ZELHistogramType* stored =

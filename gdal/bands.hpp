@@ -98,8 +98,8 @@ private:
     BandFacts facts_;
 };
 
-// Stored numbers. Windows are read with one call of the system for a line, where the file allows that: the
-// pixels of a window lie far apart, and a buffer would be filled for each line in vain.
+// Stored numbers. Windows are read with one call of the system for a line, where the file allows
+// that: the pixels of a window lie far apart, and a buffer would be filled for each line in vain.
 class WindowReader : public RawRasterBand {
 public:
     using RawRasterBand::RawRasterBand;

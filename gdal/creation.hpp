@@ -41,8 +41,8 @@ struct ChannelFacts {
     std::vector<ZELLUTType> lut;
 };
 
-// False after a CPLError: a band that cannot be stored, or, where strictness is asked for, not without a
-// loss. Losses are warned of.
+// False after a CPLError: a band that cannot be stored, or, where strictness is asked for, not
+// without a loss. Losses are warned of.
 bool channelFacts(GDALDataset& source, bool isStrict, std::vector<ChannelFacts>& channels);
 
 // The slots of the bands that hold angles: solar zenith, view zenith, azimuth; -1 for none.

@@ -1,5 +1,5 @@
-// The library as the drivers call it: one call at a time in the process, none of which ends it, and its
-// messages as messages of GDAL.
+// The library as the drivers call it: one call at a time in the process, none of which ends it, and
+// its messages as messages of GDAL.
 #pragma once
 
 #include <cpl_vsi.h>
@@ -12,8 +12,8 @@
 
 namespace zel_gdal {
 
-// Runs a call of the library that returns 0 when it succeeds. False after a CPLError that says why it
-// did not: in the library's words, or else that the named file cannot be read.
+// Runs a call of the library that returns 0 when it succeeds. False after a CPLError that says why
+// it did not: in the library's words, or else that the named file cannot be read.
 bool callLibrary(const char* name, const std::function<int()>& call);
 
 // A stream of the C library over a file of GDAL's, which stays open.
@@ -35,8 +35,8 @@ struct FreeHeader {
 };
 using Header = std::unique_ptr<ZELType, FreeHeader>;
 
-// The header of a plain file, or of the component at an offset and of a size (0: to the end). Null after
-// a CPLError.
+// The header of a plain file, or of the component at an offset and of a size (0: to the end). Null
+// after a CPLError.
 Header readHeader(VSILFILE* file, const char* name, int offset = 0, int size = 0);
 
 // The components of a file; a plain file is its own only one.

@@ -31,8 +31,9 @@ struct ControlPoint {
     Position at;
 };
 
-// The navigation points of a file, as a grid with a column per point and a row per line. Where pixels lie
-// outside of the points there are further columns, which go on as the points next to them do.
+// The navigation points of a file, as a grid with a column per point and a row per line. Where
+// pixels lie outside of the points there are further columns, which go on as the points next to
+// them do.
 class Navigation {
 public:
     Navigation() = default;
@@ -45,8 +46,8 @@ public:
     int pixelStep() const { return interval_; }
     int firstPixel() const { return start_ - before_ * interval_; }
 
-    // The stored points of a line; positions that are no places on Earth have noPosition twice. False when
-    // the line cannot be read.
+    // The stored points of a line; positions that are no places on Earth have noPosition twice.
+    // False when the line cannot be read.
     bool readPoints(VSILFILE* file, int line, std::vector<Position>& points) const;
     // The same with the further columns.
     bool readLine(VSILFILE* file, int line, std::vector<Position>& positions) const;

@@ -14,7 +14,8 @@ namespace {
 
 constexpr int viewOfAll = -1;
 
-// What a name means: ZEL:"file":part, or a file. A shell takes the quotes away unless it is stopped.
+// What a name means: ZEL:"file":part, or a file. A shell takes the quotes away unless it is
+// stopped.
 struct Name {
     std::string file;
     bool isPart = false;

@@ -9,7 +9,8 @@ namespace zel_gdal {
 
 class Placement {
 public:
-    // Points every interval pixels, as far as the source has georeferencing that leads to the Earth.
+    // Points every interval pixels, as far as the source has georeferencing that leads to the
+    // Earth.
     Placement(GDALDataset& source, int interval);
     ~Placement();
     Placement(const Placement&) = delete;

@@ -25,7 +25,8 @@ bool isDate(int year, int day)
     return year >= 1 && year <= 9999 && day >= 1 && day <= (isLeap ? 366 : 365);
 }
 
-// "2001-05-03", or with hours of the day that may go on into the next one "2001-05-03T12:30:15.250Z".
+// "2001-05-03", or with hours of the day that may go on into the next one
+// "2001-05-03T12:30:15.250Z".
 std::string isoDate(int year, int day)
 {
     std::tm date{};

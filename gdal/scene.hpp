@@ -40,8 +40,8 @@ public:
     void finishOpening(GDALOpenInfo* info, const char* name);
 
 protected:
-    // Size, positions and metadata from the header of the grid. positionPart names the part that has the
-    // arrays of positions.
+    // Size, positions and metadata from the header of the grid. positionPart names the part that
+    // has the arrays of positions.
     bool describe(ZELType& record, const std::string& positionPart);
     VSILFILE* file() const { return file_.get(); }
     const LinePlaces& places() const { return places_; }

@@ -32,8 +32,8 @@ bool wholeNumbers(GDALDataType type, Numbers& numbers)
     return true;
 }
 
-// Whether the ends of a scale, as the two floats that a channel has, give back the value of every number to
-// the precision of such floats.
+// Whether the ends of a scale, as the two floats that a channel has, give back the value of every
+// number to the precision of such floats.
 bool fits(const Numbers& numbers, double scale, double offset, Storage& storage)
 {
     if (!(scale > 0) || !std::isfinite(scale) || !std::isfinite(offset)) return false;

@@ -22,8 +22,8 @@ struct Storage {
     std::string loss;  // what is not kept; empty when all is
 };
 
-// The storage that keeps the band's numbers, with its scale and offset when a scale range can express
-// them, or else its values.
+// The storage that keeps the band's numbers, with its scale and offset when a scale range can
+// express them, or else its values.
 Storage storageOf(GDALRasterBand& band);
 
 // The type in which a line of the band is read for it.

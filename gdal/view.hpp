@@ -10,7 +10,8 @@ public:
     ViewDataset(OpenedVsi file, const Source& source);
     ~ViewDataset() override;
 
-    // The header is that of the component with the grid; positionPart names it. False after a CPLError.
+    // The header is that of the component with the grid; positionPart names it. False after a
+    // CPLError.
     bool open(ZELType& grid, const std::string& positionPart);
 
     // The stored line of all channels; null after a CPLError.

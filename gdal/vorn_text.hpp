@@ -1,5 +1,5 @@
-// The text header of a Vorn raster: seven lines for each channel, of which the second is a word, a blank
-// and the channel's label.
+// The text header of a Vorn raster: seven lines for each channel, of which the second is a word, a
+// blank and the channel's label.
 #pragma once
 
 #include <string>

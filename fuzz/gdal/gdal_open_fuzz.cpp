@@ -1,4 +1,5 @@
-// Any file handed to the GDAL drivers: what they claim, and all that can be asked of what they open.
+// Any file handed to the GDAL drivers: what they claim, and all that can be asked of what they
+// open.
 #include <gdal_priv.h>
 
 #include <cstdint>

@@ -288,6 +288,13 @@ def test_an_interrupted_copy_leaves_no_file(tmp_path, messages):
     assert os.listdir(tmp_path) == []
 
 
+def test_files_that_are_opened_meanwhile_do_not_change_the_byte_order(tmp_path, keep):
+    big = keep(Scene({0: Channel(3, [[1]])}, version=141, big_endian=True).bytes())
+    path, _ = copy(tmp_path, raster(WORDS),
+                   callback=lambda share, text, data: gdal.Open(big) is not None)
+    assert stored(path, 0) == WORDS.tolist()
+
+
 def test_progress_goes_from_nothing_to_all(tmp_path):
     shares = []
     copy(tmp_path, raster(BYTES), callback=lambda share, text, data: shares.append(share) or 1)
