@@ -91,7 +91,7 @@ def test_a_scale_goes_into_the_scale_range(tmp_path, array, scale, offset, code,
     assert numpy.allclose(values, offset + scale * array.astype(float), rtol=3e-7, atol=1e-7)
 
 
-@pytest.mark.parametrize("scale,offset", [(1e-6, 1e6), (-1.0, 5.0), (0.0, 3.0)])
+@pytest.mark.parametrize("scale,offset", [(1e-6, 1e6), (1e-3, 1e4), (-1.0, 5.0), (0.0, 3.0)])
 def test_a_scale_that_does_not_fit_makes_values_of_the_numbers(tmp_path, scale, offset):
     source = raster(BYTES)
     source.GetRasterBand(1).SetScale(scale)
@@ -326,16 +326,22 @@ def test_a_folder_that_is_not_there_is_reported(tmp_path, messages):
 FULL = """
 import resource, signal, sys
 signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-resource.setrlimit(resource.RLIMIT_FSIZE, (600000, 600000))
 from osgeo import gdal
 source = gdal.GetDriverByName("MEM").Create("", 1000, 1000)
-sys.exit(gdal.GetDriverByName("ZEL").CreateCopy(sys.argv[1], source) is not None)
+driver = gdal.GetDriverByName("ZEL")
+driver.CreateCopy(sys.argv[1], source)
+whole = gdal.VSIStatL(sys.argv[1]).size
+limit = whole // 2 if sys.argv[2] == "half" else whole - 1
+resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
+sys.exit(driver.CreateCopy(sys.argv[1], source) is not None)
 """
 
 
-def test_a_disk_that_is_full_leaves_no_file(tmp_path):
+# The last byte is written when the file is finished.
+@pytest.mark.parametrize("share", ["half", "all but a byte"])
+def test_a_disk_that_is_full_leaves_no_file(tmp_path, share):
     path = tmp_path / "full.zel"
-    done = subprocess.run([sys.executable, "-c", FULL, path], stderr=subprocess.PIPE)
+    done = subprocess.run([sys.executable, "-c", FULL, path, share], stderr=subprocess.PIPE)
     assert done.returncode == 0
     assert b"write error" in done.stderr
     assert not path.exists()

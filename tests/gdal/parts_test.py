@@ -93,6 +93,12 @@ def test_lines_of_the_view_may_be_read_in_any_order(tmp_path):
         assert got.tolist() == (numpy.repeat(wanted, 2).tolist() if band == 1 else wanted)
 
 
+def test_files_that_are_opened_meanwhile_do_not_change_the_byte_order_of_the_view(tmp_path, keep):
+    dataset = opened('ZEL:"%s":view' % on_disk(tmp_path, 1))
+    opened(keep(Scene({0: Channel(3, [[1]])}, version=141, big_endian=True).bytes(), "big"))
+    assert dataset.GetRasterBand(1).ReadAsArray(0, 3, 6, 1).tolist() == [[40, 40, 50, 50, 60, 60]]
+
+
 @pytest.mark.parametrize("name,reason", [
     ("ZEL:%s:2", "has no component 2; there are 0 to 1"),
     ("ZEL:%s:view", "needs a file on a disk"),

@@ -157,12 +157,23 @@ def test_no_other_driver_claims_the_file_and_ours_claims_no_other(keep):
             gdal.PopErrorHandler()
 
 
+def old_header(version=1.32, slots=20, year=2001, day=123, pixels=4, points=2, sensor=5):
+    """The start of a file without a prefix."""
+    return struct.pack("<f5h3ih", version, slots, year, day, 7, pixels, points, 0, 3,
+                       sensor).ljust(2000, b"\0")
+
+
+def test_a_file_without_a_prefix_is_known_by_its_numbers(keep):
+    assert gdal.IdentifyDriverEx(keep(old_header()), gdal.OF_RASTER, ["ZEL"]) is not None
+
+
 @pytest.mark.parametrize("data", [
     b"ZEL", b"ZELDA is no scene".ljust(2000), b"ZEL2.3" * 400, b"\0" * 4000,
     struct.pack("<1000f", *[1.0] * 1000),           # raw floats of 1
-    struct.pack("<f999h", 1.32, *[400] * 999),      # the version, and no day of a year
-    struct.pack("<f999h", 1.325, *[100] * 999),     # between two versions
-    struct.pack("<f999h", 2.3, *[100] * 999)])      # a version whose files have a prefix
+    old_header(version=1.325),       # a number between two versions
+    old_header(version=2.3),         # a version whose files have a prefix
+    old_header(slots=0), old_header(slots=1001), old_header(year=1200), old_header(day=367),
+    old_header(pixels=0), old_header(points=-1), old_header(sensor=14)])
 def test_what_is_no_scene_is_left_to_others(keep, data):
     assert gdal.IdentifyDriverEx(keep(data), gdal.OF_RASTER, ["ZEL"]) is None
 
@@ -197,8 +208,9 @@ def test_many_files_are_open_at_once(keep):
 
 def test_threads_read_a_dataset_each(keep):
     from concurrent.futures import ThreadPoolExecutor
-    little = keep(Scene(five_channels(), version=141).bytes(), "little")
-    big = keep(Scene(five_channels(), version=141, big_endian=True).bytes(), "big")
+    little = keep(Scene(five_channels(), version=141, slots=1000).bytes(), "little")
+    big = keep(Scene(five_channels(), version=141, slots=1000,
+                     big_endian=True).bytes(), "big")
 
     def check(k):
         dataset = opened(big if k % 2 else little)
