@@ -75,11 +75,10 @@ int unitsCode(const std::string& text)
 std::string utf8(const char* text)
 {
     std::string clean;
-    for (; *text; ++text)
-        if (static_cast<unsigned char>(*text) >= 0x20 && *text != 0x7f)
-            clean += *text;
-        else if (*text == '\n' || *text == '\t')
-            clean += *text;
+    for (; *text; ++text) {
+        const bool isControl = static_cast<unsigned char>(*text) < 0x20 || *text == 0x7f;
+        if (!isControl || *text == '\n' || *text == '\t') clean += *text;
+    }
     if (CPLIsUTF8(clean.c_str(), -1)) return clean;
     char* recoded = CPLRecode(clean.c_str(), CPL_ENC_ISO8859_1, CPL_ENC_UTF8);
     clean = recoded;

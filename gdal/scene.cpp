@@ -97,7 +97,9 @@ bool SceneDataset::describe(ZELType& record, const std::string& positionPart)
 // Not as items of this file's own: they would be written into a file beside it.
 void SceneDataset::set(const char* name, const std::string& value, const char* domain)
 {
-    if (!value.empty()) GDALMajorObject::SetMetadataItem(name, value.c_str(), domain);
+    if (value.empty()) return;
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call): the override would mark it as the user's own
+    GDALMajorObject::SetMetadataItem(name, value.c_str(), domain);
 }
 
 void SceneDataset::describeHeader(ZELType& record)
