@@ -31,6 +31,7 @@ if(NOT Python3_FOUND)
 else()
     file(GLOB_RECURSE zel_test_scripts CONFIGURE_DEPENDS
         RELATIVE ${PROJECT_SOURCE_DIR}/tests tests/*_test.py)
+    list(FILTER zel_test_scripts EXCLUDE REGEX "^gdal/") # pytest runs these
     if(ZEL_COVERAGE) # these tests make writes fail, those of the coverage counts too
         list(FILTER zel_test_scripts EXCLUDE REGEX "tool/failing_")
     endif()
@@ -48,6 +49,10 @@ else()
             TIMEOUT 900
             ENVIRONMENT "${zel_test_environment}")
     endforeach()
+endif()
+
+if(TARGET gdal_ZEL)
+    include(cmake/gdal_tests.cmake)
 endif()
 
 # Preloaded into the tool by a test. The sanitizers' libraries must come first in a program.

@@ -17,7 +17,7 @@
        or the one to be written next.
     7. The library is single-threaded. Process-wide are the byte order (zel_io.h), the bin counts of
        new histograms, the ancillary grids, the count of invalid positions, and the rule that only
-       the first file written by a process gets its display LUTs. */
+       the first file written by a process gets its display LUTs (ZELRearmLUTWriter). */
 #ifndef ZEL_H
 #define ZEL_H
 

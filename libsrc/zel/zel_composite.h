@@ -22,7 +22,12 @@ typedef char* const* ZELFileNames;
 int ZELReadCompositeInfo(const char* RawFileName, int* baseFileIndex, int* numComponents,
                          int* offsets, float* resolution, int* size);
 
-/* The same for the base index alone, and for the result alone. */
+/* The same from a stream that stays the caller's; name is for messages. -2 when the directory names
+   components that do not lie inside the file. */
+int ZELReadStreamCompositeInfo(FILE* stream, const char* name, int* baseFileIndex,
+                               int* numComponents, int* offsets, float* resolution, int* size);
+
+/* The same as the first for the base index alone, and for the result alone. */
 int ZELReadCompositeBaseFileIndex(const char* RawFileName, int* baseFileIndex);
 int ZELIsFileComposite(const char* RawFileName);
 

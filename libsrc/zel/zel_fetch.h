@@ -21,6 +21,10 @@ int ZELFetchChannelType(ZELType* ZELdata, int Channel);
 /* Stored form of the current line: NPixelPerLine x DataByteSize bytes, in the host's byte order. */
 unsigned char* ZELFetchRawChannelPixels(ZELType* ZELdata, int Channel);
 
+/* The values that the raw numbers of a scaled channel stand for, 256 or 65536 of them. Returns how
+   many; 0, with nothing set, when the channel is not scaled or values is null. */
+int ZELFetchScalingTable(ZELType* ZELdata, int Channel, float* values);
+
 int ZELFetchNumberOfChannels(ZELType* ZELdata);
 int ZELFetchNumberOfLines(ZELType* ZELdata);
 int ZELFetchNumberOfPixels(ZELType* ZELdata); /* per line */

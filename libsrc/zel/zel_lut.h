@@ -70,8 +70,11 @@ void ZELAppendFileLUTs(ZELType* ZELdataDest, ZELType* ZELdataSrc);
 int ZELReadLUTs(ZELType* ZELdata);
 
 /* Writes the LUT block at the stream's position and records it in LUTStartOffset; only the first
-   call of a process writes. */
+   call of a process writes, and the first after each ZELRearmLUTWriter. */
 void ZELWriteLUTs(ZELType* ZELdata);
+
+/* Lets the next file that is written have its LUT block too: for a process that writes several. */
+void ZELRearmLUTWriter(void);
 
 /* Rewrites the LUT block at LUTStartOffset and returns to the stream's position. The number of LUTs
    and of their entries must be that of the written block; for one that was not written there is

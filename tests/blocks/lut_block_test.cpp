@@ -296,6 +296,28 @@ TEST(LutFiles, TheSecondFileOfAProcessHasNoLutBlock)
     });
 }
 
+// The second as well as the first, and the third not: a call is good for one file.
+TEST(LutFiles, ARearmedWriterWritesTheBlockOfTheNextFile)
+{
+    zel_test::inFreshProcess([] {
+        zel_test::TempDir dir;
+        std::size_t sizes[3];
+        for (int i = 0; i < 3; ++i) {
+            auto record = zel_test::writeOnlyRecord();
+            const std::string path = dir.path("file" + std::to_string(i));
+            run([&] {
+                if (i == 1) ZELRearmLUTWriter();
+                ZELAddLUT(record.get(), 300, 2, "Classes");
+                ZELOpenWriteOnlyFile(record.get(), path.c_str());
+                ZELFinishWritingFile(record.get());
+            });
+            sizes[i] = zel_test::readFile(path).size();
+        }
+        EXPECT_EQ(sizes[1], sizes[0]);
+        EXPECT_EQ(sizes[2], sizes[0] - 610);
+    });
+}
+
 TEST_F(LutBlock, UpdatingRewritesTheBlockInPlaceAndReturns)
 {
     fillAsOnDisk();

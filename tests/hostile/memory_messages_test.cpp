@@ -41,6 +41,19 @@ zel_test::MaskRecord maskOfOneClassifier()
     return record;
 }
 
+TEST(MemoryMessages, ReadingAHeaderFromAStream)
+{
+    const Stream stream(build(zel_test::smallScene()).bytes);
+    const auto record = zel_test::zeroRecord();
+    const Endings all = endings([&] {
+        withMemory([&] { ZELFreeData(record.get()); });
+        ZELReadStreamHeader(record.get(), stream, "scene.zel", 0, 0);
+    });
+    EXPECT_TRUE(endsWith(all, "ZELReadStreamHeader: cannot allocate memory\n"));
+    EXPECT_EQ(record->NumLines, 2) << "with all its memory it is read";
+    ZELFreeData(record.get());
+}
+
 TEST(MemoryMessages, ReadingAMask)
 {
     const Stream stream(build(maskOfOneClassifier()).bytes);

@@ -398,6 +398,11 @@ void ZELWriteLUTs(ZELType* ZELdata)
     zel::lutBlockWritten() = true;
 }
 
+void ZELRearmLUTWriter(void)
+{
+    zel::lutBlockWritten() = false;
+}
+
 void ZELUpdateLUTs(ZELType* ZELdata)
 {
     if (ZELdata->ReadWriteFlag == ZEL_READ_ONLY) {

@@ -3,6 +3,7 @@
 #include "ground/zel_door.hpp"
 #include "lines/angles.hpp"
 #include "lines/zel_navigate.hpp"
+#include "records/scaling_table.hpp"
 #include "records/slot.hpp"
 
 namespace {
@@ -67,6 +68,13 @@ int ZELFetchChannelType(ZELType* ZELdata, int Channel)
 unsigned char* ZELFetchRawChannelPixels(ZELType* ZELdata, int Channel)
 {
     return presentChannel(ZELdata, Channel) ? ZELdata->PixBuf[Channel] : nullptr;
+}
+
+int ZELFetchScalingTable(ZELType* ZELdata, int Channel, float* values)
+{
+    const ZELChannelType* channel = presentChannel(ZELdata, Channel);
+    if (!channel || !values) return 0;
+    return zel::fillScalingTable(*channel, values);
 }
 
 int ZELFetchNumberOfChannels(ZELType* ZELdata)

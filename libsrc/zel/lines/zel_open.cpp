@@ -57,23 +57,55 @@ void finishOpening(ZELType& file, Tables tables)
     ZELClearBadLatLonCount();
 }
 
-// read() reads the header of a file whose stream is open.
+enum class Outcome { whole, otherVersion, broken };
+
+// read() reads the header of a file whose stream is open. Nothing is left of one that is damaged.
 template <class Read>
-int open(ZELType& file, Tables tables, Read read)
+Outcome readHeader(ZELType& file, Read read)
 {
     try {
         read();
+        return Outcome::whole;
     } catch (const zel::UnsupportedVersion&) {
         report("OpenReadOnlyFile: unsupported data type\n");
-        return damaged;
+        return Outcome::otherVersion;
     } catch (const zel::Damage& damage) {
         report("OpenReadOnlyFile: corrupt file %s: %s at offset %lld\n", file.ImageFilename,
                damage.what, static_cast<long long>(damage.offset));
-        zel::closeStream(file);
         zel::releaseData(file);
-        return damaged;
+        return Outcome::broken;
     }
+}
+
+// Reads a plain file, or a component of numBytes, from the file's stream.
+void readPart(ZELType& file, int fileOffset, int numBytes)
+{
+    const std::int64_t length = zel::lengthOf(file.fptr);
+    const std::int64_t end = static_cast<std::int64_t>(fileOffset) + numBytes;
+    zel::ReadAhead ahead;
+    zel::FileReader reader(file, fileOffset, numBytes != 0 && end < length ? end : length);
+    reader.readAhead(ahead);
+    zel::readComponent(reader, file);
+}
+
+template <class Read>
+int open(ZELType& file, Tables tables, Read read)
+{
+    const Outcome outcome = readHeader(file, read);
+    if (outcome == Outcome::broken) zel::closeStream(file);
+    if (outcome != Outcome::whole) return damaged;
     finishOpening(file, tables);
+    return done;
+}
+
+// Whoever reads a header alone may ask for the byte order, and has no stream to close.
+int finishHeader(ZELType& file, Outcome outcome)
+{
+    file.fptr = nullptr;
+    if (outcome != Outcome::whole) return damaged;
+    zel::FileState* state = zel::makeState(file);
+    if (!state) zel::fail("ZELReadStreamHeader: cannot allocate memory\n");
+    state->order.note();
     return done;
 }
 
@@ -128,14 +160,7 @@ int zel::openPart(ZELType& file, const char* filename, int fileOffset, int numBy
         report("OpenReadOnlyFile: cannot open file %s\n", name);
         return unreadable;
     }
-    return open(file, tables, [&] {
-        const std::int64_t length = lengthOf(file.fptr);
-        const std::int64_t end = static_cast<std::int64_t>(fileOffset) + numBytes;
-        ReadAhead ahead;
-        FileReader reader(file, fileOffset, numBytes != 0 && end < length ? end : length);
-        reader.readAhead(ahead);
-        readComponent(reader, file);
-    });
+    return open(file, tables, [&] { readPart(file, fileOffset, numBytes); });
 }
 
 int ZELOpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName)
@@ -151,6 +176,28 @@ int ZELOpenReadOnlyFileNoTables(ZELType* ZELdata, const char* RawFileName)
 int OpenReadOnlyFile(ZELType* ZELdata, const char* RawFileName, int fileOffset, int numBytes)
 {
     return zel::openPart(*ZELdata, RawFileName, fileOffset, numBytes, Tables::build);
+}
+
+int ZELReadStreamHeader(ZELType* ZELdata, FILE* stream, const char* name, int fileOffset,
+                        int numBytes)
+{
+    CheckByteOrder();
+    beginReading(*ZELdata, name, fileOffset);
+    ZELdata->fptr = stream;
+    const Outcome outcome = readHeader(*ZELdata, [&] { readPart(*ZELdata, fileOffset, numBytes); });
+    return finishHeader(*ZELdata, outcome);
+}
+
+int ZELIsByteSwapped(ZELType* ZELdata)
+{
+    return zel::isByteSwapped(*ZELdata) ? 1 : 0;
+}
+
+int64_t ZELFetchPlaceInLine(ZELType* ZELdata, const char* field)
+{
+    zel::LayoutSize layout(zel::layoutVersion(ZELdata->ZELHeader.VersionNumber), field);
+    zel::walkLineStart(layout, *ZELdata);
+    return layout.place();
 }
 
 int ZELCheckFileVersion(FILE* fptr)

@@ -84,6 +84,13 @@ OpenedFile openDirectory(const char* function, const char* filename, Directory& 
     return nullptr;
 }
 
+bool readDirectory(FILE* stream, Directory& directory)
+{
+    CheckByteOrder();
+    directory = Directory{};
+    return fseeko(stream, 0, SEEK_SET) == 0 && readFrom(stream, directory);
+}
+
 bool readDirectory(const char* filename, Directory& directory)
 {
     return openDirectory("ZELReadCompositeInfo", filename, directory) != nullptr;

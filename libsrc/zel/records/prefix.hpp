@@ -26,6 +26,10 @@ bool hasPrefix(RecordReader& reader);
 // read.
 bool readDirectory(const char* filename, Directory& directory);
 
+// Reads the directory of a stream, which is then where the header of a plain file begins. False
+// when it cannot be read.
+bool readDirectory(FILE* stream, Directory& directory);
+
 // Opens the file as well: null after the message, which names the function. The stream is then
 // where the header of a plain file begins.
 OpenedFile openDirectory(const char* function, const char* filename, Directory& directory);

@@ -7,6 +7,7 @@
 #include "ground/memory.hpp"
 #include "ground/width.hpp"
 #include "ground/zel_door.hpp"
+#include "records/pixels.hpp"
 
 namespace zel {
 namespace {
@@ -61,14 +62,13 @@ TableMemory memory;
 
 // A number of entries that the compiler knows lets it compute several at once.
 template <int entries>
-float* fill(float* table, const ZELChannelType& channel)
+int fill(float* table, const Scale& scale)
 {
-    if (!table) fail("malloc error: ChannelLUT\n");
-    const Scale scale(channel);
-    runLoop([=] {
-        for (int k = 0; k < entries; ++k) table[k] = scale.value(k);
+    runLoop([&] {
+        const Scale own = scale;
+        for (int k = 0; k < entries; ++k) table[k] = own.value(k);
     });
-    return table;
+    return entries;
 }
 
 }  // namespace
@@ -84,16 +84,26 @@ double stepsOf(int storageCode)
     return (storageCode == ZEL_STORED_BYTE_SCALED ? byteEntries : wordEntries) - 1;
 }
 
-float* createScalingTable(const ZELChannelType& channel)
+int fillScalingTable(const ZELChannelType& channel, float* table)
 {
     switch (channel.Type) {
     case ZEL_STORED_BYTE_SCALED:
-        return fill<byteEntries>(allocate<float>(byteEntries), channel);
+        return fill<byteEntries>(table, Scale(channel));
     case ZEL_STORED_UINT16_SCALED:
-        return fill<wordEntries>(memory.take(), channel);
+        return fill<wordEntries>(table, Scale(channel));
     default:
-        return nullptr;
+        return 0;
     }
+}
+
+float* createScalingTable(const ZELChannelType& channel)
+{
+    if (!isScaled(channel.Type)) return nullptr;
+    const bool isLarge = channel.Type == ZEL_STORED_UINT16_SCALED;
+    float* table = isLarge ? memory.take() : allocate<float>(byteEntries);
+    if (!table) fail("malloc error: ChannelLUT\n");
+    fillScalingTable(channel, table);
+    return table;
 }
 
 void releaseScalingTable(ZELChannelType& channel)

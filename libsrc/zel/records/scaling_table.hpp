@@ -24,8 +24,12 @@ private:
 // The steps between the two ends of a scaled channel's range: 255 or 65535.
 double stepsOf(int storageCode);
 
-// The value of every raw number of a scaled channel, float[256] or float[65536]; null for a channel
-// that is not scaled. Ends the process (-1) when memory fails.
+// Fills in the value of every raw number of a scaled channel, float[256] or float[65536], and
+// returns how many these are: 0 for a channel that is not scaled.
+int fillScalingTable(const ZELChannelType& channel, float* table);
+
+// Memory with these values; null for a channel that is not scaled. Ends the process (-1) when
+// memory fails.
 float* createScalingTable(const ZELChannelType& channel);
 
 // Frees the channel's table, if it has one, and forgets it.

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The page on GDAL and Python: the virtual raster names the places that the library reads, and the
+"""The page on GDAL without the plugin and on Python: the virtual raster names the places that the library reads, and the
 commands and the program of the page give the values of the file."""
 import json
 import math
@@ -13,7 +13,7 @@ import xml.etree.ElementTree as ElementTree
 from pages import (SCRIPT, WithSampleScene, code_blocks, mean_by_place, pixels_by_place, read,
                    run, zel_to_vrt)
 
-PAGE = read("docs/gdal.md")
+PAGE = read("docs/zel_to_vrt.md")
 
 
 def python_with(module):

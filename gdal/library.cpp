@@ -1,0 +1,157 @@
+#include "library.hpp"
+
+#include <cpl_error.h>
+
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <string>
+#include <vector>
+
+namespace zel_gdal {
+namespace {
+
+struct Message {
+    bool isWarning;
+    std::string text;
+};
+using Messages = std::vector<Message>;
+
+// The byte order, the guard and the sink are the process's.
+std::mutex& libraryLock()
+{
+    static std::mutex lock;
+    return lock;
+}
+
+// GDAL adds the line ends.
+std::string trimmed(std::string text)
+{
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+    text.erase(0, text.find_first_not_of("\n "));
+    return text;
+}
+
+void keep(void* messages, FILE* stream, const char* text)
+{
+    std::string message = trimmed(text);
+    if (!message.empty())
+        static_cast<Messages*>(messages)->push_back({stream == stderr, std::move(message)});
+}
+
+struct Call {
+    const std::function<int()>& function;
+    int result;
+};
+
+void run(void* data)
+{
+    auto& call = *static_cast<Call*>(data);
+    call.result = call.function();
+}
+
+bool runAlone(const std::function<int()>& function, Messages& messages)
+{
+    const std::lock_guard<std::mutex> lock(libraryLock());
+    ZELSetMessageSink(keep, &messages);
+    Call call = {function, 0};
+    const bool ended = ZELGuardedCall(run, &call, nullptr) != 0;
+    ZELSetMessageSink(nullptr, nullptr);
+    return !ended && call.result == 0;
+}
+
+// What follows the message that says most only repeats that the open failed.
+std::string reason(const Messages& messages)
+{
+    std::string best;
+    for (const Message& message : messages)
+        if (best.empty() || message.text.rfind("Error opening file", 0) != 0) best = message.text;
+    return best;
+}
+
+ssize_t readFrom(void* file, char* buffer, size_t size)
+{
+    return static_cast<ssize_t>(VSIFReadL(buffer, 1, size, static_cast<VSILFILE*>(file)));
+}
+
+int seekIn(void* cookie, off64_t* offset, int origin)
+{
+    auto* file = static_cast<VSILFILE*>(cookie);
+    std::int64_t position = *offset;
+    if (origin == SEEK_END && VSIFSeekL(file, 0, SEEK_END) != 0) return -1;
+    if (origin != SEEK_SET) position += static_cast<std::int64_t>(VSIFTellL(file));
+    if (position < 0 || VSIFSeekL(file, static_cast<vsi_l_offset>(position), SEEK_SET) != 0)
+        return -1;
+    *offset = position;
+    return 0;
+}
+
+}  // namespace
+
+// Messages are passed on after the lock: an error handler may use the drivers itself.
+bool callLibrary(const char* name, const std::function<int()>& call)
+{
+    Messages messages;
+    const bool succeeded = runAlone(call, messages);
+    for (const Message& message : messages)
+        if (message.isWarning && succeeded)
+            CPLError(CE_Warning, CPLE_AppDefined, "%s", message.text.c_str());
+        else
+            CPLDebug("ZEL", "%s", message.text.c_str());
+    if (succeeded) return true;
+    const std::string why = reason(messages);
+    if (why.empty())
+        CPLError(CE_Failure, CPLE_AppDefined, "%s: cannot be read", name);
+    else
+        CPLError(CE_Failure, CPLE_AppDefined, "%s", why.c_str());
+    return false;
+}
+
+Stream::Stream(VSILFILE* file)
+{
+    cookie_io_functions_t functions{};
+    functions.read = readFrom;
+    functions.seek = seekIn;
+    stream_.reset(fopencookie(file, "rb", functions));
+    if (!stream_) throw std::bad_alloc();
+    std::setvbuf(stream_.get(), nullptr, _IOFBF, 65536);
+}
+
+void FreeHeader::operator()(ZELType* record) const
+{
+    callLibrary("", [&] { return ZELFreeData(record), 0; });
+    delete record;
+}
+
+Header readHeader(VSILFILE* file, const char* name, int offset, int size)
+{
+    Header header(new ZELType());
+    const bool read = callLibrary(name, [&] {
+        const Stream stream(file);
+        return ZELReadStreamHeader(header.get(), stream.get(), name, offset, size);
+    });
+    if (!read) return nullptr;
+    return header;
+}
+
+int Directory::finest() const
+{
+    int finest = 0;
+    for (int i = 1; i < count; ++i)
+        if (resolutions[i] > 0.0F && !(resolutions[finest] <= resolutions[i])) finest = i;
+    return finest;
+}
+
+bool readDirectory(VSILFILE* file, const char* name, Directory& directory)
+{
+    return callLibrary(name, [&] {
+        const Stream stream(file);
+        const int kind =
+            ZELReadStreamCompositeInfo(stream.get(), name, &directory.base, &directory.count,
+                                       directory.offsets, directory.resolutions, directory.sizes);
+        directory.isComposite = kind == 1;
+        return kind < 0 ? kind : 0;
+    });
+}
+
+}  // namespace zel_gdal

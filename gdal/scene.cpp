@@ -1,0 +1,327 @@
+#include "scene.hpp"
+
+#include <cmath>
+#include <ctime>
+
+#include "names.hpp"
+
+namespace zel_gdal {
+namespace {
+
+bool isHostLittle()
+{
+    return CPL_IS_LSB != 0;
+}
+
+RawRasterBand::ByteOrder byteOrder(bool isSwapped)
+{
+    return isSwapped == isHostLittle() ? RawRasterBand::ByteOrder::ORDER_BIG_ENDIAN
+                                       : RawRasterBand::ByteOrder::ORDER_LITTLE_ENDIAN;
+}
+
+bool isDate(int year, int day)
+{
+    const bool isLeap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return year >= 1 && year <= 9999 && day >= 1 && day <= (isLeap ? 366 : 365);
+}
+
+// "2001-05-03", or with hours of the day that may go on into the next one
+// "2001-05-03T12:30:15.250Z".
+std::string isoDate(int year, int day)
+{
+    std::tm date{};
+    date.tm_year = year - 1900;
+    date.tm_mday = day;
+    date.tm_hour = 12;
+    timegm(&date);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%d", &date);
+    return text;
+}
+
+std::string isoTime(int year, int day, double hours)
+{
+    const auto milliseconds = static_cast<long long>(std::llround(hours * 3600000.0));
+    const auto ofDay = static_cast<int>(milliseconds % 86400000);
+    const std::string date = isoDate(year, day + static_cast<int>(milliseconds / 86400000));
+    return date + CPLSPrintf("T%02d:%02d:%02d.%03dZ", ofDay / 3600000, ofDay / 60000 % 60,
+                             ofDay / 1000 % 60, ofDay % 1000);
+}
+
+}  // namespace
+
+LinePlaces linePlaces(ZELType& record)
+{
+    LinePlaces places;
+    places.firstLine = static_cast<vsi_l_offset>(record.fileOffset) +
+                       static_cast<vsi_l_offset>(record.HeaderOffset);
+    places.lineSize = record.LineOffset;
+    places.lines = record.NumLines;
+    places.isSwapped = ZELIsByteSwapped(&record) != 0;
+    return places;
+}
+
+SceneDataset::SceneDataset(OpenedVsi file, const Source& source)
+    : source_(source), file_(std::move(file))
+{
+    wgs84_.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    wgs84_.SetFromUserInput("EPSG:4326");
+}
+
+SceneDataset::~SceneDataset()
+{
+    GDALDeinitGCPs(static_cast<int>(controlPoints_.size()), controlPoints_.data());
+}
+
+bool SceneDataset::describe(ZELType& record, const std::string& positionPart)
+{
+    nRasterXSize = record.ZELHeader.NPixelPerLine;
+    nRasterYSize = record.NumLines;
+    if (record.NumLines < 1) {
+        CPLError(CE_Failure, CPLE_AppDefined, "%s: is cut short before the end of its first line",
+                 source_.file.c_str());
+        return false;
+    }
+    if (!GDALCheckDatasetDimensions(nRasterXSize, nRasterYSize)) return false;
+    places_ = linePlaces(record);
+    navigation_ = Navigation(record, places_);
+    describeHeader(record);
+    describeTimes(record);
+    describeNadir(record);
+    describeAngles(record);
+    describePositions(positionPart);
+    if (source_.options.controlPoints) takeControlPoints();
+    return true;
+}
+
+// Not as items of this file's own: they would be written into a file beside it.
+void SceneDataset::set(const char* name, const std::string& value, const char* domain)
+{
+    if (value.empty()) return;
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call): the override would mark it as the user's own
+    GDALMajorObject::SetMetadataItem(name, value.c_str(), domain);
+}
+
+void SceneDataset::describeHeader(ZELType& record)
+{
+    const ZELHeaderType& h = record.ZELHeader;
+    set("SENSOR", sensorName(h.DataType));
+    set("SATELLITE_NUMBER", std::to_string(h.sat_no));
+    set("SATELLITE_ALTITUDE_KM", shown(h.SatelliteAltitude));
+    set("RESOLUTION_M", shown(h.SpatialResolution));
+    set("COMMENT", utf8(h.DataComment));
+    set("VERSION", CPLSPrintf("%.2f", static_cast<double>(h.VersionNumber)));
+    set("SATELLITEID", sensorName(h.DataType) + " " + std::to_string(h.sat_no), "IMAGERY");
+    set("INTERLEAVE", "LINE", "IMAGE_STRUCTURE");
+    set("TYPE", h.MetaDataSize > 0 ? std::to_string(h.MetaDataType) : "", "ZEL_METADATA");
+    set("TEXT", h.MetaDataSize > 0 ? utf8(h.MetaDataText) : "", "ZEL_METADATA");
+}
+
+template <class T>
+bool SceneDataset::readOfLine(ZELType& record, const char* field, int line, T& value) const
+{
+    const std::int64_t place = ZELFetchPlaceInLine(&record, field);
+    if (place < 0) return false;
+    const vsi_l_offset begin = places_.firstLine + static_cast<vsi_l_offset>(line) *
+                                                       static_cast<vsi_l_offset>(places_.lineSize);
+    if (VSIFSeekL(file(), begin + static_cast<vsi_l_offset>(place), SEEK_SET) != 0 ||
+        VSIFReadL(&value, sizeof value, 1, file()) != 1)
+        return false;
+    if (places_.isSwapped) GDALSwapWords(&value, sizeof value, 1, sizeof value);
+    return true;
+}
+
+// Two times of 0 are times that are not set.
+void SceneDataset::describeTimes(ZELType& record)
+{
+    const int year = record.ZELHeader.year;
+    const int day = record.ZELHeader.julian;
+    set("YEAR", std::to_string(year));
+    set("JULIAN_DAY", std::to_string(day));
+    if (!isDate(year, day)) return;
+    set("DATE", isoDate(year, day));
+    double begin = 0;
+    double end = 0;
+    if (!readOfLine(record, "ScanTime", 0, begin)) return;
+    if (!readOfLine(record, "ScanTime", nRasterYSize - 1, end)) return;
+    if ((begin == 0 && end == 0) || !(begin >= 0 && begin < 48) || !(end >= 0 && end < 48)) return;
+    set("START_TIME", isoTime(year, day, begin));
+    set("END_TIME", isoTime(year, day, end));
+    set("ACQUISITIONDATETIME", isoTime(year, day, begin), "IMAGERY");
+}
+
+void SceneDataset::describeNadir(ZELType& record)
+{
+    const struct {
+        const char* name;
+        int line;
+    } ends[] = {{"FIRST_LINE", 0}, {"LAST_LINE", nRasterYSize - 1}};
+    for (const auto& end : ends) {
+        const std::string name = std::string("NADIR_") + end.name;
+        std::int32_t pixel = 0;
+        float lat = 0;
+        float lon = 0;
+        if (readOfLine(record, "NadirPixel", end.line, pixel))
+            set((name + "_PIXEL").c_str(), std::to_string(pixel), "ZEL_SCAN");
+        if (!readOfLine(record, "NadirLat", end.line, lat) ||
+            !readOfLine(record, "NadirLon", end.line, lon) ||
+            !(std::abs(lat) <= 90.0F && std::abs(lon) <= 180.0F))
+            continue;
+        set((name + "_LAT").c_str(), shown(lat), "ZEL_SCAN");
+        set((name + "_LON").c_str(), shown(lon), "ZEL_SCAN");
+    }
+    double time = 0;
+    if (readOfLine(record, "ScanTime", 0, time)) set("FIRST_LINE_HOURS", shown(time), "ZEL_SCAN");
+    if (readOfLine(record, "ScanTime", nRasterYSize - 1, time))
+        set("LAST_LINE_HOURS", shown(time), "ZEL_SCAN");
+}
+
+// The bands, counted from 1, that hold angles.
+void SceneDataset::describeAngles(ZELType& record)
+{
+    const ZELHeaderType& h = record.ZELHeader;
+    const struct {
+        const char* name;
+        int slot;
+    } angles[] = {{"SOLAR_ZENITH_BAND", h.SZChannelIndex},
+                  {"VIEW_ZENITH_BAND", h.VZChannelIndex},
+                  {"RELATIVE_AZIMUTH_BAND", h.AZChannelIndex}};
+    for (const auto& angle : angles) {
+        if (angle.slot < 0 || angle.slot >= ZEL_MAX_CHANNELS) continue;
+        if (!record.Channels[angle.slot].ChannelPresentFlag) continue;
+        int band = 1;
+        for (int slot = 0; slot < angle.slot; ++slot)
+            band += record.Channels[slot].ChannelPresentFlag != 0;
+        set(angle.name, std::to_string(band), "ZEL_ANGLES");
+    }
+}
+
+void SceneDataset::describePositions(const std::string& part)
+{
+    if (!navigation_.isGrid()) return;
+    const std::string name = "ZEL:\"" + source_.file + "\"" + part;
+    char* wkt = nullptr;
+    wgs84_.exportToWkt(&wkt);
+    set("SRS", wkt ? wkt : "", "GEOLOCATION");
+    CPLFree(wkt);
+    set("X_DATASET", name + ":lon", "GEOLOCATION");
+    set("X_BAND", "1", "GEOLOCATION");
+    set("Y_DATASET", name + ":lat", "GEOLOCATION");
+    set("Y_BAND", "1", "GEOLOCATION");
+    // To GDAL the centre of a point is that of as many pixels as are between two points.
+    const double offset = navigation_.firstPixel() + 0.5 - 0.5 * navigation_.pixelStep();
+    set("PIXEL_OFFSET", shown(offset), "GEOLOCATION");
+    set("PIXEL_STEP", std::to_string(navigation_.pixelStep()), "GEOLOCATION");
+    set("LINE_OFFSET", "0", "GEOLOCATION");
+    set("LINE_STEP", "1", "GEOLOCATION");
+    set("GEOREFERENCING_CONVENTION", "PIXEL_CENTER", "GEOLOCATION");
+}
+
+void SceneDataset::takeControlPoints()
+{
+    if (!navigation_.isGrid()) return;
+    const std::vector<ControlPoint> points = navigation_.controlPoints(file());
+    controlPoints_.resize(points.size());
+    GDALInitGCPs(static_cast<int>(points.size()), controlPoints_.data());
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        GDAL_GCP& point = controlPoints_[i];
+        CPLFree(point.pszId);
+        point.pszId = CPLStrdup(std::to_string(i + 1).c_str());
+        point.dfGCPPixel = points[i].pixel;
+        point.dfGCPLine = points[i].line;
+        point.dfGCPX = points[i].at.lon;
+        point.dfGCPY = points[i].at.lat;
+    }
+}
+
+// All positions are looked at, at the first question only: an open is cheap.
+CPLErr SceneDataset::GetGeoTransform(double* transform)
+{
+    if (!hasLookedForGrid_) isNorthUp_ = navigation_.isNorthUp(file(), transform_);
+    hasLookedForGrid_ = true;
+    if (!isNorthUp_) return GDALPamDataset::GetGeoTransform(transform);
+    std::copy(transform_, transform_ + 6, transform);
+    return CE_None;
+}
+
+const OGRSpatialReference* SceneDataset::GetSpatialRef() const
+{
+    double transform[6];
+    if (const_cast<SceneDataset*>(this)->GetGeoTransform(transform) == CE_None && isNorthUp_)
+        return &wgs84_;
+    return GDALPamDataset::GetSpatialRef();
+}
+
+int SceneDataset::GetGCPCount()
+{
+    return controlPoints_.empty() ? GDALPamDataset::GetGCPCount()
+                                  : static_cast<int>(controlPoints_.size());
+}
+
+const GDAL_GCP* SceneDataset::GetGCPs()
+{
+    return controlPoints_.empty() ? GDALPamDataset::GetGCPs() : controlPoints_.data();
+}
+
+const OGRSpatialReference* SceneDataset::GetGCPSpatialRef() const
+{
+    return controlPoints_.empty() ? GDALPamDataset::GetGCPSpatialRef() : &wgs84_;
+}
+
+// The description of a part is no name of a file.
+char** SceneDataset::GetFileList()
+{
+    CPLStringList files(RawDataset::GetFileList());
+    if (files.FindString(source_.file.c_str()) < 0) files.InsertString(0, source_.file.c_str());
+    return files.StealList();
+}
+
+void SceneDataset::finishOpening(GDALOpenInfo* info, const char* name)
+{
+    SetDescription(name);
+    if (!source_.part.empty()) {
+        SetPhysicalFilename(source_.file.c_str());
+        SetSubdatasetName(source_.part.c_str() + 1);
+    }
+    TryLoadXML(info->GetSiblingFiles());
+    const bool isPart = !source_.part.empty();
+    oOvManager.Initialize(this, isPart ? ":::VIRTUAL:::" : source_.file.c_str());
+}
+
+PlainDataset::PlainDataset(OpenedVsi file, const Source& source)
+    : SceneDataset(std::move(file), source)
+{
+}
+
+bool PlainDataset::open(ZELType& record)
+{
+    if (!describe(record, source().part)) return false;
+    for (int slot = 0; slot < record.ZELHeader.MaxNumChan; ++slot)
+        if (record.Channels[slot].ChannelPresentFlag) addBand(record, slot);
+    return true;
+}
+
+void PlainDataset::addBand(ZELType& record, int slot)
+{
+    const ZELChannelType& channel = record.Channels[slot];
+    const OpenOptions& options = source().options;
+    const int number = nBands + 1;
+    const auto place = places().firstLine + static_cast<vsi_l_offset>(channel.DataOffset);
+    const bool isRaw = !options.unscale || isClassChannel(record, slot);
+    GDALRasterBand* band = nullptr;
+    if (isRaw) {
+        band = new RawBand(bandFacts(record, slot, options), this, number, file(), place,
+                           channel.DataByteSize, places().lineSize, storedType(channel),
+                           byteOrder(places().isSwapped), RawRasterBand::OwnFP::NO);
+    } else {
+        auto numbers = std::make_unique<WindowReader>(
+            this, number, file(), place, channel.DataByteSize, places().lineSize,
+            storedType(channel), byteOrder(places().isSwapped), RawRasterBand::OwnFP::NO);
+        band = new ValueBand(bandFacts(record, slot, options), this, number, std::move(numbers),
+                             valuesOf(record, slot));
+    }
+    describeBand(*band, channel, slot);
+    SetBand(number, band);
+}
+
+}  // namespace zel_gdal
