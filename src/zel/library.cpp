@@ -151,13 +151,14 @@ void Scene::Finish::operator()(ZELType* record) const
     delete record;
 }
 
-Scene::Scene(const std::string& file)
+Scene::Scene(const std::string& file, Tables tables)
     : file_(file), bytes_(requireFile(file)), record_(new ZELType())
 {
+    const auto open = tables == Tables::with ? ZELOpenReadOnlyFile : ZELOpenReadOnlyFileNoTables;
     int result = 0;
     errno = 0;
     try {
-        guarded([&] { result = ZELOpenReadOnlyFile(record_.get(), file.c_str()); });
+        guarded([&] { result = open(record_.get(), file.c_str()); });
     } catch (const Failure&) {
         throw Failure(openingReason(file));
     }

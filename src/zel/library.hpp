@@ -44,11 +44,14 @@ std::string openingReason(const std::string& file);
 // The size of a regular file. Throws Failure for anything else.
 long long requireFile(const std::string& file);
 
+// Whether the values of all stored numbers (ChannelLUT) are computed at once. Lines do not need them.
+enum class Tables { without, with };
+
 // A file that is open for reading: a plain file, or a container or several files as one view.
 class Scene {
 public:
     // Throws Failure when the file is not one or is damaged.
-    explicit Scene(const std::string& file);
+    explicit Scene(const std::string& file, Tables tables = Tables::without);
 
     // Several files, or a part of a container, as one view on the grid of the component of that
     // index, of all that the files hold. Messages name the first file.

@@ -71,7 +71,7 @@ std::unique_ptr<Scene> openTogether(const std::vector<std::string>& files, int p
 {
     const QuietLibrary quiet;
     try {
-        if (parts == 1) return std::make_unique<Scene>(files.front());
+        if (parts == 1) return std::make_unique<Scene>(files.front(), Tables::with);
         return std::make_unique<Scene>(files, base);
     } catch (const Failure&) {
         openAlone(files);

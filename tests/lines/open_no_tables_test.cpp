@@ -166,9 +166,10 @@ TEST(ScalingTables, OfManyFilesOneAfterTheOtherAndTogether)
     TempDir dir;
     std::vector<std::unique_ptr<ZELType>> open;
     const auto expectTables = [&open] {
-        for (std::size_t i = 0; i < open.size(); ++i)
-            if (open[i])
-                EXPECT_EQ(open[i]->Channels[2].ChannelLUT[7], static_cast<float>(i) + 7.0f) << i;
+        for (std::size_t i = 0; i < open.size(); ++i) {
+            if (!open[i]) continue;
+            EXPECT_EQ(open[i]->Channels[2].ChannelLUT[7], static_cast<float>(i) + 7.0f) << i;
+        }
     };
     for (std::size_t i = 0; i < 40; ++i) {
         const std::string path = dir.path("scene" + std::to_string(i));

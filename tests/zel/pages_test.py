@@ -20,17 +20,7 @@ def console_blocks(text):
     return found
 
 
-@needs_scenes
-@unittest.skipUnless((BIN / "examples" / "sample_scene_features").exists(), "no examples")
-class Pages(ZelTest):
-    def setUp(self):
-        super().setUp()
-        for scene in SCENES.glob("*.zel"):
-            (self.dir / scene.name).symlink_to(scene)
-        (self.dir / "gulf.par").symlink_to(ROOT / "examples" / "gulf.par")
-        make_container(self.dir, ["landsat8_gulf_30m.zel", "landsat8_gulf_90m.zel",
-                                  "landsat8_gulf_15m.zel"], "container.zel")
-
+class Terminal(ZelTest):
     def output_of(self, command):
         """Both streams, as on a terminal, but for the date of a file that was made just now."""
         env = dict(self.env, PATH="%s:%s" % (BIN, self.env["PATH"]))
@@ -38,6 +28,18 @@ class Pages(ZelTest):
                               timeout=120, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         return re.sub(r"(?m)^  Written .*?, version", "  Written      12:00:00  Monday Nov 23 2026, version",
                       done.stdout.decode())
+
+
+@needs_scenes
+@unittest.skipUnless((BIN / "examples" / "sample_scene_features").exists(), "no examples")
+class Pages(Terminal):
+    def setUp(self):
+        super().setUp()
+        for scene in SCENES.glob("*.zel"):
+            (self.dir / scene.name).symlink_to(scene)
+        (self.dir / "gulf.par").symlink_to(ROOT / "examples" / "gulf.par")
+        make_container(self.dir, ["landsat8_gulf_30m.zel", "landsat8_gulf_90m.zel",
+                                  "landsat8_gulf_15m.zel"], "container.zel")
 
     def test_commands_print_what_the_pages_say(self):
         subprocess.run([str(BIN / "examples" / "sample_scene_features"),
@@ -48,6 +50,17 @@ class Pages(ZelTest):
             self.assertTrue(blocks, page.name)
             for command, output in blocks:
                 self.assertEqual(self.output_of(command), output, "%s: %s" % (page.name, command))
+
+
+@unittest.skipUnless((BIN / "examples" / "make_sample_scene").exists(), "no examples")
+class FirstPage(Terminal):
+    def test_commands_print_what_the_readme_says(self):
+        subprocess.run([str(BIN / "examples" / "make_sample_scene"), "."], cwd=self.dir, check=True,
+                       stdout=subprocess.DEVNULL, timeout=120)
+        blocks = console_blocks((ROOT / "README.md").read_text(encoding="utf-8"))
+        self.assertEqual([command.split()[1] for command, _ in blocks], ["info", "combine", "calc", "look"])
+        for command, output in blocks:
+            self.assertEqual(self.output_of(command), output, command)
 
 
 class Set(ZelTest):
