@@ -44,7 +44,8 @@ std::string openingReason(const std::string& file);
 // The size of a regular file. Throws Failure for anything else.
 long long requireFile(const std::string& file);
 
-// Whether the values of all stored numbers (ChannelLUT) are computed at once. Lines do not need them.
+// Whether the values of all stored numbers (ChannelLUT) are computed at once. Lines do not need
+// them.
 enum class Tables { without, with };
 
 // A file that is open for reading: a plain file, or a container or several files as one view.
