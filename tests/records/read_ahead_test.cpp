@@ -155,8 +155,10 @@ FILE* readableTo100()
         place += got;
         return static_cast<ssize_t>(got);
     };
-    functions.seek = [](void* cookie, off64_t* offset, int) {
-        static_cast<Cut*>(cookie)->place = static_cast<std::size_t>(*offset);
+    functions.seek = [](void* cookie, off64_t* offset, int whence) {
+        auto& place = static_cast<Cut*>(cookie)->place;
+        if (whence == SEEK_CUR) *offset += static_cast<off64_t>(place);
+        place = static_cast<std::size_t>(*offset);
         return 0;
     };
     return fopencookie(&cut, "r", functions);

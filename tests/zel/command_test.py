@@ -143,7 +143,7 @@ class Command(ZelTest):
 
     def progress_on_a_terminal(self, *words):
         """What a run that is stopped again and again, for seconds in all, writes to a terminal."""
-        lines = 200000
+        lines = 400000
         f = small_scene()
         line = f.bytes()[-64:]  # 8 + 4 + 3 x 4 + 2 x 4 + 2 x 2 x 4 + 4 x (1 + 1 + 2)
         self.put("a", f.bytes() + line * lines)
@@ -151,9 +151,11 @@ class Command(ZelTest):
         run = subprocess.Popen([str(ZEL), "info", "--stats", "a", "--get", "lines", *words], cwd=self.dir,
                                env=self.env, stdout=subprocess.PIPE, stderr=side)
         os.close(side)
+        stops = 0
         while run.poll() is None:
             run.send_signal(signal.SIGSTOP)
-            time.sleep(0.1)
+            time.sleep(0.5 if stops < 8 else 0.02)
+            stops += 1
             run.send_signal(signal.SIGCONT)
             time.sleep(0.004)
         seen = b""
