@@ -129,6 +129,7 @@ void write(const ContainerPlan& plan, const Recipe& recipe, const CombineRun& ru
     spareInputs(recipe, run.output);
     const std::vector<std::string> paths = recipe.paths();
     std::vector<const char*> names;
+    names.reserve(paths.size());
     for (const std::string& path : paths) names.push_back(path.c_str());
     OutputFile file(run.output, run.overwrite ? Overwrite::yes : Overwrite::no);
     const CopyProgress progress;

@@ -49,6 +49,7 @@ const Json* elementOf(const Json& list, const std::string& name)
         return isPosition ? &list[static_cast<std::size_t>(index)] : nullptr;
     }
     std::vector<std::string> places;
+    places.reserve(found.size());
     for (const Json* value : found) places.push_back(placeIn(list, *value));
     throw Failure("'" + printable(name) + "' is ambiguous: " + join(places, ", "));
 }

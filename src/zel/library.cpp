@@ -173,6 +173,7 @@ Scene::Scene(const std::vector<std::string>& files, int base)
     : file_(files.front()), bytes_(requireFile(files.front())), record_(new ZELType())
 {
     std::vector<const char*> names;
+    names.reserve(files.size());
     for (const std::string& file : files) names.push_back(file.c_str());
     int result = 0;
     guarded([&] {
