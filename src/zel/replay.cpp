@@ -73,7 +73,9 @@ bool areUnchanged(const Record& record)
     for (const Recorded& then : record.inputs) {
         const std::string& path = record.recipe.pathOf(then.name);
         try {
-            all = isUnchanged({then.name, requireFile(path), sha256Of(path)}, then, path) && all;
+            const long long bytes = requireFile(path);
+            const std::string sum = sha256Of(path);
+            all = isUnchanged({then.name, bytes, sum}, then, path) && all;
         } catch (const Failure& failure) {
             complain(path, failure.what());
             all = false;
