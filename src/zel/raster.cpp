@@ -25,7 +25,7 @@ std::string& said()
     return text;
 }
 
-std::string formatted(const char* format, va_list values)
+[[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, va_list values)
 {
     va_list again;
     va_copy(again, values);

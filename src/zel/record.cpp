@@ -52,7 +52,8 @@ std::vector<Recorded> sumsOf(const Recipe& recipe)
         const std::string& path = recipe.pathOf(name);
         try {
             const long long bytes = requireFile(path);
-            sums.push_back({name, bytes, sha256Of(path)});
+            const std::string sum = sha256Of(path);
+            sums.push_back({name, bytes, sum});
         } catch (const Failure& failure) {
             throw Failure(printable(path) + ": " + failure.what());
         }
