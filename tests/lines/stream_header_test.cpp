@@ -21,7 +21,7 @@ struct StreamHeader {
     explicit StreamHeader(const Bytes& content, int offset = 0, int size = 0)
         : stream(std::tmpfile()), record(zel_test::junkRecord())
     {
-        std::fwrite(content.data(), 1, content.size(), stream);
+        if (!content.empty()) std::fwrite(content.data(), 1, content.size(), stream);
         outcome = run(
             [&] { result = ZELReadStreamHeader(record.get(), stream, "scene.zel", offset, size); });
     }
@@ -124,7 +124,7 @@ struct Info {
     explicit Info(const Bytes& content)
     {
         FILE* stream = std::tmpfile();
-        std::fwrite(content.data(), 1, content.size(), stream);
+        if (!content.empty()) std::fwrite(content.data(), 1, content.size(), stream);
         outcome = run([&] {
             result = ZELReadStreamCompositeInfo(stream, "some.zel", &base, &count, offsets,
                                                 resolutions, sizes);
