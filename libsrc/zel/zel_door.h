@@ -40,10 +40,11 @@ typedef struct ZELDeferredType ZELDeferredType;
 
 /* Runs function(userData) and keeps its messages and its ending for ZELDeliver: a call on a thread
    of its own speaks when the thread that waits for it says so. Sinks and handlers stay those of
-   the process and are not called. Null when memory fails before the call. */
+   the process and are not called. Null, without a call, when memory fails. */
 ZELDeferredType* ZELDefer(void (*function)(void* userData), void* userData);
 
-/* Delivers what the call kept, in order, and releases it; ends the process when the call did. */
+/* Delivers what the call kept, in order, and releases it; ends the process when the call did, and
+   (-1) when given the null of a call for which memory failed. */
 void ZELDeliver(ZELDeferredType* deferred);
 
 /* Releases it without a word; null is ignored. */

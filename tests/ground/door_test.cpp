@@ -136,6 +136,14 @@ TEST(DeferredCall, ThatReturnsDeliversNothing)
     EXPECT_EQ(outcome.out + outcome.err, "");
 }
 
+TEST(DeferredCall, ForWhichMemoryFailsEndsTheProcess)
+{
+    const auto outcome = zel_test::run([] { ZELDeliver(nullptr); });
+    EXPECT_TRUE(outcome.ended);
+    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.out, "ZELDefer: cannot allocate memory\n");
+}
+
 TEST(DeferredCall, MayBeDiscarded)
 {
     int calls = 0;

@@ -219,6 +219,7 @@ ZELDeferredType* ZELDefer(void (*function)(void* userData), void* userData)
 void ZELDeliver(ZELDeferredType* deferred)
 {
     const std::unique_ptr<ZELDeferredType> owned(deferred);
+    if (!owned) zel::fail("ZELDefer: cannot allocate memory\n");
     for (const auto& message : owned->messages) deliver(message.stream, message.text.c_str());
     if (owned->ended) zel::terminate(owned->status);
 }

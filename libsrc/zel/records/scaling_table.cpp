@@ -30,7 +30,7 @@ public:
         }
         return allocate<float>(wordEntries);
     }
-    // False for a table that is none of these.
+    // False for a table that was not taken from here.
     bool giveBack(const float* table)
     {
         const std::lock_guard<std::mutex> lock(mutex_);
