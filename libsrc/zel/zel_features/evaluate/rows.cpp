@@ -98,23 +98,23 @@ private:
 template <class Compute>
 constexpr bool isApproximated = requires
 {
-    approximate(Compute(), 0.0f);
+    approximate<false>(Compute(), 0.0f);
 }
 || requires
 {
-    approximate(Compute(), 0.0f, 0.0f);
+    approximate<false>(Compute(), 0.0f, 0.0f);
 };
 
 // The arguments are needed until all doubts are settled: where the result takes the place of one,
 // it is kept apart until then.
-template <class Compute, class... RowOf>
+template <bool fused, class Compute, class... RowOf>
 inline void computeApproximately(Compute compute, float* result, int n, RowOf... rows)
 {
     float apart[zel::rowSize];
     float* const settled = ((rows == result) || ...) ? apart : result;
     int doubts = 0;
     eachPixel(n, [=, &doubts](int i) {
-        settled[i] = zel::arithmetic::settled(approximate(compute, rows[i]...));
+        settled[i] = zel::arithmetic::settled(approximate<fused>(compute, rows[i]...));
         doubts |= settled[i] == settled[i] ? 0 : 1;
     });
     if (doubts != 0)
@@ -135,7 +135,7 @@ bool isSquare(Compute, const Operand*)
 
 // ---- Kernels ----
 
-template <class Compute>
+template <class Compute, bool fused>
 inline void computeRow(const Operand* arguments, float* result, int n)
 {
     const Compute compute;
@@ -146,10 +146,10 @@ inline void computeRow(const Operand* arguments, float* result, int n)
             return computeTwo(compute, arguments, result, n);
         if constexpr (isApproximated<Compute>) {
             const Rows<2> rows(arguments, n);
-            computeApproximately(compute, result, n, rows[0], rows[1]);
+            computeApproximately<fused>(compute, result, n, rows[0], rows[1]);
         }
     } else if constexpr (isApproximated<Compute>) {
-        computeApproximately(compute, result, n, arguments[0].row);
+        computeApproximately<fused>(compute, result, n, arguments[0].row);
     } else {
         const Rows<arity<Compute>> rows(arguments, n);
         eachPixel(n, [&rows, compute, result](int i) {
@@ -161,22 +161,22 @@ inline void computeRow(const Operand* arguments, float* result, int n)
 template <class Compute>
 [[gnu::flatten]] void narrowKernel(const Operand* arguments, float* result, int n)
 {
-    computeRow<Compute>(arguments, result, n);
+    computeRow<Compute, false>(arguments, result, n);
 }
 
 #if defined(__x86_64__) && defined(__GNUC__)
 template <class Compute>
-[[gnu::target("avx2"), gnu::flatten]] void wideKernel(const Operand* arguments, float* result,
+[[gnu::target("avx2,fma"), gnu::flatten]] void wideKernel(const Operand* arguments, float* result,
                                                       int n)
 {
-    computeRow<Compute>(arguments, result, n);
+    computeRow<Compute, true>(arguments, result, n);
 }
 
 template <class Compute>
 [[gnu::target("avx512f,avx512dq,avx512vl"), gnu::flatten]] void widestKernel(
     const Operand* arguments, float* result, int n)
 {
-    computeRow<Compute>(arguments, result, n);
+    computeRow<Compute, true>(arguments, result, n);
 }
 
 template <class Compute>
