@@ -1,6 +1,7 @@
 // Writing lines: how values become stored bytes, and what is left for the next line.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -174,6 +175,13 @@ TEST(WriteFloat, IsClampedWhenTheRangeHasAWidth)
     const Written written = write(4, 10, -10, {-infinity, -10.5f, 0.1f, 10.5f, infinity});
     EXPECT_EQ(written.stored, rawFloats({-10, -10, 0.1f, 10, 10}));
     EXPECT_EQ(written.values, (Values{-10, -10, 0.1f, 10, 10}));
+}
+
+// Zeros of both signs are equal: neither is beyond the other.
+TEST(WriteFloat, AZeroAtABoundKeepsItsSign)
+{
+    EXPECT_EQ(write(4, 0, -10, {-0.0f, 0.0f}).stored, rawFloats({-0.0f, 0.0f}));
+    EXPECT_EQ(write(4, 10, 0, {-0.0f, 0.0f}).stored, rawFloats({-0.0f, 0.0f}));
 }
 
 TEST(WriteFloat, IsNotClampedWhenTheRangeHasNone)
@@ -376,6 +384,52 @@ TEST(WriteLine, EndsTheProcessWhenTheFileCannotGrow)
     EXPECT_EQ(outcome.status, -1);
     EXPECT_EQ(outcome.out,
               "ZELWriteLine: write error on file " + writer.path() + ": File too large\n");
+}
+
+// Lines are collected in a block of 64 KiB; a row of pixels may be larger than all of it.
+TEST(WriteLine, RowsOfAnySizeAreWrittenInTheirOrder)
+{
+    constexpr int pixels = 32000;
+    for (const bool swapped : {false, true}) {
+        Writer writer(pixels, 0, 5);
+        writer.add(0, ZEL_STORED_BYTE, 0, 0);
+        writer.add(1, ZEL_STORED_UINT16, 0, 0);
+        writer.add(2, ZEL_STORED_BYTE, 0, 0);
+        writer.add(3, ZEL_STORED_BYTE, 0, 0);
+        writer.add(4, ZEL_STORED_FLOAT, 0, 0);
+        ZELSetHistogramFlag(writer.get(), 0);
+        writer.open();
+        Values values(pixels);
+        for (int line = 0; line < 2; ++line) {
+            for (int slot = 0; slot < 5; ++slot) {
+                for (int x = 0; x < pixels; ++x)
+                    values[static_cast<std::size_t>(x)] =
+                        static_cast<float>((x + line * 7 + slot * 31) % 251);
+                writer.load(slot, values);
+            }
+            if (swapped) SwapByteOrdering = !SwapByteOrdering;
+            EXPECT_FALSE(writer.write().ended);
+            if (swapped) SwapByteOrdering = !SwapByteOrdering;
+        }
+        const Bytes lines = writer.lineBytes();
+        constexpr std::size_t lineSize = 32 + pixels * (1 + 2 + 1 + 1 + 4);
+        ASSERT_EQ(lines.size(), 2 * lineSize);
+        for (std::size_t line = 0; line < 2; ++line) {
+            std::size_t place = line * lineSize + 32;
+            for (std::size_t slot = 0; slot < 5; ++slot)
+                for (std::size_t x = 0; x < pixels; ++x) {
+                    const auto value = static_cast<unsigned char>((x + line * 7 + slot * 31) % 251);
+                    Bytes stored = {value};
+                    if (slot == 1) stored = rawWords({value});
+                    if (slot == 4) stored = rawFloats({static_cast<float>(value)});
+                    if (swapped) std::reverse(stored.begin(), stored.end());
+                    for (const unsigned char byte : stored) {
+                        if (lines[place] != byte) FAIL() << line << ' ' << slot << ' ' << x;
+                        ++place;
+                    }
+                }
+        }
+    }
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ using zel_test::Bytes;
 using zel_test::TempDir;
 using zel_test::writeFile;
 
-constexpr std::size_t blockSize = 32 * 1024;
+constexpr std::size_t blockSize = 64 * 1024;
 
 // Byte i is i modulo 251, so that blocks differ.
 Bytes countingBytes(std::size_t size)
@@ -118,6 +118,28 @@ TEST_F(Reading, AnotherReaderOfTheStreamBeginsAtTheReadersPlace)
     expectNext(10);
 }
 
+// What follows a line is another reader's.
+TEST_F(Reading, TheStreamGoesNoFurtherThanTheLimit)
+{
+    ahead_ = ReadAhead(100);
+    open(2 * blockSize);
+    expectNext(60);
+    expectNext(40);
+    EXPECT_EQ(std::ftell(stream_.get()), 100);
+    ahead_.drop(20);
+    expectNext(20);
+    EXPECT_EQ(std::ftell(stream_.get()), 120);
+}
+
+TEST_F(Reading, NothingIsReadBeyondTheLimit)
+{
+    ahead_ = ReadAhead(blockSize + 100);
+    open(2 * blockSize);
+    Bytes read(2 * blockSize);
+    EXPECT_EQ(ahead_.take(stream_.get(), read.data(), blockSize + 101), blockSize + 100);
+    EXPECT_EQ(std::ftell(stream_.get()), static_cast<long>(blockSize) + 100);
+}
+
 TEST_F(Reading, AFileThatIsCutShortIsReportedAtTheField)
 {
     open(10);
@@ -131,6 +153,20 @@ TEST_F(Reading, AFileThatIsCutShortIsReportedAtTheField)
         EXPECT_EQ(damage.offset, 8);
     }
     EXPECT_EQ(number, -5);
+}
+
+// A length is the sum of fields and stands in none.
+TEST_F(Reading, WhatIsNoFieldIsRefusedAtTheFieldReadLast)
+{
+    open(300);
+    for (int field = 0; field < 20; ++field) expectNext(10);
+    try {
+        reader_->require(false, "header length", 5);
+        FAIL();
+    } catch (const zel::Damage& damage) {
+        EXPECT_STREQ(damage.what, "invalid header length 5");
+        EXPECT_EQ(damage.offset, 190);
+    }
 }
 
 #ifdef __GLIBC__

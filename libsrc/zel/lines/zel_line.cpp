@@ -103,8 +103,10 @@ public:
     LineReader(const ZELType& file, off_t place)
         : RecordReader(file.fptr, zel::layoutVersion(file.ZELHeader.VersionNumber), place,
                        place + file.LineOffset),
-          place_(place)
+          place_(place),
+          ahead_(file.LineOffset)
     {
+        readAhead(ahead_);
     }
     // A channel that was deleted since the open still has its place in the file.
     void pixels(ZELType& file, int slot)
@@ -121,11 +123,13 @@ public:
     {
         if (position() == place_ + offset) return;
         goTo(file, place_ + offset);
+        ahead_.drop(file.LineOffset - offset);
         moveTo(place_ + offset);
     }
 
 private:
     off_t place_;
+    zel::ReadAhead ahead_;
 };
 
 // The record of the line at which the stream is.
@@ -166,7 +170,10 @@ bool readCurrent(ZELType& file, zel::FileState& state, bool scale)
 // Writes a line record; channels that were loaded are encoded, and all are counted.
 class LineWriter : public zel::RecordWriter {
 public:
-    explicit LineWriter(ZELType& file) : RecordWriter(file.fptr), counter_(file) {}
+    explicit LineWriter(ZELType& file) : RecordWriter(file.fptr), counter_(file)
+    {
+        writeBehind(behind_);
+    }
 
     void pixels(ZELType& file, int slot)
     {
@@ -183,6 +190,7 @@ public:
 
 private:
     zel::LineCounter counter_;
+    zel::WriteBehind behind_;
 };
 
 // Sets the current line, at most to the end of the file.
@@ -288,6 +296,7 @@ void ZELWriteLine(ZELType* ZELdata)
         fail("ZELWriteLine: no navigation points loaded for line %d\n", ZELdata->CurrentLine);
     LineWriter writer(*ZELdata);
     zel::walkLine(writer, *ZELdata);
+    writer.finish();
     checkWritten(*ZELdata, writer.isWhole());
     ZELdata->CurrentLine += 1;
     ZELdata->NumLines = ZELdata->CurrentLine;

@@ -13,6 +13,9 @@ namespace zel {
 
 class ReadAhead {
 public:
+    // Reads at most so many bytes in all: the stream goes no further.
+    explicit ReadAhead(std::int64_t limit = INT64_MAX) : left_(limit) {}
+
     // By how many bytes the stream is ahead of what was taken.
     std::size_t lead() const { return end_ - next_; }
 
@@ -32,7 +35,12 @@ public:
         next_ -= static_cast<std::size_t>(size);
         return true;
     }
-    // The stream has been moved.
+    // The stream has been moved, to where so many bytes are left to read.
+    void drop(std::int64_t left)
+    {
+        drop();
+        left_ = left;
+    }
     void drop() { next_ = end_ = 0; }
 
 private:
@@ -41,14 +49,21 @@ private:
         const std::size_t kept = take(stream, to, lead());
         const std::size_t rest = size - kept;
         drop();
-        if (rest >= block_.size()) return kept + std::fread(to + kept, 1, rest, stream);
-        end_ = std::fread(block_.data(), 1, block_.size(), stream);
+        if (rest >= block_.size()) return kept + read(stream, to + kept, rest);
+        end_ = read(stream, block_.data(), block_.size());
         return kept + take(stream, to + kept, std::min(rest, end_));
     }
+    std::size_t read(FILE* stream, unsigned char* to, std::size_t size)
+    {
+        const std::int64_t wanted = std::min(static_cast<std::int64_t>(size), left_);
+        left_ -= wanted;
+        return std::fread(to, 1, static_cast<std::size_t>(wanted), stream);
+    }
 
-    std::array<unsigned char, 32 * 1024> block_;
+    std::array<unsigned char, 64 * 1024> block_;
     std::size_t next_ = 0;
     std::size_t end_ = 0;
+    std::int64_t left_;
 };
 
 }  // namespace zel

@@ -19,6 +19,7 @@
 #include "ground/byte_order.hpp"
 #include "records/read_ahead.hpp"
 #include "records/shown_field.hpp"
+#include "records/write_behind.hpp"
 #include "zel_io.h"
 #include "zel_types.h"
 
@@ -286,17 +287,32 @@ public:
         write(values, sizeof(T), count);
     }
 
+    // Collects what is written from here on, up to finish().
+    void writeBehind(WriteBehind& behind) { behind_ = &behind; }
+    void finish()
+    {
+        if (behind_ && !behind_->flush(stream_)) isWhole_ = false;
+    }
+
     // Whether the stream took all.
     bool isWhole() const { return isWhole_; }
 
 protected:
     void write(const void* values, int size, int count)
     {
-        if (count > 0 && ZELWrite(values, size, count, stream_) != count) isWhole_ = false;
+        if (count > 0 && !put(values, size, count)) isWhole_ = false;
     }
 
 private:
+    bool put(const void* values, int size, int count)
+    {
+        if (!behind_) return ZELWrite(values, size, count, stream_) == count;
+        return behind_->put(stream_, values, static_cast<std::size_t>(size),
+                            static_cast<std::size_t>(count));
+    }
+
     FILE* stream_;
+    WriteBehind* behind_ = nullptr;
     bool isWhole_ = true;
 };
 
