@@ -107,6 +107,14 @@ TEST(HistogramRead, RestoresRangeCountsAndIncrement)
     EXPECT_EQ(h->Histogram[3], 4);
 }
 
+TEST(HistogramRead, MayHaveNoBins)
+{
+    Scratch file;
+    const Owned h = file.reading(14.0f, 2.0f, {});
+    EXPECT_EQ(h->NumHistogramBins, 0);
+    EXPECT_EQ(h->NumPixels, 0.0f);
+}
+
 TEST(HistogramRead, StopsRightAfterTheRecord)
 {
     Scratch file;

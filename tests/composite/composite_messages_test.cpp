@@ -186,6 +186,20 @@ TEST_F(ContainerMessages, AnOldFileAfterANewPrefix)
     EXPECT_EQ(result, 0);
 }
 
+// From 1.41 on a header says how long it is; from 1.51 on a file begins with a prefix of its own,
+// and one of these without it is no more readable after another.
+TEST_F(ContainerMessages, VersionsThatCanBeReadAfterANewPrefix)
+{
+    put("b", sceneAt(60));
+    for (const int version : {140, 141, 142, 150, 151}) {
+        Scene scene = sceneAt(30, version);
+        scene.prefixed = false;
+        put("a", scene);
+        const bool readable = version >= 141 && version < 151;
+        EXPECT_EQ(create({"a", "b"}).err.empty(), readable) << version;
+    }
+}
+
 // The base index is the place of the file among the inputs, and one too many passes.
 TEST_F(ContainerMessages, ABaseMissingFromTheContainer)
 {

@@ -18,7 +18,7 @@ using zel_test::run;
 using zel_test::Scene;
 
 // Where the fields of a directory begin.
-constexpr std::size_t baseIndex = 13, offsets = 21, resolutions = 421, sizes = 821;
+constexpr std::size_t baseIndex = 13, numComponents = 17, offsets = 21, resolutions = 421, sizes = 821;
 
 void putInt32(Bytes& bytes, std::size_t offset, std::size_t value)
 {
@@ -345,6 +345,24 @@ TEST_F(Copies, SizesBeyondADirectoryAreRefused)
     EXPECT_EQ(outcome.out, "ZELCreateCompositeFile: Error: the sizes of the components of file " +
                                path("c") + " add up to more than a directory holds\n");
     EXPECT_FALSE(std::filesystem::exists(path("out")));
+}
+
+// What a composite is copied in front of does not count with it: its sizes add up from its begin.
+TEST_F(Copies, SizesThatADirectoryJustHoldsAreCopied)
+{
+    constexpr std::size_t count = 99, large = 21691754;
+    static_assert(count * large <= 2147483647 && (count + 1) * large > 2147483647);
+    Bytes bytes = whole;
+    putInt32(bytes, numComponents, count);
+    for (std::size_t i = 0; i < count; ++i) {
+        putInt32(bytes, offsets + 4 * i, 0);
+        putInt32(bytes, sizes + 4 * i, large);
+    }
+    put("c", bytes);
+    std::filesystem::resize_file(path("c"), large);
+    put("d", build(sceneAt(90)).bytes);
+    EXPECT_EQ(create({"c", "d"}), 0);
+    EXPECT_EQ(outcome.out, "");
 }
 
 }  // namespace

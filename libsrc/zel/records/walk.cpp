@@ -53,7 +53,8 @@ bool RecordReader::isBigEndian() const
     return isReversed() == (hostByteOrder() == 0);
 }
 
-// The latest field of that name, or the field read last when none has that name.
+// The latest field of that name, or the field read last when none has that name. Nothing is refused
+// before a field was read.
 std::int64_t RecordReader::placeOf(const char* name) const
 {
     const std::size_t kept = std::min(numFields_, recent_.size());
@@ -61,7 +62,7 @@ std::int64_t RecordReader::placeOf(const char* name) const
         const Place& place = recent_[(numFields_ - back) % recent_.size()];
         if (std::strcmp(place.name, name) == 0) return place.offset;
     }
-    return kept > 0 ? recent_[(numFields_ - 1) % recent_.size()].offset : position_;
+    return recent_[(numFields_ - 1) % recent_.size()].offset;
 }
 
 void RecordReader::cutShort(const char* name) const
