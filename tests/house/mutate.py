@@ -20,7 +20,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from equivalents import read_equivalents  # noqa: E402
 from mutants import mutants_of  # noqa: E402
 from mutate_reach import LONGEST, measure, passing  # noqa: E402
-from mutate_trees import SANITIZERS, DoesNotCompile, Flavour, Pool, Tree, Worker, read  # noqa: E402
+from mutate_trees import SANITIZERS, TOOL, DoesNotCompile, Flavour, Pool, Tree, Worker, read  # noqa: E402
 
 ROOT = os.environ.get("ZEL_SOURCE_DIR") or os.path.dirname(
     os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -37,7 +37,7 @@ def say(text):
 
 def arguments():
     parser = argparse.ArgumentParser(prog="./dev mutate", description=__doc__.split("\n")[0])
-    parser.add_argument("files", nargs="+", metavar="FILE", help=".cpp or .hpp of libsrc or src")
+    parser.add_argument("files", nargs="+", metavar="FILE", help=".cpp or .hpp of libsrc or src/zel_combine")
     parser.add_argument("--sample", type=int, metavar="N", help="try N mutants of each file only")
     parser.add_argument("--seed", type=int, default=0, metavar="S", help="another sample (0)")
     parser.add_argument("--lines", type=line_range, metavar="A-B", help="only those of these lines")
@@ -57,9 +57,9 @@ def line_range(text):
 
 def path_of(name):
     path = os.path.relpath(os.path.abspath(name), ROOT)
-    private = path.endswith((".cpp", ".hpp")) or (path.startswith("src/") and path.endswith(".h"))
-    if not (path.startswith(("libsrc/", "src/")) and private and os.path.exists(os.path.join(ROOT, path))):
-        sys.exit("mutate: %s is no private source of libsrc or src" % name)
+    private = path.endswith((".cpp", ".hpp")) or (path.startswith(TOOL) and path.endswith(".h"))
+    if not (path.startswith(("libsrc/", TOOL)) and private and os.path.exists(os.path.join(ROOT, path))):
+        sys.exit("mutate: %s is no private source of libsrc or %s" % (name, TOOL))
     return path
 
 

@@ -17,6 +17,7 @@ import subprocess
 import threading
 
 LIBRARY = "libzel.so"
+TOOL = "src/zel_combine/"        # the tool that the tests run
 SANITIZERS = ["-fsanitize=address,undefined,float-cast-overflow", "-fno-sanitize-recover=all",
               "-fno-omit-frame-pointer"]
 SKIPPED = 77                    # how a test script ends of which everything was skipped
@@ -37,7 +38,7 @@ class Tree:
         self.commands = {}
         for entry in entries:
             path = os.path.relpath(entry["file"], root)
-            if path.startswith(("libsrc/", "src/")):
+            if path.startswith(("libsrc/", TOOL)):
                 self.commands[path] = without_output(shlex.split(entry["command"]))
         self.tests = os.path.join(build, "bin", "zel_tests")
 
@@ -76,7 +77,7 @@ class Flavour:
                                             self.flags), stale)
         if stale or not os.path.exists(self.tool()):
             link_library(self.tree, self.library(), self.objects("libsrc/"), self.flags)
-            link_tool(self.tree, self.tool(), self.objects("src/"), self.library(), self.flags)
+            link_tool(self.tree, self.tool(), self.objects(TOOL), self.library(), self.flags)
 
     def objects(self, below):
         return [self.object_of(path) for path in sorted(self.tree.commands) if path.startswith(below)]
@@ -223,9 +224,9 @@ class Worker:
         if any(user.startswith("libsrc/") for user in users):
             library = os.path.join(self.directory, "lib", LIBRARY)
             link_library(self.tree, library, self.objects("libsrc/", users), self.flavour.flags)
-        if any(user.startswith("src/") for user in users):
+        if any(user.startswith(TOOL) for user in users):
             tool = os.path.join(self.directory, "bin", "zel_combine")
-            link_tool(self.tree, tool, self.objects("src/", users), library, self.flavour.flags)
+            link_tool(self.tree, tool, self.objects(TOOL, users), library, self.flavour.flags)
         return self.runner.environment(library, tool)
 
     def objects(self, below, users):
