@@ -18,7 +18,8 @@ using zel_test::run;
 using zel_test::Scene;
 
 // Where the fields of a directory begin.
-constexpr std::size_t baseIndex = 13, numComponents = 17, offsets = 21, resolutions = 421, sizes = 821;
+constexpr std::size_t baseIndex = 13, numComponents = 17, offsets = 21, resolutions = 421,
+                      sizes = 821;
 
 void putInt32(Bytes& bytes, std::size_t offset, std::size_t value)
 {

@@ -89,10 +89,10 @@ inline double exponential(double a)
     const double shifted = sum<fused>(a, 1.0 / ln2, toNearest);
     const double n = shifted - toNearest;
     const double r = sum<fused>(n, -0x1.a39ef35793c76p-33, sum<fused>(n, -0x1.62e42feep-1, a));
-    const double e = polynomial<fused>(r, 1.0000000000000129, 0.9999999999998916, 0.49999999999453637,
-                                0.1666666666783641, 0.0416666670346598, 0.00833333300080638,
-                                0.0013888802484348119, 0.00019841597726043947,
-                                2.488417494989868e-05, 2.748203160230576e-06);
+    const double e = polynomial<fused>(
+        r, 1.0000000000000129, 0.9999999999998916, 0.49999999999453637, 0.1666666666783641,
+        0.0416666670346598, 0.00833333300080638, 0.0013888802484348119, 0.00019841597726043947,
+        2.488417494989868e-05, 2.748203160230576e-06);
     return e * fromBits((bitsOf(shifted) << 52) + bitsOf(1.0));
 }
 
@@ -106,8 +106,9 @@ inline double logarithm(float a)
     const double m = wide(std::bit_cast<float>(bits - (aboveRoot & 0xff800000U)));
     const double s = (m - 1.0) / (m + 1.0);
     return n * ln2 + s * polynomial<fused>(s * s, 2.0000000000000004, 0.6666666666655153,
-                                    0.40000000062332164, 0.2857141592978034, 0.22223440905468891,
-                                    0.18121731152867654, 0.1684008947231729);
+                                           0.40000000062332164, 0.2857141592978034,
+                                           0.22223440905468891, 0.18121731152867654,
+                                           0.1684008947231729);
 }
 
 // A normal, positive number.
@@ -125,9 +126,10 @@ inline double sineOfRest(double a, double n)
 {
     const double afterTwo = sum<fused>(n, -0x1.0b4611a6p-33, sum<fused>(n, -0x1.921fb544p+1, a));
     const double r = sum<fused>(n, -0x1.3198a2e037073p-68, afterTwo);
-    return r * polynomial<fused>(r * r, 0.9999999999999375, -0.16666666666432192, 0.008333333318758287,
-                          -0.00019841266410262703, 2.7556931811736073e-06, -2.5029514416708622e-08,
-                          1.5401106045859936e-10);
+    return r * polynomial<fused>(r * r, 0.9999999999999375, -0.16666666666432192,
+                                 0.008333333318758287, -0.00019841266410262703,
+                                 2.7556931811736073e-06, -2.5029514416708622e-08,
+                                 1.5401106045859936e-10);
 }
 
 // Each half turn changes the sign.
@@ -160,8 +162,8 @@ inline double arcTangent(double a, double b)
     const double s = choose(far, below - above, below) / choose(far, below + above, above);
     double angle =
         s * polynomial<fused>(s * s, 0.9999999999999741, -0.33333333330871123, 0.19999999612862454,
-                       -0.14285690781576849, 0.11110392929627276, -0.09078486365496519,
-                       0.07564327866912833, -0.05876655983641218, 0.030692495411727805);
+                              -0.14285690781576849, 0.11110392929627276, -0.09078486365496519,
+                              0.07564327866912833, -0.05876655983641218, 0.030692495411727805);
     angle = choose(far, pi / 4, 0.0) + angle;
     angle = choose(steep, pi / 2 - angle, angle);
     angle = choose(b < 0.0, pi - angle, angle);

@@ -147,7 +147,7 @@ private:
     float* at_[zel::maxRows];
     int moving_[zel::maxRows];  // rows that are not buffers
     std::size_t numMoving_ = 0;
-    std::size_t share_ = 0;     // cache lines to fetch after each step, 0 for short lines
+    std::size_t share_ = 0;  // cache lines to fetch after each step, 0 for short lines
     std::size_t fetched_ = 0;
 };
 

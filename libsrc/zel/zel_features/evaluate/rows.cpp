@@ -167,7 +167,7 @@ template <class Compute>
 #if defined(__x86_64__) && defined(__GNUC__)
 template <class Compute>
 [[gnu::target("avx2,fma"), gnu::flatten]] void wideKernel(const Operand* arguments, float* result,
-                                                      int n)
+                                                          int n)
 {
     computeRow<Compute, true>(arguments, result, n);
 }
