@@ -2,6 +2,7 @@
 
 Like zelfile, it shares nothing with the tool.
 """
+import os
 import struct
 import sys
 from array import array
@@ -10,6 +11,8 @@ from model import HistogramModel, latitudes, valid
 from zelfile import Channel
 
 WORD = 0xABCD      # the byte-order word of a raster
+# The order of the processor that the tool is built for: an emulator may run another one.
+BIG_ENDIAN_HOST = os.environ.get("ZEL_HOST_ORDER", sys.byteorder) == "big"
 
 
 def floats(values, order="<"):

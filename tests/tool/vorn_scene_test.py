@@ -1,9 +1,11 @@
 """Scenes that get a raster's channels: existing outputs, views over several files, byte orders."""
+import unittest
+
 from harness import ToolTest, cases, grids_missing, main, progress, question, report
 from model import one_grid
 from sample import sample
 from vorn_case import HEIGHT, MISMATCH, WIDTH, VornTest
-from vornfile import append, float_channel, plane, raster
+from vornfile import BIG_ENDIAN_HOST, append, float_channel, plane, raster
 from zelfile import container
 
 
@@ -90,10 +92,21 @@ class BigEndianScene(ToolTest):
                    warns=["file a is of the other byte order"])
         self.check_made("out", expected)
 
+    @unittest.skipIf(BIG_ENDIAN_HOST, "a little-endian host")
     def test_a_little_endian_header_is_read_in_the_scenes_order(self):
         self.put("v", raster([plane(8, 6)]))
         self.check("-i a -vorn v -o out", self.lead + MISMATCH % (6, 8, 6 << 24, 8 << 24), 254)
         self.absent("out")
+
+    @unittest.skipUnless(BIG_ENDIAN_HOST, "a big-endian host")
+    def test_a_little_endian_header_is_turned_where_the_scene_is_in_the_hosts_order(self):
+        rows = plane(8, 6)
+        self.put("v", raster([rows]))
+        expected = one_grid([self.scene])
+        append(expected, float_channel(b"v", rows), rows)
+        self.check("-i a -vorn v -o out", self.lead + report(expected, 6) + progress(6),
+                   warns=["file a is of the other byte order"])
+        self.check_made("out", expected)
 
 
 if __name__ == "__main__":
