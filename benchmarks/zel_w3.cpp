@@ -13,25 +13,15 @@
 #include <zel/zel_features/zel_features.h>
 
 #include "bench_clock.hpp"
+#include "bench_scenes.hpp"
 
 namespace {
 
-using Plane = std::vector<float>;
+using bench::Plane;
 
-// Solar zenith and channels 1 to 8: a slope along each line of 2048 pixels, and noise.
 struct Scene {
-    explicit Scene(std::size_t pixels) : planes(9, Plane(pixels))
+    explicit Scene(std::size_t pixels) : planes(bench::expressionPlanes(pixels))
     {
-        bench::Noise u;
-        for (std::size_t i = 0; i < pixels; ++i) {
-            const float t = static_cast<float>(i % 2048) / 2048.0f;
-            planes[0][i] = 20 + 60 * t;
-            planes[1][i] = 30 + 40 * t + 6 * u();
-            planes[2][i] = 0.1f + 0.4f * t + 0.05f * u();
-            planes[3][i] = u() < 0.01f ? 0.0f : 0.2f + 0.3f * u();
-            planes[4][i] = 0.1f + 0.6f * u();
-            for (std::size_t k = 5; k < 9; ++k) planes[k][i] = 260 + 30 * t + 4 * u();
-        }
         for (Plane& plane : planes) rows.push_back(plane.data());
     }
     // The first pixels of the planes as one line.
@@ -45,7 +35,7 @@ struct Scene {
         return result;
     }
 
-    std::vector<Plane> planes;
+    bench::Planes planes;
     std::vector<float*> rows;
 };
 

@@ -1,8 +1,9 @@
 // A pixel program with filters on one line of 2048 pixels, as a classifier mask runs them: zel_w4
 // FILE. FILE is the text of the program; a line "# preclassfilter CONDITION: CLASSES" or "#
-// postclassfilter CONDITION: ACTION" is a filter. Prints "W4 NS": nanoseconds per pixel, the
-// shortest of seven passes in one thread, without the compile. Classes and the weights of class 3
-// are checked first against the functions of single pixels.
+// postclassfilter CONDITION: ACTION" is a filter. Prints "W4 NS CLASSES WEIGHTS":
+// nanoseconds per pixel, the shortest of seven passes in one thread, without the compile, and the
+// sums of the classes and of the weights of class 3. Both are checked first against the functions
+// of single pixels.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +15,7 @@
 #include <zel/zel_features/zel_features.h>
 
 #include "bench_clock.hpp"
+#include "bench_scenes.hpp"
 
 namespace {
 
@@ -76,18 +78,9 @@ private:
 // ---- The line ----
 
 struct Scene {
-    Scene() : channels(numChannels, Row(pixels)), sz(pixels)
+    Scene() : channels(bench::programLine(pixels)), sz(channels.front())
     {
-        bench::Noise u;
-        for (std::size_t i = 0; i < pixels; ++i) {
-            const float t = static_cast<float>(i) / 2048.0f;
-            sz[i] = 20 + 70 * t;
-            channels[0][i] = 0.3f + 0.1f * t + 0.05f * u();
-            channels[1][i] = 0.35f + 0.2f * t + 0.1f * u();
-            channels[2][i] = u() < 0.01f ? 0.0f : 0.3f;
-            channels[4][i] = 262 + 42 * t + 3 * u();
-            channels[5][i] = channels[4][i] - 1 + 2 * u();
-        }
+        channels.erase(channels.begin());
     }
     std::vector<Row> channels;
     Row sz;
@@ -154,6 +147,13 @@ Results byPixels(const Scene& scene, const Rules& rules)
     return results;
 }
 
+double sum(const Row& values)
+{
+    double result = 0;
+    for (const float value : values) result += static_cast<double>(value);
+    return result;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -177,6 +177,7 @@ int main(int argc, char** argv)
     const double seconds = bench::shortest([&] {
         for (int i = 0; i < repeats; ++i) runner.run();
     });
-    std::printf("W4 %.3f\n", seconds * 1e9 / (repeats * static_cast<double>(pixels)));
+    std::printf("W4 %.3f %.6e %.6e\n", seconds * 1e9 / (repeats * static_cast<double>(pixels)),
+                sum(expected.classes), sum(expected.weights));
     return 0;
 }
