@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Measures the tool and the library beside what people use today, and prints one table.
 
-Every figure is a ratio within rounds that run all commands in turn, because absolute times swing
-with the machine. Outputs are checked before anything is timed. The page docs/speed.md tells what
+Where it can be a figure is a ratio within rounds that run all commands in turn, because absolute
+times swing with the machine. Outputs are checked before anything is timed. The page docs/speed.md tells what
 the workloads are; benchmarks/plot.py puts the figures there.
 """
 import argparse
@@ -17,6 +17,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 
+import fit  # noqa: E402
 import peers  # noqa: E402
 import rows  # noqa: E402
 
@@ -69,25 +70,36 @@ def parts(setup):
         sys.exit("bench: scenes are made with numpy (Debian: python3-numpy)")
     from expression_work import ExpressionWork
     from file_work import FileWork
+    from growth import Growth
     files, expressions = FileWork(setup), ExpressionWork(setup)
     return {"W1": files.container, "W2": files.grid, "W3": expressions.expressions,
-            "W4": expressions.program, "W5": files.opening}
+            "W4": expressions.program, "W5": files.opening,
+            "growth": Growth(setup).all}
 
 
-def measured(wanted, setup, faults):
-    """The figures of each row that could be measured."""
+def attempt(name, part, faults):
+    """The figures of a part; none when it fails."""
     from file_work import WrongOutput
     from timing import Failed
-    found = {}
+    print("measuring " + name, file=sys.stderr, flush=True)
+    try:
+        return part()
+    except (WrongOutput, Failed, OSError, subprocess.CalledProcessError) as error:
+        faults.append("%s: %s" % (name, error))
+        return {}
+
+
+def measure(wanted, setup, report, faults):
+    """Adds the figures to the report: of rows, and of growth."""
+    report["rows"] = {}
     for name, part in parts(setup).items():
         if name not in wanted:
             continue
-        print("measuring " + name, file=sys.stderr, flush=True)
-        try:
-            found.update(part())
-        except (WrongOutput, Failed, OSError, subprocess.CalledProcessError) as error:
-            faults.append("%s: %s" % (name, error))
-    return found
+        found = attempt(name, part, faults)
+        if name == "growth":
+            report["growth"] = found
+        else:
+            report["rows"].update(found)
 
 
 def keys_of(wanted):
@@ -100,15 +112,17 @@ def main():
     setup = setup_of(options)
     report, faults = circumstances(options), peers.missing(setup.bin)
     absent = len(faults)
-    report["rows"] = measured(wanted, setup, faults)
+    measure(wanted, setup, report, faults)
     print("%(machine)s, %(date)s, load %(load).1f at the start" % report)
-    print("ratios of wall times, medians of %d rounds; less is better\n" % setup.rounds)
+    if report["load"] > 1:
+        faults.insert(0, "other programs are running: do not rely on these figures")
+        absent += 1
+    print("ratios of wall times, medians of %d rounds; times and memory, the best of them; less is"
+          " better\n" % setup.rounds)
     if keys_of(wanted):
         print(rows.table(report["rows"], keys_of(wanted)))
-    if "growth" in wanted:
-        import growth
-        report["growth"] = growth.Growth(setup).all()
-        print("\n" + growth.table(report["growth"]))
+    if report.get("growth"):
+        print("\n" + fit.table(report["growth"]))
     for fault in faults:
         print("bench: " + fault, file=sys.stderr)
     if options.json:

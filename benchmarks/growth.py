@@ -1,6 +1,5 @@
 """How cost grows with pixels, channels, resolutions and the operators of an expression: each at four
 sizes that are run in turn."""
-import math
 import statistics
 
 import peers
@@ -13,18 +12,6 @@ CHANNELS = (2, 4, 8, 16)
 RATIOS = (2, 4, 6, 8)
 FACTORS = (1, 2, 3, 4)
 WIDTH = 1024
-
-
-def exponent(sizes, costs):
-    """1 when the cost is proportional to the size, 2 when it grows with its square."""
-    return statistics.linear_regression([math.log(x) for x in sizes],
-                                        [math.log(y) for y in costs]).slope
-
-
-def deviation(sizes, costs):
-    """How far a cost is off the straight line through all of them, as a share of that cost."""
-    slope, start = statistics.linear_regression(sizes, costs)
-    return max(abs(start + slope * x - y) / y for x, y in zip(sizes, costs))
 
 
 def component(factor, lines, channels):
@@ -49,13 +36,12 @@ class Growth:
         two = [[component(1, n, 4), component(2, n, 4)] for n in (lines, 2 * lines, 4 * lines,
                                                                  8 * lines)]
         yield "pixels", "million values read, more lines", [(values(c), c) for c in two]
-        yield "channels", "channels of each of two files", [
+        yield "channels", "channels in each of two files", [
             (n, [component(1, lines, n), component(2, lines, n)]) for n in CHANNELS]
-        mixed = [[component(f, lines, 2) for f in FACTORS[:n]] for n in range(1, 5)]
-        yield "resolutions", "million values read, in 1 to 4 resolutions", [
-            (values(c), c) for c in mixed]
+        yield "resolutions", "files, each of another resolution", [
+            (n, [component(f, lines, 2) for f in FACTORS[:n]]) for n in range(1, 5)]
         fine = [[component(1, lines, 1), component(f, lines, 2)] for f in RATIOS]
-        yield "ratio", "million values read, at ratios of 2, 4, 6 and 8", [
+        yield "ratio", "million values read at ratios 2, 4, 6, 8", [
             (values(c), c) for c in fine]
 
     def grids(self, name, what, sized):
@@ -94,18 +80,3 @@ def chain(operators):
     for k in range(operators):
         text += "*+"[k % 2] + "Ch%d" % (2 + (k + 1) % 3)
     return text
-
-
-HEAD = "| cost of one grid, of an expression | sizes | cost | exponent | off a straight line |"
-
-
-def table(found):
-    """The growth in Markdown."""
-    lines = [HEAD, "| --- | --- | --- | ---: | ---: |"]
-    for part in found.values():
-        sizes, costs = part["sizes"], part["costs"]
-        lines.append("| %s | %s | %s %s | %.2f | %.0f %% |" % (
-            part["what"], ", ".join("%.3g" % x for x in sizes),
-            ", ".join("%.3g" % y for y in costs), part["unit"], exponent(sizes, costs),
-            100 * deviation(sizes, costs)))
-    return "\n".join(lines)
