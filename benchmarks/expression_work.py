@@ -21,24 +21,29 @@ def agree(what, sums, others, tolerance):
             raise WrongOutput("%s: the sum of its results is %g and not %g" % (what, value, other))
 
 
+CACHED = 1 << 18  # pixels of a pass in the cache: it ends before another process gets its turn
+
+
 class ExpressionWork:
     def __init__(self, setup):
         self.setup = setup
 
-    def programs(self, work, tool, text, loop, *arguments):
-        """What is run in turn: name and words."""
-        yield "zel", [self.setup.bin / tool, HERE / text, *arguments]
-        if "compiler" in self.setup.installed:
-            for name, flags in (("loop", peers.EXACT), ("loose loop", peers.LOOSE)):
-                yield name, [peers.compiled(self.setup.data, loop, flags, "_" + name.split()[0]),
-                             *arguments]
-        if "numexpr" in self.setup.installed:
-            yield "numexpr", [sys.executable, "-B", HERE / "numexpr_peer.py", work,
-                              self.setup.pixels]
+    def loops(self, source, *arguments):
+        """The loop by hand with both ways to compile it, by name."""
+        if "compiler" not in self.setup.installed:
+            return {}
+        return {name: [peers.compiled(self.setup.data, source, flags, "_" + name.split()[0]),
+                       *arguments]
+                for name, flags in (("loop", peers.EXACT), ("loose loop", peers.LOOSE))}
 
-    def measure(self, *what):
-        """The figures of each round, by name."""
-        programs = dict(self.programs(*what))
+    def numexpr(self, work):
+        if "numexpr" not in self.setup.installed:
+            return {}
+        return {"numexpr": [sys.executable, "-B", HERE / "numexpr_peer.py", work,
+                            self.setup.pixels]}
+
+    def in_turn(self, programs):
+        """What the programs print in each round, by name."""
         rounds = {name: [] for name in programs}
         for _ in range(self.setup.short_rounds):
             for name, words in programs.items():
@@ -46,45 +51,50 @@ class ExpressionWork:
         return rounds
 
     def expressions(self):
-        """W3. In the cache the time itself is the figure, that of the best round, beside the better
-        one of two loops."""
-        rounds = self.measure("W3", "zel_w3", "expressions.txt", "expression_loops",
-                              self.setup.pixels)
+        """W3."""
+        tool = [self.setup.bin / "zel_w3", HERE / "expressions.txt"]
+        streamed = self.in_turn({"zel": [*tool, self.setup.pixels], **self.numexpr("W3")})
+        cached = self.in_turn({"zel": [*tool, CACHED], **self.loops("expression_loops", CACHED)})
         found = {}
         for name in NAMES:
-            self.check(rounds, name)
-            streamed = [r[name][0] for r in rounds["zel"]]
-            if "numexpr" in rounds:
-                other = [r[name][0] for r in rounds["numexpr"]]
-                found["w3-%s-streamed" % name] = {
-                    "value": statistics.median(a / b for a, b in zip(streamed, other)),
-                    "ns": statistics.median(streamed), "peer_ns": statistics.median(other)}
-            cached = {"value": min(r[name][1] for r in rounds["zel"])}
-            if "loop" in rounds:
-                cached["peer"] = min(r[name][1] for loop in ("loop", "loose loop")
-                                     for r in rounds[loop])
-            found["w3-%s-cached" % name] = cached
+            found.update(self.streamed(streamed, name))
+            found.update(self.cached(cached, name))
         return found
 
-    def check(self, rounds, name):
-        """The loops draw the same values as the tool, numexpr draws values like them."""
-        for other, column, tolerance in (("loop", 2, 1e-6), ("loose loop", 2, 1e-5),
-                                         ("numexpr", 1, 0.03)):
-            if other in rounds:
-                agree("%s beside %s" % (name, other), rounds["zel"][0][name][2:],
-                      rounds[other][0][name][column:], tolerance)
+    def streamed(self, rounds, name):
+        if "numexpr" not in rounds:
+            return {}
+        # Its values are drawn from the same ranges, so the sums are close and not equal.
+        agree(name + " beside numexpr", rounds["zel"][0][name][2:], rounds["numexpr"][0][name][1:],
+              0.03)
+        return {"w3-%s-streamed" % name: ratios(rounds, "numexpr", name)}
+
+    def cached(self, rounds, name):
+        """The time itself, that of the best round, beside the better of the loops."""
+        loops = [loop for loop in rounds if loop != "zel"]
+        for loop in loops:
+            agree("%s beside the %s" % (name, loop), rounds["zel"][0][name][2:],
+                  rounds[loop][0][name][2:], 1e-5)
+        found = {"value": min(r[name][1] for r in rounds["zel"])}
+        if loops:
+            found["peer"] = min(r[name][1] for loop in loops for r in rounds[loop])
+        return {"w3-%s-cached" % name: found}
 
     def program(self):
         """W4."""
-        rounds = self.measure("W4", "zel_w4", "program.txt", "program_loop")
+        rounds = self.in_turn({"zel": [self.setup.bin / "zel_w4", HERE / "program.txt"],
+                               **self.loops("program_loop"), **self.numexpr("W4")})
         found = {}
-        own = [r["W4"][0] for r in rounds["zel"]]
-        for key, other in (("w4-loop", "loop"), ("w4-numexpr", "numexpr")):
-            if other not in rounds:
-                continue
-            if other == "loop":
-                agree("W4", rounds["zel"][0]["W4"][1:], rounds["loop"][0]["W4"][1:], 1e-6)
-            times = [r["W4"][0] for r in rounds[other]]
-            found[key] = {"value": statistics.median(a / b for a, b in zip(own, times)),
-                          "ns": statistics.median(own), "peer_ns": statistics.median(times)}
+        if "loop" in rounds:
+            agree("W4", rounds["zel"][0]["W4"][1:], rounds["loop"][0]["W4"][1:], 1e-6)
+            found["w4-loop"] = ratios(rounds, "loop", "W4")
+        if "numexpr" in rounds:
+            found["w4-numexpr"] = ratios(rounds, "numexpr", "W4")
         return found
+
+
+def ratios(rounds, other, name):
+    """The median of the ratios of the first figures."""
+    own, others = ([r[name][0] for r in rounds[program]] for program in ("zel", other))
+    return {"value": statistics.median(a / b for a, b in zip(own, others)),
+            "ns": statistics.median(own), "peer_ns": statistics.median(others)}

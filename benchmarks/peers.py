@@ -5,6 +5,8 @@ import shutil
 import subprocess
 from pathlib import Path
 
+from timing import Failed
+
 HERE = Path(__file__).resolve().parent
 PACKAGES = {"gdal": "gdal-bin", "compiler": "g++", "numexpr": "python3-numexpr",
             "numpy": "python3-numpy"}
@@ -45,7 +47,9 @@ def compiled(directory, name, flags, suffix=""):
 
 
 def printed(*words, **environment):
-    """What a program prints."""
-    return subprocess.run([str(word) for word in words], check=True, stdin=subprocess.DEVNULL,
-                          stdout=subprocess.PIPE, text=True,
-                          env=dict(os.environ, **environment)).stdout
+    """What a program prints; what it says of errors is shown only when it fails."""
+    done = subprocess.run([str(word) for word in words], stdin=subprocess.DEVNULL,
+                          capture_output=True, text=True, env=dict(os.environ, **environment))
+    if done.returncode != 0:
+        raise Failed("status %d of %s: %s" % (done.returncode, words[0], done.stderr.strip()))
+    return done.stdout
