@@ -86,6 +86,8 @@ def draw_panel(drawing, part, left, top):
 
 def section(report):
     parts = ["Measured on %(date)s: %(machine)s, load %(load).1f at the start." % report]
+    if report["load"] > 1:
+        parts.append("Other programs were running: do not rely on these figures.")
     if report["quick"]:
         parts.append("A run with `--quick`: the figures mean little.")
     parts.append(rows.table(report["rows"]))
