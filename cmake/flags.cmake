@@ -9,6 +9,10 @@ set(zel_compile_options
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
     $<$<BOOL:${ZEL_WERROR}>:-Werror>)
+# Files beyond 2 GiB on 32-bit systems too.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    list(APPEND zel_compile_options -D_FILE_OFFSET_BITS=64)
+endif()
 # gcc 12 warns falsely (-Wrestrict) about string concatenation.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     list(APPEND zel_compile_options $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ground/width.hpp"
+#include "records/scaling_table.hpp"
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
 
@@ -200,6 +201,24 @@ TEST(ScalingTables, OfManyFilesOneAfterTheOtherAndTogether)
     }
     for (auto& file : open)
         if (file) run([&] { ZELFinishReadingFile(file.get()); });
+}
+
+TEST(KeptTables, OnesInUseStayWhenTheOthersAreDropped)
+{
+    ZELChannelType words{};
+    words.Type = ZEL_STORED_UINT16_SCALED;
+    words.MaxValue = 65535.0f;
+    ZELChannelType spare = words;
+    words.ChannelLUT = zel::createScalingTable(words);
+    spare.ChannelLUT = zel::createScalingTable(spare);
+    zel::releaseScalingTable(spare);
+    zel::dropKeptTables();
+    spare.ChannelLUT = zel::createScalingTable(spare);
+    EXPECT_NE(words.ChannelLUT, spare.ChannelLUT);
+    EXPECT_EQ(words.ChannelLUT[40000], 40000.0f);
+    zel::releaseScalingTable(words);
+    zel::releaseScalingTable(spare);
+    EXPECT_EQ(words.ChannelLUT, nullptr);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ from pathlib import Path
 
 from harness import TEST_DATA, ToolTest, grids_missing, main, progress, report  # noqa: E402
 from model import HistogramModel  # noqa: E402
-from vornfile import feature_header  # noqa: E402
+from vornfile import BIG_ENDIAN_HOST, feature_header  # noqa: E402
 from zelfile import parse  # noqa: E402
 
 SCENES = TEST_DATA / "scenes"
@@ -22,6 +22,8 @@ SCENE = str(SCENES / "sentinel2_ireland_60m.zel")
 FINER = str(SCENES / "sentinel2_ireland_20m.zel")
 MAP = str(SCENES / "sentinel2_ireland_60m_scl.vorn")
 TURNED = str(SCENES / "sentinel2_ireland_60m_scl_big_endian.vorn")
+# A big-endian raster does not fit where the scene sets the order of a big-endian host.
+FITTING = (MAP,) if BIG_ENDIAN_HOST else (MAP, TURNED)
 LABELS = str(SCENES / "scl_labels.txt")
 COLOURS = str(SCENES / "scl_lut.txt")
 SIZE = 440
@@ -87,7 +89,7 @@ class ClassMap(ToolTest):
             self.assertTrue(values == array("f", list(b"".join(self.rows))))
 
     def test_with_labels_and_colours(self):
-        for name in (MAP, TURNED):
+        for name in FITTING:
             with self.subTest(name):
                 made = self.run_with("-vorn", name, "-vorn_hdr", LABELS, "-vorn_lut", COLOURS)
                 c = self.check_channel(made, self.rows, b"Scene classification",
@@ -106,6 +108,7 @@ class ClassMap(ToolTest):
             wanted = [table[v] for v in self.rows[y]]
             self.assertTrue([lut[v] for v in row] == wanted, "line %d" % y)
 
+    @unittest.skipIf(BIG_ENDIAN_HOST, "a little-endian host")
     def test_both_byte_orders_give_one_file(self):
         files = []
         for name in (MAP, TURNED):
