@@ -27,6 +27,15 @@ int ZELWrite(const void* Buffer, int Size, int Count, FILE* fptr);
 /* ZELRead with the decision to swap as an argument instead of the process-wide flag. */
 int checkRead(int SwapByteOrdering, void* Buffer, int Size, int Count, FILE* fptr);
 
+/* Opens a file to be read, as fopen does with "rb": null and errno when it cannot. The library closes
+   the stream. */
+typedef FILE* (*ZELFileOpener)(void* userData, const char* name);
+
+/* Replaces what opens the scene files that are read, composites and their components among them:
+   files in archives or in memory can be read so. A null opener restores the default, fopen.
+   Process-wide. */
+void ZELSetFileOpener(ZELFileOpener opener, void* userData);
+
 #ifdef __cplusplus
 }
 #endif

@@ -8,6 +8,24 @@
 
 int SwapByteOrdering = 0;
 
+namespace {
+
+ZELFileOpener fileOpener = nullptr;
+void* fileOpenerData = nullptr;
+
+}  // namespace
+
+void ZELSetFileOpener(ZELFileOpener opener, void* userData)
+{
+    fileOpener = opener;
+    fileOpenerData = userData;
+}
+
+FILE* zel::openToRead(const char* name)
+{
+    return fileOpener ? fileOpener(fileOpenerData, name) : std::fopen(name, "rb");
+}
+
 void zel::setByteOrder(int hostOrder)
 {
     SwapByteOrdering = hostOrder >= 0 ? hostOrder : 0;

@@ -6,6 +6,7 @@
 #include "ground/memory.hpp"
 #include "ground/text.hpp"
 #include "ground/zel_door.hpp"
+#include "ground/zel_io.hpp"
 #include "lines/channel_records.hpp"
 #include "lines/composite_seam.hpp"
 #include "lines/file_reader.hpp"
@@ -155,7 +156,7 @@ int zel::openPart(ZELType& file, const char* filename, int fileOffset, int numBy
     const char* name = kept(filename);
     CheckByteOrder();
     beginReading(file, name, fileOffset);
-    file.fptr = std::fopen(name, "rb");
+    file.fptr = zel::openToRead(name);
     if (!file.fptr) {
         report("OpenReadOnlyFile: cannot open file %s\n", name);
         return unreadable;

@@ -5,6 +5,7 @@
 
 #include "ground/text.hpp"
 #include "ground/zel_door.hpp"
+#include "ground/zel_io.hpp"
 #include "zel_io.h"
 
 namespace zel {
@@ -73,7 +74,7 @@ OpenedFile openDirectory(const char* function, const char* filename, Directory& 
 {
     CheckByteOrder();
     directory = Directory{};
-    OpenedFile stream(std::fopen(filename, "rb"));
+    OpenedFile stream(openToRead(filename));
     if (!stream) {
         report("%s: cannot open file %s\n", function, filename);
         return nullptr;
