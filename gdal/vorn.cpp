@@ -125,6 +125,13 @@ private:
     double offset_ = 0;
 };
 
+bool isInterrupted(GDALProgressFunc progress, void* progressData, double done)
+{
+    if (progress(done, nullptr, progressData)) return false;
+    CPLError(CE_Failure, CPLE_UserInterrupt, "The user has interrupted the copy");
+    return true;
+}
+
 bool writeBand(VSILFILE* file, GDALDataset& source, int number, GDALProgressFunc progress,
                void* progressData)
 {
@@ -132,12 +139,8 @@ bool writeBand(VSILFILE* file, GDALDataset& source, int number, GDALProgressFunc
     const int lines = source.GetRasterYSize();
     const double all = static_cast<double>(lines) * source.GetRasterCount();
     for (int n = 0; n < lines; ++n) {
-        if (!progress((static_cast<double>(lines) * (number - 1) + n) / all, nullptr,
-                      progressData)) {
-            CPLError(CE_Failure, CPLE_UserInterrupt, "The user has interrupted the copy");
-            return false;
-        }
-        if (!line.read(n)) return false;
+        const double done = (static_cast<double>(lines) * (number - 1) + n) / all;
+        if (isInterrupted(progress, progressData, done) || !line.read(n)) return false;
         if (line.write(file)) continue;
         CPLError(CE_Failure, CPLE_FileIO, "%s", VSIStrerror(errno));
         return false;
@@ -165,6 +168,15 @@ bool writePlanes(const char* name, GDALDataset& source, bool isReversed, GDALPro
     return VSIFCloseL(file) == 0 && isWritten;
 }
 
+bool isStorable(GDALDataset& source)
+{
+    const int bands = source.GetRasterCount();
+    if (bands >= 1 && bands <= VornHeader::mostChannels) return true;
+    CPLError(CE_Failure, CPLE_NotSupported, "Files of this format have 1 to %d bands, not %d",
+             VornHeader::mostChannels, bands);
+    return false;
+}
+
 // False after a CPLError where strictness is asked for, or a band cannot be stored at all.
 bool keepsNumbers(GDALDataset& source, bool isStrict)
 {
@@ -178,9 +190,7 @@ bool keepsNumbers(GDALDataset& source, bool isStrict)
                  "Band %d: %s is stored as Float32", b, GDALGetDataTypeName(type));
         if (isRefused) return false;
     }
-    if (source.GetRasterCount() > 0) return true;
-    CPLError(CE_Failure, CPLE_NotSupported, "A raster without bands cannot be stored");
-    return false;
+    return true;
 }
 
 std::vector<std::string> labelsOf(GDALDataset& source)
@@ -226,15 +236,17 @@ GDALDataset* createVorn(const char* name, GDALDataset* source, int isStrict, cha
                         GDALProgressFunc progress, void* progressData)
 {
     try {
-        if (!keepsNumbers(*source, isStrict != 0)) return nullptr;
+        if (!isStorable(*source) || !keepsNumbers(*source, isStrict != 0)) return nullptr;
         const bool isReversed =
             EQUAL(CSLFetchNameValueDef(options, "BYTE_ORDER", "LSB"), "MSB") == (CPL_IS_LSB != 0);
         const auto labels = labelsOf(*source);
+        const std::string text = labels.empty() ? "" : vornTextName(name);
         const bool isWritten = writePlanes(name, *source, isReversed, progress, progressData) &&
-                               (labels.empty() || writeVornLabels(vornTextName(name), labels)) &&
-                               progress(1, nullptr, progressData);
+                               (text.empty() || writeVornLabels(text, labels)) &&
+                               !isInterrupted(progress, progressData, 1);
         if (!isWritten) {
             VSIUnlink(name);
+            if (!text.empty()) VSIUnlink(text.c_str());
             return nullptr;
         }
         GDALOpenInfo info(name, GA_ReadOnly);

@@ -19,7 +19,7 @@ bool VornHeader::take(const GByte* bytes, int count)
     pixels = words[1];
     lines = words[2];
     channels = words[3];
-    return pixels > 0 && lines > 0 && channels > 0;
+    return pixels > 0 && lines > 0 && channels > 0 && channels <= mostChannels;
 }
 
 void VornHeader::give(GByte (&bytes)[size], bool isReversed) const

@@ -9,6 +9,7 @@ namespace zel_gdal {
 
 struct VornHeader {
     static constexpr int size = 16;
+    static constexpr int mostChannels = 1000;  // no scene takes more
 
     std::int32_t pixels = 0;
     std::int32_t lines = 0;

@@ -94,23 +94,33 @@ def test_numbers_that_floats_may_not_keep(keep, messages, strict, is_done):
     assert "Int32 is stored as Float32" in messages.text()
 
 
-def test_an_interrupted_copy_leaves_no_file(keep, messages):
-    source = opened(keep(vorn(), "a.vorn"))
-    assert create("/vsimem/b.vorn", source, callback=lambda share, text, data: share < 0.5) is None
+@pytest.mark.parametrize("limit", [0.5, 1])
+def test_an_interrupted_copy_leaves_no_file(keep, messages, limit):
+    source = opened(keep(vorn(), "a.vorn"), "HEADER=" + keep(text_header(["one", "two"]), "t"))
+    assert create("/vsimem/b.vorn", source, callback=lambda share, text, data: share < limit) is None
+    assert "interrupted" in messages.text()
+    assert sorted(gdal.ReadDir("/vsimem/")) == ["a.vorn", "t"]
+
+
+@pytest.mark.parametrize("bands", [0, 1001])
+def test_no_band_and_more_than_a_scene_has_are_refused(keep, messages, bands):
+    source = gdal.GetDriverByName("MEM").Create("", 1, 1, bands)
+    assert create("/vsimem/b.vorn", source) is None
+    assert "1 to 1000 bands" in messages.text()
     assert gdal.VSIStatL("/vsimem/b.vorn") is None
 
 
 @pytest.mark.parametrize("data,reason", [
     (vorn()[:-1], "is cut short: 3 of 4 lines"),
-    (struct.pack("<4i", 43981, 2000000000, 2000000000, 60000), "cut short"),
-    (struct.pack("<4i", 43981, 1, 1, 2000000000).ljust(100), "band")])
+    (struct.pack("<4i", 43981, 2000000000, 2000000000, 1000), "cut short")])
 def test_damage_is_reported(keep, messages, data, reason):
     assert gdal.Open(keep(data, "a.vorn")) is None
     assert reason in messages.text()
 
 
 @pytest.mark.parametrize("data", [struct.pack("<4i", 43981, -1, 1, 1), b"\xcd\xab\0\0",
-                                  struct.pack("<4i", 43980, 1, 1, 1)])
+                                  struct.pack("<4i", 43980, 1, 1, 1),
+                                  struct.pack("<4i", 43981, 1, 1, 1001).ljust(5000)])
 def test_what_is_no_raster_is_left_to_others(keep, data):
     assert gdal.IdentifyDriverEx(keep(data), gdal.OF_RASTER, ["VORN"]) is None
 
