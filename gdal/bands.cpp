@@ -152,6 +152,14 @@ void describeBand(GDALRasterBand& band, const ZELChannelType& channel, int slot)
     setItem(band, "CENTRAL_WAVELENGTH_UM", shown(channel.ChannelWaveLength), "IMAGERY");
 }
 
+WindowReader::WindowReader(GDALDataset* dataset, int band, VSILFILE* file, vsi_l_offset place,
+                           int pixelSize, const LinePlaces& places, GDALDataType type)
+    : RawRasterBand(dataset, band, file, place, pixelSize, places.lineSize, type,
+                    byteOrder(places.isSwapped), OwnFP::NO),
+      isDirect_(places.isLocal && reinterpret_cast<VSIVirtualHandle*>(file)->HasPRead())
+{
+}
+
 bool WindowReader::readLine(int x, int line, int width, void* numbers) const
 {
     const auto* handle = reinterpret_cast<const VSIVirtualHandle*>(GetFPL());
@@ -176,8 +184,7 @@ CPLErr WindowReader::IRasterIO(GDALRWFlag direction, int x, int y, int width, in
                                GSpacing pixelSpace, GSpacing lineSpace, GDALRasterIOExtraArg* more)
 {
     const bool isWhole = width == dataWidth && height == dataHeight;
-    if (direction != GF_Read || !isWhole ||
-        !reinterpret_cast<VSIVirtualHandle*>(GetFPL())->HasPRead())
+    if (direction != GF_Read || !isWhole || !isDirect_)
         return RawRasterBand::IRasterIO(direction, x, y, width, height, data, dataWidth, dataHeight,
                                         type, pixelSpace, lineSpace, more);
     const int size = GetPixelOffset();

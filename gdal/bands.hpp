@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "navigation.hpp"
 #include "zel.h"
 
 namespace zel_gdal {
@@ -98,11 +99,13 @@ private:
     BandFacts facts_;
 };
 
-// Stored numbers. Windows are read with one call of the system for a line, where the file allows
-// that: the pixels of a window lie far apart, and a buffer would be filled for each line in vain.
+// Stored numbers. Windows of local files are read with one call of the system for a line, where the
+// file allows that: the pixels of a window lie far apart, and a buffer would be filled for each line
+// in vain. From far away each call would be a request of its own.
 class WindowReader : public RawRasterBand {
 public:
-    using RawRasterBand::RawRasterBand;
+    WindowReader(GDALDataset* dataset, int band, VSILFILE* file, vsi_l_offset place, int pixelSize,
+                 const LinePlaces& places, GDALDataType type);
 
 protected:
     CPLErr IRasterIO(GDALRWFlag direction, int x, int y, int width, int height, void* data,
@@ -111,6 +114,8 @@ protected:
 
 private:
     bool readLine(int x, int line, int width, void* numbers) const;
+
+    bool isDirect_;
 };
 using RawBand = Described<WindowReader>;
 

@@ -50,25 +50,6 @@ void run(void* data)
     call.result = call.function();
 }
 
-bool runAlone(const std::function<int()>& function, Messages& messages)
-{
-    const std::lock_guard<std::mutex> lock(libraryLock());
-    ZELSetMessageSink(keep, &messages);
-    Call call = {function, 0};
-    const bool ended = ZELGuardedCall(run, &call, nullptr) != 0;
-    ZELSetMessageSink(nullptr, nullptr);
-    return !ended && call.result == 0;
-}
-
-// What follows the message that says most only repeats that the open failed.
-std::string reason(const Messages& messages)
-{
-    std::string best;
-    for (const Message& message : messages)
-        if (best.empty() || message.text.rfind("Error opening file", 0) != 0) best = message.text;
-    return best;
-}
-
 ssize_t readFrom(void* file, char* buffer, size_t size)
 {
     return static_cast<ssize_t>(VSIFReadL(buffer, 1, size, static_cast<VSILFILE*>(file)));
@@ -84,6 +65,42 @@ int seekIn(void* cookie, off64_t* offset, int origin)
         return -1;
     *offset = position;
     return 0;
+}
+
+int closeFile(void* file)
+{
+    return VSIFCloseL(static_cast<VSILFILE*>(file));
+}
+
+// The library's own streams are of files of GDAL's as well.
+FILE* openFile(void*, const char* name)
+{
+    VSILFILE* file = VSIFOpenL(name, "rb");
+    if (!file) return nullptr;
+    FILE* stream = fopencookie(file, "rb", {readFrom, nullptr, seekIn, closeFile});
+    if (!stream) VSIFCloseL(file);
+    return stream;
+}
+
+bool runAlone(const std::function<int()>& function, Messages& messages)
+{
+    const std::lock_guard<std::mutex> lock(libraryLock());
+    ZELSetMessageSink(keep, &messages);
+    ZELSetFileOpener(openFile, nullptr);
+    Call call = {function, 0};
+    const bool ended = ZELGuardedCall(run, &call, nullptr) != 0;
+    ZELSetFileOpener(nullptr, nullptr);
+    ZELSetMessageSink(nullptr, nullptr);
+    return !ended && call.result == 0;
+}
+
+// What follows the message that says most only repeats that the open failed.
+std::string reason(const Messages& messages)
+{
+    std::string best;
+    for (const Message& message : messages)
+        if (best.empty() || message.text.rfind("Error opening file", 0) != 0) best = message.text;
+    return best;
 }
 
 }  // namespace
@@ -109,10 +126,7 @@ bool callLibrary(const char* name, const std::function<int()>& call)
 
 Stream::Stream(VSILFILE* file)
 {
-    cookie_io_functions_t functions{};
-    functions.read = readFrom;
-    functions.seek = seekIn;
-    stream_.reset(fopencookie(file, "rb", functions));
+    stream_.reset(fopencookie(file, "rb", {readFrom, nullptr, seekIn, nullptr}));
     if (!stream_) throw std::bad_alloc();
     std::setvbuf(stream_.get(), nullptr, _IOFBF, 65536);
 }

@@ -55,7 +55,19 @@ int spreadOut(int k, int count, int most)
     return static_cast<int>(static_cast<GIntBig>(k) * (count - 1) / gaps);
 }
 
+// How many steps are as long as a distance, or longer; none for one that is not ahead.
+int stepsOver(GIntBig distance, int step)
+{
+    return distance > 0 ? static_cast<int>((distance + step - 1) / step) : 0;
+}
+
 }  // namespace
+
+RawRasterBand::ByteOrder byteOrder(bool isSwapped)
+{
+    return isSwapped == (CPL_IS_LSB != 0) ? RawRasterBand::ByteOrder::ORDER_BIG_ENDIAN
+                                          : RawRasterBand::ByteOrder::ORDER_LITTLE_ENDIAN;
+}
 
 Navigation::Navigation(ZELType& record, const LinePlaces& places) : places_(places)
 {
@@ -68,11 +80,9 @@ Navigation::Navigation(ZELType& record, const LinePlaces& places) : places_(plac
     points_ = h.NumNavPoints;
     start_ = h.StartNavPoint;
     interval_ = std::max(interval, 1);
-    const GIntBig last = start_ + static_cast<GIntBig>(points_ - 1) * interval_;
-    const GIntBig lastPixel = h.NPixelPerLine - 1;
-    before_ = start_ > 0 ? (start_ + interval_ - 1) / interval_ : 0;
-    after_ =
-        last < lastPixel ? static_cast<int>((lastPixel - last + interval_ - 1) / interval_) : 0;
+    const GIntBig last = pixelOf(points_ - 1);
+    before_ = stepsOver(start_, interval_);
+    after_ = stepsOver(h.NPixelPerLine - 1 - last, interval_);
 }
 
 bool Navigation::readPoints(VSILFILE* file, int line, std::vector<Position>& points) const
@@ -114,7 +124,8 @@ std::vector<ControlPoint> Navigation::controlPoints(VSILFILE* file) const
         for (int k = 0; k < spread(points_, tiedPoints); ++k) {
             const int point = spreadOut(k, points_, tiedPoints);
             const Position& at = points[static_cast<std::size_t>(point)];
-            if (isPlace(at)) found.push_back({start_ + point * interval_ + 0.5, line + 0.5, at});
+            if (isPlace(at))
+                found.push_back({static_cast<double>(pixelOf(point)) + 0.5, line + 0.5, at});
         }
     }
     return found;
@@ -129,8 +140,9 @@ bool Navigation::isOnGrid(VSILFILE* file, const Position& origin, double latStep
         for (int k = 0; k < points_; ++k) {
             const Position& at = points[static_cast<std::size_t>(k)];
             const double east = zel_gdal::lonStep(origin.lon, at.lon);
+            const double wanted = static_cast<double>(pixelOf(k) - start_) * lonStep;
             if (!(std::abs(at.lat - origin.lat - n * latStep) <= tolerance * -latStep) ||
-                !(std::abs(wrapped(east - k * interval_ * lonStep)) <= tolerance * lonStep))
+                !(std::abs(wrapped(east - wanted)) <= tolerance * lonStep))
                 return false;
         }
     }

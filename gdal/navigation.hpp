@@ -1,7 +1,7 @@
 // The positions that a file stores: latitude and longitude at some pixels of every line.
 #pragma once
 
-#include <gdal_priv.h>
+#include <rawdataset.h>
 
 #include <vector>
 
@@ -18,7 +18,11 @@ struct LinePlaces {
     int lineSize = 0;
     int lines = 0;
     bool isSwapped = false;
+    bool isLocal = false;
 };
+
+// The byte order of a file's numbers.
+RawRasterBand::ByteOrder byteOrder(bool isSwapped);
 
 struct Position {
     double lat;
@@ -59,6 +63,7 @@ public:
     bool isNorthUp(VSILFILE* file, double (&transform)[6]) const;
 
 private:
+    GIntBig pixelOf(int point) const { return start_ + static_cast<GIntBig>(point) * interval_; }
     bool isOnGrid(VSILFILE* file, const Position& origin, double latStep, double lonStep) const;
 
     LinePlaces places_;

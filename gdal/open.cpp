@@ -4,9 +4,11 @@
 #include <new>
 #include <optional>
 
+#include "angles.hpp"
 #include "identify.hpp"
 #include "names.hpp"
 #include "positions.hpp"
+#include "scan.hpp"
 #include "view.hpp"
 
 namespace zel_gdal {
@@ -14,13 +16,25 @@ namespace {
 
 constexpr int viewOfAll = -1;
 
+// What there is besides the pixels.
+enum class Extra { none, latitude, longitude, angles, lines };
+
+struct ExtraName {
+    const char* word;
+    Extra extra;
+};
+constexpr ExtraName extraNames[] = {{"lat", Extra::latitude},
+                                    {"lon", Extra::longitude},
+                                    {"angles", Extra::angles},
+                                    {"lines", Extra::lines}};
+
 // What a name means: ZEL:"file":part, or a file. A shell takes the quotes away unless it is
 // stopped.
 struct Name {
     std::string file;
     bool isPart = false;
     std::optional<int> component;  // or viewOfAll
-    std::optional<Coordinate> coordinate;
+    Extra extra = Extra::none;
 
     explicit Name(const std::string& text);
     std::string part() const;
@@ -41,8 +55,9 @@ std::string Name::takeLast()
 bool Name::understand(const std::string& word)
 {
     if (component) return false;
-    if (!coordinate && (word == "lat" || word == "lon")) {
-        coordinate = word == "lat" ? Coordinate::latitude : Coordinate::longitude;
+    for (const ExtraName& name : extraNames) {
+        if (extra != Extra::none || word != name.word) continue;
+        extra = name.extra;
         return true;
     }
     int number = 0;
@@ -101,10 +116,10 @@ void nameSubdatasets(GDALDataset& dataset, const std::string& file, const Direct
 }
 
 GDALDataset* openView(OpenedVsi file, ZELType& grid, const Source& source,
-                      const Directory& directory, GDALOpenInfo* info)
+                      const std::string& positionPart, GDALOpenInfo* info)
 {
     auto view = std::make_unique<ViewDataset>(std::move(file), source);
-    if (!view->open(grid, ":" + std::to_string(directory.base))) return nullptr;
+    if (!view->open(grid, positionPart)) return nullptr;
     view->finishOpening(info, info->pszFilename);
     return view.release();
 }
@@ -120,20 +135,38 @@ int componentOf(const Name& name, const Directory& directory)
     return -1;
 }
 
+// What is not pixels, of a component.
+GDALDataset* openExtra(OpenedVsi file, const Name& name, ZELType& header,
+                       const Component& component, GDALOpenInfo* info)
+{
+    switch (name.extra) {
+    case Extra::latitude:
+        return openPositions(std::move(file), header, name.file, Coordinate::latitude, info);
+    case Extra::longitude:
+        return openPositions(std::move(file), header, name.file, Coordinate::longitude, info);
+    case Extra::angles:
+        return openAngles(std::move(file), header, name.file, component, info);
+    default:
+        return openScan(std::move(file), header, name.file, component.part, info);
+    }
+}
+
 GDALDataset* openPart(OpenedVsi file, const Name& name, GDALOpenInfo* info)
 {
     Directory directory;
     if (!readDirectory(file.get(), name.file.c_str(), directory)) return nullptr;
-    const int component = componentOf(name, directory);
-    if (component < 0) return nullptr;
-    const Header header = readHeader(file.get(), name.file.c_str(), directory.offsets[component],
-                                     directory.sizes[component]);
+    const int number = componentOf(name, directory);
+    if (number < 0) return nullptr;
+    const bool isView = name.component == viewOfAll && directory.isComposite;
+    const Component component = {isView ? ":" + std::to_string(number) : name.part(),
+                                 directory.offsets[number], directory.sizes[number]};
+    const Header header =
+        readHeader(file.get(), name.file.c_str(), component.offset, component.size);
     if (!header) return nullptr;
-    if (name.coordinate)
-        return openPositions(std::move(file), *header, info->pszFilename, *name.coordinate);
+    if (name.extra != Extra::none)
+        return openExtra(std::move(file), name, *header, component, info);
     Source source = {name.file, name.part(), OpenOptions::from(info->papszOpenOptions)};
-    if (name.component == viewOfAll && directory.isComposite)
-        return openView(std::move(file), *header, source, directory, info);
+    if (isView) return openView(std::move(file), *header, source, component.part, info);
     auto dataset = std::make_unique<PlainDataset>(std::move(file), source);
     if (!dataset->open(*header)) return nullptr;
     if (directory.isComposite && !name.isPart) nameSubdatasets(*dataset, name.file, directory);

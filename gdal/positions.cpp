@@ -14,6 +14,12 @@ public:
         eDataType = GDT_Float64;
         nBlockXSize = navigation.columns();
         nBlockYSize = 1;
+        GDALMajorObject::SetDescription(coordinate == Coordinate::latitude ? "Latitude"
+                                                                           : "Longitude");
+    }
+    const char* GetUnitType() override
+    {
+        return coordinate_ == Coordinate::latitude ? "degrees_north" : "degrees_east";
     }
     double GetNoDataValue(int* isKnown) override
     {
@@ -44,15 +50,19 @@ private:
 
 class PositionDataset final : public GDALDataset {
 public:
-    PositionDataset(OpenedVsi file, const Navigation& navigation, Coordinate coordinate)
-        : file_(std::move(file)), navigation_(navigation)
+    PositionDataset(OpenedVsi file, std::string name, const Navigation& navigation,
+                    Coordinate coordinate)
+        : name_(std::move(name)), file_(std::move(file)), navigation_(navigation)
     {
         nRasterXSize = navigation_.columns();
         nRasterYSize = navigation_.lines();
         SetBand(1, new PositionBand(this, coordinate, file_.get(), navigation_));
     }
 
+    char** GetFileList() override { return sceneFiles(nullptr, name_); }
+
 private:
+    std::string name_;
     OpenedVsi file_;
     Navigation navigation_;
 };
@@ -60,15 +70,15 @@ private:
 }  // namespace
 
 GDALDataset* openPositions(OpenedVsi file, ZELType& record, const std::string& name,
-                           Coordinate coordinate)
+                           Coordinate coordinate, GDALOpenInfo* info)
 {
     const Navigation navigation(record, linePlaces(record));
     if (!navigation.isGrid() || navigation.lines() < 1) {
-        CPLError(CE_Failure, CPLE_AppDefined, "%s: has no navigation points", name.c_str());
+        CPLError(CE_Failure, CPLE_AppDefined, "%s: has no navigation points", info->pszFilename);
         return nullptr;
     }
-    auto dataset = std::make_unique<PositionDataset>(std::move(file), navigation, coordinate);
-    dataset->SetDescription(name.c_str());
+    auto dataset = std::make_unique<PositionDataset>(std::move(file), name, navigation, coordinate);
+    dataset->SetDescription(info->pszFilename);
     return dataset.release();
 }
 

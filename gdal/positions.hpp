@@ -9,6 +9,6 @@ enum class Coordinate { latitude, longitude };
 
 // Null after a CPLError.
 GDALDataset* openPositions(OpenedVsi file, ZELType& record, const std::string& name,
-                           Coordinate coordinate);
+                           Coordinate coordinate, GDALOpenInfo* info);
 
 }  // namespace zel_gdal

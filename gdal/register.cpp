@@ -12,6 +12,7 @@ namespace {
 void describe(GDALDriver& driver, const char* name, const char* longName, const char* extension)
 {
     driver.SetDescription(name);
+    driver.SetMetadataItem(GDAL_DMD_HELPTOPIC, "docs/gdal.md");
     driver.SetMetadataItem(GDAL_DCAP_RASTER, "YES");
     driver.SetMetadataItem(GDAL_DCAP_VIRTUALIO, "YES");
     driver.SetMetadataItem(GDAL_DMD_LONGNAME, longName);
@@ -96,7 +97,7 @@ void registerVorn()
 
 void GDALRegister_ZEL()
 {
-    if (!GDAL_CHECK_VERSION("ZEL") || GDALGetDriverByName("ZEL")) return;
-    registerZel();
-    registerVorn();
+    if (!GDAL_CHECK_VERSION("ZEL")) return;
+    if (!GDALGetDriverByName("ZEL")) registerZel();
+    if (!GDALGetDriverByName("VORN")) registerVorn();
 }

@@ -8,17 +8,6 @@
 namespace zel_gdal {
 namespace {
 
-bool isHostLittle()
-{
-    return CPL_IS_LSB != 0;
-}
-
-RawRasterBand::ByteOrder byteOrder(bool isSwapped)
-{
-    return isSwapped == isHostLittle() ? RawRasterBand::ByteOrder::ORDER_BIG_ENDIAN
-                                       : RawRasterBand::ByteOrder::ORDER_LITTLE_ENDIAN;
-}
-
 bool isDate(int year, int day)
 {
     const bool isLeap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
@@ -61,6 +50,38 @@ LinePlaces linePlaces(ZELType& record)
     return places;
 }
 
+bool hasLines(const ZELType& record, const std::string& file)
+{
+    if (record.NumLines > 0) return true;
+    CPLError(CE_Failure, CPLE_AppDefined, "%s: is cut short before the end of its first line",
+             file.c_str());
+    return false;
+}
+
+bool storesAngles(const ZELType& record)
+{
+    const ZELHeaderType& h = record.ZELHeader;
+    for (const int slot : {h.SZChannelIndex, h.VZChannelIndex, h.AZChannelIndex})
+        if (slot < 0 || slot >= ZEL_MAX_CHANNELS || !record.Channels[slot].ChannelPresentFlag)
+            return false;
+    return true;
+}
+
+bool hasAngles(const ZELType& record)
+{
+    const ZELHeaderType& h = record.ZELHeader;
+    const bool isDay = h.julian >= 1 && h.julian <= 366;
+    return storesAngles(record) ||
+           (isDay && h.NumNavPoints > 0 && std::abs(h.SatelliteAltitude) >= 1.0F);
+}
+
+char** sceneFiles(char** list, const std::string& file)
+{
+    CPLStringList files(list);
+    if (files.FindString(file.c_str()) < 0) files.InsertString(0, file.c_str());
+    return files.StealList();
+}
+
 SceneDataset::SceneDataset(OpenedVsi file, const Source& source)
     : source_(source), file_(std::move(file))
 {
@@ -77,19 +98,19 @@ bool SceneDataset::describe(ZELType& record, const std::string& positionPart)
 {
     nRasterXSize = record.ZELHeader.NPixelPerLine;
     nRasterYSize = record.NumLines;
-    if (record.NumLines < 1) {
-        CPLError(CE_Failure, CPLE_AppDefined, "%s: is cut short before the end of its first line",
-                 source_.file.c_str());
-        return false;
-    }
+    if (!hasLines(record, source_.file)) return false;
     if (!GDALCheckDatasetDimensions(nRasterXSize, nRasterYSize)) return false;
     places_ = linePlaces(record);
+    places_.isLocal = VSIIsLocal(source_.file.c_str());
     navigation_ = Navigation(record, places_);
     describeHeader(record);
     describeTimes(record);
+    const std::string name = "ZEL:\"" + source_.file + "\"" + positionPart;
     describeNadir(record);
+    set("LINES_DATASET", name + ":lines", "ZEL_SCAN");
     describeAngles(record);
-    describePositions(positionPart);
+    if (hasAngles(record)) set("ANGLES_DATASET", name + ":angles", "ZEL_ANGLES");
+    describePositions(name);
     if (source_.options.controlPoints) takeControlPoints();
     return true;
 }
@@ -147,7 +168,10 @@ void SceneDataset::describeTimes(ZELType& record)
     if ((begin == 0 && end == 0) || !(begin >= 0 && begin < 48) || !(end >= 0 && end < 48)) return;
     set("START_TIME", isoTime(year, day, begin));
     set("END_TIME", isoTime(year, day, end));
-    set("ACQUISITIONDATETIME", isoTime(year, day, begin), "IMAGERY");
+    std::string gdalTime = isoTime(year, day, begin);  // "2001-05-03 12:30:15"
+    gdalTime.resize(gdalTime.find('.'));
+    gdalTime[gdalTime.find('T')] = ' ';
+    set("ACQUISITIONDATETIME", gdalTime, "IMAGERY");
 }
 
 void SceneDataset::describeNadir(ZELType& record)
@@ -196,10 +220,9 @@ void SceneDataset::describeAngles(ZELType& record)
     }
 }
 
-void SceneDataset::describePositions(const std::string& part)
+void SceneDataset::describePositions(const std::string& name)
 {
     if (!navigation_.isGrid()) return;
-    const std::string name = "ZEL:\"" + source_.file + "\"" + part;
     char* wkt = nullptr;
     wgs84_.exportToWkt(&wkt);
     set("SRS", wkt ? wkt : "", "GEOLOCATION");
@@ -268,24 +291,24 @@ const OGRSpatialReference* SceneDataset::GetGCPSpatialRef() const
     return controlPoints_.empty() ? GDALPamDataset::GetGCPSpatialRef() : &wgs84_;
 }
 
-// The description of a part is no name of a file.
 char** SceneDataset::GetFileList()
 {
-    CPLStringList files(RawDataset::GetFileList());
-    if (files.FindString(source_.file.c_str()) < 0) files.InsertString(0, source_.file.c_str());
-    return files.StealList();
+    return sceneFiles(RawDataset::GetFileList(), source_.file);
 }
 
+// What users add, statistics and overviews above all, belongs to a part, and to its numbers or its
+// values.
 void SceneDataset::finishOpening(GDALOpenInfo* info, const char* name)
 {
     SetDescription(name);
-    if (!source_.part.empty()) {
+    std::string part = source_.part;
+    if (source_.options.unscale) part += ":values";
+    if (!part.empty()) {
         SetPhysicalFilename(source_.file.c_str());
-        SetSubdatasetName(source_.part.c_str() + 1);
+        SetSubdatasetName(part.c_str() + 1);
     }
     TryLoadXML(info->GetSiblingFiles());
-    const bool isPart = !source_.part.empty();
-    oOvManager.Initialize(this, isPart ? ":::VIRTUAL:::" : source_.file.c_str());
+    oOvManager.Initialize(this, part.empty() ? source_.file.c_str() : ":::VIRTUAL:::");
 }
 
 PlainDataset::PlainDataset(OpenedVsi file, const Source& source)
@@ -311,12 +334,10 @@ void PlainDataset::addBand(ZELType& record, int slot)
     GDALRasterBand* band = nullptr;
     if (isRaw) {
         band = new RawBand(bandFacts(record, slot, options), this, number, file(), place,
-                           channel.DataByteSize, places().lineSize, storedType(channel),
-                           byteOrder(places().isSwapped), RawRasterBand::OwnFP::NO);
+                           channel.DataByteSize, places(), storedType(channel));
     } else {
         auto numbers = std::make_unique<WindowReader>(
-            this, number, file(), place, channel.DataByteSize, places().lineSize,
-            storedType(channel), byteOrder(places().isSwapped), RawRasterBand::OwnFP::NO);
+            this, number, file(), place, channel.DataByteSize, places(), storedType(channel));
         band = new ValueBand(bandFacts(record, slot, options), this, number, std::move(numbers),
                              valuesOf(record, slot));
     }

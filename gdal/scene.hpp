@@ -52,7 +52,7 @@ private:
     void describeTimes(ZELType& record);
     void describeNadir(ZELType& record);
     void describeAngles(ZELType& record);
-    void describePositions(const std::string& part);
+    void describePositions(const std::string& name);
     void takeControlPoints();
     void set(const char* name, const std::string& value, const char* domain = "");
     template <class T>
@@ -83,5 +83,17 @@ private:
 
 // Where the lines of a file are.
 LinePlaces linePlaces(ZELType& record);
+
+// False after a CPLError: the file ends before its first line does.
+bool hasLines(const ZELType& record, const std::string& file);
+
+// Whether a file has all three angles as channels.
+bool storesAngles(const ZELType& record);
+// Whether there are angles: stored, or to be computed.
+bool hasAngles(const ZELType& record);
+
+// The list, which it takes, with the scene's file in it: descriptions of parts are no names of
+// files.
+char** sceneFiles(char** list, const std::string& file);
 
 }  // namespace zel_gdal

@@ -3,52 +3,26 @@
 #include <algorithm>
 #include <cstring>
 
+#include "line_band.hpp"
+
 namespace zel_gdal {
 namespace {
 
 // The stored pixels of a channel, or their values.
-class ViewReader : public GDALPamRasterBand {
+class ViewReader : public LineBand {
 public:
     ViewReader(ViewDataset* dataset, int band, int slot, GDALDataType type,
                std::vector<float> table)
-        : dataset_(dataset), slot_(slot), table_(std::move(table))
+        : LineBand(dataset, band, type), dataset_(dataset), slot_(slot), table_(std::move(table))
     {
-        poDS = dataset;
-        nBand = band;
-        eDataType = type;
-        nBlockXSize = dataset->GetRasterXSize();
-        nBlockYSize = 1;
     }
 
 protected:
-    // A line costs as much for one channel as for all: the other bands have theirs too.
-    CPLErr IReadBlock(int, int line, void* pixels) override
-    {
-        const ZELType* view = dataset_->readLine(line);
-        if (!view) return CE_Failure;
-        take(*view, pixels);
-        for (int number = 1; number <= poDS->GetRasterCount(); ++number) {
-            auto* other = dynamic_cast<ViewReader*>(poDS->GetRasterBand(number));
-            if (other && other != this) other->keep(*view, line);
-        }
-        return CE_None;
-    }
+    bool readLine(int line) override { return dataset_->readLine(line); }
 
-private:
-    void keep(const ZELType& view, int line)
+    void take(void* pixels) const override
     {
-        if (GDALRasterBlock* known = TryGetLockedBlockRef(0, line)) {
-            known->DropLock();
-            return;
-        }
-        GDALRasterBlock* block = GetLockedBlockRef(0, line, TRUE);
-        if (!block) return;
-        take(view, block->GetDataRef());
-        block->DropLock();
-    }
-
-    void take(const ZELType& view, void* pixels) const
-    {
+        const ZELType& view = dataset_->view();
         const unsigned char* stored = view.PixBuf[slot_];
         const auto count = static_cast<std::size_t>(nBlockXSize);
         if (table_.empty() && eDataType == typeIn(view)) {
@@ -68,6 +42,7 @@ private:
         for (std::size_t x = 0; x < count; ++x) values[x] = table_[numbers[x]];
     }
 
+private:
     GDALDataType typeIn(const ZELType& view) const { return storedType(view.Channels[slot_]); }
 
     ViewDataset* dataset_;
@@ -79,61 +54,38 @@ using ViewBand = Described<ViewReader>;
 }  // namespace
 
 ViewDataset::ViewDataset(OpenedVsi file, const Source& source)
-    : SceneDataset(std::move(file), source), view_(new ZELType())
+    : SceneDataset(std::move(file), source)
 {
-}
-
-ViewDataset::~ViewDataset()
-{
-    if (isOpen_) callLibrary("", [&] { return ZELFinishReadingFile(view_.get()), 0; });
 }
 
 bool ViewDataset::open(ZELType& grid, const std::string& positionPart)
 {
-    const char* name = source().file.c_str();
-    if (STARTS_WITH(name, "/vsi")) {
-        CPLError(CE_Failure, CPLE_NotSupported,
-                 "%s: the view of a composite needs a file on a disk; "
-                 "its components do not",
-                 name);
-        return false;
-    }
-    isOpen_ = callLibrary(name, [&] {
-        const int result = ZELOpenReadOnlyFile(view_.get(), name);
-        byteOrder_ = SwapByteOrdering;
-        return result;
-    });
-    if (!isOpen_ || !describe(grid, positionPart)) return false;
-    nRasterYSize = std::min(nRasterYSize, static_cast<int>(view_->NumLines));
-    for (int slot = 0; slot < view_->NumTotalChans; ++slot) addBand(slot);
+    if (!lines_.open(source().file) || !describe(grid, positionPart)) return false;
+    nRasterYSize = std::min(nRasterYSize, static_cast<int>(view().NumLines));
+    for (int slot = 0; slot < view().NumTotalChans; ++slot) addBand(slot);
     return true;
 }
 
 void ViewDataset::addBand(int slot)
 {
-    const ZELChannelType& channel = view_->Channels[slot];
+    ZELType& view = lines_.record();
+    const ZELChannelType& channel = view.Channels[slot];
     const OpenOptions& options = source().options;
-    const bool isRaw = !options.unscale || isClassChannel(*view_, slot);
+    const bool isRaw = !options.unscale || isClassChannel(view, slot);
     const GDALDataType type = isRaw ? storedType(channel) : GDT_Float32;
     std::vector<float> table;
-    if (!isRaw) table = valuesOf(*view_, slot);
+    if (!isRaw) table = valuesOf(view, slot);
     const int number = nBands + 1;
     auto* band =
-        new ViewBand(bandFacts(*view_, slot, options), this, number, slot, type, std::move(table));
+        new ViewBand(bandFacts(view, slot, options), this, number, slot, type, std::move(table));
     describeBand(*band, channel, slot);
     SetBand(number, band);
 }
 
 // A line that a component does not have ends the view.
-const ZELType* ViewDataset::readLine(int line)
+bool ViewDataset::readLine(int line)
 {
-    const char* name = source().file.c_str();
-    const bool isRead = callLibrary(name, [&] {
-        SwapByteOrdering = byteOrder_;
-        ZELSetCurrentLine(view_.get(), line);
-        return ZELReadLineNoScale(view_.get()) > 0 ? 0 : -1;
-    });
-    return isRead ? view_.get() : nullptr;
+    return lines_.read(line, [](ZELType& view) { return ZELReadLineNoScale(&view) > 0 ? 0 : -1; });
 }
 
 }  // namespace zel_gdal

@@ -32,7 +32,7 @@ def test_commands_print_what_the_page_says(tmp_path):
     subprocess.run([SAMPLE, "."], cwd=tmp_path, check=True, stdout=subprocess.DEVNULL)
     path = dict(os.environ, PATH=PROGRAMS + os.pathsep + os.environ["PATH"])
     commands = list(shown())
-    assert len(commands) == 12
+    assert len(commands) == 15
     for command, output in commands:
         said = subprocess.run(command, shell=True, cwd=tmp_path, env=path, check=True,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT).stdout.decode()

@@ -51,8 +51,29 @@ def test_positions_are_those_of_the_component(keep):
     items = opened("ZEL:%s:0" % path).GetMetadata("GEOLOCATION")
     assert items["Y_DATASET"] == 'ZEL:"%s":0:lat' % path
     assert opened(items["Y_DATASET"]).ReadAsArray().tolist() == [[1.0, 2.0], [3.0, 4.0]]
+    assert opened(items["Y_DATASET"]).GetFileList() == [path]
     assert opened(items["X_DATASET"]).ReadAsArray().tolist() == [[5.0, 6.0], [7.0, 8.0]]
     assert not opened(path).GetMetadata("GEOLOCATION")
+
+
+def zipped(name, data):
+    """The bytes in an archive, as all of one file that is read from it."""
+    path = "/vsizip//vsimem/archive.zip/" + name
+    stream = gdal.VSIFOpenL(path, "wb")
+    gdal.VSIFWriteL(data, 1, len(data), stream)
+    gdal.VSIFCloseL(stream)
+    return path
+
+
+@pytest.mark.parametrize("put", [lambda name, data: gdal.FileFromMemBuffer("/vsimem/" + name, data)
+                                 or "/vsimem/" + name, zipped])
+def test_the_view_of_a_file_that_is_on_no_disk(put):
+    path = put("scene.zel", composite(scenes(), 1))
+    dataset = opened('ZEL:"%s":view' % path)
+    coarse = numpy.array([[10, 20, 30], [40, 50, 60]]).repeat(2, 0).repeat(2, 1)
+    assert (dataset.GetRasterBand(1).ReadAsArray() == coarse).all()
+    assert dataset.GetRasterBand(2).ReadAsArray().tolist() == ramp(4, 6)
+    assert dataset.GetFileList() == [path]
 
 
 def on_disk(tmp_path, base):
@@ -99,9 +120,19 @@ def test_files_that_are_opened_meanwhile_do_not_change_the_byte_order_of_the_vie
     assert dataset.GetRasterBand(1).ReadAsArray(0, 3, 6, 1).tolist() == [[40, 40, 50, 50, 60, 60]]
 
 
+def test_a_view_ends_with_an_error_where_a_component_does(keep, messages):
+    long = Scene({0: Channel(3, ramp(4, 6))})
+    path = keep(composite([long, Scene({0: Channel(3, ramp(2, 6))})]))
+    view = gdal.Open('ZEL:"%s":view' % path)
+    assert view.GetRasterBand(2).ReadAsArray(0, 1, 6, 1).tolist() == ramp(4, 6)[1:2]
+    assert view.GetRasterBand(2).ReadAsArray(0, 2, 6, 1) is None
+    assert "scene.zel: line 2: cannot be read" in messages.text()
+
+
 @pytest.mark.parametrize("name,reason", [
     ("ZEL:%s:2", "has no component 2; there are 0 to 1"),
-    ("ZEL:%s:view", "needs a file on a disk"),
+    ("ZEL:%s:1:angles", "has no angles: they need a date, positions and the satellite's altitude"),
+    ("ZEL:%s:lat:lon", "cannot be opened"),
     ("ZEL:%s:1:lat", "has no navigation points"),
     ("ZEL:%s:nothing", "cannot be opened"),
     ("ZEL:/vsimem/missing.zel:0", "cannot be opened")])

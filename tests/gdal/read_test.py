@@ -102,13 +102,14 @@ def test_what_the_header_says_arrives(keep):
     assert items["START_TIME"] == "2020-02-29T23:30:00.000Z"
     assert items["END_TIME"] == "2020-03-01T00:15:00.000Z"
     assert dataset.GetMetadata("IMAGERY") == {
-        "ACQUISITIONDATETIME": "2020-02-29T23:30:00.000Z", "SATELLITEID": "GOES 9"}
+        "ACQUISITIONDATETIME": "2020-02-29 23:30:00", "SATELLITEID": "GOES 9"}
     assert dataset.GetMetadata("ZEL_METADATA")["TEXT"] == "more text"
     scan = dataset.GetMetadata("ZEL_SCAN")
     assert (scan["NADIR_FIRST_LINE_PIXEL"], scan["NADIR_LAST_LINE_LAT"]) == ("2", "10.5")
     assert scan["LAST_LINE_HOURS"] == "24.25"
     assert dataset.GetMetadata("ZEL_ANGLES") == {
         "SOLAR_ZENITH_BAND": "4", "RELATIVE_AZIMUTH_BAND": "3"}
+    assert scan["LINES_DATASET"] == 'ZEL:"/vsimem/scene.zel":lines'
 
 
 def test_times_that_are_not_set_are_not_shown(keep):
