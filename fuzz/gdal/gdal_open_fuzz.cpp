@@ -2,6 +2,7 @@
 // open.
 #include <gdal_priv.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -13,7 +14,9 @@ extern "C" void GDALRegister_ZEL();
 namespace {
 
 constexpr const char* file = "/vsimem/fuzz";
+constexpr const char* vornFile = "/vsimem/fuzz.vorn";
 constexpr long long mostPixels = 1 << 20;
+constexpr int mostBands = 8;  // of a part
 
 using Dataset = std::unique_ptr<GDALDataset>;
 
@@ -50,17 +53,18 @@ void lookAt(GDALRasterBand& band)
 }
 
 // The parts that the metadata of a domain names, each of which is opened and read.
-void lookAtParts(GDALDataset& dataset, const char* domain)
+void lookAtParts(GDALDataset& dataset, const char* domain, const char* option)
 {
     char** items = dataset.GetMetadata(domain);
     for (int i = 0; items && items[i]; ++i) {
         const char* name = std::strstr(items[i], "ZEL:\"");
-        const Dataset part = name ? open(name, "UNSCALE=NO") : nullptr;
-        if (part && part->GetRasterCount() > 0) lookAt(*part->GetRasterBand(1));
+        const Dataset part = name ? open(name, option) : nullptr;
+        for (int b = 1; part && b <= std::min(part->GetRasterCount(), mostBands); ++b)
+            lookAt(*part->GetRasterBand(b));
     }
 }
 
-void lookAt(GDALDataset& dataset)
+void lookAt(GDALDataset& dataset, const char* option)
 {
     double transform[6];
     dataset.GetGeoTransform(transform);
@@ -71,8 +75,27 @@ void lookAt(GDALDataset& dataset)
         static_cast<long long>(dataset.GetRasterXSize()) * dataset.GetRasterYSize();
     for (int b = 1; b <= dataset.GetRasterCount() && pixels * b < mostPixels; ++b)
         lookAt(*dataset.GetRasterBand(b));
-    lookAtParts(dataset, "SUBDATASETS");
-    lookAtParts(dataset, "GEOLOCATION");
+    for (const char* domain : {"SUBDATASETS", "GEOLOCATION", "ZEL_SCAN", "ZEL_ANGLES"})
+        lookAtParts(dataset, domain, option);
+}
+
+void openAsScene(const std::uint8_t* data, std::size_t size)
+{
+    auto* bytes = const_cast<GByte*>(data);
+    VSIFCloseL(VSIFileFromMemBuffer(file, bytes, size, FALSE));
+    for (const char* option : {"UNSCALE=YES", "GCPS=YES", "COLOR_TABLE=YES"})
+        if (const Dataset dataset = open(file, option)) lookAt(*dataset, option);
+}
+
+// The same bytes after the word that begins a Vorn raster, and as its text header.
+void openAsVorn(const std::uint8_t* data, std::size_t size)
+{
+    std::vector<GByte> bytes = {0xCD, 0xAB, 0, 0};
+    bytes.insert(bytes.end(), data, data + size);
+    VSIFCloseL(VSIFileFromMemBuffer(vornFile, bytes.data(), bytes.size(), FALSE));
+    const std::string header = std::string("HEADER=") + file;
+    if (const Dataset dataset = open(vornFile, header.c_str())) lookAt(*dataset, header.c_str());
+    VSIUnlink(vornFile);
 }
 
 }  // namespace
@@ -86,10 +109,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    auto* bytes = const_cast<GByte*>(data);
-    VSIFCloseL(VSIFileFromMemBuffer(file, bytes, size, FALSE));
-    for (const char* option : {"UNSCALE=YES", "GCPS=YES", "COLOR_TABLE=YES"})
-        if (const Dataset dataset = open(file, option)) lookAt(*dataset);
+    openAsScene(data, size);
+    openAsVorn(data, size);
     VSIUnlink(file);
     return 0;
 }
