@@ -100,8 +100,8 @@ private:
 };
 
 // Stored numbers. Windows of local files are read with one call of the system for a line, where the
-// file allows that: the pixels of a window lie far apart, and a buffer would be filled for each line
-// in vain. From far away each call would be a request of its own.
+// file allows that: the pixels of a window lie far apart, and a buffer would be filled for each
+// line in vain. From far away each call would be a request of its own.
 class WindowReader : public RawRasterBand {
 public:
     WindowReader(GDALDataset* dataset, int band, VSILFILE* file, vsi_l_offset place, int pixelSize,

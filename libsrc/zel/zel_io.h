@@ -27,8 +27,8 @@ int ZELWrite(const void* Buffer, int Size, int Count, FILE* fptr);
 /* ZELRead with the decision to swap as an argument instead of the process-wide flag. */
 int checkRead(int SwapByteOrdering, void* Buffer, int Size, int Count, FILE* fptr);
 
-/* Opens a file to be read, as fopen does with "rb": null and errno when it cannot. The library closes
-   the stream. */
+/* Opens a file to be read, as fopen does with "rb": null and errno when it cannot. The library
+   closes the stream. */
 typedef FILE* (*ZELFileOpener)(void* userData, const char* name);
 
 /* Replaces what opens the scene files that are read, composites and their components among them:
