@@ -267,22 +267,6 @@ bool writeTo(const char* name, GDALDataset& source, bool isStrict, char** option
     return isWritten;
 }
 
-// The format has no place for it: GDAL keeps it beside the file, as a stored number.
-void keepNodata(GDALDataset& source, GDALDataset& copy)
-{
-    for (int b = 1; b <= source.GetRasterCount(); ++b) {
-        GDALRasterBand& band = *source.GetRasterBand(b);
-        int isKnown = FALSE;
-        const double nodata = band.GetNoDataValue(&isKnown);
-        if (!isKnown) continue;
-        const Storage storage = storageOf(band);
-        const double stored =
-            storage.applies ? storage.offset + storage.scale * nodata : nodata + storage.shift;
-        copy.GetRasterBand(b)->SetNoDataValue(
-            storage.applies ? static_cast<double>(static_cast<float>(stored)) : stored);
-    }
-}
-
 }  // namespace
 
 GDALDataset* createZel(const char* name, GDALDataset* source, int isStrict, char** options,

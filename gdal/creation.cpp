@@ -167,11 +167,26 @@ std::string nodataNote(GDALDataset& source)
     return "nodata " + (areEqual ? values[0] : list);
 }
 
+// A text that fits into its place, after a warning when it has to be cut. No character is halved.
+std::string cutTo(std::string text, std::size_t size, const std::string& what)
+{
+    if (text.size() <= size) return text;
+    while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) --size;
+    CPLError(CE_Warning, CPLE_AppDefined, "%s: only the first %d bytes are stored", what.c_str(),
+             static_cast<int>(size));
+    text.resize(size);
+    return text;
+}
+
+// The note on nodata has to be whole.
 void takeTexts(const Words& words, GDALDataset& source, SceneFacts& facts)
 {
-    facts.comment = words.find("COMMENT", {"COMMENT", "TIFFTAG_IMAGEDESCRIPTION"});
-    facts.metadata = words.find("METADATA", {"ZEL_METADATA:TEXT"});
     const std::string note = nodataNote(source);
+    const std::size_t reserved = note.empty() ? 0 : std::min<std::size_t>(note.size() + 2, 1000);
+    facts.comment = cutTo(words.find("COMMENT", {"COMMENT", "TIFFTAG_IMAGEDESCRIPTION"}),
+                          ZEL_COMMENT_SIZE - reserved, "COMMENT");
+    facts.metadata =
+        cutTo(words.find("METADATA", {"ZEL_METADATA:TEXT"}), ZEL_METADATA_SIZE, "METADATA");
     if (note.empty()) return;
     CPLError(CE_Warning, CPLE_AppDefined,
              "Files of this format have no nodata value: \"%s\" goes into the comment",
@@ -183,12 +198,6 @@ std::string itemOf(GDALRasterBand& band, const char* name, const char* domain = 
 {
     const char* value = band.GetMetadataItem(name, domain);
     return value ? value : "";
-}
-
-std::string cutTo(std::string text, std::size_t size)
-{
-    if (text.size() > size) text.resize(size);
-    return text;
 }
 
 // The slots that the bands come from, when they have such items and go upwards.
@@ -210,11 +219,13 @@ ChannelFacts factsOf(GDALRasterBand& band, int number)
     facts.storage = storageOf(band);
     facts.label = band.GetDescription();
     if (facts.label.empty()) facts.label = "Band " + std::to_string(number);
-    facts.label = cutTo(facts.label, longestText);
+    const std::string what = "Band " + std::to_string(number);
+    facts.label = cutTo(facts.label, longestText, what + ", description");
     facts.lut = lutEntries(band);
     const std::string comment = itemOf(band, "COMMENT");
-    facts.comment = cutTo(
-        comment.empty() && !facts.lut.empty() ? facts.label + " classes" : comment, longestText);
+    const bool needsName = comment.empty() && !facts.lut.empty();
+    facts.comment =
+        cutTo(needsName ? facts.label + " classes" : comment, longestText, what + ", comment");
     facts.units = unitsCode(band.GetUnitType());
     if (!facts.lut.empty()) facts.units = ZEL_UNITS_LUT;
     const std::string micrometres = itemOf(band, "WAVELENGTH_UM");

@@ -4,6 +4,7 @@
 #include "create.hpp"
 #include "identify.hpp"
 #include "open.hpp"
+#include "remove.hpp"
 
 extern "C" CPL_DLL void GDALRegister_ZEL();
 
@@ -63,6 +64,7 @@ void registerZel()
     driver->pfnIdentify = zel_gdal::identifyZel;
     driver->pfnOpen = zel_gdal::openZel;
     driver->pfnCreateCopy = zel_gdal::createZel;
+    driver->pfnDelete = zel_gdal::removeZel;
     GetGDALDriverManager()->RegisterDriver(driver);
 }
 

@@ -99,6 +99,21 @@ Storage storageOf(GDALRasterBand& band)
     return asFloat(type, isScaled, step, begin);
 }
 
+void keepNodata(GDALDataset& source, GDALDataset& copy)
+{
+    for (int b = 1; b <= source.GetRasterCount(); ++b) {
+        GDALRasterBand& band = *source.GetRasterBand(b);
+        int isKnown = FALSE;
+        const double nodata = band.GetNoDataValue(&isKnown);
+        if (!isKnown) continue;
+        const Storage storage = storageOf(band);
+        const double stored =
+            storage.applies ? storage.offset + storage.scale * nodata : nodata + storage.shift;
+        copy.GetRasterBand(b)->SetNoDataValue(
+            storage.applies ? static_cast<double>(static_cast<float>(stored)) : stored);
+    }
+}
+
 GDALDataType readType(const Storage& storage)
 {
     if (storage.applies) return GDT_Float64;

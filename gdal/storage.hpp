@@ -26,6 +26,10 @@ struct Storage {
 // express them, or else its values.
 Storage storageOf(GDALRasterBand& band);
 
+// Gives the nodata values of a source to its copy, as stored numbers. The format has no place for
+// them: GDAL keeps them beside the file.
+void keepNodata(GDALDataset& source, GDALDataset& copy);
+
 // The type in which a line of the band is read for it.
 GDALDataType readType(const Storage& storage);
 

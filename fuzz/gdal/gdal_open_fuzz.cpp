@@ -87,10 +87,15 @@ void openAsScene(const std::uint8_t* data, std::size_t size)
         if (const Dataset dataset = open(file, option)) lookAt(*dataset, option);
 }
 
-// The same bytes after the word that begins a Vorn raster, and as its text header.
+// The bytes as a small Vorn raster, whose size is in the first of them, and as its text header.
 void openAsVorn(const std::uint8_t* data, std::size_t size)
 {
-    std::vector<GByte> bytes = {0xCD, 0xAB, 0, 0};
+    if (size < 3) return;
+    std::vector<GByte> bytes(16);
+    bytes[0] = 0xCD;
+    bytes[1] = 0xAB;
+    for (std::size_t word = 0; word < 3; ++word)
+        bytes[4 * word + 4] = static_cast<GByte>(data[word] % 16);
     bytes.insert(bytes.end(), data, data + size);
     VSIFCloseL(VSIFileFromMemBuffer(vornFile, bytes.data(), bytes.size(), FALSE));
     const std::string header = std::string("HEADER=") + file;

@@ -34,13 +34,14 @@ def test_classes_stay_numbers_when_values_are_asked_for(keep):
 
 
 def test_other_channels_are_painted_on_request_only(keep):
-    # Values 0, 1, 2: numbers 0, 1, 2 of a scale of 255 steps from 0 to 255.
-    channel = Channel(1, [[0, 1, 2, 3]], 0.0, 255.0, comment="Surface")
+    # Numbers are halves: 0 and 1 have value 0, 2 and 3 value 1, as whole numbers.
+    channel = Channel(1, [[0, 1, 2, 3]], 0.0, 127.5, comment="Surface")
     path = keep(Scene({0: channel}, luts=[LUT]).bytes())
     plain, painted = opened(path), opened(path, "COLOR_TABLE=YES")
     assert colours(plain.GetRasterBand(1)) is None
-    assert colours(painted.GetRasterBand(1))[:4] == [
-        (0, 0, 0, 255), (0, 80, 200, 255), (90, 150, 60, 255), (0, 0, 0, 0)]
+    assert colours(painted.GetRasterBand(1))[:7] == [
+        (0, 0, 0, 255), (0, 0, 0, 255), (0, 80, 200, 255), (0, 80, 200, 255), (90, 150, 60, 255),
+        (90, 150, 60, 255), (0, 0, 0, 0)]
     assert painted.GetRasterBand(1).GetCategoryNames() is None
 
 

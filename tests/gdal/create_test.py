@@ -164,6 +164,20 @@ def test_options_that_make_no_sense_are_refused(tmp_path, messages, option):
     assert option in messages.text()
 
 
+@pytest.mark.parametrize("begin,end,hours", [
+    ("2001-05-03T09:30:00Z", "2001-05-03T09:30:30Z", [9.5, 9.5 + 15 / 3600, 9.5 + 30 / 3600]),
+    ("2001-05-03T23:30:00Z", "2001-05-04T00:30:00Z", [23.5, 24.0, 24.5]),
+    ("2001-12-31T23:30:00Z", "2002-01-01T00:30:00Z", [23.5, 24.0, 24.5]),
+    ("2001-05-03T10:00:00Z", "2001-05-03T09:00:00Z", [10.0, 10.0, 10.0])])
+def test_lines_have_their_times_between_begin_and_end(tmp_path, begin, end, hours):
+    source = raster(BYTES[:3])
+    source.SetMetadata({"START_TIME": begin, "END_TIME": end})
+    path, done = copy(tmp_path, source, date=False)
+    times = opened('ZEL:"%s":lines' % path).GetRasterBand(1).ReadAsArray()[:, 0]
+    assert times.tolist() == pytest.approx(hours, abs=1e-9)
+    assert done.GetMetadataItem("START_TIME") == begin.replace("Z", ".000Z")
+
+
 def test_units_wavelengths_and_labels_are_kept(tmp_path):
     source = raster(FLOATS, FLOATS)
     band = source.GetRasterBand(1)
@@ -190,6 +204,24 @@ def test_nodata_goes_into_the_comment(tmp_path, messages):
     assert "no nodata value" in messages.text()
     source.GetRasterBand(1).SetNoDataValue(-9999)
     assert Layout(copy(tmp_path, source)[0]).comment == "nodata -9999"
+
+
+def test_texts_that_are_too_long_are_cut_with_a_warning(tmp_path, messages):
+    """Between characters: a u with dots is two bytes, the second of which has number 119."""
+    source = raster(BYTES)
+    band = source.GetRasterBand(1)
+    band.SetDescription("x" * 118 + "\u00fc")
+    band.SetMetadataItem("COMMENT", "y" * 120)
+    band.SetNoDataValue(0)
+    path, done = copy(tmp_path, source, "COMMENT=" + "c" * 3000, "METADATA=" + "m" * 30000)
+    assert done.GetRasterBand(1).GetDescription() == "x" * 118
+    assert done.GetRasterBand(1).GetMetadataItem("COMMENT") == "y" * 119
+    comment = Layout(path).comment
+    assert len(comment) <= 2000 and comment.endswith("ccc; nodata 0")
+    assert opened(path).GetMetadataItem("TEXT", "ZEL_METADATA") == "m" * 20000
+    for part in ("COMMENT: only", "METADATA: only the first 20000", "Band 1, description: only",
+                 "Band 1, comment: only the first 119"):
+        assert part in messages.text()
 
 
 @pytest.mark.parametrize("array,nodata,scale,wanted", [

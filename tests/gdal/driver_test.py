@@ -215,6 +215,16 @@ def test_a_dataset_opened_twice_is_shared_by_its_name(keep):
     assert gdal.OpenShared(name).ReadAsArray().tolist() == [ramp(8, 8)] * 2
 
 
+def test_a_part_of_a_file_is_neither_deleted_nor_replaced(keep, messages):
+    path = keep(composite([scene(), scene()]))
+    name = 'ZEL:"%s":0' % path
+    driver = gdal.GetDriverByName("ZEL")
+    assert driver.Delete(name) != 0
+    assert "a part of a file cannot be removed" in messages.text()
+    assert driver.CreateCopy(name, gdal.Open(keep(scene().bytes(), "b.zel"))) is None
+    assert gdal.Open(name).ReadAsArray().tolist() == [ramp(8, 8)] * 2
+
+
 def test_a_file_is_deleted_with_what_is_beside_it(keep):
     path = keep(scene().bytes())
     opened(path).GetRasterBand(1).ComputeStatistics(False)

@@ -100,6 +100,17 @@ def test_the_view_averages_fine_pixels_on_a_coarse_grid(tmp_path):
     assert dataset.GetMetadata("GEOLOCATION")["Y_DATASET"] == 'ZEL:"%s":0:lat' % path
 
 
+def test_a_line_of_the_view_is_read_once_for_all_bands(keep):
+    data = composite(scenes(), 1)
+    dataset = opened('ZEL:"%s":view' % keep(data))
+    for line in (3, 0):
+        dataset.GetRasterBand(1).ReadAsArray(0, line, 6, 1)
+    stream = gdal.VSIFOpenL("/vsimem/scene.zel", "rb+")
+    gdal.VSIFTruncateL(stream, 0)
+    gdal.VSIFCloseL(stream)
+    assert dataset.GetRasterBand(2).ReadAsArray(0, 3, 6, 1).tolist() == ramp(4, 6)[3:]
+
+
 def test_the_view_has_values_on_request(tmp_path):
     dataset = opened('ZEL:"%s":view' % on_disk(tmp_path, 1), "UNSCALE=YES")
     assert numpy.allclose(dataset.GetRasterBand(3).ReadAsArray(), numpy.array(ramp(4, 6)) / 5)
