@@ -169,7 +169,7 @@ def test_a_file_without_a_prefix_is_known_by_its_numbers(keep):
 
 
 @pytest.mark.parametrize("data", [
-    b"ZEL", b"ZELDA is no scene".ljust(2000), b"ZEL2.3" * 400, b"\0" * 4000,
+    b"ZEL", b"ZEL2.3\0", b"ZELDA is no scene".ljust(2000), b"ZEL2.3" * 400, b"\0" * 4000,
     struct.pack("<1000f", *[1.0] * 1000),           # raw floats of 1
     old_header(version=1.325),       # a number between two versions
     old_header(version=2.3),         # a version whose files have a prefix
