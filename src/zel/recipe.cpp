@@ -1,7 +1,6 @@
 #include "recipe.hpp"
 
 #include <algorithm>
-#include <initializer_list>
 
 #include "failure.hpp"
 #include "text.hpp"
@@ -9,46 +8,88 @@
 namespace zel_tool {
 namespace {
 
-void set(Json& json, const char* key, const std::string& value)
-{
-    if (!value.empty()) json[key] = utf8(value);
-}
+// Writes what is not at its default. Text is UTF-8 there.
+class RecipeWriter {
+public:
+    void operator()(const char* key, const std::string& value)
+    {
+        if (!value.empty()) json[key] = utf8(value);
+    }
+    void operator()(const char* key, const std::vector<std::string>& values)
+    {
+        for (const std::string& value : values) json[key].push_back(utf8(value));
+    }
+    void operator()(const char* key, int number, int usual)
+    {
+        if (number != usual) json[key] = number;
+    }
+    void operator()(const char* key, bool flag)
+    {
+        if (flag) json[key] = true;
+    }
+    void operator()(const char* key, const RasterRecipe& raster);
 
-void set(Json& json, const char* key, const std::vector<std::string>& values)
-{
-    for (const std::string& value : values) json[key].push_back(utf8(value));
-}
-
-template <class Value>
-void get(const Json& json, const char* key, Value& value)
-{
-    if (const auto member = json.find(key); member != json.end()) value = member->get<Value>();
-}
-
-Json rasterJson(const RasterRecipe& raster)
-{
     Json json;
-    set(json, "file", raster.file);
-    set(json, "header", raster.header);
-    set(json, "label", raster.label);
-    set(json, "prefix", raster.prefix);
-    set(json, "lut", raster.lut);
-    set(json, "classes", raster.classes);
-    if (raster.cube) json["cube"] = true;
-    return json;
+};
+
+// What is not in the document stays as it is.
+class RecipeReader {
+public:
+    explicit RecipeReader(const Json& json) : json_(json) {}
+
+    template <class Value>
+    void operator()(const char* key, Value& value, int /*usual*/ = 0)
+    {
+        if (const auto member = json_.find(key); member != json_.end())
+            value = member->template get<Value>();
+    }
+    void operator()(const char* key, RasterRecipe& raster);
+
+private:
+    const Json& json_;
+};
+
+// Every field, for both.
+template <class Raster, class Walker>
+void walkRaster(Raster& raster, Walker& walk)
+{
+    walk("file", raster.file);
+    walk("header", raster.header);
+    walk("label", raster.label);
+    walk("prefix", raster.prefix);
+    walk("lut", raster.lut);
+    walk("classes", raster.classes);
+    walk("cube", raster.cube);
 }
 
-RasterRecipe rasterOf(const Json& json)
+constexpr int noBase = -1;  // the base is always written
+
+template <class AnyRecipe, class Walker>
+void walkRecipe(AnyRecipe& recipe, Walker& walk)
 {
-    RasterRecipe raster;
-    get(json, "file", raster.file);
-    get(json, "header", raster.header);
-    get(json, "label", raster.label);
-    get(json, "prefix", raster.prefix);
-    get(json, "lut", raster.lut);
-    get(json, "classes", raster.classes);
-    get(json, "cube", raster.cube);
-    return raster;
+    walk("files", recipe.files);
+    walk("base", recipe.base, noBase);
+    walk("base_part", recipe.basePart, -1);
+    walk("method", recipe.methods);
+    walk("missing", recipe.missing);
+    walk("min_valid", recipe.minValid);
+    walk("allow", recipe.allow);
+    walk("raster", recipe.raster);
+}
+
+void RecipeWriter::operator()(const char* key, const RasterRecipe& raster)
+{
+    RecipeWriter writer;
+    walkRaster(raster, writer);
+    if (!raster.file.empty()) json[key] = writer.json;
+}
+
+void RecipeReader::operator()(const char* key, RasterRecipe& raster)
+{
+    const auto member = json_.find(key);
+    if (member == json_.end()) return;
+    RecipeReader reader(*member);
+    walkRaster(raster, reader);
 }
 
 }  // namespace
@@ -81,30 +122,17 @@ std::vector<std::string> Recipe::inputs() const
 
 Json recipeJson(const Recipe& recipe)
 {
-    Json json;
-    set(json, "files", recipe.files);
-    json["base"] = recipe.base;
-    if (recipe.basePart >= 0) json["base_part"] = recipe.basePart;
-    set(json, "method", recipe.methods);
-    set(json, "missing", recipe.missing);
-    set(json, "min_valid", recipe.minValid);
-    set(json, "allow", recipe.allow);
-    if (recipe.hasRaster()) json["raster"] = rasterJson(recipe.raster);
-    return json;
+    RecipeWriter writer;
+    walkRecipe(recipe, writer);
+    return writer.json;
 }
 
 Recipe recipeOf(const Json& json)
 {
     Recipe recipe;
     try {
-        get(json, "files", recipe.files);
-        get(json, "base", recipe.base);
-        get(json, "base_part", recipe.basePart);
-        get(json, "method", recipe.methods);
-        get(json, "missing", recipe.missing);
-        get(json, "min_valid", recipe.minValid);
-        get(json, "allow", recipe.allow);
-        if (json.contains("raster")) recipe.raster = rasterOf(json["raster"]);
+        RecipeReader reader(json);
+        walkRecipe(recipe, reader);
     } catch (const Json::exception&) {
         throw Failure(damagedPlan);
     }
