@@ -70,17 +70,19 @@ void compareLength(Sources& sources, int index, std::vector<Problem>& problems)
     const long long own = linesCovered(sources.part(index));
     if (own >= base) return;
     problems.push_back(
-        {"truncated",
-         nameOf(sources, index) +
-             format(": covers %lld of the %lld lines of the base: lines %lld to %lld will "
-                    "be missing",
-                    own, base, own, base - 1)});
+        {"truncated", nameOf(sources, index) +
+                          format(": covers %lld of the %lld lines of the base: ", own, base) +
+                          linesText(own, base - 1) + " will be missing"});
 }
 
-// A base that is shorter than the others.
+// A base that is shorter than the others, or has no lines at all.
 void compareBase(Sources& sources, std::vector<Problem>& problems)
 {
     const long long base = sources.view().NumLines;
+    if (base < 1) {
+        problems.push_back({"truncated", nameOf(sources, sources.basePart()) + ": has no lines"});
+        return;
+    }
     for (int i = 0; i < sources.partCount(); ++i) {
         const ZELType& part = sources.part(i);
         const long long excess = linesCovered(part) - base;

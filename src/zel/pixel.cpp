@@ -39,6 +39,7 @@ Located placeByNumbers(const Options& o, const ZELType& record)
     place.x = coordinate(o.x, "X");
     place.y = coordinate(o.y, "Y");
     const int pixels = record.ZELHeader.NPixelPerLine;
+    if (record.NumLines < 1) throw Failure("has no lines");
     if (place.x < 0 || place.x >= pixels || place.y < 0 || place.y >= record.NumLines)
         throw Failure(format("no pixel %d, %d: pixels are 0 to %d, lines 0 to %d", place.x, place.y,
                              pixels - 1, record.NumLines - 1));

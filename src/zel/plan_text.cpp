@@ -35,7 +35,7 @@ std::string relationText(const ChannelPlan& channel)
 std::string gapText(const ChannelPlan& channel, int lines)
 {
     if (channel.linesCovered >= lines) return {};
-    return format("%lld to %d", channel.linesCovered, lines - 1);
+    return spanText(channel.linesCovered, lines - 1);
 }
 
 std::vector<std::string> rowOf(const ChannelPlan& channel, Sources& sources, const Recipe& recipe)
@@ -123,8 +123,8 @@ std::string planText(const Plan& plan, Sources& sources, const Recipe& recipe)
     std::string text = "Grid: " + gridText(sources.view()) + ", of " +
                        printable(sourceOf(sources, sources.basePart()).file) + "\n";
     if (plan.lines < base)
-        text += format("Lines: %d of %d; lines %d to %d will be missing\n", plan.lines, base,
-                       plan.lines, base - 1);
+        text += format("Lines: %d of %d; ", plan.lines, base) + linesText(plan.lines, base - 1) +
+                " will be missing\n";
     return text + "\n" + channelTable(plan, sources, recipe);
 }
 

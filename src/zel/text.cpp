@@ -141,6 +141,16 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
+std::string spanText(long long first, long long last)
+{
+    return first == last ? format("%lld", first) : format("%lld to %lld", first, last);
+}
+
+std::string linesText(long long first, long long last)
+{
+    return (first == last ? "line " : "lines ") + spanText(first, last);
+}
+
 bool equalIgnoringCase(std::string_view a, std::string_view b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),

@@ -27,6 +27,10 @@ std::string printable(std::string_view bytes);
 // The text with the first occurrence of a part replaced.
 std::string replaced(std::string text, const std::string& from, const std::string& to);
 
+// "3", or "3 to 9"; with its noun, "line 3" or "lines 3 to 9".
+std::string spanText(long long first, long long last);
+std::string linesText(long long first, long long last);
+
 bool equalIgnoringCase(std::string_view a, std::string_view b);
 std::vector<std::string> split(std::string_view text, char separator);
 std::string join(const std::vector<std::string>& parts, const char* separator);

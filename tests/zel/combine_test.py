@@ -140,6 +140,19 @@ class Problems(CombineTest):
         self.assertIn("\nLines: 2 of 4; lines 2 to 3 will be missing\n", text)
         self.assertRegex(text, r"#0  byte .* 2 to 3\n")
 
+    def test_a_single_missing_line_is_one_line(self):
+        self.put("short", scene(30.0, 12, 6, codes=(1,), seed=1))
+        status, text, err = self.run_zel("combine", "short", "base", "--base", "base", "--dry-run")
+        self.assertEqual(status, 1)
+        self.assertIn("covers 3 of the 4 lines of the base: line 3 will be missing (", err)
+        self.assertIn("\nLines: 3 of 4; line 3 will be missing\n", text)
+        self.assertRegex(text, r"#0  byte .*  3\n")
+
+    def test_a_base_without_lines(self):
+        self.put("empty", scene(60.0, 6, 0, codes=(2,)))
+        made = self.refused(["empty"], "empty: has no lines", "truncated")
+        self.assertEqual(made.lines, [])
+
     def test_a_base_that_lost_lines(self):
         self.put("short", scene(60.0, 6, 2, codes=(2,)))
         self.refused(["fine", "short", "--base", "short"], "short: the base has 2 lines, but fine covers 4",

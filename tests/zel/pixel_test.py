@@ -50,6 +50,12 @@ class Place(ZelTest):
         self.fails("pixel a.zel 0 3", message % "0, 3")
         self.fails("pixel a.zel -1 0", message % "-1, 0")
 
+    def test_a_scene_without_lines(self):
+        f = small_scene()
+        f.lines = []
+        self.put("e.zel", f)
+        self.fails("pixel e.zel 0 0", "zel pixel: e.zel: has no lines")
+
     def test_wrong_places(self):
         for words, message in (("1", "give X and Y, or --at"), ("", "give X and Y, or --at"),
                                ("1 2 --at 50 10", "give X and Y or --at, not both"),
