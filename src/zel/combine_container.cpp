@@ -134,15 +134,10 @@ void write(const ContainerPlan& plan, const Recipe& recipe, const CombineRun& ru
     OutputFile file(run.output, run.overwrite ? Overwrite::yes : Overwrite::no);
     const CopyProgress progress;
     int result = 0;
-    try {
-        guarded([&] {
-            result =
-                ZELCreateCompositeFile(names.data(), static_cast<int>(names.size()), recipe.base,
-                                       plan.baseInFile, file.temporary().c_str(), 0);
-        });
-    } catch (const Failure& failure) {
-        throw Failure(replaced(failure.what(), file.temporary(), printable(run.output)));
-    }
+    guardedWriting(file.temporary(), run.output, [&] {
+        result = ZELCreateCompositeFile(names.data(), static_cast<int>(names.size()), recipe.base,
+                                        plan.baseInFile, file.temporary().c_str(), 0);
+    });
     if (result != 0)
         throw Failure(replaced(openingReason(run.output), file.temporary(), printable(run.output)));
     if (!file.isDevice()) requireReadable(file.temporary());

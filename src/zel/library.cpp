@@ -45,6 +45,14 @@ std::string withoutFunction(const std::string& text)
     return isFunction ? text.substr(colon + 2) : text;
 }
 
+// What is said to be an error anyway.
+std::string withoutMark(const std::string& text)
+{
+    static constexpr std::string_view mark = "Error:";
+    if (!text.starts_with(mark)) return text;
+    return text.substr(std::min(text.find_first_not_of(' ', mark.size()), text.size()));
+}
+
 void receive(void*, FILE* stream, const char* text)
 {
     const std::string message = trimmed(text);
@@ -77,7 +85,7 @@ std::string reason()
         if (!best.empty() && repeats(message)) continue;
         best = message;
     }
-    return printable(withoutFunction(best));
+    return printable(withoutMark(withoutFunction(best)));
 }
 
 }  // namespace
@@ -142,6 +150,22 @@ void guarded(const std::function<void()>& call)
     if (ZELGuardedCall(run, data, &status) == 0) return;
     const std::string text = reason();
     throw Failure(text.empty() ? "cannot allocate memory" : text);
+}
+
+void guardedWriting(const std::string& temporary, const std::string& name,
+                    const std::function<void()>& call)
+{
+    try {
+        guarded(call);
+    } catch (const Failure& failure) {
+        throw Failure(replaced(failure.what(), printable(temporary), printable(name)));
+    }
+}
+
+std::string writingReason(const std::string& temporary, const std::string& name)
+{
+    const std::string text = replaced(reason(), printable(temporary), printable(name));
+    return text.empty() ? "cannot write " + printable(name) : text;
 }
 
 void Scene::Finish::operator()(ZELType* record) const

@@ -41,6 +41,14 @@ public:
 // Why the library refused a file, from what it has said.
 std::string openingReason(const std::string& file);
 
+// Runs a call that writes a file under a temporary name; its messages have the name that the file
+// is to have.
+void guardedWriting(const std::string& temporary, const std::string& name,
+                    const std::function<void()>& call);
+
+// Why the library did not write a file, from what it has said.
+std::string writingReason(const std::string& temporary, const std::string& name);
+
 // The size of a regular file. Throws Failure for anything else.
 long long requireFile(const std::string& file);
 

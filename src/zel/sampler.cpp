@@ -5,14 +5,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 
 #include "failure.hpp"
 #include "library.hpp"
 #include "names.hpp"
+#include "parameters.hpp"
 #include "pixel_rows.hpp"
 #include "progress.hpp"
-#include "report.hpp"
 #include "text.hpp"
 #include "uses.hpp"
 
@@ -20,57 +19,6 @@ namespace zel_tool {
 namespace {
 
 enum Method { logarithm10 = 1, logarithm = 2, squareRoot = 3 };
-
-constexpr const char* skippedInput = "cannot open input file ";
-
-// The messages about a file that is refused: what is wrong, not the advice after it.
-std::string refusal()
-{
-    std::vector<std::string> texts;
-    for (const std::string& text : heard()) {
-        if (text.starts_with(skippedInput)) return printable(text.substr(0, text.find("...")));
-        if (text.starts_with("error: ")) return printable(text.substr(7));
-        texts.push_back(printable(text));
-    }
-    return join(texts, ": ");
-}
-
-// What is reported and ignored there is no reason to go on with fewer inputs.
-void showWarnings(const std::string& parameterFile)
-{
-    for (const std::string& text : heard()) {
-        if (text.starts_with(skippedInput)) throw Failure(refusal());
-        if (!text.starts_with("Warning: ") && !text.starts_with("overridden "))
-            warn(parameterFile, printable(text.substr(0, text.find('\n'))));
-    }
-    std::ifstream stream(parameterFile, std::ios::binary);
-    stream.seekg(-1, std::ios::end);
-    if (stream && stream.get() != '\n')
-        warn(parameterFile, "the last line has no newline and is ignored");
-}
-
-struct FreeParameters {
-    void operator()(ZELParameterStruct* parameters) const
-    {
-        ZELFeatureFreeParameters(parameters);
-        delete parameters;
-    }
-};
-using Parameters = std::unique_ptr<ZELParameterStruct, FreeParameters>;
-
-Parameters readParameters(const std::string& file, const std::string& output)
-{
-    requireFile(file);
-    Parameters parameters(new ZELParameterStruct());
-    ZELFeatureSetOutputFilename(output.empty() ? nullptr : output.c_str());
-    try {
-        guarded([&] { ZELParseParameterFile(file.c_str(), parameters.get()); });
-    } catch (const Failure&) {
-        throw Failure(refusal());
-    }
-    ZELFeatureSetOutputFilename(nullptr);
-    return parameters;
-}
 
 Uses usesOf(const ZELParameterStruct& parameters)
 {
@@ -152,6 +100,17 @@ private:
     int line_ = 0;
 };
 
+// ": " and the reason that the system gave, as the library has reported it; empty without one.
+std::string systemReason()
+{
+    static const std::string before = "system error code:: ";
+    std::string reason;
+    for (const std::string& text : heard())
+        if (const auto at = text.find(before); at != std::string::npos)
+            reason = ": " + printable(text.substr(at + before.size()));
+    return reason;
+}
+
 long long wantedOf(int method, long long samples)
 {
     const auto n = static_cast<double>(samples);
@@ -198,7 +157,6 @@ SampleWriter::SampleWriter(const std::string& parameterFile, const std::string& 
     : parameterFile_(parameterFile), output_(output)
 {
     const Parameters parameters = readParameters(parameterFile, output);
-    showWarnings(parameterFile);
     if (output_.empty()) output_ = parameters->IO.outputFilename;
     if (isSameFile(output_, parameterFile))
         throw Failure("the output is the parameter file itself");
@@ -206,6 +164,8 @@ SampleWriter::SampleWriter(const std::string& parameterFile, const std::string& 
         if (isSameFile(output_, input->Filename))
             throw Failure("the output is its input " + printable(input->Filename));
     target_ = std::make_unique<OutputFile>(output_, overwrite);
+    if (target_->isDevice())  // counts go to its beginning at the end
+        throw Failure("cannot write " + printable(output_) + ": is not a regular file");
     create();
     const ZELParameterStruct& p = file_->Parameters;
     thinning_ = std::make_unique<Thinning>(p.SubSamplingMethod, p.RandomSeed);
@@ -219,7 +179,14 @@ void SampleWriter::create()
     ZELFeatureSetOverwritePromptOff();
     file_.reset(new ZELFeatureFileStruct());
     const std::string& temporary = target_->temporary();
-    guarded([&] { ZELFeatureCreateFile(parameterFile_.c_str(), file_.get(), temporary.c_str()); });
+    try {
+        guarded(
+            [&] { ZELFeatureCreateFile(parameterFile_.c_str(), file_.get(), temporary.c_str()); });
+    } catch (const Failure&) {
+        const std::string reason = systemReason();
+        if (reason.empty()) throw;
+        throw Failure("cannot write " + printable(output_) + reason);
+    }
     char*& name = file_->Parameters.IO.outputFilename;
     char* const own = name;
     name = output_.data();
@@ -304,16 +271,11 @@ std::vector<SceneTally> SampleWriter::sampleAll(const Keep& keeps)
     return tallies;
 }
 
-// The reason that the system gave, when samples could not be written.
+// Throws Failure when samples could not be written.
 void SampleWriter::requireWritten() const
 {
-    static const std::string before = "system error code:: ";
     if (!file_->fptr || std::ferror(file_->fptr) == 0) return;
-    std::string reason;
-    for (const std::string& text : heard())
-        if (const auto at = text.find(before); at != std::string::npos)
-            reason = ": " + text.substr(at + before.size());
-    throw Failure("cannot write " + printable(output_) + reason);
+    throw Failure("cannot write " + printable(output_) + systemReason());
 }
 
 std::vector<SceneTally> SampleWriter::run()

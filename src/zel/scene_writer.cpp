@@ -77,7 +77,7 @@ void SceneWriter::open(const std::vector<MadeChannel>& channels)
     ZELSetOverwritePromptOff(record_.get());
     int result = 0;
     const ByteOrder order(SwapByteOrdering);
-    guarded([&] {
+    guardedWriting(output_.temporary(), name_, [&] {
         int slot = firstNew_;
         for (const MadeChannel& c : channels)
             ZELAddSensorChannel(record_.get(), slot++, c.storage.max, c.storage.min, c.storage.code,
@@ -85,7 +85,7 @@ void SceneWriter::open(const std::vector<MadeChannel>& channels)
                                 c.units);
         result = ZELOpenWriteOnlyFile(record_.get(), output_.temporary().c_str());
     });
-    if (result != 0) throw Failure("cannot create " + printable(name_));
+    if (result != 0) throw Failure(writingReason(output_.temporary(), name_));
     order_ = SwapByteOrdering;
 }
 
@@ -97,7 +97,7 @@ void SceneWriter::load(int index, const float* values)
 void SceneWriter::writeLine()
 {
     const ByteOrder order(order_);
-    guarded([&] {
+    guardedWriting(output_.temporary(), name_, [&] {
         keep_ ? ZELCopyLine(record_.get(), &scene_) : copyScanData(*record_, scene_);
         ZELWriteLine(record_.get());
     });
@@ -106,7 +106,7 @@ void SceneWriter::writeLine()
 void SceneWriter::commit()
 {
     const ByteOrder order(order_);
-    guarded([&] { ZELFinishWritingFile(record_.get()); });
+    guardedWriting(output_.temporary(), name_, [&] { ZELFinishWritingFile(record_.get()); });
     record_.reset();
     output_.commit();
 }

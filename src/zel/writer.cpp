@@ -2,7 +2,6 @@
 
 #include "failure.hpp"
 #include "library.hpp"
-#include "text.hpp"
 
 namespace zel_tool {
 
@@ -20,44 +19,31 @@ Writer::Writer(ZELType& view) : record_(new ZELType())
 
 void Writer::create(const std::string& name, Overwrite overwrite)
 {
-    name_ = printable(name);
+    name_ = name;
     file_ = std::make_unique<OutputFile>(name, overwrite);
 }
 
 void Writer::open()
 {
     int result = 0;
-    try {
-        guarded([&] {
-            ZELSetHistogramFlag(record_.get(), 1);
-            ZELSetOverwritePromptOff(record_.get());
-            result = ZELOpenWriteOnlyFile(record_.get(), file_->temporary().c_str());
-        });
-    } catch (const Failure& failure) {
-        throw Failure(replaced(failure.what(), file_->temporary(), name_));
-    }
-    if (result == 0) return;
-    throw Failure(replaced(openingReason(file_->temporary()), file_->temporary(), name_));
+    guardedWriting(file_->temporary(), name_, [&] {
+        ZELSetHistogramFlag(record_.get(), 1);
+        ZELSetOverwritePromptOff(record_.get());
+        result = ZELOpenWriteOnlyFile(record_.get(), file_->temporary().c_str());
+    });
+    if (result != 0) throw Failure(writingReason(file_->temporary(), name_));
 }
 
 void Writer::writeLine()
 {
-    try {
-        guarded([&] { ZELWriteLine(record_.get()); });
-    } catch (const Failure& failure) {
-        throw Failure(replaced(failure.what(), file_->temporary(), name_));
-    }
+    guardedWriting(file_->temporary(), name_, [&] { ZELWriteLine(record_.get()); });
 }
 
 void Writer::commit()
 {
     ZELType* record = record_.release();
     const std::unique_ptr<ZELType> memory(record);
-    try {
-        guarded([&] { ZELFinishWritingFile(record); });
-    } catch (const Failure& failure) {
-        throw Failure(replaced(failure.what(), file_->temporary(), name_));
-    }
+    guardedWriting(file_->temporary(), name_, [&] { ZELFinishWritingFile(record); });
     file_->commit();
 }
 

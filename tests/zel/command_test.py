@@ -78,7 +78,7 @@ class Command(ZelTest):
         data = bytearray(small_scene().bytes())
         data[3:6] = b"2.9"
         self.put("new.zel", bytes(data))
-        self.fails("info new.zel", "zel info: new.zel: Error: ZEL Library version 2.9 or higher needed "
+        self.fails("info new.zel", "zel info: new.zel: ZEL Library version 2.9 or higher needed "
                    "to open file")
 
     def test_one_bad_file_does_not_stop_the_others(self):
