@@ -1,6 +1,7 @@
 // zel samples: what is in a feature sample file.
 #include <algorithm>
 #include <memory>
+#include <numeric>
 
 #include "failure.hpp"
 #include "report.hpp"
@@ -104,6 +105,16 @@ std::string summaryText(const Json& h)
     return out + classesText(h) + featuresText(h);
 }
 
+// The number of samples follows from the length of the file; its classes count those that were
+// written.
+void requireWhole(SampleFile& file)
+{
+    const int* counts = file.parameters().ClassInfo.Count;
+    const long long counted = std::accumulate(counts, counts + ZEL_FEATURE_NUM_CLASSES, 0LL);
+    if (counted > file.samples())
+        throw Failure(format("cut short: holds %d of %lld samples", file.samples(), counted));
+}
+
 int showFile(const Options& o, const std::string& name)
 {
     SampleFile file(name);
@@ -113,11 +124,13 @@ int showFile(const Options& o, const std::string& name)
         put(jsonText(documentOf(file, name, o)));
     else
         put(summaryText(headerJson(file, name)));
+    requireWhole(file);
     return statusDone;
 }
 
 int run(const Options& o)
 {
+    if (o.count < -1) throw Misuse("--count takes a number of samples");
     if (o.csv && o.json) throw Misuse("--csv and --json exclude each other");
     if (o.files.size() > 1 && (o.csv || o.json)) throw Misuse("--csv and --json take one file");
     return forEachFile(o.files, [&](const std::string& file) { return showFile(o, file); });

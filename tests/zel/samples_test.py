@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """zel samples: header, classes, features and samples of a feature file that is built here."""
+import json
 import struct
 import subprocess
 import unittest
@@ -91,18 +92,25 @@ class Samples(ZelTest):
         self.assertEqual(f["filters"], [{"label": None, "condition": "Ch1 > 9", "action": " class = 3"}])
         self.assertEqual(f["inputs"], ["a.zel", "b.zel"])
 
-    def test_a_sample_that_is_cut_is_not_one(self):
+    def test_a_file_that_was_cut_is_reported_after_what_is_left(self):
+        message = "zel samples: f: cut short: holds 1 of 2 samples\n"
+        first = self.run_zel("samples", "f", "--csv", "-n", "1")[1]
         self.put("f", sample_file()[:-1])
-        self.assertEqual(self.run_zel("samples", "f", "--csv")[1].count("\n"), 2)
+        self.check("samples f --csv", first, message, status=1)
+        status, out, err = self.run_zel("samples", "f", "--json")
+        self.assertEqual((status, len(json.loads(out)["samples"]), err), (1, 1, message))
+        self.check("samples f", SUMMARY.replace("f: 2 samples", "f: 1 samples"), message, status=1)
 
     def test_what_is_no_sample_file(self):
         self.put("g", b"hello, this is something else")
-        self.fails("samples g", "zel samples: g: Error: file does not contain ZEL Feature header")
+        self.fails("samples g", "zel samples: g: file does not contain ZEL Feature header")
         self.fails("samples none", "zel samples: none: No such file or directory")
 
     def test_wrong_usage(self):
         self.fails("samples f --csv --json",
                    "zel samples: --csv and --json exclude each other; see zel samples --help", 2)
+        self.fails("samples f -n -2",
+                   "zel samples: --count takes a number of samples; see zel samples --help", 2)
         self.fails("samples f f --csv",
                    "zel samples: --csv and --json take one file; see zel samples --help", 2)
 
