@@ -2,6 +2,7 @@
 #include <cmath>
 #include <set>
 
+#include "clock.hpp"
 #include "findings.hpp"
 #include "names.hpp"
 #include "text.hpp"
@@ -32,6 +33,8 @@ void checkScene(const Header& h)
     const ZELHeaderType& f = h.fields();
     if (f.julian < 1 || f.julian > 366)
         h.problem("julian", format("%d is not a day of the year", f.julian));
+    else if (f.year >= 1 && !isoDate(f.year, f.julian))
+        h.note("julian", format("%d is not a day of %d", f.julian, f.year));
     if (f.year < 1) h.problem("year", format("%d is not a year", f.year));
     if (f.DataType < 0 || f.DataType > ZEL_SENSOR_UNSUPPORTED)
         h.problem("DataType", format("%d is not a sensor code", f.DataType));

@@ -49,6 +49,11 @@ class Check(ZelTest):
                 ({"angles": (1, -1, -1)}, "SZChannelIndex", "SZChannelIndex 1 is not a channel")):
             self.found(self.sound(**header), "offset %d: header: %s" % (HEADER_FIELDS[name], message))
 
+    def test_day_366_of_a_common_year_is_a_note(self):
+        self.found(self.sound(year=2021, julian=366), "note: offset 1229: header: julian 366 is not a day of 2021",
+                   status=0)
+        self.found(self.sound(year=2020, julian=366), status=0)
+
     def test_navigation_beyond_the_line_is_a_note(self):
         self.found(self.sound(nav_interval=4), "note: offset 1235: header: NumNavPoints 2: the last point, "
                    "of pixel 4, is beyond the line", status=0)
