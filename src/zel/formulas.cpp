@@ -6,6 +6,7 @@
 #include "failure.hpp"
 #include "library.hpp"
 #include "reading.hpp"
+#include "report.hpp"
 #include "text.hpp"
 
 namespace zel_tool {
@@ -139,6 +140,14 @@ Program compilePlain(std::vector<Line> lines, const CommandListStruct* definitio
     }
 }
 
+// The warnings of the library about a program name its lines only.
+void showWarnings(const std::string& file)
+{
+    for (const std::string& text : heard())
+        if (text.starts_with("warning: "))
+            warn("", printable(file) + ": " + printable(text.substr(9)));
+}
+
 void compileProgram(const std::string& file, Formulas& formulas)
 {
     std::vector<Line> lines = programLines(file);
@@ -146,11 +155,13 @@ void compileProgram(const std::string& file, Formulas& formulas)
     lines = translatedLines(std::move(lines), formulas.vocabulary);
     const CommandListStruct* definitions = formulas.vocabulary.definitions();
     try {
+        const QuietLibrary quiet;
         formulas.program.program = compileLines(lines, definitions);
     } catch (const Failure&) {
         throw Failure(complaints());
     }
     if (!formulas.program.program) throw Failure(complaints());
+    showWarnings(file);
     formulas.program.file = file;
     formulas.program.plain = compilePlain(lines, definitions);
 }

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <new>
 
 #include "command.hpp"
@@ -104,6 +105,8 @@ int guardedRun(const std::vector<std::string>& words)
         zel_tool::complain("", failure.what());
     } catch (const std::bad_alloc&) {
         zel_tool::complain("", "cannot allocate memory");
+    } catch (const std::exception& error) {
+        zel_tool::complain("", "internal error: "s + error.what());
     }
     return zel_tool::statusProblem;
 }

@@ -136,6 +136,8 @@ std::string Vocabulary::tokenOf(const std::string& token, bool isCalled, bool is
     std::string name = unquoted(token);
     if (name == token && (isDefined(name) || isOfLanguage(name, isCalled, kind))) return name;
     if (const int number = madeChannel(name)) return format("Ch%d", number);
+    if (isCalled && name == token && slotsNamed(record_, name).empty())
+        throw Failure("no function '" + printable(name) + "'");
     const bool isNew =
         kind == Text::program && isAssigned && name[0] != '#' && slotsNamed(record_, name).empty();
     return format("Ch%d", isNew ? newChannel(name) : findChannel(record_, name) + 1);

@@ -119,6 +119,9 @@ class Names(CalcTest):
                        "zel calc: a.zel: no channel '%s'; %s" % (name, there))
         self.assertEqual(self.names(), ["a.zel"])
 
+    def test_an_unknown_function_is_not_taken_for_a_channel(self):
+        self.fails(["calc", "X = 1 + median(B1)", "a.zel", "-o", "o"], "zel calc: a.zel: no function 'median'")
+
     def test_names_of_the_language_come_before_labels(self):
         f = small_scene()
         f.channels[5].label, f.channels[2].label = b"lat", b"log"
@@ -361,6 +364,11 @@ class Explain(CalcTest):
         self.check("calc --explain --program p a.zel", "line 1: if (B1 > 1)\nline 2: class = 9 - (4 - 2)\n",
                    "zel calc: warning: p: line 2 is read as class = 9 - (4 - 2), not class = (9 - 4) - 2; parentheses "
                    "make it plain\n")
+
+    def test_warnings_about_a_program_name_it(self):
+        self.put("p", b"if (B1 > 1) then\nregister1 = 5\nelse\nclass = 1\nendif\n")
+        self.assertEqual(self.run_zel("calc", "--explain", "--program", "p", "a.zel")[2],
+                         "zel calc: warning: p: line 2: a value other than 0 goes on into the else block\n")
 
     def test_json(self):
         d = self.json("calc", "-q", "--explain", "--json", "X = RAW*2 - 1; class = 1", "a.zel", schema="calc")
