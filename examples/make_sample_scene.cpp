@@ -49,6 +49,9 @@ float surface(const Ground& g)
     return g.cloud > 0.0F ? 2.0F : g.land ? 1.0F : 0.0F;
 }
 
+// A channel is painted with the colour table whose label is its comment.
+constexpr const char* surfaceTable = "Surface";
+
 struct Band {
     const char* label;
     const char* comment;
@@ -73,8 +76,7 @@ const std::vector<Resolution> resolutions = {
      1000.0F,
      {{"11 um", "brightness temperature", 330.0F, 180.0F, ZEL_STORED_UINT16_SCALED, 12, 11.0F,
        ZEL_UNITS_KELVIN, brightness},
-      {"surface", "water, land or cloud", 255.0F, 0.0F, ZEL_STORED_BYTE, 8, 0.0F, ZEL_UNITS_LUT,
-       surface}}},
+      {"surface", surfaceTable, 255.0F, 0.0F, ZEL_STORED_BYTE, 8, 0.0F, ZEL_UNITS_LUT, surface}}},
     {"sample_500m.zel",
      320,
      240,
@@ -96,7 +98,7 @@ constexpr double secondsPerKm = 0.148;  // how fast the scan moves south
 
 void addColours(ZELType* file)
 {
-    ZELDisplayLUTType* lut = ZELAppendLUT(file, 3, "Surface");
+    ZELDisplayLUTType* lut = ZELAppendLUT(file, 3, surfaceTable);
     ZELLoadLUTEntry(lut, 0, 0, 60, 160, "water");
     ZELLoadLUTEntry(lut, 1, 70, 140, 50, "land");
     ZELLoadLUTEntry(lut, 2, 250, 250, 250, "cloud");
