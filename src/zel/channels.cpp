@@ -136,9 +136,8 @@ Command channelsCommand()
          "bytes "
          "of header: the word 0xABCD, pixels, lines and channels, all little-endian. The labels go "
          "to a text header of seven lines a channel beside it.",
-         "A classifier's result in the same form comes back with the options -vorn and -vorn_hdr "
-         "of "
-         "zel_combine. Channels of a container are brought to the grid of its base part, unless "
+         "A classifier's result in the same form comes back with --raster and --raster-header of "
+         "zel combine. Channels of a container are brought to the grid of its base part, unless "
          "--part names one."},
         {{"FILE", "A ZEL file or container.", &o->file}},
         {{"-o,--output", "FILE", "Write this raster.", &o->output, Takes::file},
