@@ -344,7 +344,10 @@ def verbs():
                           ("sample_file_fuzz", ("no_samples", "three_features", "class_beyond"))):
         for name in names:
             with open(os.path.join(HERE, "seeds", target, name), "rb") as seed:
-                save("verbs_fuzz", name, seed.read())
+                data = seed.read()
+            save("verbs_fuzz", name, data)
+            if target == "scene_fuzz":
+                save("writing_verbs_fuzz", name, data)
 
 
 def main():

@@ -1,116 +1,20 @@
 // The verbs of the command zel that read, on any file: an answer or a message, JSON that is JSON, an image
 // or a page that is whole.
-#include <cstdlib>
-#include <new>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include "feature_support.hpp"
-#include "zel/failure.hpp"
-#include "zel/json.hpp"
-#include "zel/library.hpp"
-#include "zel/options.hpp"
-#include "zel/report.hpp"
-#include "zel/settings.hpp"
-#include "zel/verbs.hpp"
+#include "verbs_support.hpp"
 
 namespace {
 
-// A standard stream whose text is kept meanwhile.
-class Kept {
-public:
-    explicit Kept(FILE*& stream) : stream_(stream), before_(stream)
-    {
-        stream_ = open_memstream(&text_, &size_);
-    }
-    ~Kept()
-    {
-        std::fclose(stream_);
-        stream_ = before_;
-        std::free(text_);
-    }
-    Kept(const Kept&) = delete;
-    Kept& operator=(const Kept&) = delete;
+using zel_fuzz::Answer;
+using zel_fuzz::ask;
+using zel_fuzz::requireAnswer;
+using zel_fuzz::requireJson;
 
-    std::string text() const
-    {
-        std::fflush(stream_);
-        return {text_, size_};
-    }
-
-private:
-    FILE*& stream_;
-    FILE* before_;
-    char* text_ = nullptr;
-    std::size_t size_ = 0;
-};
-
-struct Answer {
-    int status;
-    std::string result;
-    std::string said;
-};
-
-Answer ask(zel_tool::Command (*verb)(), const std::string& words)
-{
-    const Kept result(stdout);
-    const Kept said(stderr);
-    const zel_tool::Command command = verb();
-    zel_tool::settings() = {};
-    zel_tool::settings().verb = command.name;
-    std::vector<std::string> list;
-    std::istringstream stream(words);
-    for (std::string word; stream >> word;) list.push_back(word);
-    zel_tool::takeMessages();
-    int status = zel_tool::statusProblem;
-    try {
-        zel_tool::parseOptions(command, list);
-        status = command.run();
-    } catch (const zel_tool::Misuse& misuse) {
-        zel_fuzz::require(false, misuse.what());
-    } catch (const std::bad_alloc&) {
-        zel_tool::complain("", "cannot allocate memory");
-    }
-    return {status, result.text(), said.text()};
-}
-
-// A verb that is refused says why; check says it as its result.
-void requireAnswer(const Answer& answer, bool isCheck)
-{
-    zel_fuzz::require(answer.status == 0 || answer.status == 1, "the status is 0 or 1");
-    const bool explained = answer.said.starts_with("zel ") || (isCheck && !answer.result.empty());
-    zel_fuzz::require(answer.status == 0 || explained, "a refusal has a message");
-}
-
-void requireJson(const Answer& answer)
-{
-    zel_fuzz::require(answer.result.empty() || zel_tool::Json::accept(answer.result),
-                      "JSON is JSON");
-}
-
-std::string contentOf(const char* path)
-{
-    std::string content;
-    if (FILE* stream = std::fopen(path, "rb")) {
-        for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream))
-            content += static_cast<char>(c);
-        std::fclose(stream);
-    }
-    return content;
-}
-
-// What look writes begins and ends as it should, or is not there.
+// What look writes is there no longer when it writes again.
 void requireWhole(const Answer& answer, const zel_fuzz::File& output, const char* begin,
                   const char* end)
 {
-    requireAnswer(answer, false);
-    const std::string content = contentOf(output.path());
+    zel_fuzz::requireWhole(answer, output, begin, end);
     std::remove(output.path());
-    zel_fuzz::require(content.empty() == (answer.status != 0),
-                      "an output is there when it was made");
-    zel_fuzz::require(content.empty() || (content.starts_with(begin) && content.ends_with(end)),
-                      "an output is whole");
 }
 
 // Also of what cannot be opened.

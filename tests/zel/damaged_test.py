@@ -16,7 +16,7 @@ READING = [["info", "--all"], ["info", "--json", "--stats"], ["check"], ["check"
            ["combine", "-q", "-o", "out", "--overwrite"], ["combine", "--dry-run", "--json"],
            ["replay", "-q", "-o", "out", "--overwrite"]]
 TARGETS = ("scene_fuzz", "combine_fuzz", "mask_block_fuzz", "sample_file_fuzz", "feature_header_fuzz",
-           "verbs_fuzz")
+           "verbs_fuzz", "writing_verbs_fuzz")
 EMPTY_CLASSES = bytes(4000) + (b"\0\0\0\1" + bytes(13)) * 1000
 
 # What has no place in the file.
