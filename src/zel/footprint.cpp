@@ -100,6 +100,7 @@ Survey survey(ZELType& record)
     Survey result;
     if (record.NumLines < 1) return result;
     Outline outline;
+    const Undecoded undecoded(record);
     const std::vector<int> lines = spread(record.NumLines - 1, sampledLines);
     for (const int line : lines) {
         readLine(record, line, Decode::no);

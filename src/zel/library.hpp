@@ -101,6 +101,19 @@ private:
 
 enum class Decode { no, yes };
 
+// For lines that are read undecoded: the library does not fill the values of a line that it still
+// holds, so that it holds none of them afterwards.
+class Undecoded {
+public:
+    explicit Undecoded(ZELType& record) : record_(record) {}
+    ~Undecoded() { record_.PreviousLine = -2; }
+    Undecoded(const Undecoded&) = delete;
+    Undecoded& operator=(const Undecoded&) = delete;
+
+private:
+    ZELType& record_;
+};
+
 // Reads a line of a record: PixBuf, and ChannelData when decoded. Throws Failure, also for a line
 // that the file does not have.
 void readLine(ZELType& record, int line, Decode decode);

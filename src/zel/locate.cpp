@@ -37,7 +37,7 @@ double squaredChord(const Vector& a, const Vector& b)
 
 class Navigation {
 public:
-    explicit Navigation(ZELType& record) : record_(record) {}
+    explicit Navigation(ZELType& record) : record_(record), undecoded_(record) {}
 
     void read(int line)
     {
@@ -53,6 +53,7 @@ public:
 
 private:
     ZELType& record_;
+    Undecoded undecoded_;
     float* lat_ = nullptr;
     float* lon_ = nullptr;
 };

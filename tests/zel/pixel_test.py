@@ -109,6 +109,14 @@ class At(ZelTest):
     def test_the_distance_is_along_a_sphere_of_the_mean_radius(self):
         self.assertAlmostEqual(self.nearest(49.25, 11.0)[2], math.radians(0.25) * 6371030.0, 0)
 
+    def test_the_values_of_a_scene_of_one_line(self):
+        f = small_scene()
+        f.lines = f.lines[:1]
+        self.put("one.zel", f)
+        found = self.json("pixel", "one.zel", "--at", "50", "12", "--json", schema="pixel")
+        self.assertEqual(([found["x"], found["y"]], [c["value"] for c in found["channels"]]),
+                         ([2, 0], [0.4, 2.0, 3000.0]))
+
     def test_across_the_date_line(self):
         f = small_scene()
         for line in f.lines:
