@@ -5,7 +5,7 @@ import struct
 
 from zel_case import SCENES, TEST_DATA, ZelTest, main, make_container, needs_scenes
 from scene import rich_scene, small_scene
-from zelfile import container
+from zelfile import Channel, Lut, container
 
 # Prefix 1221, header 2040 and LUT block 2 + 2 + 200 + 3 x 203 = 813, three angle slots 6, metadata 20008,
 # six channel records of 24 + 240 + 12 and mask 4, tables 2, histograms 2: 284 each. A line has 32 + 16
@@ -52,6 +52,45 @@ class Text(ZelTest):
         self.assertEqual((b1["pixels"], b1["valid"], b1["min"], b1["max"]), (12, 12, 0.0, 1.0))
         self.assertAlmostEqual(b1["mean"], 0.5, 7)
         self.assertAlmostEqual(b1["sigma"], (1.4 / 11) ** 0.5, 7)
+
+    def test_statistics_of_a_channel_without_values(self):
+        f = small_scene()
+        f.channels[1] = Channel(type=4, label=b"F", rows=[[float("nan"), 3.4028234663852886e38] * 2] * 3)
+        self.put("a.zel", f)
+        stats = self.json("info", "--stats", "--json", "a.zel", schema="info")["channels"][1]["stats"]
+        self.assertEqual(stats, {"pixels": 12, "valid": 0, "min": None, "max": None, "mean": None, "sigma": None})
+        self.assertRegex(self.run_zel("info", "--stats", "a.zel")[1], r"#1  F .* -  +-  +-  +-\n")
+
+    def test_statistics_of_the_channels_of_a_container(self):
+        base = small_scene(pixels=2, resolution=60.0, nav_interval=1)
+        base.channels = {0: Channel(type=3, label=b"T", rows=[[7, 8]])}
+        base.lines = base.lines[:1]
+        self.put("c.zel", container([(base.bytes(), 60.0), (small_scene().bytes(), 30.0)]))
+        stats = [c["stats"] for c in self.json("info", "--stats", "--json", "c.zel", schema="info")["channels"]]
+        self.assertEqual([(s["pixels"], s["min"], s["max"]) for s in stats],
+                         [(2, 7.0, 8.0), (12, 0.0, 1.0), (12, 0.0, 9.0), (12, 1000.0, 4000.0)])
+
+    def test_statistics_of_a_scene_of_one_line(self):
+        f = small_scene()
+        f.lines = f.lines[:1]
+        self.put("a.zel", f)
+        raw = self.json("info", "--stats", "--json", "a.zel", schema="info")["channels"][2]["stats"]
+        self.assertEqual((raw["min"], raw["max"], raw["mean"]), (1000.0, 4000.0, 2500.0))
+
+    def test_one_line_has_one_time(self):
+        f = small_scene()
+        f.lines = f.lines[:1]
+        self.put("a.zel", f)
+        self.assertIn("  Time         2020-02-29T12:00:00.000Z, day 60\n", self.run_zel("info", "a.zel")[1])
+
+    def test_unused_entries_of_a_lut_appear_when_all_is_asked_for(self):
+        f = small_scene()
+        f.luts = [Lut(4, b"Cover", [(0, 0, 0, b"None"), (0, 0, 0, b"night"), (1, 0, 0, b"None")])]
+        self.put("a.zel", f)
+        short = "LUT 4: Cover, 3 entries\n  1  #000000  night\n  2  #010000  None\n"
+        self.assertIn(short, self.run_zel("info", "a.zel")[1])
+        self.assertIn("LUT 4: Cover, 3 entries\n  0  #000000  None\n  1  #000000  night\n",
+                      self.run_zel("info", "-a", "a.zel")[1])
 
     def test_the_metadata_text_appears_when_all_is_asked_for(self):
         self.put("a.zel", rich_scene())
@@ -192,8 +231,18 @@ class Get(ZelTest):
     def test_a_key_that_is_not_there_lists_those_that_are(self):
         self.fails("info --get channels.B7.units a.zel", "zel info: a.zel: no 'B7' in "
                    "'channels.B7.units': there are B1, cover.v2, RAW")
+        for place in ("-1", "3"):
+            self.fails("info --get channels.%s a.zel" % place, "zel info: a.zel: no '%s' in 'channels.%s': "
+                       "there are B1, cover.v2, RAW" % (place, place))
         self.fails("info --get channels.B1.units.x a.zel", "zel info: a.zel: no 'x' in "
                    "'channels.B1.units.x': it has no parts")
+
+    def test_the_longest_name_that_fits_is_taken(self):
+        f = rich_scene()
+        f.channels[2].label, f.channels[5].label = b"cover", b"cover.v2"
+        self.put("b.zel", f)
+        self.check("info --get channels.cover.v2.slot b.zel", "5\n")
+        self.check("info --get channels.cover.slot b.zel", "2\n")
 
     def test_a_label_of_two_channels_is_ambiguous(self):
         f = rich_scene()
