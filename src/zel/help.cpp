@@ -63,6 +63,21 @@ std::string mainHelp()
     return out;
 }
 
+std::string completionHelp()
+{
+    return "zel completion - prints the completion script for a shell\n"
+           "\n"
+           "Usage: zel completion bash|zsh|fish\n"
+           "\n"
+           "Examples:\n"
+           "  source <(zel completion bash)\n"
+           "      Words of zel are completed in this bash.\n"
+           "  zel completion fish | source\n"
+           "      The same in fish.\n"
+           "\n"
+           "Exit status: 0 done; 2 wrong usage.\n";
+}
+
 std::string helpOf(const Command& command)
 {
     std::string out = "zel " + command.name + " - " + command.summary +

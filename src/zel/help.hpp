@@ -8,6 +8,7 @@
 namespace zel_tool {
 
 std::string mainHelp();
+std::string completionHelp();
 std::string helpOf(const Command& command);
 
 // The manual page of a verb, and that of the command ("zel").

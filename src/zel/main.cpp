@@ -46,8 +46,21 @@ int print(const std::string& text)
     return zel_tool::statusDone;
 }
 
+bool asksForHelp(const std::string& word)
+{
+    return word == "--help" || word == "-h" || word == "help";
+}
+
+int printHelp(const std::vector<std::string>& words)
+{
+    if (words.size() < 2 || asksForHelp(words[1])) return print(zel_tool::mainHelp());
+    if (words[1] == "completion") return print(zel_tool::completionHelp());
+    return print(zel_tool::helpOf(commandNamed(words[1])));
+}
+
 int printCompletion(const std::vector<std::string>& words)
 {
+    if (words.size() == 2 && asksForHelp(words[1])) return print(zel_tool::completionHelp());
     const std::string script = words.size() == 2 ? zel_tool::completionFor(words[1]) : "";
     if (script.empty()) throw Misuse("completion takes one of bash, zsh, fish");
     return print(script);
@@ -56,8 +69,7 @@ int printCompletion(const std::vector<std::string>& words)
 // Without a verb: the words that are about the command itself.
 bool isAboutItself(const std::string& word)
 {
-    return word == "--help" || word == "-h" || word == "help" || word == "--version" ||
-           word == "--man" || word == "completion";
+    return asksForHelp(word) || word == "--version" || word == "--man" || word == "completion";
 }
 
 int runAboutItself(const std::vector<std::string>& words)
@@ -68,8 +80,7 @@ int runAboutItself(const std::vector<std::string>& words)
     if (word == "--man")
         return print(words.size() < 2 ? zel_tool::mainManual()
                                       : zel_tool::manualOf(commandNamed(words[1])));
-    return print(words.size() < 2 ? zel_tool::mainHelp()
-                                  : zel_tool::helpOf(commandNamed(words[1])));
+    return printHelp(words);
 }
 
 int runVerb(const std::vector<std::string>& words)

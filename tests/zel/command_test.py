@@ -37,6 +37,15 @@ class Command(ZelTest):
                 self.assertIn(part, out)
             self.assertLessEqual(max(map(len, out.splitlines())), 79)
 
+    def test_help_of_help_and_of_completion(self):
+        main_help = self.run_zel("--help")[1]
+        for words in ("help help", "help --help", "help -h"):
+            self.check(words, main_help)
+        status, out, err = self.run_zel("completion", "--help")
+        self.assertEqual((status, err), (0, ""))
+        self.assertIn("\nUsage: zel completion bash|zsh|fish\n", out)
+        self.check("help completion", out)
+
     def test_no_verb_prints_the_help_on_standard_error(self):
         status, out, err = self.run_zel()
         self.assertEqual((status, out), (2, ""))
