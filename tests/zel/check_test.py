@@ -274,6 +274,23 @@ class Scenes(ZelTest):
                    "sensor 7 (MODIS), not 5 (LANDSAT TM); year 2021, not 2020; day 61, not 60; satellite 8, not 9; first scan "
                    "time 12.1100 h, not 12.0000 h\n  b.zel\n", status=1)
 
+    def test_a_file_that_cannot_be_read_is_no_answer(self):
+        self.put("a.zel", small_scene())
+        self.check("check --scene a.zel none", "scene 1\n  a.zel\n",
+                   "zel check: none: No such file or directory\n", status=1)
+        f = small_scene()
+        f.lines = []
+        self.put("b.zel", f)
+        self.check("check --scene b.zel a.zel", "scene 1\n  a.zel\n", "zel check: b.zel: has no lines\n", status=1)
+
+    def test_a_time_that_is_not_a_number_is_that_of_midnight(self):
+        f = small_scene()
+        f.lines[0].time = float("nan")
+        self.put("a.zel", f)
+        f.lines[0].time = 0.05
+        self.put("b.zel", f)
+        self.check("check --scene a.zel b.zel", "scene 1\n  a.zel\n  b.zel\n")
+
     @needs_scenes
     def test_the_real_scenes_are_sound_and_belong_together_by_name(self):
         names = sorted(p.name for p in SCENES.glob("*.zel"))

@@ -152,6 +152,27 @@ class Methods(MethodTest):
             made = self.combine(*words, "--method", "F=" + method)
             self.assertEqual([str(v) for v in made.channels[0].rows[0]], ["nan", "nan"])
 
+    def test_of_equal_values_the_smaller_stored_number_is_taken(self):
+        """0 and -0 are equal; the bits of 0 are the smaller ones."""
+        fine = scene(30.0, 2, 2, codes=(4,), labels=[b"F"])
+        fine.channels[0].rows = [array("f", [-0.0, 0.0]), array("f", [-0.0, -0.0])]
+        self.put("fine", fine)
+        self.put("base", scene(60.0, 1, 1, codes=(3,), labels=[b"T"]))
+        for method in ("min", "max"):
+            made = self.combine("fine", "base", "--base", "base", "--method", "F=" + method)
+            self.assertEqual(str(made.channels[0].rows[0][0]), "0.0", method)
+
+    def test_a_block_without_values_gets_the_first_missing_value(self):
+        fine = scene(30.0, 2, 2, codes=(3,), labels=[b"N"])
+        fine.channels[0].units = 0
+        fine.channels[0].rows = [array("B", [9, 7]), array("B", [7, 9])]
+        self.put("fine", fine)
+        self.put("base", scene(60.0, 1, 1, codes=(3,), labels=[b"T"]))
+        for method in ("mean", "mode", "max"):
+            words = ["fine", "base", "--base", "base", "--method", "N=" + method, "--missing"]
+            self.assertEqual(list(self.combine(*words, "N=7", "--missing", "N=9").channels[0].rows[0]), [7])
+            self.assertEqual(list(self.combine(*words, "N=9", "--missing", "N=7").channels[0].rows[0]), [9])
+
     def test_a_mean_is_never_stored_as_a_missing_number(self):
         """The mean of raw 1, 1, 1, 2 in bytes of 1 .. 2 is cut to 1; with 1 missing that of 0 and 2 is not."""
         fine = scene(30.0, 4, 2, codes=(3,), labels=[b"N"])

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """zel look: every colour of small pictures, legends, the terminal, and how an output comes about."""
 import os
+import pty
 import resource
 import signal
 import stat
@@ -10,7 +11,7 @@ import unittest
 
 from zel_case import SCENES, TEST_DATA, ZEL, ZelTest, main, needs_scenes, read_png
 from scene import small_scene
-from zelfile import Channel, Histogram, container
+from zelfile import Channel, Histogram, Line, Lut, container
 
 SEA, GRASS, FIRE, BLACK = (10, 20, 30), (0, 255, 0), (255, 0, 0), (0, 0, 0)
 
@@ -68,6 +69,29 @@ class Pictures(ZelTest):
         err = self.run_zel("look", "a.zel", "-o", "b.png")[2]
         self.assertEqual(err, "zel look: b.png: red 0 .. 12, green 0 .. 9, blue 0 .. 3\n")
 
+    def coloured(self, *words, **microns):
+        """What look shows of the small scene with channels of these wavelengths."""
+        f = small_scene()
+        f.channels[0].wavelength = 0.0
+        for slot, (label, length) in zip((1, 3, 4), microns.items()):
+            f.channels[slot] = Channel(type=3, label=label.encode(), wavelength=length, rows=[[0, 1, 2, 3]] * 3)
+        self.put("a.zel", f)
+        status, out, err = self.run_zel("look", "a.zel", "-o", "b.png", "--overwrite", *words)
+        self.assertEqual((status, out), (0, ""))
+        return err
+
+    def test_natural_colours_need_channels_near_to_red_green_and_blue(self):
+        first = "zel look: b.png: B1 0 .. 1\n"
+        near = "zel look: b.png: red 0 .. 3, green 0 .. 3, blue 0 .. 3\n"
+        self.assertEqual(self.coloured(red=0.7, green=0.53, blue=0.47), near)
+        self.assertEqual(self.coloured(red=0.72, green=0.53, blue=0.47), first)
+        self.assertEqual(self.coloured(red=0.66, green=0.56), first)
+        self.assertEqual(self.coloured(red=0.66, green_and_blue=0.52), first)
+
+    def test_a_colour_map_is_for_one_channel(self):
+        self.assertEqual(self.coloured("--map", "heat", red=0.66, green=0.56, blue=0.48),
+                         "zel look: b.png: B1 0 .. 1\n")
+
     def test_a_class_channel_has_the_colours_of_its_lut(self):
         rows = self.picture("-c", "CLS", "--legend", "no")
         self.assertEqual(rows, [[SEA, GRASS, FIRE, FIRE], [FIRE, FIRE, GRASS, SEA],
@@ -80,6 +104,30 @@ class Pictures(ZelTest):
         x = 4 + 10 + 6
         self.assertEqual([rows[10 + 16 * i + 6][x] for i in range(3)], [GRASS, FIRE, SEA])
         self.assertEqual(len(rows), 2 * 10 + 3 * 16)
+
+    def test_the_legend_shows_small_shares_and_cuts_long_names(self):
+        # One of 2400 pixels; a name of 40 letters, of which 30 are shown and two dots.
+        f = small_scene(pixels=60, nav_interval=59)
+        f.channels = {0: Channel(type=3, label=b"CLS", comment=b"Cover", rows=[[0] * 60 for _ in range(40)])}
+        f.channels[0].rows[7][7] = 1
+        f.luts = [Lut(4, b"Cover", [(10, 20, 30, b"s" * 40), (0, 255, 0, b"grass")])]
+        f.lines = [Line(time=12.0, right=59, nadir=1, lat=[50.0, 50.0], lon=[10.0, 13.0]) for _ in range(40)]
+        rows = self.picture(scene=f)
+        # A margin of 10, a swatch of 12, 4, 7 + 1 + 32 characters of 6, a margin.
+        self.assertEqual(len(rows[0]), 60 + 10 + 12 + 4 + 40 * 6 + 10)
+        out = self.run_zel("look", "a.zel", "--color", "never")[1]
+        self.assertIn("100.0 %  " + "s" * 40 + "\n", out)
+        out = self.run_zel("look", "a.zel", "--color", "never", "--width", "60")[1]
+        self.assertNotIn("grass", out)  # of two lines the upper one is shown
+        out = self.run_zel("look", "a.zel", "--color", "always", "--width", "60")[1]
+        self.assertIn("< 0.1 %  grass\n", out)
+
+    def test_a_legend_when_asked_for(self):
+        plain = self.picture("-c", "B1", "--range", "0", "1")
+        rows = self.picture("-c", "B1", "--range", "0", "1", "--legend", "yes")
+        self.assertEqual([row[:4] for row in rows[:3]], plain)
+        self.assertEqual(rows[10 + 2 * 16][4 + 10], (255, 255, 255))
+        self.assertEqual(rows[len(rows) - 10 - 16 - 1][4 + 10], (0, 0, 0))
 
     def test_a_colour_map_with_its_bar(self):
         rows = self.picture("-c", "B1", "--map", "blue-red", "--range", "0", "1")
@@ -126,6 +174,8 @@ class Pictures(ZelTest):
         both = container([(base.bytes(), 30.0), (fine.bytes(), 15.0)])
         rows = self.picture("-c", "CLS", "--legend", "no", scene=both)
         self.assertEqual(rows[0], [SEA, GRASS, FIRE, FIRE])
+        self.assertEqual(self.picture("--part", "0", "--range", "0", "8", scene=both), [grey(223, 255)])
+        self.assertEqual(self.picture("--part", "1", "-c", "CLS", "--legend", "no", scene=both), rows)
         mixed = self.picture("--rgb", "T,B1,B1", "--range", "0", "1", scene=both)
         self.assertEqual((len(mixed), len(mixed[0])), (1, 2))
 
@@ -154,6 +204,26 @@ class Terminal(ZelTest):
         self.assertTrue(out.endswith("\x1b[0m\nCLS\n"))
         self.assertEqual(len(out.splitlines()), 3)
 
+    def shown_on_a_terminal(self, **env):
+        terminal, side = pty.openpty()
+        subprocess.run([str(ZEL), "look", "a.zel", "-c", "B1"], cwd=self.dir, stdout=side, check=True, timeout=60,
+                       env={**{k: v for k, v in self.env.items() if k not in ("TERM", "NO_COLOR")}, **env})
+        os.close(side)
+        seen = b""
+        try:
+            while data := os.read(terminal, 4096):
+                seen += data
+        except OSError:
+            pass  # the other side is closed
+        os.close(terminal)
+        return seen
+
+    def test_a_terminal_that_has_colours_gets_them(self):
+        self.put("a.zel", small_scene())
+        self.assertIn(b"\x1b[38;2;", self.shown_on_a_terminal(TERM="xterm", NO_COLOR=""))
+        for env in ({"TERM": "xterm", "NO_COLOR": "1"}, {"TERM": "dumb"}, {}):
+            self.assertNotIn(b"\x1b", self.shown_on_a_terminal(**env))
+
     def test_classes_have_a_legend(self):
         # The only row of 4 pixels shows the middle line: fire, fire, grass, sea. Of the levels 0 to 9 red,
         # a light of 76 of 255, is level 2 and green, 149, level 5. Equal shares are in the order of classes.
@@ -174,6 +244,10 @@ class Wrong(ZelTest):
                                ("--rgb B1,CLS,RAW -c B1", "--rgb goes without --channel and --map"),
                                ("--range 1 1", "--range takes a smaller and a greater value"),
                                ("--stretch 98 2", "--stretch takes two percentages, 0 to 100, the "
+                                "smaller first"),
+                               ("--stretch 0 101", "--stretch takes two percentages, 0 to 100, the "
+                                "smaller first"),
+                               ("--stretch -1 50", "--stretch takes two percentages, 0 to 100, the "
                                 "smaller first"),
                                ("--width -1", "--width takes a number of pixels")):
             self.fails("look a.zel " + words, "zel look: %s; see zel look --help" % message, 2)

@@ -62,6 +62,12 @@ class FirstPage(Terminal):
         for command, output in blocks:
             self.assertEqual(self.output_of(command), output, command)
 
+    def test_a_class_of_the_sample_scene_has_its_name(self):
+        subprocess.run([str(BIN / "examples" / "make_sample_scene"), "."], cwd=self.dir, check=True,
+                       stdout=subprocess.DEVNULL, timeout=120)
+        channel = self.json("pixel", "sample_1000m.zel", "5", "5", "-c", "surface", "--json")["channels"][0]
+        self.assertEqual((channel["stored"], channel["class"]), (0, "water"))
+
 
 class Set(ZelTest):
     def test_there_is_a_page_for_every_verb_and_the_overview_links_it(self):

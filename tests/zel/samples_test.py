@@ -81,6 +81,17 @@ class Samples(ZelTest):
         self.check("samples f --csv -n 1", TITLES + first)
         self.check("samples f --csv -n 0", TITLES)
 
+    def test_numbers_that_are_not_finite_are_empty_fields_and_null(self):
+        self.put("f", sample_file([(1, float("nan"), (float("inf"), 2.0))]))
+        self.check("samples f --csv", TITLES + "1,5,,-20.25,30.5,3.25,90.0,77,9,216.0,2015.0,,2.0\n")
+        sample = self.json("samples", "f", "--json", schema="samples")["samples"][0]
+        self.assertEqual((sample["lat"], sample["values"]), (None, [None, 2.0]))
+
+    def test_titles_with_commas_and_quotes_are_quoted(self):
+        self.put("f", sample_file().replace(_text(b"the ratio"), _text(b'a,"b" c')))
+        self.assertEqual(self.run_zel("samples", "f", "--csv", "-n", "0")[1],
+                         TITLES.replace("the ratio", '"a,""b"" c"'))
+
     def test_json(self):
         f = self.json("samples", "f", "--json", schema="samples")
         self.assertEqual(f["sample_count"], 2)
