@@ -71,6 +71,8 @@ inline Answer ask(zel_tool::Command (*verb)(), const std::string& words)
         status = command.run();
     } catch (const zel_tool::Misuse& misuse) {
         require(false, misuse.what());
+    } catch (const zel_tool::Failure& failure) {
+        zel_tool::complain("", failure.what());
     } catch (const std::bad_alloc&) {
         zel_tool::complain("", "cannot allocate memory");
     }

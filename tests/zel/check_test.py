@@ -237,6 +237,15 @@ class Structure(ZelTest):
         self.assertEqual((status, err), (1, ""))
         self.assertIn("offset %d: part 0: file: 4 bytes after the last part\n" % len(data), out)
 
+    def test_the_same_in_two_parts_is_shown_for_each(self):
+        a = small_scene()
+        a.channels[2].rows[2][3] = 2
+        a.lines[1].nadir = 9
+        size = len(a.bytes())
+        self.put("c.zel", container([(a.bytes(), 30.0)] * 2))
+        self.check("check c.zel", "".join("c.zel: offset %d: part %d: line 1: NadirPixel is beyond the line\n" % line for
+                                          line in ((LINES + LINE, 0), (size + LINES + LINE, 1))), status=1)
+
     def test_what_is_no_file_is_no_result(self):
         self.fails("check none", "zel check: none: No such file or directory")
 

@@ -152,6 +152,24 @@ class Methods(MethodTest):
             made = self.combine(*words, "--method", "F=" + method)
             self.assertEqual([str(v) for v in made.channels[0].rows[0]], ["nan", "nan"])
 
+    def test_a_mean_of_floats_is_never_a_missing_value(self):
+        fine = scene(30.0, 2, 2, codes=(4,), labels=[b"F"])
+        fine.channels[0].rows = [array("f", [0.5, 1.5]), array("f", [0.25, 1.75])]
+        self.put("fine", fine)
+        self.put("base", scene(60.0, 1, 1, codes=(3,), labels=[b"T"]))
+        for method, value in (("mean", 1.0), ("sum", 4.0)):
+            words = ["fine", "base", "--base", "base", "--method", "F=" + method, "--missing"]
+            self.assertEqual(self.combine(*words, "F=9").channels[0].rows[0][0], value)
+            made = self.combine(*words, "F=%g" % value).channels[0].rows[0][0]
+            self.assertEqual(made, value * (1 + 2.0 ** -23))  # the next larger float
+
+    def test_a_pattern_fits_letters_of_either_case(self):
+        fine = self.files(2, seed=5)
+        for pattern in ("cl?", "Cl*", "*LS"):
+            made = self.combine("fine", "base", "--base", "base", "--method", "*=mean", "--method", pattern + "=max")
+            rows = [[max(block_of(fine.channels[2].rows, x, y, 2)) for x in range(WIDTH)] for y in range(HEIGHT)]
+            self.assertEqual([list(r) for r in made.channels[2].rows], rows, pattern)
+
     def test_of_equal_values_the_smaller_stored_number_is_taken(self):
         """0 and -0 are equal; the bits of 0 are the smaller ones."""
         fine = scene(30.0, 2, 2, codes=(4,), labels=[b"F"])
@@ -199,6 +217,11 @@ class Methods(MethodTest):
         made = self.combine("fine", "base", "--base", "base", "--allow", "extent", "--method", "M=max",
                             "--missing", "N=99")
         self.assertEqual(list(made.channels[0].rows[0]), [2, 6, 7, 99])
+        self.assertEqual(list(made.channels[1].rows[0]), [3, 7, 8, 0])
+        # The share that is wanted is for channels that have a missing value.
+        made = self.combine("fine", "base", "--base", "base", "--allow", "extent", "--method", "M=max",
+                            "--missing", "N=99", "--min-valid", "100%")
+        self.assertEqual(list(made.channels[0].rows[0]), [2, 6, 99, 99])
         self.assertEqual(list(made.channels[1].rows[0]), [3, 7, 8, 0])
 
 

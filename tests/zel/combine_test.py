@@ -170,6 +170,14 @@ class Problems(CombineTest):
                      "odd: resolution 25 m, that of the base is 60 m: the ratio 2.4000 is taken for 2, and pixels "
                      "drift apart", "ratio")
 
+    def test_ratios_that_are_nearly_whole(self):
+        self.put("odd", scene(29.9, 12, 8, codes=(1,)))
+        self.refused(["odd", "base", "--base", "base"],
+                     "odd: resolution 29.9 m, that of the base is 60 m: the ratio 2.0067 is taken for 2, and pixels "
+                     "drift apart", "ratio")
+        self.put("whole", scene(29.9999, 12, 8, codes=(1,)))
+        self.assertEqual(self.run_zel("combine", "whole", "base", "--base", "base", "--dry-run")[2], "")
+
     def test_files_that_are_narrower_or_wider(self):
         self.put("narrow", scene(30.0, 11, 8, codes=(1,)))
         self.refused(["narrow", "base", "--base", "base"], "narrow: covers 5 columns of the base, which has 6",

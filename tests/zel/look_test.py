@@ -175,7 +175,8 @@ class Pictures(ZelTest):
         rows = self.picture("-c", "CLS", "--legend", "no", scene=both)
         self.assertEqual(rows[0], [SEA, GRASS, FIRE, FIRE])
         self.assertEqual(self.picture("--part", "0", "--range", "0", "8", scene=both), [grey(223, 255)])
-        self.assertEqual(self.picture("--part", "1", "-c", "CLS", "--legend", "no", scene=both), rows)
+        self.assertEqual(self.picture("--part", "1", "-c", "RAW", "--range", "1000", "4000", scene=both)[2],
+                         grey(0, 85, 170, 255))
         mixed = self.picture("--rgb", "T,B1,B1", "--range", "0", "1", scene=both)
         self.assertEqual((len(mixed), len(mixed[0])), (1, 2))
 
