@@ -4,6 +4,7 @@
 #include "combine.hpp"
 #include "failure.hpp"
 #include "library.hpp"
+#include "progress.hpp"
 #include "record.hpp"
 #include "report.hpp"
 #include "sha256.hpp"
@@ -70,6 +71,8 @@ bool isUnchanged(const Recorded& now, const Recorded& then, const std::string& p
 bool areUnchanged(const Record& record)
 {
     bool all = true;
+    long long done = 0;
+    Progress progress("checksums", static_cast<long long>(record.inputs.size()));
     for (const Recorded& then : record.inputs) {
         const std::string& path = record.recipe.pathOf(then.name);
         try {
@@ -80,6 +83,7 @@ bool areUnchanged(const Record& record)
             complain(path, failure.what());
             all = false;
         }
+        progress.update(++done);
     }
     return all;
 }

@@ -73,6 +73,11 @@ class Again(ReplayTest):
         plan = self.json("replay", "out", "--dry-run", "--json", schema="combine")
         self.assertEqual(len(plan["channels"]), 4)
 
+    def test_progress_as_json(self):
+        self.make()
+        err = self.run_zel("replay", "out", "--dry-run", "--progress=json")[2]
+        self.assertRegex(err.splitlines()[0], r'^\{"progress":\{"task":"checksums","done":0,"total":\d+,')
+
     def test_files_in_another_place(self):
         self.make()
         (self.dir / "far").mkdir()
