@@ -9,6 +9,7 @@
 #include "failure.hpp"
 #include "library.hpp"
 #include "names.hpp"
+#include "paint.hpp"
 #include "report.hpp"
 #include "settings.hpp"
 #include "text.hpp"
@@ -120,6 +121,24 @@ void Raster::loadLine(ZELType& out)
     bool loaded = false;
     guarded([&] { loaded = channels_->vorn.loadLine(&out); });
     if (!loaded) throw Failure(printable(path_) + ": " + reason());
+    warnOfClasses(out);
+}
+
+void Raster::warnOfClasses(ZELType& out)
+{
+    for (const int slot : slots_) {
+        const ZELChannelType& channel = out.Channels[slot];
+        const ZELDisplayLUTType* lut = lutOf(out, slot);
+        if (!lut || warned_.contains(slot)) continue;
+        const float* end = channel.ChannelData + out.ZELHeader.NPixelPerLine;
+        const float* found = std::find_if(static_cast<const float*>(channel.ChannelData), end,
+                                          [&](float value) { return !isClass(*lut, value); });
+        if (found == end) continue;
+        warn("", format("channel #%d ", slot) + printable(channel.ChannelLabel) + " has class " +
+                     shortest(*found) + ", but its LUT has " + std::to_string(lut->NumLUTValues) +
+                     " entries");
+        warned_.insert(slot);
+    }
 }
 
 }  // namespace zel_tool

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,11 @@ public:
 private:
     struct Channels;
 
+    // Once for each channel.
+    void warnOfClasses(ZELType& out);
+
     std::string path_;
+    std::set<int> warned_;  // slots
     std::vector<int> slots_;
     long long planeBytes_;
     std::unique_ptr<Channels> channels_;

@@ -393,6 +393,13 @@ class Rasters(CombineTest):
                           "relation": "same", "factor": 1, "method": "copy", "storage": "16-bit", "classes": True,
                           "missing": None, "missing_lines": None})
 
+    def test_classes_beyond_the_lut_are_warned_of_once(self):
+        self.put("r", raster([[[0, 1, 0, 1, 1, 1]] * 4, [[0, 1, 2, 7, 1, 1]] * 4]))
+        self.put("labels", labels_file(["good", "bad"]))
+        self.check("combine base -o x --raster r --raster-header labels --raster-lut lut", "",
+                   "zel combine: warning: channel #3 bad has class 2, but its LUT has 2 entries\n"
+                   "zel combine: x: 4 channels of 6 x 4 pixels\n")
+
     def test_rasters_that_do_not_fit(self):
         words = "combine base -o x --raster "
         self.fails(words + "none", "zel combine: none: No such file or directory")
