@@ -109,8 +109,8 @@ int exportChannels(const Options& o, const std::string& file)
     raster.writeAt(0, rasterHeader(record, slots.size()));
     header.write(textHeader(record, slots));
     writePlanes(record, slots, raster, file);
+    raster.commit();  // the one that may fail to reach the disk
     header.commit();
-    raster.commit();
     remark(printable(o.output) +
            format(": %zu channels of %d x %d pixels; labels in ", slots.size(),
                   record.ZELHeader.NPixelPerLine, record.NumLines) +
