@@ -65,6 +65,7 @@ inline Answer ask(zel_tool::Command (*verb)(), const std::string& words)
     std::istringstream stream(words);
     for (std::string word; stream >> word;) list.push_back(word);
     zel_tool::takeMessages();
+    ZELRearmLUTWriter();  // each run is a process of its own
     int status = zel_tool::statusProblem;
     try {
         zel_tool::parseOptions(command, list);

@@ -23,6 +23,8 @@ std::string parametersFor(const zel_fuzz::File& scene, const char* more)
 void requireScene(const Answer& answer, const zel_fuzz::File& output)
 {
     zel_fuzz::requireWhole(answer, output, "ZEL", "");
+    if (answer.status == 0)
+        requireAnswer(ask(zel_tool::infoCommand, std::string("--all ") + output.path()), false);
 }
 
 // The plan, the output, and the plan that the output holds.

@@ -154,6 +154,15 @@ class Killed(OutputTest):
             self.interrupt(number, no_temporary)
 
 
+    def test_a_signal_that_is_ignored_stays_ignored(self):
+        process = self.start("grid", False, preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        while process.poll() is None and not list(self.dir.glob(".zel-*.part")):
+            time.sleep(0.001)
+        process.send_signal(signal.SIGHUP)
+        process.communicate(timeout=60)
+        self.assertEqual((process.returncode, self.got("out") == self.whole["grid"]), (0, True))
+
+
 class Inputs(OutputTest):
     size = (1200, 800)
 
@@ -163,7 +172,8 @@ class Inputs(OutputTest):
             process = self.start("grid", False)
             while process.poll() is None and not list(self.dir.glob(".zel-*.part")):
                 time.sleep(0.001)
-            os.utime(self.dir / "base")
+            times = (self.dir / "base").stat()
+            os.utime(self.dir / "base", ns=(times.st_atime_ns, times.st_mtime_ns + 1))
             _, err = process.communicate(timeout=60)
             if process.returncode == 0:
                 continue

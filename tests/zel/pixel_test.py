@@ -135,6 +135,17 @@ class At(ZelTest):
         self.fails("pixel a.zel --at 60 10", "zel pixel: a.zel: the position is outside: the nearest "
                    "pixel, 0, 0, is %.1f km away" % (math.radians(10) * 6371.03))
 
+    def test_a_position_may_lie_outside_by_the_larger_distance_of_two_pixels(self):
+        # Lines are 111 km apart, pixels at most 72 km.
+        self.assertEqual(self.nearest(50.9, 10.0)[:2], (0, 0))
+        self.assertEqual(self.run_zel("pixel", "a.zel", "--at", "51.1", "10")[0], 1)
+
+    def test_a_position_that_is_none(self):
+        self.put("a.zel", small_scene())
+        for lat, lon in ((50, 180.5), (50, -181), (90.5, 10), (-91, 10), (50, "nan")):
+            self.fails(["pixel", "a.zel", "--at", lat, lon], "zel pixel: --at takes a latitude of -90 to 90 and a "
+                       "longitude of -180 to 180; see zel pixel --help", 2)
+
     def test_without_navigation(self):
         f = small_scene(nav_points=0)
         for line in f.lines:

@@ -143,6 +143,10 @@ class Samples(SampleTest):
         self.parameters(option="Ch6 < 1500", ignorerequirements="")
         self.assertEqual(len(self.samples("--overwrite")), 3)
 
+    def test_each_pixel_begins_with_class_0(self):
+        self.put("p", b"inputfilename a.zel\noutputfilename out.feat\nfilter Ch6 > 2500: class = 2\nfeature Ch6\n")
+        self.assertEqual([s["class"] for s in self.samples()], [0, 0, 2, 2] * 3)
+
     def test_registers_keep_their_values_from_pixel_to_pixel(self):
         self.parameters(PARAMETERS.replace("filter 1: class = 1", "filter 1: register1 = register1 + 1"),
                         feature="register1")
