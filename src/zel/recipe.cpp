@@ -11,25 +11,28 @@ namespace {
 // Writes what is not at its default. Text is UTF-8 there.
 class RecipeWriter {
 public:
+    explicit RecipeWriter(Json& json) : json_(json) {}
+
     void operator()(const char* key, const std::string& value)
     {
-        if (!value.empty()) json[key] = utf8(value);
+        if (!value.empty()) json_[key] = utf8(value);
     }
     void operator()(const char* key, const std::vector<std::string>& values)
     {
-        for (const std::string& value : values) json[key].push_back(utf8(value));
+        for (const std::string& value : values) json_[key].push_back(utf8(value));
     }
     void operator()(const char* key, int number, int usual)
     {
-        if (number != usual) json[key] = number;
+        if (number != usual) json_[key] = number;
     }
     void operator()(const char* key, bool flag)
     {
-        if (flag) json[key] = true;
+        if (flag) json_[key] = true;
     }
     void operator()(const char* key, const RasterRecipe& raster);
 
-    Json json;
+private:
+    Json& json_;
 };
 
 // What is not in the document stays as it is.
@@ -79,9 +82,9 @@ void walkRecipe(AnyRecipe& recipe, Walker& walk)
 
 void RecipeWriter::operator()(const char* key, const RasterRecipe& raster)
 {
-    RecipeWriter writer;
+    if (raster.file.empty()) return;
+    RecipeWriter writer(json_[key]);
     walkRaster(raster, writer);
-    if (!raster.file.empty()) json[key] = writer.json;
 }
 
 void RecipeReader::operator()(const char* key, RasterRecipe& raster)
@@ -122,9 +125,10 @@ std::vector<std::string> Recipe::inputs() const
 
 Json recipeJson(const Recipe& recipe)
 {
-    RecipeWriter writer;
+    Json json;
+    RecipeWriter writer(json);
     walkRecipe(recipe, writer);
-    return writer.json;
+    return json;
 }
 
 Recipe recipeOf(const Json& json)
