@@ -9,9 +9,12 @@ set(zel_compile_options
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
     $<$<BOOL:${ZEL_WERROR}>:-Werror>)
-# Files beyond 2 GiB on 32-bit systems too.
+# On 32-bit systems: files beyond 2 GiB, and on x86 no numbers of 80 bits between two operations.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     list(APPEND zel_compile_options -D_FILE_OFFSET_BITS=64)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i[3-6]86|x86)")
+        list(APPEND zel_compile_options -msse2 -mfpmath=sse)
+    endif()
 endif()
 # gcc 12 warns falsely (-Wrestrict) about string concatenation.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
