@@ -28,11 +28,19 @@ order_of() {
     esac
 }
 
+# The emulator, the directory of libraries, and the options for libraries and for the program's name.
+# An x86-64 kernel often runs 32-bit programs itself, and the emulator hangs in those with threads.
 emulator_of() {
+    loader=/usr/i686-linux-gnu/lib/ld-linux.so.2
+    if [ "$1" = i686 ] && "$loader" --version >/dev/null 2>&1; then
+        echo "$loader /usr/i686-linux-gnu/lib --library-path --argv0"
+        return
+    fi
     case $1 in
-    i686) command -v qemu-i386-static ;;
-    *) command -v "qemu-$1-static" ;;
+    i686) name=qemu-i386-static ;;
+    *) name=qemu-$1-static ;;
     esac
+    echo "$(command -v "$name") /usr/$1-linux-gnu -L -0"
 }
 
 failed=0
@@ -41,9 +49,12 @@ for processor; do
     mkdir -p "$tree"
     echo "building for $processor in build-cross/$processor"
     build_for "$processor" >"$tree/build.log" 2>&1 || { tail -n 30 "$tree/build.log" >&2; exit 1; }
-    cc -o "$tree/emulated" -DEMULATOR="\"$(emulator_of "$processor")\"" \
-        -DLIBRARIES="\"/usr/$processor-linux-gnu\"" -DPROGRAM="\"$tree/bin/zel_combine\"" \
-        "$root/tests/support/emulated.c"
+    read -r emulator libraries library_option name_option <<WORDS
+$(emulator_of "$processor")
+WORDS
+    cc -o "$tree/emulated" -DEMULATOR="\"$emulator\"" -DLIBRARIES="\"$libraries\"" \
+        -DLIBRARY_OPTION="\"$library_option\"" -DNAME_OPTION="\"$name_option\"" \
+        -DPROGRAM="\"$tree/bin/zel_combine\"" "$root/tests/support/emulated.c"
     for test in "$root"/tests/tool/*_test.py; do
         name=$(basename "$test" .py)
         case " $skipped " in *" $name "*) continue ;; esac
