@@ -33,7 +33,7 @@ if(NOT Python3_FOUND)
 else()
     file(GLOB_RECURSE zel_test_scripts CONFIGURE_DEPENDS
         RELATIVE ${PROJECT_SOURCE_DIR}/tests tests/*_test.py)
-    list(FILTER zel_test_scripts EXCLUDE REGEX "^gdal/") # pytest runs these
+    list(FILTER zel_test_scripts EXCLUDE REGEX "^(gdal|python)/") # pytest runs these
     if(ZEL_COVERAGE) # these tests make writes fail, those of the coverage counts too
         list(FILTER zel_test_scripts EXCLUDE REGEX "tool/failing_")
     endif()
@@ -55,6 +55,9 @@ endif()
 
 if(TARGET gdal_ZEL)
     include(cmake/gdal_tests.cmake)
+endif()
+if(TARGET zel_python)
+    include(cmake/python_tests.cmake)
 endif()
 
 # Preloaded into the tool by a test. The sanitizers' libraries must come first in a program.

@@ -5,7 +5,8 @@ import sys
 import pytest
 from osgeo import gdal
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path[:0] = [HERE, os.path.join(os.path.dirname(HERE), "support")]
 gdal.UseExceptions()
 
 PROGRAMS = os.environ.get("ZEL_BIN_DIR", "")

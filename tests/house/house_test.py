@@ -280,7 +280,7 @@ def project_files():
 
 
 def is_source(path):
-    return path.startswith(("libsrc/", "src/", "gdal/")) and path.endswith(SOURCE_SUFFIXES)
+    return path.startswith(("libsrc/", "src/", "gdal/", "python/")) and path.endswith(SOURCE_SUFFIXES)
 
 
 def check_tree():

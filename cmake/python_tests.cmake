@@ -1,0 +1,29 @@
+# The tests of the Python package, by pytest: all in one process, as they share its start.
+
+execute_process(COMMAND ${zel_python} -c "import pytest"
+    RESULT_VARIABLE zel_python_result OUTPUT_QUIET ERROR_QUIET)
+if(NOT zel_python_result EQUAL 0)
+    message(STATUS "No pytest: no tests of the Python package")
+    return()
+endif()
+
+set(zel_python_test_environment ${zel_test_environment}
+    PYTHONPATH=${PROJECT_BINARY_DIR}/python)
+# As for the plugin of GDAL: Python itself is built without checks.
+if(ZEL_SANITIZE)
+    set(zel_python_preload)
+    foreach(library libasan.so libstdc++.so)
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${library}
+            OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+        string(APPEND zel_python_preload ":${path}")
+    endforeach()
+    list(APPEND zel_python_test_environment
+        LD_PRELOAD=${zel_python_preload} ASAN_OPTIONS=detect_leaks=0)
+endif()
+if(TARGET gdal_ZEL)
+    list(APPEND zel_python_test_environment GDAL_DRIVER_PATH=$<TARGET_FILE_DIR:gdal_ZEL>)
+endif()
+add_test(NAME python/package COMMAND ${zel_python} -m pytest -q -p no:cacheprovider
+    ${PROJECT_SOURCE_DIR}/tests/python)
+set_tests_properties(python/package PROPERTIES
+    TIMEOUT 900 ENVIRONMENT "${zel_python_test_environment}")

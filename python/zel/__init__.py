@@ -1,0 +1,43 @@
+"""Single-scene, multi-channel satellite image files.
+
+>>> import zel
+>>> scene = zel.open(SCENE)
+>>> red, infrared = scene.channels["Ch1"], scene.channels["Ch2"]
+>>> red.shape, red.raw[0, 0].item(), red[0, 0].item()
+((3, 4), 10, 0.25)
+"""
+
+from .blocks import ClassEntry, Classes, Histogram, Mask, Metadata, Table
+from .channel import Channel, Channels
+from .enums import Sensor, Storage, Unit
+from .errors import ChannelError, DamagedFileError, UnsupportedFileError, ZelError
+from .lines import Angles, Lines, Positions, TiePoints
+from .arrays import LazyArray
+from .scene import Scene, open
+from .view import View
+
+__all__ = [
+    "Angles",
+    "Channel",
+    "ChannelError",
+    "Channels",
+    "ClassEntry",
+    "Classes",
+    "DamagedFileError",
+    "Histogram",
+    "LazyArray",
+    "Lines",
+    "Mask",
+    "Metadata",
+    "Positions",
+    "Scene",
+    "Sensor",
+    "Storage",
+    "Table",
+    "TiePoints",
+    "Unit",
+    "UnsupportedFileError",
+    "View",
+    "ZelError",
+    "open",
+]
