@@ -164,7 +164,7 @@ void Component::checkLines(int first, int step, int count)
     const int lines = header_->NumLines;
     if (first < 0 || count < 0 || step < 1 ||
         (count > 0 && (count - 1) > (lines - 1 - first) / step))
-        throw py::index_error("lines outside of the file");
+        throw LibraryError(file_->name() + ": the file is cut short after it was opened");
 }
 
 // use(number in the result) for each line that is loaded.

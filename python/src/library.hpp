@@ -1,4 +1,4 @@
-// The library as Python calls it: one call at a time in the process, without the interpreter locked.
+// The library as Python calls it: one call at a time in the process, the interpreter unlocked.
 #pragma once
 
 #include <functional>

@@ -10,7 +10,8 @@ import tempfile
 import unittest
 import warnings
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(os.path.dirname(HERE), "support"))
 from scenes import Channel, Scene, ramp  # noqa: E402
 
 OUT = tempfile.mkdtemp(prefix="zel_clients_")

@@ -1,0 +1,176 @@
+"""Damaged files: an exception that says what is wrong and where, and never more than that."""
+import glob
+import os
+import struct
+
+import numpy as np
+import pytest
+
+import zel
+from samples import container
+from scenes import Channel, Scene, composite, ramp
+
+SOURCE = os.environ.get("ZEL_SOURCE_DIR", ".")
+
+
+def scene(**more):
+    channel = Channel(3, ramp(3, 4), label="byte", histogram=(0.0, 1.0, [1, 2]))
+    return Scene({0: channel}, slots=3, luts=[(1, "colours", [(1, 2, 3, "one")])],
+                 lats=[[1.0, 2.0]] * 3, lons=[[1.0, 2.0]] * 3, interval=3, **more)
+
+
+def with_bytes(data, offset, new):
+    return data[:offset] + new + data[offset + len(new):]
+
+
+WHOLE = scene().bytes()
+TWO = composite([scene(), scene()])
+FIELDS = 1221  # where the header begins
+LUT = FIELDS + 2040
+CHANNEL = LUT + 407 + 20014
+DAMAGE = {
+    "LUT cut": (WHOLE[:LUT + 100], "cut short", "DisplayLUTLabel", LUT + 4),
+    "slots": (with_bytes(WHOLE, FIELDS + 4, b"\xff\xff"), "invalid MaxNumChan -1", "MaxNumChan",
+              FIELDS + 4),
+    "pixels": (with_bytes(WHOLE, FIELDS + 12, b"\0\0"), "invalid NPixelPerLine 0", "NPixelPerLine",
+               FIELDS + 12),
+    "points": (with_bytes(WHOLE, FIELDS + 14, b"\xff\xff\xff\xff"), "invalid NumNavPoints -1",
+               "NumNavPoints", FIELDS + 14),
+    "LUTs": (with_bytes(WHOLE, FIELDS + 2036, b"\xff\xff"), "invalid NumDisplayLUTs -1",
+             "NumDisplayLUTs", FIELDS + 2036),
+    "storage code": (with_bytes(WHOLE, CHANNEL + 12, b"\x09\0\0\0"), "invalid Type 9", "Type",
+                     CHANNEL + 12),
+    "components": (with_bytes(WHOLE, 17, b"\x65\0\0\0"), "invalid number of components 101",
+                   "number of components", 17),
+    "base": (with_bytes(TWO, 13, b"\x02\0\0\0"), "invalid base component index 2",
+             "base component index", 13),
+    "second component": (with_bytes(TWO, len(WHOLE) + FIELDS + 4, b"\xff\xff"),
+                         "invalid MaxNumChan -1", "MaxNumChan", len(WHOLE) + FIELDS + 4),
+}
+
+
+@pytest.mark.parametrize("kind", DAMAGE)
+def test_damage_has_a_field_and_its_offset(keep, kind):
+    data, reason, field, offset = DAMAGE[kind]
+    path = keep(data)
+    with pytest.raises(zel.DamagedFileError, match=reason) as caught:
+        zel.open(path)
+    error = caught.value
+    assert (error.file, error.field, error.offset) == (str(path), field, offset)
+    assert str(error).startswith(str(path))
+
+
+@pytest.mark.parametrize("data", [b"", b"GIF89a", b"ZEL", bytes(5000), WHOLE[:3] + b"9.9\0"
+                                  + WHOLE[7:], with_bytes(WHOLE, FIELDS, bytes(4))])
+def test_what_is_no_zel_file_is_unsupported_or_damaged(keep, data):
+    with pytest.raises((zel.UnsupportedFileError, zel.DamagedFileError)):
+        zel.open(keep(data))
+
+
+def test_a_newer_version_is_unsupported(keep):
+    with pytest.raises(zel.UnsupportedFileError, match="version 9.9 or higher"):
+        zel.open(keep(with_bytes(WHOLE, 3, b"9.9\0")))
+    with pytest.raises(zel.UnsupportedFileError, match="not a ZEL file"):
+        zel.open(keep(with_bytes(WHOLE, FIELDS, bytes(4))))
+
+
+def test_what_cannot_be_opened_is_an_error_of_the_system(tmp_path):
+    with pytest.raises(FileNotFoundError) as caught:
+        zel.open(tmp_path / "nothing.zel")
+    assert caught.value.filename == str(tmp_path / "nothing.zel")
+    with pytest.raises(IsADirectoryError):
+        zel.open(tmp_path)
+    os.mkfifo(tmp_path / "pipe")
+    with pytest.raises(OSError, match="seek"):
+        zel.open(tmp_path / "pipe")
+
+
+def read_all(path):
+    """Everything that a scene has; of a scene that is too large, some."""
+    found = zel.open(path)
+    repr(found)
+    for part in {found, *found.components}:
+        if part.shape[0] * part.shape[1] > 1000000:
+            continue
+        for channel in part.channels:
+            assert channel.raw[:].shape == channel.values.shape
+            repr(channel)
+        part.lines, part.tie_points(), part.positions(), part.angles()
+    if found.shape[0] * found.shape[1] < 1000000:
+        found.view().stack()
+    return found
+
+
+def test_a_file_opens_after_a_damaged_one(keep):
+    with pytest.raises(zel.ZelError):
+        zel.open(keep(DAMAGE["LUT cut"][0]))
+    assert zel.open(keep(WHOLE, "whole")).channels["byte"].raw[:].tolist() == ramp(3, 4)
+
+
+def test_every_cut_is_an_error_or_a_file_with_fewer_lines(keep):
+    for size in [*range(0, 3000, 13), *range(len(WHOLE) - 400, len(WHOLE))]:
+        try:
+            found = read_all(keep(WHOLE[:size]))
+        except zel.ZelError:
+            continue
+        assert found.shape[0] == 3 - (len(WHOLE) - size + 51) // 52
+        assert found.channels["byte"].raw[:].tolist() == ramp(3, 4)[:found.shape[0]]
+
+
+@pytest.mark.parametrize("data,places", [
+    (WHOLE, [*range(0, FIELDS + 60, 3), *range(LUT - 8, LUT + 300, 3),
+             *range(CHANNEL - 20, CHANNEL + 400, 3)]),
+    (container(), [*range(10, 60), *range(420, 440), *range(820, 850)])])
+def test_damage_in_any_place_is_an_error_or_does_no_harm(keep, data, places):
+    for place in places:
+        for new in (b"\xff\xff", b"\x7f\x00", b"\x00\x00"):
+            try:
+                read_all(keep(with_bytes(data, place, new)))
+            except (zel.ZelError, MemoryError):
+                pass
+
+
+def corpus():
+    found = []
+    for kind in ("scene_fuzz", "verbs_fuzz", "combine_fuzz"):
+        for folder in ("regressions", "seeds"):
+            found += sorted(glob.glob(os.path.join(SOURCE, "fuzz", folder, kind, "*")))
+    return found
+
+
+@pytest.mark.parametrize("path", corpus(), ids=os.path.basename)
+def test_the_files_that_the_fuzz_targets_keep(path, keep):
+    with open(path, "rb") as file:
+        data = file.read()
+    for begin in {0, 1, 2, 4, max(data.find(b"ZEL"), 0)}:  # an option comes before the file
+        try:
+            read_all(keep(data[begin:]))
+        except zel.ZelError as error:
+            assert str(error)
+
+
+def test_a_mask_that_cannot_be_read_is_an_error(keep):
+    """The flag of the mask stands after 276 bytes of the channel's record in layout 2.3."""
+    with pytest.raises(zel.DamagedFileError) as caught:
+        zel.open(keep(with_bytes(WHOLE, CHANNEL + 276, struct.pack("<i", 0x01000000))))
+    assert caught.value.offset is not None
+
+
+def test_errors_are_pickled(keep):
+    import pickle
+    with pytest.raises(zel.DamagedFileError) as caught:
+        zel.open(keep(DAMAGE["slots"][0]))
+    again = pickle.loads(pickle.dumps(caught.value))
+    assert (str(again), again.field, again.offset) == (
+        str(caught.value), "MaxNumChan", FIELDS + 4)
+
+
+def test_a_file_that_is_cut_after_it_was_opened_is_an_error_where_it_is_cut(keep):
+    path = keep(WHOLE)
+    found = zel.open(path)
+    os.truncate(path, len(WHOLE) - 60)
+    assert np.array_equal(found.channels["byte"].raw[0], ramp(3, 4)[0])
+    for read in (lambda: found.channels["byte"].raw[2], lambda: found.channels["byte"].values,
+                 found.positions, found.angles):
+        with pytest.raises(zel.DamagedFileError, match="cut short"):
+            read()
