@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <mutex>
+#include <string_view>
 #include <vector>
 
 #include "python.hpp"
@@ -11,10 +12,12 @@ namespace zel_python {
 namespace {
 
 struct Message {
-    bool isWarning;
+    bool isError;  // on the stream of errors
     std::string text;
 };
 using Messages = std::vector<Message>;
+
+constexpr std::string_view warning = "warning: ";
 
 // The byte order, the guard and the sink are the process's. Whoever holds this lock never waits for
 // the interpreter's: the two cannot block each other.
@@ -76,12 +79,27 @@ std::string reason(const Messages& messages)
     return best.empty() ? "cannot be read" : best;
 }
 
+bool isWarning(const Message& message)
+{
+    return message.text.rfind(warning, 0) == 0;
+}
+
+std::string joined(const Messages& messages)
+{
+    std::string text;
+    for (const Message& message : messages)
+        if (!isWarning(message)) text += (text.empty() ? "" : ": ") + message.text;
+    return text;
+}
+
 void warn(const Messages& messages)
 {
-    for (const Message& message : messages)
-        if (message.isWarning &&
-            PyErr_WarnEx(PyExc_UserWarning, toText(message.text).cast<std::string>().c_str(), 2))
-            throw py::error_already_set();
+    for (const Message& message : messages) {
+        if (!message.isError) continue;
+        const std::size_t begin = isWarning(message) ? warning.size() : 0;
+        const auto text = toText(message.text.substr(begin)).cast<std::string>();
+        if (PyErr_WarnEx(PyExc_UserWarning, text.c_str(), 2)) throw py::error_already_set();
+    }
 }
 
 void lockForFork()
@@ -96,7 +114,7 @@ void unlockAfterFork()
 
 }  // namespace
 
-void callLibrary(const std::function<int()>& call)
+void callLibrary(const std::function<int()>& call, Reasons reasons)
 {
     Messages messages;
     bool succeeded = false;
@@ -104,7 +122,8 @@ void callLibrary(const std::function<int()>& call)
         const py::gil_scoped_release released;
         succeeded = runAlone(call, messages);
     }
-    if (!succeeded) throw LibraryError(reason(messages));
+    if (!succeeded)
+        throw LibraryError(reasons == Reasons::all ? joined(messages) : reason(messages));
     warn(messages);
 }
 

@@ -1,6 +1,7 @@
 // The module zel._core: what the package needs of the library, as plain as it comes.
 #include "component.hpp"
 #include "constants.hpp"
+#include "formula.hpp"
 #include "library.hpp"
 #include "pixels.hpp"
 #include "python.hpp"
@@ -59,6 +60,43 @@ void addView(py::module_& m)
         .def("close", &View::close);
 }
 
+// Values at positions: lat and lon, or sz, vz and az, of one size.
+Array<float> groundAt(int grid, const Array<float>& lat, const Array<float>& lon)
+{
+    if (lat.size() != lon.size()) throw py::value_error("arrays of different sizes");
+    Array<float> values(lat.size());
+    const float *lats = lat.data(), *lons = lon.data();
+    float* out = values.mutable_data();
+    const py::ssize_t count = lat.size();
+    callLibrary([&] {
+        for (py::ssize_t i = 0; i < count; ++i) out[i] = FetchAncillary(grid, lats[i], lons[i]);
+        return 0;
+    });
+    return values;
+}
+
+Array<float> sunGlint(const Array<float>& sz, const Array<float>& vz, const Array<float>& az)
+{
+    if (sz.size() != vz.size() || sz.size() != az.size())
+        throw py::value_error("arrays of different sizes");
+    Array<float> values(sz.size());
+    float* out = values.mutable_data();
+    for (py::ssize_t i = 0; i < sz.size(); ++i)
+        out[i] = ComputeSunglint(sz.data()[i], vz.data()[i], az.data()[i]);
+    return values;
+}
+
+void addFormula(py::module_& m)
+{
+    py::class_<Formula>(m, "Formula")
+        .def(py::init<const Formula::Labels&, std::string, const Formula::Texts&, bool>(),
+             "labels"_a, "text"_a, "definitions"_a, "is_program"_a)
+        .def("facts", &Formula::facts)
+        .def("run", &Formula::run, "channels"_a, "variables"_a, "count"_a);
+    m.def("ground", groundAt, "grid"_a, "lat"_a, "lon"_a);
+    m.def("sun_glint", sunGlint, "sz"_a, "vz"_a, "az"_a);
+}
+
 }  // namespace
 }  // namespace zel_python
 
@@ -67,8 +105,10 @@ PYBIND11_MODULE(_core, m)
     using namespace zel_python;
     prepareForForks();
     py::register_exception<LibraryError>(m, "LibraryError");
+    py::register_exception<FormulaError>(m, "FormulaError");
     addConstants(m);
     addFile(m);
     addComponent(m);
     addView(m);
+    addFormula(m);
 }

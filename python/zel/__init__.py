@@ -11,6 +11,7 @@ from .blocks import ClassEntry, Classes, Histogram, Mask, Metadata, Table
 from .channel import Channel, Channels
 from .enums import Sensor, Storage, Unit
 from .errors import ChannelError, DamagedFileError, UnsupportedFileError, ZelError
+from .formula import Expression, ExpressionError, Program, ProgramResult
 from .lines import Angles, Lines, Positions, TiePoints
 from .arrays import LazyArray
 from .scene import Scene, open
@@ -24,12 +25,16 @@ __all__ = [
     "ClassEntry",
     "Classes",
     "DamagedFileError",
+    "Expression",
+    "ExpressionError",
     "Histogram",
     "LazyArray",
     "Lines",
     "Mask",
     "Metadata",
     "Positions",
+    "Program",
+    "ProgramResult",
     "Scene",
     "Sensor",
     "Storage",
