@@ -41,8 +41,8 @@ if(zel_python)
     list(GET zel_python_answer 2 zel_python_suffix)
     set(zel_python_package ${PROJECT_BINARY_DIR}/python/zel)
     file(GLOB zel_python_sources CONFIGURE_DEPENDS python/src/*.cpp)
-    # Names in expressions are understood by the parts of the command zel.
-    foreach(part names reading text uses vocabulary)
+    # Names in expressions are understood, and values are prepared, by parts of the command zel.
+    foreach(part made_channel names reading text uses vocabulary)
         list(APPEND zel_python_sources src/zel/${part}.cpp)
     endforeach()
     add_library(zel_python MODULE ${zel_python_sources})

@@ -6,6 +6,7 @@
 #include "pixels.hpp"
 #include "python.hpp"
 #include "view.hpp"
+#include "writer.hpp"
 
 namespace zel_python {
 namespace {
@@ -97,6 +98,19 @@ void addFormula(py::module_& m)
     m.def("sun_glint", sunGlint, "sz"_a, "vz"_a, "az"_a);
 }
 
+void addWriter(py::module_& m)
+{
+    py::class_<Writer>(m, "Writer")
+        .def(py::init([](const py::bytes& name, const py::dict& header, const py::list& channels,
+                         const py::list& luts) {
+                 return std::make_unique<Writer>(name, header, channels, luts);
+             }),
+             "name"_a, "header"_a, "channels"_a, "luts"_a)
+        .def("write_lines", &Writer::writeLines, "lines"_a, "planes"_a)
+        .def("misfits", &Writer::misfits)
+        .def("finish", &Writer::finish);
+}
+
 }  // namespace
 }  // namespace zel_python
 
@@ -111,4 +125,5 @@ PYBIND11_MODULE(_core, m)
     addComponent(m);
     addView(m);
     addFormula(m);
+    addWriter(m);
 }

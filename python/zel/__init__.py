@@ -14,8 +14,10 @@ from .errors import ChannelError, DamagedFileError, UnsupportedFileError, ZelErr
 from .formula import Expression, ExpressionError, Program, ProgramResult
 from .lines import Angles, Lines, Positions, TiePoints
 from .arrays import LazyArray
+from .new_channel import NewChannel
 from .scene import Scene, open
 from .view import View
+from .writing import write
 
 __all__ = [
     "Angles",
@@ -32,6 +34,7 @@ __all__ = [
     "Lines",
     "Mask",
     "Metadata",
+    "NewChannel",
     "Positions",
     "Program",
     "ProgramResult",
@@ -45,4 +48,5 @@ __all__ = [
     "View",
     "ZelError",
     "open",
+    "write",
 ]

@@ -144,3 +144,9 @@ def tables_from(facts: Sequence[Mapping[str, Any]]) -> tuple[Table, ...]:
 
 def classes_from(facts: Mapping[str, Any]) -> Classes:
     return Classes(facts["names"], facts["colours"], facts["label"], facts["key"])
+
+
+def table_facts(table: Table) -> dict[str, Any]:
+    return {
+        "key": table.key, "label": table.label, "values": np.asarray(table.values, np.float32)
+    }
