@@ -5,6 +5,7 @@
 #include "library.hpp"
 #include "pixels.hpp"
 #include "python.hpp"
+#include "samples.hpp"
 #include "view.hpp"
 #include "writer.hpp"
 
@@ -117,6 +118,7 @@ void addWriter(py::module_& m)
 PYBIND11_MODULE(_core, m)
 {
     using namespace zel_python;
+    using namespace py::literals;
     prepareForForks();
     py::register_exception<LibraryError>(m, "LibraryError");
     py::register_exception<FormulaError>(m, "FormulaError");
@@ -126,4 +128,14 @@ PYBIND11_MODULE(_core, m)
     addView(m);
     addFormula(m);
     addWriter(m);
+    m.def(
+        "read_samples", [](const py::bytes& name) { return readSamples(name); }, "name"_a);
+    m.def(
+        "write_samples",
+        [](const py::bytes& name, const py::bytes& nameInHeader,
+           const std::vector<std::pair<std::string, std::string>>& features,
+           const py::list& classes, const py::dict& columns, const std::string& title) {
+            writeSamples(name, nameInHeader, features, classes, columns, title);
+        },
+        "name"_a, "name_in_header"_a, "features"_a, "classes"_a, "columns"_a, "title"_a);
 }

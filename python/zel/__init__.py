@@ -15,8 +15,10 @@ from .formula import Expression, ExpressionError, Program, ProgramResult
 from .lines import Angles, Lines, Positions, TiePoints
 from .arrays import LazyArray
 from .new_channel import NewChannel
+from .samples import read_samples, write_samples
 from .scene import Scene, open
 from .view import View
+from .vorn import Vorn, read_vorn, write_vorn
 from .writing import write
 
 __all__ = [
@@ -46,7 +48,12 @@ __all__ = [
     "Unit",
     "UnsupportedFileError",
     "View",
+    "Vorn",
     "ZelError",
     "open",
+    "read_samples",
+    "read_vorn",
     "write",
+    "write_samples",
+    "write_vorn",
 ]
