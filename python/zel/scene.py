@@ -10,6 +10,9 @@ from pathlib import Path
 from types import TracebackType
 from typing import Any
 
+import numpy as np
+import numpy.typing as npt
+
 from . import _core
 from .arrays import LazyArray
 from .blocks import Classes, Metadata, Table, classes_from, tables_from
@@ -208,6 +211,17 @@ class Scene(Grid):
         from .describe import text_of
 
         return text_of(self)
+
+    def _repr_html_(self) -> str:
+        from .picture import html_of
+
+        return html_of(self)
+
+    def quicklook(self) -> npt.NDArray[np.uint8] | None:
+        """A small picture, uint8 of shape (lines, pixels, 3); None without pixels."""
+        from .picture import quicklook
+
+        return quicklook(self)
 
 
 def _array_again(path: str, part: int | str | None, slot: int, decode: bool) -> LazyArray:

@@ -55,7 +55,7 @@ class Names(unittest.TestCase):
         declared = set(re.findall(r"\w+", headers))
         # Of the environment, of files, and at the beginning of a message.
         others = {"ZEL_DATA_DIR", "ZEL_NUM_THREADS", "ZEL_COMBINE", "ZEL_MASK", "ZEL_FEATURE_HEADER", "ZELOpen",
-                  "ZEL_GDAL", "ZEL_METADATA", "ZEL_SCAN", "ZEL_ANGLES"}
+                  "ZEL_GDAL", "ZEL_PYTHON", "ZEL_METADATA", "ZEL_SCAN", "ZEL_ANGLES"}
         for document in PAGES + ["CHANGELOG.md", "docs/man/zel.3", "docs/man/zel.5"]:
             named = set(re.findall(r"\bZEL_?[A-Z]\w+", read(document)))
             self.assertEqual(sorted(named - declared - others), [], document)
