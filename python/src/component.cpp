@@ -254,6 +254,9 @@ py::tuple Component::positions(int first, int step, int count)
     Array<float> lat({py::ssize_t{count}, pixels}), lon({py::ssize_t{count}, pixels});
     float* lats = lat.mutable_data();
     float* lons = lon.mutable_data();
+    // With a point for each pixel, those after the last point stay as they are.
+    std::fill_n(lats, count * pixels, 0.0F);
+    std::fill_n(lons, count * pixels, 0.0F);
     forLines(first, step, count, [&](int n) {
         header_->Lat = lats + n * pixels;
         header_->Lon = lons + n * pixels;

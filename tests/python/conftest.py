@@ -1,8 +1,13 @@
 """What all tests of the package share. PYTHONPATH leads to the package of the build tree."""
 import os
 import sys
+import tempfile
 
 import pytest
+
+# What the search for examples keeps has no place in the tree.
+os.environ.setdefault("HYPOTHESIS_STORAGE_DIRECTORY",
+                      os.path.join(tempfile.gettempdir(), "zel_hypothesis"))
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(os.path.dirname(HERE), "support"))

@@ -106,3 +106,11 @@ def test_two_channels_of_angles_are_not_enough(keep):
     for own, library in zip(scene.angles(), scene.view().angles()):
         assert own.tobytes() == library.tobytes()
     assert scene.angles().solar_zenith.any()
+
+
+def test_pixels_after_the_last_point_of_a_line_with_a_point_for_each_have_position_0(keep):
+    scene = zel.open(keep(Scene({0: Channel(3, ramp(2, 4))}, interval=1, lats=[[1.0, 2.0]] * 2,
+                                lons=[[3.0, 4.0]] * 2).bytes()))
+    for _ in range(3):
+        assert scene.positions().latitude.tolist() == [[1.0, 2.0, 0.0, 0.0]] * 2
+        assert scene.view().positions().longitude.tolist() == [[3.0, 4.0, 0.0, 0.0]] * 2

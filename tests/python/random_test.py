@@ -1,0 +1,158 @@
+"""Random scenes, written by the package and read back through it, the command zel and the driver of
+GDAL with equal results."""
+import json
+import os
+import subprocess
+import tempfile
+from datetime import datetime
+
+import numpy as np
+import pytest
+
+import zel
+from conftest import PROGRAMS
+
+hypothesis = pytest.importorskip("hypothesis")
+st = pytest.importorskip("hypothesis.strategies")
+
+try:
+    from osgeo import gdal
+    gdal.UseExceptions()
+    HAS_DRIVER = gdal.GetDriverByName("ZEL") is not None
+except ImportError:
+    HAS_DRIVER = False
+ZEL = os.path.join(PROGRAMS, "zel")
+TEXT = st.text(st.characters(blacklist_categories=("C", "Z")), max_size=20)
+FLOATS = st.floats(width=32, allow_nan=False, allow_infinity=False)
+RANGES = st.tuples(st.floats(-1000, 1000, width=32), st.floats(0.125, 1000, width=32))
+
+
+@st.composite
+def channels(draw, shape, slot):
+    """A channel, and the stored numbers that it has to have."""
+    storage = draw(st.sampled_from(list(zel.Storage)))
+    rng = np.random.default_rng(draw(st.integers(0, 2**32)))
+    bits = {zel.Storage.BYTE: 8, zel.Storage.BYTE_SCALED: 8}.get(storage, 16)
+    numbers = rng.integers(0, 2**bits, shape).astype("u%d" % (bits // 8))
+    if storage is zel.Storage.FLOAT:
+        numbers = rng.normal(0, 10.0 ** draw(st.integers(-30, 30)), shape).astype(np.float32)
+    facts = {}
+    if storage.is_scaled:
+        low, width = draw(RANGES)
+        facts = {"min": float(np.float32(low)), "max": float(np.float32(low + width))}
+        facts["raw"] = True
+    return zel.NewChannel(
+        numbers, draw(TEXT), storage, unit=draw(st.sampled_from([u for u in zel.Unit if u >= 0])),
+        wavelength=draw(st.none() | st.floats(0.125, 100, width=32)), slot=slot,
+        is_base=draw(st.booleans()), **facts)
+
+
+@st.composite
+def scenes(draw):
+    """Channels of one shape, and what zel.write takes beside them."""
+    shape = draw(st.tuples(st.integers(1, 6), st.integers(1, 40)))
+    slots = sorted(draw(st.sets(st.integers(0, 40), min_size=1, max_size=4)))
+    facts = {"start": draw(st.datetimes(datetime(1950, 1, 1), datetime(2090, 1, 1))),
+             "sensor": draw(st.sampled_from(list(zel.Sensor))),
+             "satellite": draw(st.integers(-32768, 32767)), "comment": draw(TEXT),
+             "altitude": draw(FLOATS), "resolution": draw(FLOATS),
+             "histograms": draw(st.booleans())}
+    if draw(st.booleans()):
+        points = draw(st.integers(2, 5))
+        interval = draw(st.integers(1, 9))
+        first = draw(st.integers(0, max(shape[1] - 1, 0)))
+        rng = np.random.default_rng(draw(st.integers(0, 2**32)))
+        facts["tie_points"] = zel.TiePoints(
+            first + interval * np.arange(points),
+            rng.uniform(-90, 90, (shape[0], points)).astype(np.float32),
+            rng.uniform(-180, 180, (shape[0], points)).astype(np.float32))
+    return [draw(channels(shape, slot)) for slot in slots], facts
+
+
+def check_python(path, made, facts):
+    scene = zel.open(path)
+    assert [c.slot for c in scene.channels] == [c.slot for c in made]
+    for got, wanted in zip(scene.channels, made):
+        assert got.raw[:].tobytes() == wanted.data.tobytes()
+        assert (got.label, got.storage, got.unit) == (wanted.label, wanted.storage, wanted.unit)
+        assert (got.wavelength, got.is_base) == (wanted.wavelength, wanted.is_base)
+        assert (got.min, got.max) == (wanted.min, wanted.max)
+        assert (got.histogram is not None) == facts["histograms"]
+    for name in ("sensor", "satellite", "comment"):
+        assert getattr(scene, name) == facts[name]
+    for name in ("altitude", "resolution"):
+        assert getattr(scene, name) == np.float32(facts[name])
+    assert abs((scene.start.replace(tzinfo=None) - facts["start"]).total_seconds()) < 1e-5 \
+        if scene.start else facts["start"].time() == datetime.min.time()
+    if "tie_points" in facts:
+        for got, wanted in zip(scene.tie_points(), facts["tie_points"]):
+            assert np.array_equal(got, wanted)
+    return scene
+
+
+def check_view(scene):
+    """The library's own reader gives the same."""
+    view = scene.view()
+    for own, library in zip(scene.channels, view.channels, strict=True):
+        assert own.raw[:].tobytes() == library.raw[:].tobytes()
+        assert own.values.tobytes() == library.values.tobytes()
+    for own, library in zip(scene.positions() + scene.angles(), view.positions() + view.angles()):
+        assert own.tobytes() == library.tobytes()
+
+
+def check_command(path, scene):
+    done = subprocess.run([ZEL, "info", "--json", str(path)], capture_output=True, check=True)
+    found = json.loads(done.stdout)
+    facts = found["files"][0] if "files" in found else found
+    assert (facts["lines"], facts["pixels"]) == scene.shape
+    assert facts["scene"]["satellite"] == scene.satellite
+    assert facts["scene"]["comment"] == scene.comment
+    assert facts["scene"]["day_of_year"] == scene.day_of_year
+    for got, wanted in zip(facts["channels"], scene.channels, strict=True):
+        assert (got["slot"], got["label"]) == (wanted.slot, wanted.label)
+        assert (got["storage_code"], got["units_code"]) == (wanted.storage, wanted.unit)
+        assert got["wavelength_um"] is None if wanted.wavelength is None else np.float32(
+            got["wavelength_um"]) == np.float32(wanted.wavelength)
+
+
+def check_driver(path, scene):
+    dataset = gdal.Open(str(path))
+    assert dataset.RasterCount == len(scene.channels)
+    for band, channel in enumerate(scene.channels, 1):
+        pixels = dataset.GetRasterBand(band).ReadAsArray()
+        assert pixels.tobytes() == channel.raw[:].tobytes()
+        assert dataset.GetRasterBand(band).GetMetadataItem("SLOT") == str(channel.slot)
+    values = gdal.OpenEx(str(path), open_options=["UNSCALE=YES"])
+    for band, channel in enumerate(scene.channels, 1):
+        assert values.GetRasterBand(band).ReadAsArray().astype(np.float32).tobytes() \
+            == channel.values.tobytes()
+
+
+@hypothesis.settings(max_examples=120, deadline=None, database=None, derandomize=True)
+@hypothesis.given(scenes())
+def test_random_scenes_are_read_back_everywhere(case):
+    made, facts = case
+    with tempfile.TemporaryDirectory() as folder:
+        path = os.path.join(folder, "scene.zel")
+        zel.write(path, made, **facts)
+        scene = check_python(path, made, facts)
+        check_view(scene)
+        if os.path.exists(ZEL):
+            check_command(path, scene)
+        if HAS_DRIVER:
+            check_driver(path, scene)
+
+
+@hypothesis.settings(max_examples=200, deadline=None, database=None, derandomize=True)
+@hypothesis.given(st.data())
+def test_random_slices_are_those_of_numpy(data):
+    lines, pixels = data.draw(st.tuples(st.integers(1, 9), st.integers(1, 300)))
+    numbers = np.random.default_rng(lines * pixels).integers(0, 65536, (lines, pixels), np.uint16)
+    with tempfile.TemporaryDirectory() as folder:
+        path = os.path.join(folder, "scene.zel")
+        zel.write(path, {"a": numbers}, start=datetime(2024, 1, 1))
+        channel = zel.open(path).channels["a"]
+        for _ in range(5):
+            key = (data.draw(st.slices(lines)), data.draw(st.slices(pixels)))
+            assert np.array_equal(channel.raw[key], numbers[key])
+            assert np.array_equal(channel[key], numbers[key].astype(np.float32))
