@@ -1,6 +1,7 @@
 #include "pixels.hpp"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "library.hpp"
@@ -19,41 +20,49 @@ std::uint32_t reversed(std::uint32_t number)
 }
 
 template <class Word>
-void reverseRow(void* row, py::ssize_t count)
+void reverseWords(char* row, py::ssize_t count)
 {
-    auto* words = static_cast<Word*>(row);
-    for (py::ssize_t i = 0; i < count; ++i) words[i] = reversed(words[i]);
+    for (py::ssize_t i = 0; i < count; ++i, row += sizeof(Word)) {
+        Word word;
+        std::memcpy(&word, row, sizeof word);
+        word = reversed(word);
+        std::memcpy(row, &word, sizeof word);
+    }
 }
 
-void reverseRow(void* row, py::ssize_t count, py::ssize_t size)
+void reverseRow(char* row, py::ssize_t count, py::ssize_t size)
 {
-    if (size == 2) reverseRow<std::uint16_t>(row, count);
-    if (size == 4) reverseRow<std::uint32_t>(row, count);
+    if (size == 2) reverseWords<std::uint16_t>(row, count);
+    if (size == 4) reverseWords<std::uint32_t>(row, count);
 }
 
-// take(row, numbers) for each row of the window. Rows that lie close together are read at once.
+// Rows that lie close together are read at once.
+bool isDense(const Window& w, std::int64_t rowBytes)
+{
+    return w.stride <= 4 * rowBytes || w.stride <= 4096;
+}
+
+void read(const Descriptor& file, std::int64_t place, void* bytes, std::int64_t size)
+{
+    if (!file.read(place, bytes, static_cast<std::size_t>(size)))
+        throw LibraryError("the file is cut short after it was opened");
+}
+
+// take(row, bytes) for each row of the window. Numbers begin anywhere.
 template <class Take>
 void forRows(const Descriptor& file, const Window& w, py::ssize_t size, Take take)
 {
     constexpr std::int64_t block = 1 << 18;
     const std::int64_t rowBytes = w.columns * size;
-    const bool isDense = w.stride <= 4 * rowBytes || w.stride <= 4096;
     const std::int64_t atOnce =
-        isDense ? std::max<std::int64_t>(1, block / std::max<std::int64_t>(w.stride, 1)) : 1;
-    // Words, for numbers of any size to begin at.
-    std::vector<std::uint32_t> words;
+        isDense(w, rowBytes)
+            ? std::max<std::int64_t>(1, block / std::max<std::int64_t>(w.stride, 1))
+            : 1;
     std::vector<char> bytes(static_cast<std::size_t>((atOnce - 1) * w.stride + rowBytes));
-    words.resize(static_cast<std::size_t>(rowBytes + 3) / 4);
     for (py::ssize_t row = 0; row < w.rows; row += atOnce) {
         const std::int64_t rows = std::min<std::int64_t>(atOnce, w.rows - row);
-        const auto length = static_cast<std::size_t>((rows - 1) * w.stride + rowBytes);
-        if (!file.read(w.place + row * w.stride, bytes.data(), length))
-            throw LibraryError("the file is cut short after it was opened");
-        for (std::int64_t n = 0; n < rows; ++n) {
-            std::copy_n(bytes.data() + n * w.stride, rowBytes,
-                        reinterpret_cast<char*>(words.data()));
-            take(row + n, static_cast<void*>(words.data()));
-        }
+        read(file, w.place + row * w.stride, bytes.data(), (rows - 1) * w.stride + rowBytes);
+        for (std::int64_t n = 0; n < rows; ++n) take(row + n, bytes.data() + n * w.stride);
     }
 }
 
@@ -64,14 +73,22 @@ void check(const Window& w)
 }
 
 template <class Number>
-void toValues(const void* row, py::ssize_t count, const float* table, float* out)
+Number numberAt(const char* row, py::ssize_t i)
 {
-    const auto* numbers = static_cast<const Number*>(row);
+    Number number;
+    std::memcpy(&number, row + i * static_cast<py::ssize_t>(sizeof number), sizeof number);
+    return number;
+}
+
+template <class Number>
+void toValues(const char* row, py::ssize_t count, const float* table, float* out)
+{
     if (table)
         for (py::ssize_t i = 0; i < count; ++i)
-            out[i] = table[static_cast<std::size_t>(numbers[i])];
+            out[i] = table[static_cast<std::size_t>(numberAt<Number>(row, i))];
     else
-        for (py::ssize_t i = 0; i < count; ++i) out[i] = static_cast<float>(numbers[i]);
+        for (py::ssize_t i = 0; i < count; ++i)
+            out[i] = static_cast<float>(numberAt<Number>(row, i));
 }
 
 }  // namespace
@@ -84,11 +101,15 @@ py::array readNumbers(const File& file, const Window& w, const py::dtype& type, 
     const py::ssize_t size = type.itemsize();
     auto* out = static_cast<char*>(numbers.mutable_data());
     const py::gil_scoped_release released;
-    forRows(*open, w, size, [&](py::ssize_t row, void* words) {
-        if (isSwapped) reverseRow(words, w.columns, size);
-        std::copy_n(static_cast<const char*>(words), w.columns * size,
-                    out + row * w.columns * size);
-    });
+    const py::ssize_t rowBytes = w.columns * size;
+    if (isDense(w, rowBytes))
+        forRows(*open, w, size, [&](py::ssize_t row, const char* bytes) {
+            std::copy_n(bytes, rowBytes, out + row * rowBytes);
+        });
+    else
+        for (py::ssize_t row = 0; row < w.rows; ++row)
+            read(*open, w.place + row * w.stride, out + row * rowBytes, rowBytes);
+    if (isSwapped) reverseRow(out, w.rows * w.columns, size);
     return numbers;
 }
 
@@ -104,12 +125,17 @@ Array<float> readValues(const File& file, const Window& w, const py::dtype& type
     const float* lookup = table.size() != 0 ? table.data() : nullptr;
     float* out = values.mutable_data();
     const py::gil_scoped_release released;
-    forRows(*open, w, size, [&](py::ssize_t row, void* words) {
-        if (isSwapped) reverseRow(words, w.columns, size);
+    std::vector<char> turned(isSwapped ? static_cast<std::size_t>(w.columns * size) : 0);
+    forRows(*open, w, size, [&](py::ssize_t row, const char* bytes) {
+        if (isSwapped) {
+            std::copy_n(bytes, turned.size(), turned.data());
+            reverseRow(turned.data(), w.columns, size);
+            bytes = turned.data();
+        }
         float* at = out + row * w.columns;
-        if (size == 1) toValues<std::uint8_t>(words, w.columns, lookup, at);
-        if (size == 2) toValues<std::uint16_t>(words, w.columns, lookup, at);
-        if (size == 4) toValues<float>(words, w.columns, nullptr, at);
+        if (size == 1) toValues<std::uint8_t>(bytes, w.columns, lookup, at);
+        if (size == 2) toValues<std::uint16_t>(bytes, w.columns, lookup, at);
+        if (size == 4) toValues<float>(bytes, w.columns, nullptr, at);
     });
     return values;
 }

@@ -132,6 +132,26 @@ class LazyArray:
         read: npt.NDArray[Any] = self[:, :]
         return read if dtype is None else read.astype(dtype, copy=False)
 
+    def memmap(self) -> npt.NDArray[Any]:
+        """The stored numbers as an array that is mapped into memory, and not copied.
+
+        Returns
+        -------
+        numpy.ndarray
+            Read-only, in the byte order of the file. A file that is cut short while it is in use
+            ends the process: other ways of reading do not.
+
+        Raises
+        ------
+        TypeError
+            Values, and pixels of a view, are not in the file as they are.
+        """
+        mapped = getattr(self._plane, "memmap", None)
+        if mapped is None or self._decode:
+            raise TypeError("these pixels are not in the file as they are")
+        found: npt.NDArray[Any] = mapped()
+        return found
+
     def __repr__(self) -> str:
         return f"<{type(self).__name__} {self.shape[0]} x {self.shape[1]} {self.dtype}>"
 

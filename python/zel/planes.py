@@ -58,6 +58,15 @@ class FilePlane:
                 found = self._file.read(*window, self._is_swapped)
         return found[:, :: pixels.step]
 
+    def memmap(self) -> npt.NDArray[Any]:
+        kind = self.dtype.newbyteorder("S") if self._is_swapped else self.dtype
+        if 0 in self.shape:
+            return np.empty(self.shape, kind)
+        mapped = np.memmap(self._name, np.uint8, "r")
+        strides = (self._line_size, kind.itemsize)
+        found: npt.NDArray[Any] = np.ndarray(self.shape, kind, mapped, self._begin, strides)
+        return found
+
     def place(self) -> tuple[Any, ...]:
         return (self._name, self._part, self._slot)
 

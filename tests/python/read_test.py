@@ -1,6 +1,9 @@
 """Plain files: pixels of all layouts in both byte orders, and what a scene says of itself."""
+import os
 import pickle
+import signal
 import threading
+import time
 from datetime import date, datetime, timezone
 
 import numpy as np
@@ -218,3 +221,47 @@ def test_real_scenes_are_those_of_the_library(real):
             assert own.tobytes() == library.tobytes()
         for own, library in zip(scene.angles(slice(0, None, 9)), view.angles(slice(0, None, 9))):
             assert own.tobytes() == library.tobytes()
+
+
+@pytest.mark.parametrize("big_endian", [False, True])
+def test_stored_numbers_can_be_mapped(keep, big_endian):
+    scene = zel.open(keep(Scene(five_channels(), version=141, big_endian=big_endian).bytes()))
+    for got, wanted in zip(scene.channels, five_channels().values()):
+        mapped = got.raw.memmap()
+        assert mapped.tolist() == wanted.pixels
+        assert not mapped.flags.owndata and not mapped.flags.writeable
+    for array in (scene.channels[1].lazy_values, scene.view().channels[1].raw):
+        with pytest.raises(TypeError):
+            array.memmap()
+
+
+def test_a_process_may_fork_while_a_thread_uses_the_library(keep):
+    path = keep(Scene(five_channels(), lats=[[1.0, 2.0]] * 3, lons=[[1.0, 2.0]] * 3,
+                      interval=2).bytes())
+    done = threading.Event()
+
+    def work():
+        while not done.is_set():
+            zel.open(path).positions()
+    thread = threading.Thread(target=work)
+    thread.start()
+    children = []
+    for _ in range(20):
+        child = os.fork()
+        if child == 0:
+            os._exit(0 if zel.open(path).positions().latitude.shape == (3, 4) else 1)
+        children.append(child)
+    results = {}
+    end = time.monotonic() + 60
+    while len(results) < len(children) and time.monotonic() < end:
+        for child in set(children) - set(results):
+            found, status = os.waitpid(child, os.WNOHANG)
+            if found:
+                results[child] = status
+        time.sleep(0.01)
+    done.set()
+    thread.join()
+    for child in set(children) - set(results):
+        os.kill(child, signal.SIGKILL)
+        os.waitpid(child, 0)
+    assert set(results) == set(children) and set(results.values()) == {0}
