@@ -63,7 +63,7 @@ if(zel_python)
 
     # The modules beside it, so that PYTHONPATH=build/python finds all of the package.
     file(GLOB_RECURSE zel_python_modules CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/python/zel
-        python/zel/*.py python/zel/*.pyi python/zel/py.typed)
+        python/zel/*.py python/zel/*.pyi python/zel/*.yaml python/zel/py.typed)
     foreach(module IN LISTS zel_python_modules)
         add_custom_command(OUTPUT ${zel_python_package}/${module}
             COMMAND ${CMAKE_COMMAND} -E copy ${PROJECT_SOURCE_DIR}/python/zel/${module}
@@ -73,4 +73,10 @@ if(zel_python)
     endforeach()
     add_custom_target(zel_python_modules ALL DEPENDS ${zel_python_outputs})
     add_dependencies(zel_python zel_python_modules)
+
+    # What an installed package has: by this xarray and Satpy find the engine and the reader.
+    set(zel_python_info ${PROJECT_BINARY_DIR}/python/zel-${PROJECT_VERSION}.dist-info)
+    file(CONFIGURE OUTPUT ${zel_python_info}/METADATA
+        CONTENT "Metadata-Version: 2.1\nName: zel\nVersion: @PROJECT_VERSION@\n" @ONLY)
+    configure_file(python/entry_points.txt ${zel_python_info}/entry_points.txt COPYONLY)
 endif()

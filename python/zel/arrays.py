@@ -51,7 +51,7 @@ def lines_of(key: slice | range | int | None, count: int) -> range:
     return range(count)[key : key + 1 or None]
 
 
-def _span(key: _Index, size: int, axis: int) -> tuple[range, slice | int]:
+def span_of(key: _Index, size: int, axis: int) -> tuple[range, slice | int]:
     """What is read along an axis, in ascending order, and what is taken of that."""
     if not isinstance(key, slice):
         at = int(key)
@@ -118,8 +118,8 @@ class LazyArray:
         both = _both(key)
         if both is None:
             return np.asarray(self)[key]
-        lines, take_lines = _span(both[0], self.shape[0], 0)
-        pixels, take_pixels = _span(both[1], self.shape[1], 1)
+        lines, take_lines = span_of(both[0], self.shape[0], 0)
+        pixels, take_pixels = span_of(both[1], self.shape[1], 1)
         read = self._plane.read(lines, pixels, self._decode)
         return read[take_lines, take_pixels]
 

@@ -58,7 +58,17 @@ class Grid:
     @cached_property
     def lines(self) -> Lines:
         """Time, altitude, padding and nadir of each line."""
-        return Lines(self._scans(range(self.shape[0])), self.date)
+        return self.lines_at()
+
+    def lines_at(self, lines: LineKey = None) -> Lines:
+        """Time, altitude, padding and nadir of some lines.
+
+        Parameters
+        ----------
+        lines : slice, range or int, optional
+            All lines are the default.
+        """
+        return Lines(self._scans(lines_of(lines, self.shape[0])), self.date)
 
     def tie_points(self, lines: LineKey = None) -> TiePoints:
         """The navigation points of lines.
