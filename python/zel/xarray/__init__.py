@@ -1,5 +1,6 @@
 """Scenes as xarray datasets: the engine ``zel`` of `xarray.open_dataset`."""
 
+from .accessor import ZelAccessor
 from .backend import ZelBackend
 
-__all__ = ["ZelBackend"]
+__all__ = ["ZelAccessor", "ZelBackend"]

@@ -76,7 +76,7 @@ def class_attributes(channel: Channel) -> dict[str, Any]:
 def channel_attributes(channel: Channel, angle_slots: Sequence[int]) -> dict[str, Any]:
     """What a file says of a channel; nothing of what is not set."""
     angle = list(angle_slots).index(channel.slot) if channel.slot in angle_slots else None
-    facts = {
+    facts: dict[str, Any] = {
         "standard_name": None if angle is None else _ANGLE_NAMES[angle],
         "long_name": channel.label,
         "units": channel.unit.symbol,

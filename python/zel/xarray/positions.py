@@ -11,12 +11,12 @@ from ..scene import Scene
 from ..view import View
 from .arrays import PointRows, PositionRows
 
-__all__ = ["POSITION_NAMES", "TIE_POINTS", "positions_of"]
+__all__ = ["POINT_PIXELS", "POSITION_NAMES", "TIE_POINTS", "positions_of"]
 
 POSITION_NAMES = ("latitude", "longitude")
 TIE_POINTS = "tie_points"
 _UNITS = {"latitude": "degrees_north", "longitude": "degrees_east"}
-_PIXELS = "tie_point_pixel"
+POINT_PIXELS = "tie_point_pixel"
 _DIMENSION = "tie_point"
 _KINDS = ("tiepoints", "full", "none")
 # What CF's linear interpolation leaves out.
@@ -46,10 +46,10 @@ def _points(make: Callable[..., xr.Variable], grid: Scene | View) -> dict[str, x
         for name in POSITION_NAMES
     }
     facts = {"long_name": "pixel of the line that has the point"}
-    found[_PIXELS] = xr.Variable((_DIMENSION,), pixels.astype(np.int32), facts)
+    found[POINT_PIXELS] = xr.Variable((_DIMENSION,), pixels.astype(np.int32), facts)
     mapping = {
         "interpolation_description": _RULE,
-        "tie_point_mapping": f"x: {_PIXELS} {_DIMENSION}",
+        "tie_point_mapping": f"x: {POINT_PIXELS} {_DIMENSION}",
         "pixels": grid.shape[1],
     }
     found[TIE_POINTS] = xr.Variable((), np.int32(0), mapping)

@@ -76,11 +76,11 @@ def _time(make: _Maker, grid: Scene | View, is_decoded: bool) -> xr.Variable | N
     day = grid.date
     if day is None:
         return None
-    attributes = {"standard_name": "time", "long_name": "time of the line"}
+    attributes: dict[str, Any] = {"standard_name": "time", "long_name": "time of the line"}
     units = {"units": f"hours since {day.isoformat()}", "calendar": "proleptic_gregorian"}
     if not is_decoded or day.year not in _YEARS_OF_NANOSECONDS:
         return make(("y",), (), TimeRows(False), np.float64, {**attributes, **units}, {})
-    encoding = {**units, "dtype": np.dtype(np.float64)}
+    encoding: dict[str, Any] = {**units, "dtype": np.dtype(np.float64)}
     return make(("y",), (), TimeRows(True), "datetime64[ns]", attributes, encoding)
 
 
