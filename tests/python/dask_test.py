@@ -89,7 +89,7 @@ print(resource.getrusage(resource.RUSAGE_SELF).ru_maxrss // 1024)
 
 
 def test_memory_is_bounded_by_chunks(keep):
-    """2 GB of pixels, 8 GB as values, in a file without bytes on the disk."""
+    """2 GB of pixels, in a file without bytes on the disk."""
     data = Scene({0: Channel(3, [[0] * 30000], label="wide")}).bytes()
     path = keep(data)
     with open(path, "r+b") as file:
