@@ -161,16 +161,17 @@ def test_what_fits_no_file_is_an_error(keep, tmp_path):
 
 def test_each_chunk_is_computed_once_for_all_channels(keep, tmp_path):
     computed = []
-    found = xr.open_dataset(keep(large()), engine="zel", geolocation="none", chunks={})
-    found = found.chunk({"y": 25})
+    scene = Scene({0: Channel(3, ramp(250, 4), label="one"), 1: Channel(3, ramp(250, 4, 3))})
+    found = xr.open_dataset(keep(scene.bytes()), engine="zel", chunks={}).chunk({"y": 110})
 
     def counted(block):
         computed.append(len(block))
         return block
-    found["scaled"] = found.scaled.copy(data=found.scaled.data.map_blocks(
-        counted, dtype=np.float32, meta=np.zeros((0, 0), np.float32)))
+    found["one"] = found.one.copy(data=found.one.data.map_blocks(
+        counted, dtype=np.uint8, meta=np.zeros((0, 0), np.uint8)))
     found.zel.to_file(tmp_path / "new.zel")
-    assert sorted(computed) == [10, 25, 25]
+    assert computed == [110, 110, 30]
+    assert zel.open(tmp_path / "new.zel").channels["one"].raw[:].tolist() == ramp(250, 4)
 
 
 def test_the_components_of_a_container_are_chunked_each(keep):
