@@ -37,6 +37,13 @@ std::optional<std::string> isoDate(int year, int dayOfYear)
     return dateText(*day);
 }
 
+std::optional<long long> dayNumber(int year, int dayOfYear)
+{
+    const auto day = dayOf(year, dayOfYear);
+    if (!day) return std::nullopt;
+    return day->time_since_epoch().count();
+}
+
 std::optional<std::string> isoTime(int year, int dayOfYear, double hours)
 {
     const auto day = dayOf(year, dayOfYear);

@@ -9,10 +9,10 @@ namespace zel_tool {
 
 const std::vector<Command>& commands()
 {
-    static const std::vector<Command> all = {infoCommand(),   pixelCommand(),  checkCommand(),
-                                             dumpCommand(),   lookCommand(),   combineCommand(),
-                                             replayCommand(), calcCommand(),   channelsCommand(),
-                                             sampleCommand(), samplesCommand()};
+    static const std::vector<Command> all = {infoCommand(),   pixelCommand(),   checkCommand(),
+                                             dumpCommand(),   lookCommand(),    combineCommand(),
+                                             replayCommand(), calcCommand(),    channelsCommand(),
+                                             sampleCommand(), samplesCommand(), scenesCommand()};
     return all;
 }
 

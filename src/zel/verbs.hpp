@@ -16,5 +16,6 @@ Command checkCommand();
 Command dumpCommand();
 Command calcCommand();
 Command sampleCommand();
+Command scenesCommand();
 
 }  // namespace zel_tool
