@@ -45,7 +45,7 @@ void addDuplicates(const SceneGroup& scene, std::vector<Doubt>& doubts)
 {
     std::map<float, std::vector<std::string>> owners;
     forEachGrid(scene, [&](const GridFacts& grid, const std::string& name) {
-        owners[grid.resolution].push_back(name);
+        if (std::isfinite(grid.resolution)) owners[grid.resolution].push_back(name);
     });
     for (const auto& [resolution, names] : owners)
         if (names.size() > 1)

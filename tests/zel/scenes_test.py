@@ -199,6 +199,13 @@ class Doubts(Case):
         self.put("b.zel", f)
         self.assertEqual(self.doubts("."), [[]])   # 180 m: not more than a pixel of 90 m
 
+    def test_a_resolution_that_is_no_number(self):
+        for name in "ab":
+            self.put(name + ".zel", scene_at(12.0, resolution=float("nan")))
+        scene, = self.lines(".")
+        self.assertEqual((scene["resolutions_m"], scene["doubts"]), ([], []))
+        self.assertIsNone(scene["files"][0]["grids"][0]["resolution_m"])
+
     def test_times(self):
         self.put("a.zel", scene_at(12.0999))
         self.put("b.zel", scene_at(12.1001, resolution=60.0))
@@ -292,6 +299,13 @@ class Files(Case):
         self.assertEqual(first[0], 1)
         self.assertEqual(len(first[1].splitlines()), 3)
         self.assertEqual(self.run_zel("scenes", *words[::-1], "sub/", "sub/deep"), first)
+
+    def test_files_of_one_time_are_in_the_order_of_their_paths(self):
+        data = scene_at(12.0).bytes()
+        names = ["%02d.zel" % i for i in range(40)]
+        for name in names:
+            self.put(name, data)
+        self.assertEqual(list(self.groups(*names[::-1]).values()), [names])
 
     def test_links_and_their_loops(self):
         os.makedirs(self.dir / "z" / "y")
