@@ -220,10 +220,10 @@ Command scenesCommand()
          {"-0,--null", "", "Names on standard input end with a NUL, not a line end.", &o->nul},
          {"-o,--output", "FILE", "Write the lines to this file.", &o->output, Takes::file},
          {"--overwrite", "", "Replace an existing output.", &o->overwrite}},
-        {{"scenes archive > scenes.jsonl", "All scenes below a directory."},
-         {"scenes archive --where date=2024-05-01..2024-05-31 --where bbox=170,-20,-170,0",
-          "Those of May in a box across the date line."},
-         {"scenes -0 -", "The files that find -print0 has printed."}},
+        {{"scenes . > scenes.jsonl", "All scenes here and below."},
+         {"scenes . --where date=2024-05-01..2024-05-31 -o may.jsonl", "Those of May."},
+         {"scenes *.zel --where bbox=170,-20,-170,0 > pacific.jsonl",
+          "Those that meet a box across the date line."}},
         "a file could not be read; the manifest says which and why",
         [o] { return run(*o); }};
 }
