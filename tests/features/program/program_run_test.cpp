@@ -1,6 +1,9 @@
 // Running pixel programs.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "support/program.hpp"
 
 namespace {
@@ -136,7 +139,13 @@ TEST(ProgramRun, AWeightThatSkipsThePixelIsAnError)
 
 TEST(ProgramRun, TheWeightsOfAPixelCanBeSet)
 {
-    ZELPixelStruct pixel{};
+    // What follows the last weight, and would hold one more.
+    struct {
+        ZELPixelStruct pixel;
+        float next[2];
+    } memory;
+    std::memset(&memory, 0, sizeof memory);
+    ZELPixelStruct& pixel = memory.pixel;
     ZELFeatureClearClassWeights(&pixel, 2.5f);
     for (const float weight : pixel.class_weights) EXPECT_EQ(weight, 2.5f);
     ZELFeatureSetClassWeight(&pixel, 0, 1.0f);
@@ -146,6 +155,9 @@ TEST(ProgramRun, TheWeightsOfAPixelCanBeSet)
     EXPECT_EQ(pixel.class_weights[0], 1.0f);
     EXPECT_EQ(pixel.class_weights[1], 2.5f);
     EXPECT_EQ(pixel.class_weights[999], 3.0f);
+    const auto* after = reinterpret_cast<const unsigned char*>(pixel.class_weights + 1000);
+    const auto* end = reinterpret_cast<const unsigned char*>(&memory + 1);
+    EXPECT_TRUE(std::all_of(after, end, [](unsigned char byte) { return byte == 0; }));
 }
 
 // ---- Errors ----
