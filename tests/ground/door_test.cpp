@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 
+#include "ground/zel_door.hpp"
 #include "support/file_builder.hpp"
 #include "support/outcome.hpp"
 
@@ -79,6 +80,14 @@ void note(void* userData, const char* unit, double done, double total)
     Progress& progress = *static_cast<Progress*>(userData);
     EXPECT_GT(done, progress.done) << "it grows";
     progress = {unit, done, total, progress.calls + 1};
+}
+
+TEST(Door, AMessageOfAnyLengthIsWhole)
+{
+    for (const std::size_t length : {1022, 1023, 1024, 5000}) {
+        const std::string text(length, 'x');
+        EXPECT_EQ(zel_test::run([&] { zel::report("%s", text.c_str()); }).out, text);
+    }
 }
 
 TEST(Door, ProgressOfAContainerIsReportedInBytes)
