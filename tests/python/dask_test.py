@@ -1,4 +1,5 @@
 """Datasets in chunks: threads, processes and workers; writing chunk by chunk."""
+import os
 import resource
 import subprocess
 import sys
@@ -88,6 +89,8 @@ print(resource.getrusage(resource.RUSAGE_SELF).ru_maxrss // 1024)
 """
 
 
+@pytest.mark.skipif("libasan" in os.environ.get("LD_PRELOAD", ""),
+                    reason="the address sanitizer reserves more addresses than the limit")
 def test_memory_is_bounded_by_chunks(keep):
     """2 GB of pixels, in a file without bytes on the disk."""
     data = Scene({0: Channel(3, [[0] * 30000], label="wide")}).bytes()
