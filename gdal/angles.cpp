@@ -60,7 +60,7 @@ public:
     AngleBand(AngleDataset* dataset, std::size_t kind)
         : LineBand(dataset, static_cast<int>(kind) + 1, GDT_Float32), dataset_(dataset), kind_(kind)
     {
-        GDALMajorObject::SetDescription(kindNames[kind]);
+        describeBand(*this, kindNames[kind]);
     }
     const char* GetUnitType() override { return "degree"; }
     double GetNoDataValue(int* isKnown) override

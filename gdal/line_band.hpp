@@ -5,6 +5,12 @@
 
 namespace zel_gdal {
 
+// Describes a band without what is kept in .aux.xml: that would be written again.
+inline void describeBand(GDALRasterBand& band, const char* description)
+{
+    band.GDALMajorObject::SetDescription(description);
+}
+
 class LineBand : public GDALPamRasterBand {
 public:
     LineBand(GDALDataset* dataset, int band, GDALDataType type);

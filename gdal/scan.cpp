@@ -1,5 +1,7 @@
 #include "scan.hpp"
 
+#include "line_band.hpp"
+
 namespace zel_gdal {
 namespace {
 
@@ -22,7 +24,7 @@ public:
                         byteOrder(places.isSwapped), OwnFP::NO),
           unit_(field.unit)
     {
-        GDALMajorObject::SetDescription(field.name);
+        describeBand(*this, field.name);
     }
     const char* GetUnitType() override { return unit_; }
 

@@ -13,7 +13,6 @@
 namespace zel_python {
 namespace {
 
-using zel_tool::Uses;
 using zel_tool::Vocabulary;
 
 std::string trimmed(const std::string& text)

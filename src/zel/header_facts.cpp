@@ -71,6 +71,7 @@ std::vector<int> spread(int count)
 {
     constexpr int most = 9;
     std::vector<int> some;
+    some.reserve(most);
     for (int i = 0; i < most; ++i)
         some.push_back(static_cast<int>(std::int64_t{count - 1} * i / (most - 1)));
     some.erase(std::unique(some.begin(), some.end()), some.end());

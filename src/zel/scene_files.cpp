@@ -71,7 +71,9 @@ private:
     {
         try {
             for (const std::string& name : namesIn(directory)) {
-                const std::string path = directory + (directory.ends_with('/') ? "" : "/") + name;
+                std::string path = directory;
+                if (!path.ends_with('/')) path += '/';
+                path += name;
                 struct stat status {};
                 if (lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode))
                     links_.push_back(path);
