@@ -42,11 +42,12 @@ if(zel_python)
     set(zel_python_package ${PROJECT_BINARY_DIR}/python/zel)
     file(GLOB zel_python_sources CONFIGURE_DEPENDS python/src/*.cpp)
     # Names in expressions are understood, and values are prepared, by parts of the command zel.
-    foreach(part made_channel names reading text uses vocabulary)
+    foreach(part base/text formula/reading formula/uses formula/vocabulary scene/made_channel scene/names)
         list(APPEND zel_python_sources src/zel/${part}.cpp)
     endforeach()
     add_library(zel_python MODULE ${zel_python_sources})
     zel_own_target(zel_python)
+    target_include_directories(zel_python PRIVATE src/zel)
     target_include_directories(zel_python SYSTEM PRIVATE ${zel_python_includes})
     target_link_libraries(zel_python PRIVATE zel)
     # Python looks for one name. The library's own stay inside: GDAL's plugin in the same process has

@@ -20,13 +20,14 @@ if(NOT ZEL_TOOL STREQUAL OFF)
 endif()
 
 if(NOT ZEL_TOOL STREQUAL OFF AND NOT zel_tool_missing)
-    file(GLOB zel_tool_sources CONFIGURE_DEPENDS src/zel/*.cpp)
+    file(GLOB_RECURSE zel_tool_sources CONFIGURE_DEPENDS src/zel/*.cpp)
     # Rasters and LUT definition files are read by the parts of zel_combine.
     foreach(part class_map color_cube lut_file stream text_header vorn_channels vorn_file)
         list(APPEND zel_tool_sources src/zel_combine/${part}.cpp)
     endforeach()
     add_executable(zel_tool ${zel_tool_sources})
     zel_own_target(zel_tool)
+    target_include_directories(zel_tool PRIVATE src/zel)
     target_link_libraries(zel_tool PRIVATE zel CLI11::CLI11 nlohmann_json::nlohmann_json PNG::PNG)
     set_target_properties(zel_tool PROPERTIES
         OUTPUT_NAME zel
@@ -37,7 +38,8 @@ if(NOT ZEL_TOOL STREQUAL OFF AND NOT zel_tool_missing)
         list(FILTER zel_tool_parts_sources EXCLUDE REGEX "/main\\.cpp$")
         add_library(zel_tool_parts OBJECT ${zel_tool_parts_sources})
         zel_own_target(zel_tool_parts)
-        target_include_directories(zel_tool_parts PUBLIC ${PROJECT_SOURCE_DIR}/src)
+        target_include_directories(zel_tool_parts PUBLIC
+            ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/src/zel)
         target_link_libraries(zel_tool_parts PUBLIC
             zel CLI11::CLI11 nlohmann_json::nlohmann_json PNG::PNG)
     endif()

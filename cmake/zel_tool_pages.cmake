@@ -1,7 +1,7 @@
 # Manual pages and completion scripts, written by the command itself from its table of options. They are
 # installed as far as they are built.
 
-file(STRINGS src/zel/commands.cpp zel_tool_verbs REGEX "Command\\(\\)[,}]")
+file(STRINGS src/zel/verbs/commands.cpp zel_tool_verbs REGEX "Command\\(\\)[,}]")
 string(REGEX MATCHALL "[a-z]+Command" zel_tool_verbs "${zel_tool_verbs}")
 list(TRANSFORM zel_tool_verbs REPLACE "Command" "")
 

@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "feature_support.hpp"
-#include "zel/failure.hpp"
-#include "zel/json.hpp"
-#include "zel/library.hpp"
-#include "zel/options.hpp"
-#include "zel/report.hpp"
-#include "zel/settings.hpp"
-#include "zel/verbs.hpp"
+#include "zel/base/failure.hpp"
+#include "zel/base/json.hpp"
+#include "zel/base/report.hpp"
+#include "zel/base/settings.hpp"
+#include "zel/command/options.hpp"
+#include "zel/command/verbs.hpp"
+#include "zel/scene/library.hpp"
 
 namespace zel_fuzz {
 

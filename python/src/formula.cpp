@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <sstream>
 
-#include "../../src/zel/failure.hpp"
-#include "../../src/zel/reading.hpp"
-#include "../../src/zel/text.hpp"
+#include "base/failure.hpp"
+#include "base/text.hpp"
+#include "formula/reading.hpp"
 #include "formula_rows.hpp"
 #include "library.hpp"
 

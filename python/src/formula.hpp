@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "../../src/zel/formulas.hpp"
+#include "formula/formulas.hpp"
 #include "python.hpp"
 
 namespace zel_python {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "../../src/zel/uses.hpp"
+#include "formula/uses.hpp"
 #include "python.hpp"
 #include "zel.h"
 

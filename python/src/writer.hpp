@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "../../src/zel/made_channel.hpp"
 #include "python.hpp"
+#include "scene/made_channel.hpp"
 #include "zel.h"
 
 namespace zel_python {

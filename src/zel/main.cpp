@@ -5,13 +5,13 @@
 #include <exception>
 #include <new>
 
-#include "command.hpp"
-#include "failure.hpp"
-#include "help.hpp"
-#include "library.hpp"
-#include "options.hpp"
-#include "report.hpp"
-#include "settings.hpp"
+#include "base/failure.hpp"
+#include "base/report.hpp"
+#include "base/settings.hpp"
+#include "command/command.hpp"
+#include "command/help.hpp"
+#include "command/options.hpp"
+#include "scene/library.hpp"
 
 namespace {
 

@@ -28,6 +28,12 @@ class Design(unittest.TestCase):
         places = [drawing.index("\n %s/" % folder.rsplit("/", 1)[1]) for folder in core]
         self.assertEqual(places, sorted(places))
 
+    def test_the_command_is_listed_from_the_bottom_up(self):
+        listed = re.findall(r"`(src/zel/\w+)`", PAGE)
+        floors = [house_test.VERB_FLOORS[folder] for folder in listed]
+        self.assertEqual(floors, sorted(floors))
+        self.assertEqual(set(listed), set(house_test.VERB_FLOORS))
+
     def test_every_file_that_is_named_is_there(self):
         named = set(re.findall(r"[\w./]+\.[ch]pp\b|\bzel_\w+\.h\b|tests/[\w/]+\.py", PAGE))
         self.assertGreater(len(named), 25)

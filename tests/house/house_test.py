@@ -32,6 +32,13 @@ FEATURE_FLOORS = {
     FEATURES + "parameters": 2, FEATURES + "files": 3, FEATURES + "mask": 4,
 }
 
+# The command zel, bottom up.
+VERBS = "src/zel/"
+VERB_FLOORS = {
+    VERBS + "base": 0, VERBS + "command": 1, VERBS + "scene": 2, VERBS + "picture": 3,
+    VERBS + "formula": 3, VERBS + "combine": 4, VERBS + "archive": 4, VERBS + "verbs": 5,
+}
+
 # The feature wing stands on the core, the composites excepted.
 HIGHEST_FLOOR_FOR_FEATURES = FLOORS[CORE + "life"]
 
@@ -125,7 +132,7 @@ def wing_of(path):
 
 def resolve(path, name, exists):
     """The path in the house that an include means, or None."""
-    for directory in (os.path.dirname(path), "libsrc", "libsrc/zel"):
+    for directory in (os.path.dirname(path), "libsrc", "libsrc/zel", "src/zel"):
         candidate = os.path.normpath(os.path.join(directory, name))
         if exists(candidate):
             return candidate
@@ -136,7 +143,9 @@ def refusal(path, target, exists):
     """Why this file may not include that one, or None."""
     here, there = wing_of(path), wing_of(target)
     if here == "tool":
-        seen = there == "tool" or os.path.basename(target) in FACES
+        if there == "tool":
+            return verb_refusal(os.path.dirname(path), os.path.dirname(target))
+        seen = os.path.basename(target) in FACES
         return None if seen else "the tool sees only zel.h and zel_features.h"
     if there == "tool":
         return "the library does not see the tool"
@@ -147,6 +156,12 @@ def refusal(path, target, exists):
     if here == "library" and there == "features":
         return "the library proper does not see the feature wing"
     return floor_refusal(path, target, exists)
+
+
+def verb_refusal(folder, target_folder):
+    if folder in VERB_FLOORS and VERB_FLOORS.get(target_folder, -1) > VERB_FLOORS[folder]:
+        return "%s does not see %s" % (folder, target_folder)
+    return None
 
 
 def floor_refusal(path, target, exists):
@@ -314,7 +329,8 @@ class Floors(unittest.TestCase):
         "blocks/zel_table.cpp", "blocks/zel_class_tables.hpp", "lines/zel_open.cpp", "lines/zel_line.cpp",
         "composite/zel_composite.cpp", "zel_features/zel_features.h",
         "zel_features/zel_feature_mask.h", "zel_features/zel_feature_types.h",
-        "zel_features/mask/zel_feature_mask.cpp")} | {"src/zel_combine/options.hpp"}
+        "zel_features/mask/zel_feature_mask.cpp")} | {
+            "src/zel_combine/options.hpp", "src/zel/base/text.hpp", "src/zel/combine/plan.hpp"}
 
     def messages(self, path, text):
         return list(check_floors(path, text, self.HOUSE.__contains__))
@@ -381,6 +397,12 @@ class Floors(unittest.TestCase):
                '#include "zel_features/zel_features.h"\n'
         self.assertEqual(self.messages(path, text), [])
         self.assert_refused(path, '#include "zel_io.h"\n', "the tool sees only")
+
+    def test_the_command_is_built_in_floors(self):
+        path = "src/zel/scene/names.cpp"
+        self.assertEqual(self.messages(path, '#include "base/text.hpp"\n'), [])
+        self.assert_refused(path, '#include "combine/plan.hpp"\n',
+                            "src/zel/scene does not see src/zel/combine")
 
     def test_a_file_outside_the_floors_is_refused(self):
         for path in ("libsrc/zel/cellar.cpp", "libsrc/zel/attic/room.cpp", "libsrc/zel/zel_orphan.h",

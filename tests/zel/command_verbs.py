@@ -3,4 +3,4 @@ import re
 
 from zel_case import ROOT
 
-VERBS = re.findall(r"(\w+)Command\(\)[,}]", (ROOT / "src" / "zel" / "commands.cpp").read_text())
+VERBS = re.findall(r"(\w+)Command\(\)[,}]", (ROOT / "src" / "zel" / "verbs" / "commands.cpp").read_text())
