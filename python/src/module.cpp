@@ -132,10 +132,12 @@ PYBIND11_MODULE(_core, m)
         "read_samples", [](const py::bytes& name) { return readSamples(name); }, "name"_a);
     m.def(
         "write_samples",
-        [](const py::bytes& name, const py::bytes& nameInHeader,
-           const std::vector<std::pair<std::string, std::string>>& features,
-           const py::list& classes, const py::dict& columns, const std::string& title) {
-            writeSamples(name, nameInHeader, features, classes, columns, title);
+        [](const py::bytes& name, const py::bytes& nameInHeader, const Commands& definitions,
+           const Commands& requirements, const Commands& features, const py::list& classes,
+           const py::dict& columns, const std::string& title) {
+            writeSamples(name, nameInHeader, {definitions, requirements, features}, classes,
+                         columns, title);
         },
-        "name"_a, "name_in_header"_a, "features"_a, "classes"_a, "columns"_a, "title"_a);
+        "name"_a, "name_in_header"_a, "definitions"_a, "requirements"_a, "features"_a, "classes"_a,
+        "columns"_a, "title"_a);
 }

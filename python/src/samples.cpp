@@ -93,17 +93,32 @@ py::list classesOf(const ZELClassStruct& classes)
     return found;
 }
 
+// Texts keep the blank that follows the colon of a parameter file.
+py::str expressionOf(const CommandListStruct& entry)
+{
+    const ZELStackStruct* stack = entry.Condition;
+    std::string text = textOf(stack ? stack->expression : nullptr);
+    text.erase(0, text.find_first_not_of(" \t"));
+    return toText(text);
+}
+
 py::list featuresOf(FeatureFile& file)
 {
     py::list features;
     char** labels = ZELFeatureFetchLabels(file.get());
     const CommandListStruct* entry = file->Parameters.Features.ListHead;
-    for (int i = 0; entry; ++i, entry = entry->next) {
-        const ZELStackStruct* stack = entry->Condition;
-        features.append(py::make_tuple(toText(textOf(labels ? labels[i] : nullptr)),
-                                       toText(textOf(stack ? stack->expression : nullptr))));
-    }
+    for (int i = 0; entry; ++i, entry = entry->next)
+        features.append(
+            py::make_tuple(toText(textOf(labels ? labels[i] : nullptr)), expressionOf(*entry)));
     return features;
+}
+
+py::list commandsOf(const CommandStruct& list)
+{
+    py::list found;
+    for (const CommandListStruct* entry = list.ListHead; entry; entry = entry->next)
+        found.append(py::make_tuple(toText(textOf(entry->Label)), expressionOf(*entry)));
+    return found;
 }
 
 }  // namespace
@@ -130,24 +145,35 @@ py::dict readSamples(const std::string& name)
         "priority"_a = arrayOf(columns.priority), "julian_day"_a = arrayOf(columns.day),
         "year"_a = arrayOf(columns.year), "values"_a = values, "features"_a = featuresOf(file),
         "classes"_a = classesOf(file->Parameters.ClassInfo),
+        "definitions"_a = commandsOf(file->Parameters.Conditions),
+        "requirements"_a = commandsOf(file->Parameters.Requirements),
         "title"_a = toText(textOf(title ? title->Label : nullptr)));
 }
 
 namespace {
 
-using Features = std::vector<std::pair<std::string, std::string>>;
-
-void addFeatures(ZELParameterStruct& parameters, const Features& features)
+// Each may name the definitions so far.
+void addCommands(CommandStruct& to, const Commands& commands, const std::string& kind,
+                 const CommandStruct& definitions)
 {
-    for (const auto& [label, expression] : features) {
-        CommandListStruct* entry = allocateNewCommand(&parameters.Features);
+    for (const auto& [label, expression] : commands) {
+        CommandListStruct* entry = allocateNewCommand(&to);
+        if (!expression.empty()) {
+            int status = ZEL_PARSE_OK;
+            entry->Condition = parseCondition(expression.c_str(), &status, 1, definitions.ListHead);
+            if (!entry->Condition)
+                throw LibraryError(kind + " '" + label + "': " + ParseErrorMsgs[status]);
+        }
         entry->Label = copyOf(label);
-        if (expression.empty()) continue;
-        int status = ZEL_PARSE_OK;
-        entry->Condition = parseCondition(expression.c_str(), &status, 1, nullptr);
-        if (!entry->Condition)
-            throw LibraryError("feature '" + label + "': " + ParseErrorMsgs[status]);
     }
+}
+
+void addRules(ZELParameterStruct& parameters, const SampleRules& rules)
+{
+    const CommandStruct& definitions = parameters.Conditions;
+    addCommands(parameters.Conditions, rules.definitions, "definition", definitions);
+    addCommands(parameters.Requirements, rules.requirements, "requirement", definitions);
+    addCommands(parameters.Features, rules.features, "feature", definitions);
 }
 
 struct ClassFacts {
@@ -212,7 +238,7 @@ struct Input {
 }  // namespace
 
 void writeSamples(const std::string& name, const std::string& nameInHeader,
-                  const Features& features, const py::list& classes, const py::dict& columns,
+                  const SampleRules& rules, const py::list& classes, const py::dict& columns,
                   const std::string& title)
 {
     const Input input(columns);
@@ -222,7 +248,7 @@ void writeSamples(const std::string& name, const std::string& nameInHeader,
     callLibrary([&] {
         ZELParameterStruct& parameters = prepared->Parameters;
         ZELFeatureInitializeParameters(&parameters);
-        addFeatures(parameters, features);
+        addRules(parameters, rules);
         addClasses(parameters.ClassInfo, facts);
         if (!title.empty()) allocateNewCommand(&parameters.Title)->Label = copyOf(title);
         ZELFeatureSetOverwritePromptOff();

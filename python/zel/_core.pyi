@@ -123,6 +123,8 @@ def read_samples(name: bytes) -> dict[str, Any]: ...
 def write_samples(
     name: bytes,
     name_in_header: bytes,
+    definitions: list[tuple[str, str]],
+    requirements: list[tuple[str, str]],
     features: list[tuple[str, str]],
     classes: list[tuple[int, str, int, int, int]],
     columns: dict[str, npt.NDArray[Any]],

@@ -65,6 +65,8 @@ def _frame_of(samples: npt.NDArray[Any], found: Mapping[str, Any], names: Sequen
     frame = pandas.DataFrame({name: samples[name] for name in samples.dtype.names or ()})
     expressions = [expression for _, expression in found["features"]]
     frame.attrs["features"] = dict(zip(names, expressions))
+    frame.attrs["definitions"] = dict(found["definitions"])
+    frame.attrs["requirements"] = [expression for _, expression in found["requirements"]]
     frame.attrs["classes"] = {number: name for number, name, *_ in found["classes"] if name}
     frame.attrs["colours"] = {number: tuple(rgb) for number, _, *rgb in found["classes"]}
     frame.attrs["title"] = found["title"]
@@ -85,8 +87,9 @@ def read_samples(path: PathLike, *, frame: bool | None = None) -> Any:
     pandas.DataFrame or numpy.ndarray
         A row for each sample, with ``class``, ``elementary_class``, ``lat``, ``lon``, ``sz``,
         ``vz``, ``az``, ``box``, ``priority``, ``julian_day``, ``year`` and a column for each
-        feature. A DataFrame has expressions, names and colours of classes, and the title in
-        ``attrs``.
+        feature. A DataFrame has in its ``attrs`` what the header says: ``features`` (expressions
+        by column), ``definitions`` (expressions by name), ``requirements``, ``classes`` (names),
+        ``colours`` and ``title``.
 
     Raises
     ------
@@ -139,6 +142,8 @@ def write_samples(
     samples: Any,
     *,
     features: Mapping[str, str] | None = None,
+    definitions: Mapping[str, str] | None = None,
+    requirements: Sequence[str] | None = None,
     classes: Mapping[int, str] | None = None,
     colours: Mapping[int, Sequence[int]] | None = None,
     title: str | None = None,
@@ -154,6 +159,10 @@ def write_samples(
         field that is missing is 0.
     features : mapping of str to str, optional
         Expressions by the columns of features.
+    definitions : mapping of str to str, optional
+        Names for expressions that the others use, and the definitions after them.
+    requirements : sequence of str, optional
+        Expressions that hold for every pixel with a sample.
     classes, colours : mapping, optional
         Names and (R, G, B) by class.
     title : str, optional
@@ -166,7 +175,7 @@ def write_samples(
     FileExistsError
         There is a file, and `overwrite` is false.
     ZelError
-        An expression of a feature cannot be compiled, or the file could not be written.
+        An expression cannot be compiled, or the file could not be written.
     """
     columns = _columns_of(samples)
     known = getattr(samples, "attrs", {})
@@ -180,6 +189,8 @@ def write_samples(
     for place, name in enumerate(names):
         values[:, place] = columns[name]
     expressions = features if features is not None else known.get("features", {})
+    defined = definitions if definitions is not None else known.get("definitions", {})
+    required = requirements if requirements is not None else known.get("requirements", ())
     rows = _classes_of(
         classes if classes is not None else known.get("classes"),
         colours if colours is not None else known.get("colours"),
@@ -188,7 +199,8 @@ def write_samples(
     with output(path, overwrite) as temporary:
         try:
             _core.write_samples(
-                os.fsencode(temporary), os.fsencode(path), labelled, rows,
+                os.fsencode(temporary), os.fsencode(path), list(defined.items()),
+                [("", requirement) for requirement in required], labelled, rows,
                 {**given, "values": values}, known.get("title", "") if title is None else title,
             )
         except _core.LibraryError as error:

@@ -70,6 +70,42 @@ def test_samples_come_back_as_a_frame(tmp_path):
     assert again["NDVI"].tolist() == [0.25, 1.0]
 
 
+RULES = {"features": {"NDVI": "vegetation", "T": "Ch3"}, "requirements": ["sum > 0", "lat > 0"],
+         "definitions": {"sum": "Ch2 + Ch1", "vegetation": "(Ch2 - Ch1) / sum"}}
+
+
+def test_definitions_and_requirements_stay_with_a_frame(tmp_path):
+    pytest.importorskip("pandas")
+    zel.write_samples(tmp_path / "s", columns(), **RULES)
+    frame = zel.read_samples(tmp_path / "s")
+    zel.write_samples(tmp_path / "t", frame[frame["class"] == 7])
+    for read in (frame, zel.read_samples(tmp_path / "t")):
+        for kind, wanted in RULES.items():
+            assert read.attrs[kind] == wanted
+
+
+def test_the_blank_after_a_colon_is_no_part_of_a_definition(tmp_path):
+    pytest.importorskip("pandas")
+    zel.write_samples(tmp_path / "s", columns(), definitions={"sum": " \tCh2 + Ch1"})
+    assert zel.read_samples(tmp_path / "s").attrs["definitions"] == {"sum": "Ch2 + Ch1"}
+
+
+def test_a_name_that_is_not_defined_before_is_an_error(tmp_path):
+    given = {**RULES, "definitions": {"vegetation": "Ch2 / sum", "sum": "Ch2 + Ch1"}}
+    with pytest.raises(zel.ZelError, match="definition 'vegetation'"):
+        zel.write_samples(tmp_path / "s", columns(), **given)
+    assert not (tmp_path / "s").exists()
+
+
+@needs_zel
+def test_the_command_shows_definitions_and_requirements(tmp_path):
+    zel.write_samples(tmp_path / "s", columns(), **RULES)
+    found = dumped(tmp_path / "s", samples=False)
+    assert {d["label"]: d["condition"] for d in found["definitions"]} == RULES["definitions"]
+    assert [r["condition"] for r in found["requirements"]] == RULES["requirements"]
+    assert [f["expression"] for f in found["features"]] == ["vegetation", "Ch3"]
+
+
 @needs_zel
 def test_the_command_reads_what_is_written(tmp_path):
     found = dumped(written(tmp_path / "s"), samples=False)
