@@ -27,3 +27,11 @@ add_test(NAME python/package COMMAND ${zel_python} -m pytest -q -p no:cacheprovi
     ${PROJECT_SOURCE_DIR}/tests/python)
 set_tests_properties(python/package PROPERTIES
     TIMEOUT 900 ENVIRONMENT "${zel_python_test_environment}")
+
+# Its programs run in a kernel of Jupyter's, where checks of memory would find nothing new.
+if(NOT ZEL_SANITIZE)
+    add_test(NAME notebook/one_hour COMMAND ${zel_python}
+        ${PROJECT_SOURCE_DIR}/tests/notebook/one_hour_test.py)
+    set_tests_properties(notebook/one_hour PROPERTIES
+        SKIP_RETURN_CODE 77 TIMEOUT 300 ENVIRONMENT "${zel_python_test_environment}")
+endif()

@@ -33,7 +33,7 @@ if(NOT Python3_FOUND)
 else()
     file(GLOB_RECURSE zel_test_scripts CONFIGURE_DEPENDS
         RELATIVE ${PROJECT_SOURCE_DIR}/tests tests/*_test.py)
-    list(FILTER zel_test_scripts EXCLUDE REGEX "^(gdal|python)/") # pytest runs these
+    list(FILTER zel_test_scripts EXCLUDE REGEX "^(gdal|notebook|python)/") # in a Python with packages
     if(ZEL_COVERAGE) # these tests make writes fail, those of the coverage counts too
         list(FILTER zel_test_scripts EXCLUDE REGEX "tool/failing_")
     endif()
