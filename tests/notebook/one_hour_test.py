@@ -123,6 +123,20 @@ class SampleScene(OneHour, unittest.TestCase):
         self.assertEqual(set(cover), {WATER, LAND, CLOUD})
         self.assertGreater(agreement(cover, [kind + 1 for kind in surface]), 0.99)
 
+    def test_clouds_that_are_none_are_on_the_coast(self):
+        cover = self.run_.vorn()
+        surface = [[kind + 1 for kind in row] for row in self.run_.scene("one_grid.zel").channels[3].rows]
+        wrong = [(y, x) for y, row in enumerate(cover) for x, c in enumerate(row) if c == CLOUD != surface[y][x]]
+        self.assertGreater(len(wrong), 3)
+        for y, x in wrong:
+            around = {c for row in surface[max(y - 1, 0):y + 2] for c in row[max(x - 1, 0):x + 2]}
+            self.assertLessEqual({WATER, LAND}, around)
+
+    def test_a_bar_shows_how_far_the_work_is(self):
+        said = "".join(o["text"] for cell in self.run_.notebook["cells"] for o in cell.get("outputs", [])
+                       if o.get("name") == "stderr")
+        self.assertIn("| 3/3 [", said)
+
     def test_the_page_is_what_the_notebook_shows(self):
         if not same_versions():
             self.skipTest("the page is made with other versions of packages")
