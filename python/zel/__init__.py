@@ -18,7 +18,7 @@ from .new_channel import NewChannel
 from .samples import read_samples, write_samples
 from .scene import Scene, open
 from .view import View
-from .vorn import Vorn, read_vorn, write_vorn
+from .vorn import Vorn, read_vorn, write_lut, write_vorn
 from .writing import write
 
 __all__ = [
@@ -54,6 +54,7 @@ __all__ = [
     "read_samples",
     "read_vorn",
     "write",
+    "write_lut",
     "write_samples",
     "write_vorn",
 ]

@@ -1,4 +1,4 @@
-"""Vorn rasters: planes of floats for external classifiers, and back."""
+"""Vorn rasters: planes of floats for external classifiers, and back; and the classes of one."""
 
 from __future__ import annotations
 
@@ -9,15 +9,17 @@ from dataclasses import dataclass, field
 import numpy as np
 import numpy.typing as npt
 
+from .blocks import Classes
 from .errors import DamagedFileError, PathLike
 from .outputs import output
 
-__all__ = ["Vorn", "read_vorn", "write_vorn"]
+__all__ = ["Vorn", "read_vorn", "write_lut", "write_vorn"]
 
 _WORD = 0xABCD  # shows the byte order of the header
 _HEADER = 16
 _LINES_OF_LABEL = 7  # of the text header, the second with the label
 _LONGEST_LABEL = 112
+_LONGEST_NAME = 200  # bytes of the names of LUTs and of classes in a scene
 
 
 @dataclass(eq=False)
@@ -154,3 +156,46 @@ def write_vorn(
             with output(os.fspath(path) + ".hdr", overwrite) as text:
                 with open(text, "wb") as file:
                     file.write(_text_header(labels))
+
+
+# In a line of the definition file, and no longer than a scene keeps it.
+def _name(text: str) -> str:
+    return " ".join(text.split()).encode()[:_LONGEST_NAME].decode(errors="ignore")
+
+
+def write_lut(path: PathLike, classes: Classes, *, overwrite: bool = False) -> None:
+    """Writes the LUT definition file of a class map, for `zel_combine -vorn_lut`.
+
+    Parameters
+    ----------
+    path : str or os.PathLike
+    classes : Classes
+        Names and colours of the numbers of the raster, from 0. The label becomes that of the LUT.
+    overwrite : bool
+        Whether an existing file is replaced.
+
+    Raises
+    ------
+    FileExistsError
+        There is a file, and `overwrite` is false.
+    ValueError
+        There are no classes, or the label is empty or begins with ``#``, the mark of a comment.
+
+    Examples
+    --------
+    >>> write_lut("cover.txt", Classes(["no data", "water"], [(0, 0, 0), (0, 60, 160)], "Cover"))
+    >>> print(open("cover.txt").read(), end="")
+    Cover
+    0 255
+    2
+      0   0   0 0 : no data
+      0  60 160 1 : water
+    """
+    label = _name(classes.label)
+    if not classes or not label or label.startswith("#"):
+        raise ValueError(f"no LUT can be defined by {len(classes)} classes '{classes.label}'")
+    with output(path, overwrite) as temporary:
+        with open(temporary, "w", encoding="utf-8", newline="\n") as file:
+            print(label, "0 255", len(classes), sep="\n", file=file)
+            for value, name, (red, green, blue) in classes:
+                print(f"{red:3} {green:3} {blue:3} {value} : {_name(name)}", file=file)

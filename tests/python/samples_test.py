@@ -4,6 +4,7 @@ import os
 import struct
 import subprocess
 import sys
+from datetime import datetime
 
 import numpy as np
 import pytest
@@ -13,6 +14,7 @@ import zel
 from conftest import PROGRAMS
 
 ZEL = os.path.join(PROGRAMS, "zel")
+COMBINE = os.path.join(PROGRAMS, "zel_combine")
 needs_zel = pytest.mark.skipif(not os.path.exists(ZEL), reason="no command zel")
 
 
@@ -187,6 +189,39 @@ def test_a_raster_is_written_with_its_labels(tmp_path):
         zel.write_vorn(tmp_path / "c", PLANES, ["one"])
     with pytest.raises(ValueError):
         zel.write_vorn(tmp_path / "c", [1, 2])
+
+
+# Every number of a colour comes back, whatever it is.
+GREYS = zel.Classes([f"class {n}" for n in range(256)],
+                    [(n, 255 - n, n // 2) for n in range(256)], "Greys")
+ODD = zel.Classes(["no\ndata", "", "\u00e9" * 150], [(0, 0, 0), (1, 2, 3), (255, 254, 253)],
+                  " a  b")
+
+
+@pytest.mark.skipif(not os.path.exists(COMBINE), reason="no zel_combine")
+@pytest.mark.parametrize("classes", [GREYS, ODD])
+def test_the_tool_reads_the_classes_that_are_written(tmp_path, classes):
+    pixels = np.zeros((3, 4), np.uint8)
+    zel.write(tmp_path / "scene.zel", {"a": pixels, "b": pixels}, start=datetime(2024, 6, 20))
+    zel.write_vorn(tmp_path / "map.vorn", PLANES[0])
+    zel.write_lut(tmp_path / "map.txt", classes)
+    words = "-i scene.zel -vorn map.vorn -vorn_label map -vorn_lut map.txt -o out.zel".split()
+    subprocess.run([COMBINE, *words], cwd=tmp_path, check=True, stdout=subprocess.DEVNULL)
+    found = zel.open(tmp_path / "out.zel").channels["map"].classes
+    # The long name has two bytes for each of its letters: 200 in all.
+    assert found.names == [" ".join(name.split())[:100] for name in classes.names]
+    assert found.colours.tolist() == classes.colours.tolist()
+    assert found.label == " ".join(classes.label.split())
+
+
+def test_classes_that_no_definition_file_can_hold_are_errors(tmp_path):
+    for names, label in (([], "map"), (["a"], " "), (["a"], "# map")):
+        with pytest.raises(ValueError, match="no LUT"):
+            zel.write_lut(tmp_path / "map.txt", zel.Classes(names, [(0, 0, 0)] * len(names), label))
+    assert os.listdir(tmp_path) == []
+    zel.write_lut(tmp_path / "map.txt", GREYS)
+    with pytest.raises(FileExistsError):
+        zel.write_lut(tmp_path / "map.txt", GREYS)
 
 
 def test_damaged_rasters_are_errors(keep):
