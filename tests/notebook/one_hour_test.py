@@ -84,6 +84,11 @@ class OneHour:
     def test_no_cell_complains(self):
         self.assertEqual(complaints(self.run_.notebook), "")
 
+    def test_features_and_map_are_those_that_were_written(self):
+        results = [o["data"]["text/plain"] for cell in self.run_.notebook["cells"] for o in cell.get("outputs", [])
+                   if o["output_type"] == "execute_result"]
+        self.assertEqual([r for r in results if r in ("True", "False")], ["True", "True"])
+
     def test_no_block_has_samples_of_both_kinds(self):
         facts = self.run_.facts
         self.assertEqual(set(facts["train"]) & set(facts["test"]), set())
