@@ -22,6 +22,13 @@ int ReadLine(ZELType* ZELdata, int scale);
 /* ZELReadLine of a composite view: a line of each component, brought to the view's grid. */
 int ZELReadCompositeLine(ZELType* ZELdata, int scale);
 
+/* The same in shares, which several threads may read at once: that of one component (from 0) in a
+   line (from 0) of the view, with values. Returns NPixelPerLine, or 0 where the component has no
+   such line. When all shares are read, the second takes the scan of the base component, and
+   advances. End the process (-1) on a record that is no view, and as ZELReadLine does. */
+int ZELReadCompositeShare(ZELType* ZELdata, int component, int line);
+void ZELCompleteCompositeLine(ZELType* ZELdata);
+
 /* Writes the current line and advances. Channels that were loaded are encoded first (and clamped to
    their scale range in ChannelData itself); the others are written as their PixBuf is. Ends the
    process (-1) on a read-only record or a write error; warns when an open since its own has changed

@@ -1,5 +1,6 @@
 #include "input_lines.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <system_error>
 #include <utility>
@@ -7,16 +8,7 @@
 namespace zel_combine {
 namespace {
 
-struct Read {
-    ZELType* file;
-    int pixels;
-};
-
-void read(void* data)
-{
-    auto* line = static_cast<Read*>(data);
-    line->pixels = ZELReadLine(line->file);
-}
+constexpr int looksBeforeSleep = 200;
 
 }  // namespace
 
@@ -31,8 +23,9 @@ int numThreads()
 InputLines::InputLines(ZELType* file, int threads) : file_(file)
 {
     if (threads < 2) return;
+    divide();
     try {
-        thread_ = std::thread(&InputLines::readLines, this);
+        thread_ = std::thread(&InputLines::readAhead, this);
     } catch (const std::system_error&) {
     }
 }
@@ -40,23 +33,51 @@ InputLines::InputLines(ZELType* file, int threads) : file_(file)
 InputLines::~InputLines()
 {
     if (!thread_.joinable()) return;
-    waitForReader();
+    waitWhile(Turn::reader);
     give(Turn::done);
     thread_.join();
-    ZELDiscard(deferred_);
+    for (const Share& share : shares_) ZELDiscard(share.deferred);
 }
 
-void InputLines::readLines()
+void InputLines::divide()
 {
-    std::unique_lock<std::mutex> lock(mutex_);
+    const int components = isView() ? file_->numZELComponents : 1;
+    for (int i = 0; i < components; ++i)
+        shares_.push_back(
+            {i, isView() && file_->ZELComponent[i].samplingFlag == ZEL_SAMPLING_AVERAGE});
+    const bool some = std::any_of(shares_.begin(), shares_.end(),
+                                  [](const Share& share) { return share.isAhead; });
+    if (!some)
+        for (Share& share : shares_) share.isAhead = true;
+}
+
+int InputLines::read(const Share& share) const
+{
+    return isView() ? ZELReadCompositeShare(file_, share.component, file_->CurrentLine)
+                    : ZELReadLine(file_);
+}
+
+void InputLines::readAhead()
+{
+    struct Call {
+        const InputLines* lines;
+        Share* share;
+    };
+    const auto run = [](void* data) {
+        const auto* call = static_cast<Call*>(data);
+        call->share->pixels = call->lines->read(*call->share);
+    };
     for (;;) {
-        changed_.wait(lock, [this] { return turn_ != Turn::caller; });
+        waitWhile(Turn::caller);
         if (turn_ == Turn::done) return;
-        Read line{file_, 0};
-        deferred_ = ZELDefer(read, &line);
-        pixels_ = line.pixels;
-        turn_ = Turn::caller;
-        changed_.notify_one();
+        for (Share& share : shares_) {
+            if (!share.isAhead) continue;
+            Call call{this, &share};
+            share.pixels = 0;
+            share.deferred = ZELDefer(run, &call);
+            if (share.pixels == 0) break;
+        }
+        give(Turn::caller);
     }
 }
 
@@ -67,18 +88,34 @@ void InputLines::give(Turn turn)
     changed_.notify_one();
 }
 
-void InputLines::waitForReader()
+// Both threads take some 50 us for a line. To wake one that sleeps takes as long again, so it looks
+// a while before it sleeps; another thread that wants the processor gets it meanwhile.
+void InputLines::waitWhile(Turn turn)
 {
+    for (int i = 0; i < looksBeforeSleep; ++i) {
+        if (turn_ != turn) return;
+        std::this_thread::yield();
+    }
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [this] { return turn_ == Turn::caller; });
+    changed_.wait(lock, [this, turn] { return turn_ != turn; });
+}
+
+// False at the end of the component.
+bool InputLines::take(Share& share)
+{
+    if (!share.isAhead) return read(share) != 0;
+    waitWhile(Turn::reader);
+    ZELDeliver(std::exchange(share.deferred, nullptr));
+    return share.pixels != 0;
 }
 
 bool InputLines::next()
 {
     if (!thread_.joinable()) return ZELReadLine(file_) != 0;
-    waitForReader();
-    ZELDeliver(std::exchange(deferred_, nullptr));
-    return pixels_ != 0;
+    for (Share& share : shares_)
+        if (!take(share)) return false;
+    if (isView()) ZELCompleteCompositeLine(file_);
+    return true;
 }
 
 void InputLines::release()

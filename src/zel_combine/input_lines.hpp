@@ -2,9 +2,11 @@
 #ifndef ZEL_COMBINE_INPUT_LINES_HPP
 #define ZEL_COMBINE_INPUT_LINES_HPP
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "zel.h"
 
@@ -14,8 +16,9 @@ namespace zel_combine {
 // on.
 int numThreads();
 
-// Reads lines with ZELReadLine, in its order and with its messages. With two threads the next line
-// is read while the caller writes the last one.
+// Reads lines with ZELReadLine, in its order and with its messages. With two threads the other one
+// reads the averaged components of the next line, which take longest, while the caller writes the
+// last one and reads the rest. Where nothing is averaged it reads all.
 class InputLines {
 public:
     InputLines(ZELType* file, int threads);
@@ -31,16 +34,27 @@ public:
 private:
     enum class Turn { reader, caller, done };
 
-    void readLines();
+    // What one component has in a line, or all of the line of a file that is no view.
+    struct Share {
+        int component;
+        bool isAhead;                         // read by the other thread
+        int pixels = 0;                       // what the read returned
+        ZELDeferredType* deferred = nullptr;  // and what it has to say
+    };
+
+    bool isView() const { return file_->ZELComponent != nullptr; }
+    void divide();
+    int read(const Share& share) const;
+    void readAhead();
     void give(Turn turn);
-    void waitForReader();
+    void waitWhile(Turn turn);
+    bool take(Share& share);
 
     ZELType* file_;
+    std::vector<Share> shares_;  // in the order in which one thread reads them
     std::mutex mutex_;
     std::condition_variable changed_;
-    Turn turn_ = Turn::reader;
-    int pixels_ = 0;                       // what the read returned
-    ZELDeferredType* deferred_ = nullptr;  // and what it has to say
+    std::atomic<Turn> turn_ = Turn::reader;
     std::thread thread_;
 };
 

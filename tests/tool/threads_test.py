@@ -39,6 +39,20 @@ class Threads(ToolTest):
         self.assertIn(b"120 lines processed", out)
         self.assertEqual(len(parse(made).lines), 120)
 
+    def test_a_grid_on_which_nothing_is_averaged_is_the_same(self):
+        for metres, pixels, lines in ((1000, 30, 40), (500, 60, 80), (250, 120, 160)):
+            self.put("in%d" % metres, sample(metres, pixels, lines))
+        words = "-same_res -i in1000 -i in500 -ib in250 -o out"
+        status, _, _, (made,) = self.results(words)
+        self.assertEqual(status, 0)
+        self.assertEqual(len(parse(made).lines), 160)
+
+    def test_a_single_file_is_copied_to_the_same_bytes(self):
+        self.put("a", sample(1000, 30, 40))
+        status, _, _, (made,) = self.results("-same_res -i a -o out")
+        self.assertEqual(status, 0)
+        self.assertEqual(len(parse(made).lines), 40)
+
     def test_an_input_that_ends_early_ends_the_output_with_the_same_messages(self):
         self.put("a", sample(1000, 8, 60))
         data = self.put("b", sample(500, 16, 120))

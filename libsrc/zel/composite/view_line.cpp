@@ -14,11 +14,12 @@
 
 namespace {
 
-// A component that is resampled into the view: its channels become those of the view from slot
-// first on.
+// A component of which a line is resampled into the view: its channels become those of the view
+// from slot first on.
 struct Resampling {
     ZELType& view;
     ZELType& component;
+    int line;  // of the view
     int first;
     int scale;
 };
@@ -48,7 +49,7 @@ int pixelsOf(const ZELType& file)
 
 bool copySame(const Resampling& r)
 {
-    if (!readLineOf(r.component, r.view.CurrentLine, r.scale)) return false;
+    if (!readLineOf(r.component, r.line, r.scale)) return false;
     const int pixels = std::min(pixelsOf(r.component), pixelsOf(r.view));
     forChannels(r, [&](const ZELChannelType& channel, const unsigned char* stored, int index) {
         std::copy_n(stored, pixels * channel.DataByteSize, r.view.PixBuf[index]);
@@ -88,7 +89,7 @@ void replicateBytes(const unsigned char* from, unsigned char* to, int count, int
 bool replicate(const Resampling& r)
 {
     const int factor = r.component.samplingFactor;
-    if (!readLineOf(r.component, r.view.CurrentLine / factor, r.scale)) return false;
+    if (!readLineOf(r.component, r.line / factor, r.scale)) return false;
     const long long reach = static_cast<long long>(pixelsOf(r.component)) * factor;
     const int pixels = static_cast<int>(std::min<long long>(reach, pixelsOf(r.view)));
     forChannels(r, [&](const ZELChannelType& channel, const unsigned char* stored, int index) {
@@ -147,7 +148,7 @@ bool average(const Resampling& r)
         std::fill_n(r.view.Channels[index].ChannelData, pixels, 0.0f);
     });
     for (int j = 0; j < factor; ++j) {
-        const long long line = static_cast<long long>(r.view.CurrentLine) * factor + j;
+        const long long line = static_cast<long long>(r.line) * factor + j;
         if (!readLineOf(r.component, line, 1)) return false;
         forChannels(r, [&](const ZELChannelType& channel, const unsigned char*, int index) {
             addBlocks(r.view.Channels[index].ChannelData, pixels, channel.ChannelData,
@@ -179,6 +180,12 @@ bool resample(const Resampling& r)
     }
 }
 
+void requireComponent(const ZELType& view, int component, const char* function)
+{
+    if (!view.ZELComponent || component < 0 || component >= view.numZELComponents)
+        zel::fail("%s: no component %d\n", function, component);
+}
+
 }  // namespace
 
 int ZELReadCompositeLine(ZELType* ZELdata, int scale)
@@ -188,12 +195,30 @@ int ZELReadCompositeLine(ZELType* ZELdata, int scale)
     int slot = 0;
     for (int i = 0; i < ZELdata->numZELComponents; ++i) {
         ZELType& component = ZELdata->ZELComponent[i];
-        if (!resample({*ZELdata, component, slot, scale})) return 0;
+        if (!resample({*ZELdata, component, ZELdata->CurrentLine, slot, scale})) return 0;
         slot += component.NumTotalChans;
         if (i == ZELdata->baseZELComponent) zel::copyScan(*ZELdata, component);
     }
     ZELdata->CurrentLine += 1;
     return pixelsOf(*ZELdata);
+}
+
+int ZELReadCompositeShare(ZELType* ZELdata, int component, int line)
+{
+    requireComponent(*ZELdata, component, "ZELReadCompositeShare");
+    int slot = 0;
+    for (int i = 0; i < component; ++i) slot += ZELdata->ZELComponent[i].NumTotalChans;
+    const bool isRead = resample({*ZELdata, ZELdata->ZELComponent[component], line, slot, 1});
+    return isRead ? pixelsOf(*ZELdata) : 0;
+}
+
+void ZELCompleteCompositeLine(ZELType* ZELdata)
+{
+    const int base = ZELdata->baseZELComponent;
+    requireComponent(*ZELdata, base, "ZELCompleteCompositeLine");
+    zel::forgetDerived(*ZELdata);
+    zel::copyScan(*ZELdata, ZELdata->ZELComponent[base]);
+    ZELdata->CurrentLine += 1;
 }
 
 int zel::readCompositeLine(ZELType& view, int scale)
