@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "zel_features/evaluate/pairs.hpp"
 #include "zel_features/evaluate/zel_evaluate.hpp"
 #include "zel_features/language/operators.hpp"
 
@@ -82,6 +83,7 @@ bool Planner::add(Kernel kernel, int result, std::initializer_list<Source> opera
     std::copy(operands.begin(), operands.end(), step.operands);
     plan_.steps.push_back(step);
     lastIsTruth_ = false;
+    lastOperator_ = -1;
     return plan_.rows.size() <= maxRows;
 }
 
@@ -176,9 +178,28 @@ bool Planner::apply(int operatorIndex)
     Source three[3];
     std::copy_n(arguments, operands, three);
     const int row = resultRow(size_);
+    if (operands == 2 && joinLastStep(operatorIndex, three, row)) return push({row, 0.0f});
     if (!add(kernelOf(operatorIndex), row, {three[0], three[1], three[2]})) return false;
+    if (operands == 2) lastOperator_ = operatorIndex;
     lastIsTruth_ = arithmetic::yieldsTruth(operatorIndex);
     return push({row, 0.0f});
+}
+
+// Makes one step of the last one and of the operator that takes its result.
+bool Planner::joinLastStep(int operatorIndex, const Source* arguments, int row)
+{
+    if (lastOperator_ < 0) return false;
+    const int place = isFromLastStep(arguments[0]) ? 0 : 1;
+    if (!isFromLastStep(arguments[place])) return false;
+    const Kernel kernel = pairKernelOf(lastOperator_, operatorIndex, place);
+    if (!kernel) return false;
+    Step& step = plan_.steps.back();
+    step.kernel = kernel;
+    step.result = row;
+    step.operands[2] = arguments[1 - place];
+    lastOperator_ = -1;
+    lastIsTruth_ = arithmetic::yieldsTruth(operatorIndex);
+    return true;
 }
 
 // ---- Assignments ----

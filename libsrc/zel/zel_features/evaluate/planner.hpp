@@ -9,13 +9,15 @@
 //   Ch2      buffer 0, row Ch2
 //   Ch1      buffer 0, row Ch2, row Ch1
 //   ADD      buffer 0, buffer 1                         buffer 1 = ADD(row Ch2, row Ch1)
-//   DIV      buffer 0                                   buffer 0 = DIV(buffer 0, buffer 1)
+//   DIV      buffer 0                                   the last step becomes
+//                                                       buffer 0 = DIV(buffer 0, ADD(row Ch2, row Ch1))
 //   0.1      buffer 0, value 0.1
 //   GREATER  buffer 0                                   buffer 0 = GREATER(buffer 0, value 0.1)
 //   the end                                             the last step writes values, not buffer 0
 //
 // A line runs in strips of rowSize pixels, all steps on one strip after the other. An operator of
-// single values (2*3, or year, when the line has no row of it) is computed here and makes no step.
+// single values (2*3, or year, when the line has no row of it) is computed here and makes no step. Two
+// operators that follow each other may become one step (pairs.hpp).
 #ifndef ZEL_FEATURES_EVALUATE_PLANNER_HPP
 #define ZEL_FEATURES_EVALUATE_PLANNER_HPP
 
@@ -82,6 +84,7 @@ private:
     bool write(int row, Source value);
     bool saveFromOverwrite(int row);
     bool isFromLastStep(Source value) const;
+    bool joinLastStep(int operatorIndex, const Source* arguments, int row);
     int lineRow(Name name);
     int resultRow(int depth);
     Kept& keptOf(Name name);
@@ -96,6 +99,7 @@ private:
     Source pending_[maxPending];
     int size_ = 0;
     bool lastIsTruth_ = false;             // the last step yields 1 or 0
+    int lastOperator_ = -1;                // of two arguments, which the last step computes
     int resultRows_[maxPending + 1] = {};  // of the pending value at a depth, if it was computed
 };
 
