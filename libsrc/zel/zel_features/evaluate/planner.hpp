@@ -9,15 +9,15 @@
 //   Ch2      buffer 0, row Ch2
 //   Ch1      buffer 0, row Ch2, row Ch1
 //   ADD      buffer 0, buffer 1                         buffer 1 = ADD(row Ch2, row Ch1)
-//   DIV      buffer 0                                   the last step becomes
-//                                                       buffer 0 = DIV(buffer 0, ADD(row Ch2, row Ch1))
+//   DIV      buffer 0                                   the last step becomes buffer 0 =
+//                                                       DIV(buffer 0, ADD(row Ch2, row Ch1))
 //   0.1      buffer 0, value 0.1
 //   GREATER  buffer 0                                   buffer 0 = GREATER(buffer 0, value 0.1)
 //   the end                                             the last step writes values, not buffer 0
 //
 // A line runs in strips of rowSize pixels, all steps on one strip after the other. An operator of
-// single values (2*3, or year, when the line has no row of it) is computed here and makes no step. Two
-// operators that follow each other may become one step (pairs.hpp).
+// single values (2*3, or year, when the line has no row of it) is computed here and makes no step.
+// Two operators that follow each other may become one step (pairs.hpp).
 #ifndef ZEL_FEATURES_EVALUATE_PLANNER_HPP
 #define ZEL_FEATURES_EVALUATE_PLANNER_HPP
 

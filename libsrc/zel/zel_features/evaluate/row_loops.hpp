@@ -1,5 +1,5 @@
-// Loops over rows: a function of one, two or three floats becomes a kernel, compiled for each width of
-// instructions.
+// Loops over rows: a function of one, two or three floats becomes a kernel, compiled for each width
+// of instructions.
 #ifndef ZEL_FEATURES_EVALUATE_ROW_LOOPS_HPP
 #define ZEL_FEATURES_EVALUATE_ROW_LOOPS_HPP
 
