@@ -1,6 +1,6 @@
-// Two operators in one pass over the rows. Where the result of the first is an argument of the second,
-// and of nothing else, it needs no row of its own: a short line takes as long to store and load as to
-// compute.
+// Two operators in one pass over the rows. Where the result of the first is an argument of the
+// second, and of nothing else, it needs no row of its own: a short line takes as long to store and
+// load as to compute.
 #ifndef ZEL_FEATURES_EVALUATE_PAIRS_HPP
 #define ZEL_FEATURES_EVALUATE_PAIRS_HPP
 
