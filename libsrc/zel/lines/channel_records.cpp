@@ -1,7 +1,6 @@
 #include "lines/channel_records.hpp"
 
-#include <cstring>
-
+#include "ground/text.hpp"
 #include "records/buffers.hpp"
 #include "records/scaling_table.hpp"
 #include "records/slot.hpp"
@@ -51,8 +50,8 @@ void completeChannel(ZELType& file, int slot)
         c.BaseChannelFlag = 1;
     if (c.ChannelHistogram) file.HistogramFlag = 1;
     if (c.ChannelPresentFlag) return;
-    std::memset(c.ChannelLabel, 0, sizeof c.ChannelLabel);
-    std::memset(c.ChannelComment, 0, sizeof c.ChannelComment);
+    copyText(c.ChannelLabel, "");
+    copyText(c.ChannelComment, "");
 }
 
 void allocateChannels(ZELType& file, Tables tables)

@@ -27,6 +27,12 @@ public:
         next_ += size;
         return size;
     }
+    // The next bytes, at most lead() of them, which are taken with that.
+    const unsigned char* takeHere(std::size_t size)
+    {
+        next_ += size;
+        return block_.data() + next_ - size;
+    }
     // Puts back what was taken last, as far as it is still here. False when it is not, or nothing
     // is.
     bool putBack(std::int64_t size)

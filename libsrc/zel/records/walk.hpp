@@ -131,7 +131,7 @@ public:
     void field(const char* name, T& value)
     {
         T stored{};
-        take(name, &stored, 1);
+        if (!takeHere(name, stored)) take(name, &stored, 1);
         value = stored;
         show(name, &value, 1);
     }
@@ -190,6 +190,16 @@ protected:
     {
         requireBytes(name, static_cast<std::int64_t>(sizeof(T)) * count);
         if (read(values, sizeof(T), count) != count) cutShort(name);
+    }
+    // A number of which all bytes have been read ahead, as those of most have.
+    template <class T>
+    bool takeHere(const char* name, T& value)
+    {
+        if (!ahead_ || ahead_->lead() < sizeof value || isReversed()) return false;
+        requireBytes(name, sizeof value);
+        std::memcpy(&value, ahead_->takeHere(sizeof value), sizeof value);
+        position_ += static_cast<std::int64_t>(sizeof value);
+        return true;
     }
     template <class T>
     void show(const char* name, const T* values, int count)
