@@ -2,8 +2,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <exception>
-#include <new>
 
 #include "base/failure.hpp"
 #include "base/report.hpp"
@@ -103,32 +101,15 @@ int run(const std::vector<std::string>& words)
     return isAboutItself(words[0]) ? runAboutItself(words) : runVerb(words);
 }
 
-int guardedRun(const std::vector<std::string>& words)
-{
-    try {
-        return run(words);
-    } catch (const Misuse& misuse) {
-        const std::string& verb = zel_tool::settings().verb;
-        zel_tool::complain(
-            "", misuse.what() + "; see zel "s + (verb.empty() ? "" : verb + " ") + "--help");
-        return zel_tool::statusUsage;
-    } catch (const zel_tool::Failure& failure) {
-        zel_tool::complain("", failure.what());
-    } catch (const std::bad_alloc&) {
-        zel_tool::complain("", "cannot allocate memory");
-    } catch (const std::exception& error) {
-        zel_tool::complain("", "internal error: "s + error.what());
-    }
-    return zel_tool::statusProblem;
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
     ignoreSignals();
     if (!occupyStandardStreams()) return zel_tool::statusProblem;
-    const int status = guardedRun({argv + (argc > 0 ? 1 : 0), argv + argc});
+    const int status = zel_tool::guardedStatus([&] {
+        return run({argv + (argc > 0 ? 1 : 0), argv + argc});
+    });
     const bool whole = zel_tool::finishOutput();
     return whole || status != zel_tool::statusDone ? status : zel_tool::statusProblem;
 }

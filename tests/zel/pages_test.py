@@ -38,6 +38,9 @@ class Pages(Terminal):
         for scene in SCENES.glob("*.zel"):
             (self.dir / scene.name).symlink_to(scene)
         (self.dir / "gulf.par").symlink_to(ROOT / "examples" / "gulf.par")
+        recipe, = re.findall(r"^```toml\n(.*?)^```", (PAGES / "run.md").read_text(encoding="utf-8"),
+                             re.DOTALL | re.MULTILINE)
+        (self.dir / "green.toml").write_text(recipe, encoding="utf-8")
         make_container(self.dir, ["landsat8_gulf_30m.zel", "landsat8_gulf_90m.zel",
                                   "landsat8_gulf_15m.zel"], "container.zel")
 

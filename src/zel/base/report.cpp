@@ -83,4 +83,23 @@ int forEachFile(const std::vector<std::string>& files,
     return status;
 }
 
+int guardedStatus(const std::function<int()>& work)
+{
+    using namespace std::string_literals;
+    try {
+        return work();
+    } catch (const Misuse& misuse) {
+        const std::string& verb = settings().verb;
+        complain("", misuse.what() + "; see zel "s + (verb.empty() ? "" : verb + " ") + "--help");
+        return statusUsage;
+    } catch (const Failure& failure) {
+        complain("", failure.what());
+    } catch (const std::bad_alloc&) {
+        complain("", "cannot allocate memory");
+    } catch (const std::exception& error) {
+        complain("", "internal error: "s + error.what());
+    }
+    return statusProblem;
+}
+
 }  // namespace zel_tool

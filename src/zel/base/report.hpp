@@ -29,4 +29,7 @@ bool finishOutput();
 int forEachFile(const std::vector<std::string>& files,
                 const std::function<int(const std::string&)>& work);
 
+// The exit status of a verb's work; what it throws is reported.
+int guardedStatus(const std::function<int()>& work);
+
 }  // namespace zel_tool

@@ -76,15 +76,26 @@ std::vector<std::uint32_t> storedOf(const ZELChannelType& channel, double value)
     return stored;
 }
 
-std::vector<std::uint32_t> storedOf(const ZELChannelType& channel, const std::string& text)
-{
+// "raw:N", or a value.
+struct MissingValue {
+    bool raw = false;
     long long number = 0;
     double value = 0.0;
-    const bool raw = text.starts_with("raw:");
-    if (raw && !parseInteger(text.substr(4), number))
+};
+
+MissingValue missingValueOf(const std::string& text)
+{
+    MissingValue parsed{text.starts_with("raw:")};
+    if (parsed.raw && !parseInteger(text.substr(4), parsed.number))
         throw Misuse("raw: takes a stored number, not " + printable(text.substr(4)));
-    if (!raw && !parseNumber(text, value))
+    if (!parsed.raw && !parseNumber(text, parsed.value))
         throw Misuse("--missing takes a number, nan or raw:NUMBER, not " + printable(text));
+    return parsed;
+}
+
+std::vector<std::uint32_t> storedOf(const ZELChannelType& channel, const std::string& text)
+{
+    const auto [raw, number, value] = missingValueOf(text);
     if (channel.Type == ZEL_STORED_FLOAT) {
         if (raw) return {};
         return {std::bit_cast<std::uint32_t>(static_cast<float>(value))};
@@ -150,6 +161,18 @@ std::vector<Missing> missingOf(const ZELType& view, const std::vector<std::strin
             addMissing(all[static_cast<std::size_t>(slot)], view, slot, choice);
     }
     return all;
+}
+
+void checkChoices(const std::vector<std::string>& methods, const std::vector<std::string>& missing,
+                  const std::string& minValid)
+{
+    for (const std::string& text : methods) methodNamed(choiceOf(text, "--method").value);
+    for (const std::string& text : missing)
+        if (const Choice choice = choiceOf(text, "--missing");
+            !equalIgnoringCase(choice.value, "nan"))
+            missingValueOf(choice.value);
+    if (const MinValid valid(minValid); !minValid.empty() && missing.empty())
+        throw Misuse("--min-valid needs --missing");
 }
 
 MinValid::MinValid(const std::string& text)

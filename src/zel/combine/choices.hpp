@@ -38,6 +38,10 @@ std::vector<std::optional<Method>> methodsOf(const ZELType& view,
 // or "raw:N" for a stored number.
 std::vector<Missing> missingOf(const ZELType& view, const std::vector<std::string>& choices);
 
+// Throws Misuse for what is wrong with choices whatever the channels are.
+void checkChoices(const std::vector<std::string>& methods, const std::vector<std::string>& missing,
+                  const std::string& minValid);
+
 // The number of pixels that must not be missing in a block: of "3", or of "50%".
 class MinValid {
 public:

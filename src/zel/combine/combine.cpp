@@ -8,6 +8,7 @@
 #include "base/output_file.hpp"
 #include "base/report.hpp"
 #include "base/text.hpp"
+#include "combine/choices.hpp"
 #include "combine/plan.hpp"
 #include "combine/sources.hpp"
 #include "command/command.hpp"
@@ -49,13 +50,19 @@ void checkRaster(const RasterRecipe& raster)
         throw Misuse("--raster-classes needs --raster-lut or --raster-cube");
 }
 
-int run(Options& o)
+void check(Options& o)
 {
     if (o.run.output.empty() && !o.run.dryRun) throw Misuse("-o is required");
     o.recipe.base = o.base.empty() ? 0 : findFile(o.recipe.files, o.base);
     o.run.record = !o.noRecord;
     checkRaster(o.recipe.raster);
+    checkChoices(o.recipe.methods, o.recipe.missing, o.recipe.minValid);
     if (o.run.container) refuseWithContainer(o.recipe);
+}
+
+int run(Options& o)
+{
+    check(o);
     return combine(o.recipe, o.run);
 }
 
@@ -153,7 +160,8 @@ Command combineCommand()
           "Methods, and a fill value that is left out of means."},
          {"combine b10.zel b30.zel --container -o scene.zel", "One container."}},
         "a file could not be read or written, or the files do not fit together",
-        [o] { return run(*o); }};
+        [o] { return run(*o); },
+        [o] { check(*o); }};
 }
 
 }  // namespace zel_tool

@@ -47,11 +47,17 @@ struct Command {
     std::vector<Example> examples;
     std::string failure;  // when the exit status is 1
     std::function<int()> run;
+
+    // Throws Misuse or Failure for what is wrong whatever the scenes hold; run finds it too.
+    std::function<void()> check = {};
 };
 
 // Every verb, in the order in which help lists them.
 const std::vector<Command>& commands();
 const Command* findCommand(const std::string& name);
+
+// The same with options of its own, at their defaults.
+Command newCommand(const std::string& name);
 
 // The options that every verb has besides its own: -q, -v, --progress.
 const std::vector<Option>& commonOptions();

@@ -17,5 +17,6 @@ Command dumpCommand();
 Command calcCommand();
 Command sampleCommand();
 Command scenesCommand();
+Command runCommand();
 
 }  // namespace zel_tool

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "base/failure.hpp"
+#include "base/provenance.hpp"
 #include "base/report.hpp"
 #include "base/text.hpp"
 #include "formula/reading.hpp"
@@ -186,7 +187,7 @@ std::string Formulas::originOf(const std::string& label) const
 {
     for (auto s = statements.rbegin(); s != statements.rend(); ++s)
         if (s->label == label) return s->text;
-    return "program " + program.file;
+    return "program " + recordedName(program.file);
 }
 
 Uses Formulas::uses() const

@@ -35,7 +35,10 @@ struct Sources {
 };
 
 struct Formulas {
-    explicit Formulas(const ZELType& record) : vocabulary(record) {}
+    explicit Formulas(const ZELType& record, Names names = Names::ofScene)
+        : vocabulary(record, names)
+    {
+    }
     Vocabulary vocabulary;
     ProgramText program;
     std::vector<Statement> statements;

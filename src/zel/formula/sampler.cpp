@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include "base/failure.hpp"
 #include "base/progress.hpp"
+#include "base/provenance.hpp"
 #include "base/text.hpp"
 #include "formula/parameters.hpp"
 #include "formula/pixel_rows.hpp"
@@ -111,6 +113,39 @@ std::string systemReason()
     return reason;
 }
 
+// While one lives, the header has the texts that are to be written: names that the files have or
+// are to have, and in a run no date, so that the same scene gives the same bytes.
+class HeaderTexts {
+public:
+    HeaderTexts(ZELParameterStruct& parameters, const std::string& output)
+    {
+        put(parameters.IO.outputFilename, recordedName(output));
+        for (InputStruct* input = parameters.IO.inputListHead; input; input = input->next)
+            put(input->Filename, recordedName(input->Filename));
+        if (!provenance().record.empty()) put(parameters.Header.DateTimeString, "");
+    }
+    ~HeaderTexts()
+    {
+        for (const Text& text : texts_) *text.place = text.before;
+    }
+    HeaderTexts(const HeaderTexts&) = delete;
+    HeaderTexts& operator=(const HeaderTexts&) = delete;
+
+private:
+    struct Text {
+        char** place;
+        char* before;
+        std::unique_ptr<std::string> now;
+    };
+    void put(char*& place, const std::string& text)
+    {
+        texts_.push_back({&place, place, std::make_unique<std::string>(text)});
+        place = texts_.back().now->data();
+    }
+
+    std::vector<Text> texts_;
+};
+
 long long wantedOf(int method, long long samples)
 {
     const auto n = static_cast<double>(samples);
@@ -171,6 +206,15 @@ SampleWriter::SampleWriter(const std::string& parameterFile, const std::string& 
     thinning_ = std::make_unique<Thinning>(p.SubSamplingMethod, p.RandomSeed);
 }
 
+void SampleWriter::addProvenance()
+{
+    if (provenance().record.empty()) return;
+    guarded([&] {
+        CommandListStruct* comment = allocateNewCommand(&file_->Parameters.Comments);
+        comment->Label = strdup(provenanceLine().c_str());
+    });
+}
+
 // The library writes the name that it creates a file by into the header: it is written again with
 // the name that the file is to have.
 void SampleWriter::create()
@@ -187,21 +231,14 @@ void SampleWriter::create()
         if (reason.empty()) throw;
         throw Failure("cannot write " + printable(output_) + reason);
     }
-    char*& name = file_->Parameters.IO.outputFilename;
-    char* const own = name;
-    name = output_.data();
+    addProvenance();
     bool emptied = false;
-    try {
-        guarded([&] {
-            std::rewind(file_->fptr);
-            emptied = ftruncate(fileno(file_->fptr), 0) == 0;
-            file_->HeaderOffset = ZELFeatureWriteHeader(file_->fptr, &file_->Parameters);
-        });
-    } catch (const Failure&) {
-        name = own;
-        throw;
-    }
-    name = own;
+    const HeaderTexts texts(file_->Parameters, output_);
+    guarded([&] {
+        std::rewind(file_->fptr);
+        emptied = ftruncate(fileno(file_->fptr), 0) == 0;
+        file_->HeaderOffset = ZELFeatureWriteHeader(file_->fptr, &file_->Parameters);
+    });
     if (!emptied) throw Failure("cannot write " + printable(output_));
 }
 

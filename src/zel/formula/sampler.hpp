@@ -66,6 +66,7 @@ private:
     using Keep = std::function<bool(int classNumber)>;
 
     void create();
+    void addProvenance();
     SceneTally sampleScene(const std::string& name, const Keep& keeps);
     std::vector<SceneTally> sampleAll(const Keep& keeps);
     bool isSample(SceneTally& tally);

@@ -101,7 +101,8 @@ int slotsInUse(const ZELType& record)
 
 }  // namespace
 
-Vocabulary::Vocabulary(const ZELType& record) : record_(record), firstNew_(slotsInUse(record) + 1)
+Vocabulary::Vocabulary(const ZELType& record, Names names)
+    : record_(record), names_(names), firstNew_(slotsInUse(record) + 1)
 {
 }
 
@@ -115,6 +116,11 @@ int Vocabulary::madeChannel(const std::string& label) const
 {
     const auto found = std::find(made_.begin(), made_.end(), label);
     return found == made_.end() ? 0 : firstNew_ + static_cast<int>(found - made_.begin());
+}
+
+int Vocabulary::sceneChannel(const std::string& name) const
+{
+    return names_ == Names::any ? 1 : findChannel(record_, name) + 1;
 }
 
 // Whether the language knows the word shows when it is compiled. A constant is none here: "e" alone
@@ -140,7 +146,7 @@ std::string Vocabulary::tokenOf(const std::string& token, bool isCalled, bool is
         throw Failure("no function '" + printable(name) + "'");
     const bool isNew =
         kind == Text::program && isAssigned && name[0] != '#' && slotsNamed(record_, name).empty();
-    return format("Ch%d", isNew ? newChannel(name) : findChannel(record_, name) + 1);
+    return format("Ch%d", isNew ? newChannel(name) : sceneChannel(name));
 }
 
 std::string Vocabulary::translated(const std::string& text, Text kind)

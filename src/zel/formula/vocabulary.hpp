@@ -15,9 +15,13 @@ namespace zel_tool {
 // Where a name that nothing has may stand for a channel that is made: before "=" in a program.
 enum class Text { expression, program };
 
+// Whether a name that nothing has is an error, or may be a channel of a scene that is not known
+// yet.
+enum class Names { ofScene, any };
+
 class Vocabulary {
 public:
-    explicit Vocabulary(const ZELType& record);
+    explicit Vocabulary(const ZELType& record, Names names = Names::ofScene);
 
     // The text with labels, "labels" and slots replaced by channel numbers. Throws Failure for a
     // name that is unknown or ambiguous.
@@ -53,8 +57,10 @@ private:
     bool isOfLanguage(const std::string& name, bool isCalled, Text kind);
     bool isDefined(const std::string& name) const;
     int madeChannel(const std::string& label) const;
+    int sceneChannel(const std::string& name) const;
 
     const ZELType& record_;
+    Names names_;
     int firstNew_;
     std::vector<std::string> made_;
     std::vector<std::unique_ptr<Definition>> definitions_;

@@ -1,9 +1,19 @@
 #include "picture/html.hpp"
 
+#include <algorithm>
+
 #include "base/text.hpp"
 
 namespace zel_tool {
 namespace {
+
+struct Entity {
+    char character;
+    std::string_view text;
+};
+
+constexpr Entity entities[] = {
+    {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&#39;"}};
 
 // Whether any row but the first, that of the titles, has text there.
 bool isUsed(const std::vector<std::vector<std::string>>& rows, std::size_t column)
@@ -19,25 +29,26 @@ std::string html(std::string_view text)
 {
     std::string out;
     for (const char c : printable(text)) {
-        switch (c) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        case '\'':
-            out += "&#39;";
-            break;
-        default:
+        const auto found = std::find_if(std::begin(entities), std::end(entities),
+                                        [c](const Entity& e) { return e.character == c; });
+        if (found == std::end(entities))
             out += c;
-        }
+        else
+            out += found->text;
+    }
+    return out;
+}
+
+std::string fromHtml(const std::string& text)
+{
+    std::string out;
+    for (std::size_t at = 0; at < text.size();) {
+        const auto found = std::find_if(std::begin(entities), std::end(entities), [&](Entity e) {
+            return text.compare(at, e.text.size(), e.text) == 0;
+        });
+        const bool isEntity = found != std::end(entities);
+        out += isEntity ? found->character : text[at];
+        at += isEntity ? found->text.size() : 1;
     }
     return out;
 }

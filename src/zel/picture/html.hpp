@@ -12,6 +12,9 @@ namespace zel_tool {
 // A label or another text of a file, safe to show in a page and between quotes.
 std::string html(std::string_view text);
 
+// The text of which that was made.
+std::string fromHtml(const std::string& text);
+
 // "<name class="..">content</name>"; the content is HTML.
 std::string element(const std::string& name, const std::string& content,
                     const std::string& style = "");

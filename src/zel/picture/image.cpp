@@ -1,11 +1,13 @@
 #include "picture/image.hpp"
 
 #include <png.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cstring>
 
 #include "base/failure.hpp"
+#include "base/provenance.hpp"
 #include "picture/font.hpp"
 
 namespace zel_tool {
@@ -27,6 +29,38 @@ std::string encoded(const Image& image, png_uint_32 kind, const void* pixels)
     if (written == 0) throw Failure(std::string("cannot make the image: ") + png.message);
     bytes.resize(size);
     return bytes;
+}
+
+// Where a PNG file has its chunks: after its first eight bytes, each with its length before and a
+// checksum after it.
+constexpr std::size_t firstChunk = 8;
+constexpr std::size_t aroundChunk = 12;
+constexpr std::size_t afterHeader = firstChunk + aroundChunk + 13;
+constexpr std::string_view textKey("zel run\0", 8);
+
+std::string bigEndian(std::uint32_t number)
+{
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        bytes += static_cast<char>(number >> static_cast<unsigned>(shift) & 0xFFU);
+    return bytes;
+}
+
+std::uint32_t bigEndianAt(std::string_view bytes, std::size_t at)
+{
+    std::uint32_t number = 0;
+    for (std::size_t i = at; i < at + 4; ++i)
+        number = number << 8U | static_cast<unsigned char>(bytes[i]);
+    return number;
+}
+
+std::string textChunk(const std::string& text)
+{
+    const std::string chunk = "tEXt" + std::string(textKey) + text;
+    const auto sum =
+        crc32(0, reinterpret_cast<const Bytef*>(chunk.data()), static_cast<uInt>(chunk.size()));
+    return bigEndian(static_cast<std::uint32_t>(chunk.size() - 4)) + chunk +
+           bigEndian(static_cast<std::uint32_t>(sum));
 }
 
 }  // namespace
@@ -74,6 +108,27 @@ bool Image::isGrey() const
 std::string pngOf(const Image& image)
 {
     return encoded(image, PNG_FORMAT_RGB, image.data());
+}
+
+std::string pngFileOf(const Image& image)
+{
+    std::string bytes = pngOf(image);
+    const std::string& record = provenance().record;
+    return record.empty() ? bytes : bytes.insert(afterHeader, textChunk(record));
+}
+
+std::optional<std::string> provenanceOfPng(std::string_view bytes)
+{
+    std::size_t at = firstChunk;
+    while (at + aroundChunk <= bytes.size()) {
+        const std::size_t length = bigEndianAt(bytes, at);
+        if (length > bytes.size() - at - aroundChunk) break;
+        const std::string_view chunk = bytes.substr(at + 4, length + 4);
+        if (chunk.starts_with("tEXt") && chunk.substr(4).starts_with(textKey))
+            return std::string(chunk.substr(4 + textKey.size()));
+        at += length + aroundChunk;
+    }
+    return std::nullopt;
 }
 
 std::string greyPngOf(const Image& image)

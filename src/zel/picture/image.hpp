@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zel_tool {
@@ -47,6 +49,12 @@ constexpr int glyphHeight = 8;
 
 // The bytes of a PNG file. Throws Failure.
 std::string pngOf(const Image& image);
+
+// The same for a file, which holds where the outputs of a run come from as a text "zel run".
+std::string pngFileOf(const Image& image);
+
+// That text of a PNG file; nothing where there is none.
+std::optional<std::string> provenanceOfPng(std::string_view bytes);
 
 // The same with one byte a pixel, the red one.
 std::string greyPngOf(const Image& image);

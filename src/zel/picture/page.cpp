@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/provenance.hpp"
 #include "base/text.hpp"
 #include "picture/charts.hpp"
 #include "picture/html.hpp"
@@ -14,6 +15,7 @@ namespace zel_tool {
 namespace {
 
 constexpr std::size_t mostClasses = 16;
+constexpr std::string_view provenanceBegin = "<meta name=\"zel run\" content=\"";
 
 std::string section(const char* title, const std::string& content)
 {
@@ -230,7 +232,23 @@ std::string metadataHtml(const Json& metadata)
     return element("pre", text);
 }
 
+// Where the outputs of a run come from.
+std::string provenanceHtml()
+{
+    const std::string& record = provenance().record;
+    if (record.empty()) return {};
+    return std::string(provenanceBegin) + html(record) + "\">\n";
+}
+
 }  // namespace
+
+std::optional<std::string> provenanceOfPage(const std::string& page)
+{
+    const auto begin = page.find(provenanceBegin);
+    if (begin == std::string::npos) return std::nullopt;
+    const auto at = begin + provenanceBegin.size();
+    return fromHtml(page.substr(at, page.find('"', at) - at));
+}
 
 std::string pageOf(Scene& scene, const Subject& subject, const Look& look, Size size)
 {
@@ -247,8 +265,8 @@ std::string pageOf(Scene& scene, const Subject& subject, const Look& look, Size 
                        "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                        "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
                        "img-src data:; style-src 'unsafe-inline'\">\n") +
-           element("title", html(shown(info["file"]))) + element("style", pageStyle) +
-           "</head>\n<body>\n" + headerHtml(info) +
+           provenanceHtml() + element("title", html(shown(info["file"]))) +
+           element("style", pageStyle) + "</head>\n<body>\n" + headerHtml(info) +
            element("main",
                    element("section", intro, "intro") + section("Parts", partsHtml(info, parts)) +
                        section("Channels", channelsHtml(info, parts)) +

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/clock.hpp"
+#include "base/provenance.hpp"
 #include "base/text.hpp"
 #include "scene/footprint.hpp"
 #include "scene/names.hpp"
@@ -247,7 +248,7 @@ Json describe(Scene& scene, Stats stats)
         addChannels(channels, scene, i, stats);
     }
     const Json& base = components[static_cast<std::size_t>(scene.baseComponent())];
-    Json document = {{"file", utf8(scene.file())},
+    Json document = {{"file", utf8(recordedName(scene.file()))},
                      {"bytes", scene.bytes()},
                      {"extra_bytes", extraBytes(scene)},
                      {"kind", scene.isContainer() ? "container" : "file"},

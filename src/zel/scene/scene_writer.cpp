@@ -5,6 +5,7 @@
 #include "base/failure.hpp"
 #include "base/text.hpp"
 #include "scene/library.hpp"
+#include "scene/metadata_text.hpp"
 #include "scene/names.hpp"
 
 namespace zel_tool {
@@ -73,6 +74,7 @@ void SceneWriter::open(const std::vector<MadeChannel>& channels)
         throw Failure(format("there are more than %d channels", ZEL_MAX_CHANNELS));
     record_->ZELHeader.MaxNumChan =
         static_cast<std::int16_t>(std::max<int>(record_->ZELHeader.MaxNumChan, slots));
+    addProvenance(record_->ZELHeader);
     ZELSetHistogramFlag(record_.get(), 1);
     ZELSetOverwritePromptOff(record_.get());
     int result = 0;

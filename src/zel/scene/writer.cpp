@@ -2,6 +2,7 @@
 
 #include "base/failure.hpp"
 #include "scene/library.hpp"
+#include "scene/metadata_text.hpp"
 
 namespace zel_tool {
 
@@ -26,6 +27,7 @@ void Writer::create(const std::string& name, Overwrite overwrite)
 void Writer::open()
 {
     int result = 0;
+    addProvenance(record_->ZELHeader);
     guardedWriting(file_->temporary(), name_, [&] {
         ZELSetHistogramFlag(record_.get(), 1);
         ZELSetOverwritePromptOff(record_.get());

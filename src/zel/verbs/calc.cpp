@@ -199,11 +199,27 @@ int calculate(const Options& o)
     return statusDone;
 }
 
-int run(const Options& o)
+void checkGiven(const Options& o)
 {
     if (o.output.empty() && !o.explain) throw Misuse("-o is required");
     if (o.sources.statements.empty() && o.sources.program.empty())
         throw Misuse("EXPRESSION or --program is required");
+}
+
+// Every name that is not of the language is taken for a channel.
+void checkWithoutScene(const Options& o)
+{
+    checkGiven(o);
+    const auto record = std::make_unique<ZELType>();
+    Formulas formulas(*record, Names::any);
+    compileAll(o.sources, formulas);
+    if (channelsOf(formulas, o).empty())
+        throw Misuse("no channel is made: write NAME = EXPRESSION");
+}
+
+int run(const Options& o)
+{
+    checkGiven(o);
     return forEachFile({o.file}, [&](const std::string&) { return calculate(o); });
 }
 
@@ -267,7 +283,8 @@ Command calcCommand()
         "the file could not be read, an expression names what it does not have, or the output "
         "could "
         "not be written",
-        [o] { return run(*o); }};
+        [o] { return run(*o); },
+        [o] { checkWithoutScene(*o); }};
 }
 
 }  // namespace zel_tool

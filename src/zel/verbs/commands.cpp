@@ -1,18 +1,27 @@
 // The list of verbs. Each is described in its own file.
 #include <algorithm>
 
+#include "base/failure.hpp"
 #include "base/settings.hpp"
 #include "command/command.hpp"
 #include "command/verbs.hpp"
 
 namespace zel_tool {
 
+namespace {
+
+std::vector<Command> described()
+{
+    return {infoCommand(),    pixelCommand(),  checkCommand(), dumpCommand(),     lookCommand(),
+            combineCommand(), replayCommand(), calcCommand(),  channelsCommand(), sampleCommand(),
+            samplesCommand(), scenesCommand(), runCommand()};
+}
+
+}  // namespace
+
 const std::vector<Command>& commands()
 {
-    static const std::vector<Command> all = {infoCommand(),   pixelCommand(),   checkCommand(),
-                                             dumpCommand(),   lookCommand(),    combineCommand(),
-                                             replayCommand(), calcCommand(),    channelsCommand(),
-                                             sampleCommand(), samplesCommand(), scenesCommand()};
+    static const std::vector<Command> all = described();
     return all;
 }
 
@@ -22,6 +31,13 @@ const Command* findCommand(const std::string& name)
     const auto found = std::find_if(all.begin(), all.end(),
                                     [&](const Command& command) { return command.name == name; });
     return found == all.end() ? nullptr : &*found;
+}
+
+Command newCommand(const std::string& name)
+{
+    for (Command& command : described())
+        if (command.name == name) return std::move(command);
+    throw Misuse("unknown verb '" + name + "'");
 }
 
 const std::vector<Option>& commonOptions()

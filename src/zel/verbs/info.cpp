@@ -1,5 +1,6 @@
 // zel info: what is in a file.
 #include "base/failure.hpp"
+#include "base/provenance.hpp"
 #include "base/report.hpp"
 #include "base/text.hpp"
 #include "command/verbs.hpp"
@@ -129,6 +130,7 @@ int showFile(const Options& options, const std::string& file, Shown& shown)
 {
     Scene scene(file);
     Json info = describe(scene, options.stats ? Stats::yes : Stats::no);
+    if (!provenance().record.empty()) info["run"] = Json::parse(provenance().record);
     if (!options.get.empty())
         put(jsonLine(jsonAt(info, options.get)));
     else if (options.json)

@@ -100,7 +100,7 @@ void showImage(const Subject& subject, const Options& o, const Look& look)
     OutputFile output(o.output, o.overwrite ? Overwrite::yes : Overwrite::no);
     const Size size = imageSize(*subject.record, o.width, widestImage);
     const Picture p = picture(subject, look, size, o.file);
-    output.write(pngOf(withLegend(p, *subject.record, look, o.legend)));
+    output.write(pngFileOf(withLegend(p, *subject.record, look, o.legend)));
     output.commit();
     remark(printable(o.output) + ": " + captionOf(p, *subject.record));
 }
@@ -116,10 +116,15 @@ void showPage(Scene& scene, const Subject& subject, const Options& o, const Look
     remark(printable(o.page) + ": open it in a browser");
 }
 
-int run(const Options& o)
+Look checkedLook(const Options& o)
 {
     if (!o.output.empty() && !o.page.empty()) throw Misuse("give -o or --report, not both");
-    const Look look = lookOf(o);
+    return lookOf(o);
+}
+
+int run(const Options& o)
+{
+    const Look look = checkedLook(o);
     return forEachFile({o.file}, [&](const std::string& file) {
         Scene scene(file);
         const Subject subject = subjectOf(scene, o.part, look);
@@ -186,7 +191,8 @@ Command lookCommand()
          {"look scene.zel -c B10 --map heat -o thermal.png", "One channel in a colour map."},
          {"look scene.zel --report scene.html", "All of it, on a page for a browser."}},
         "the file could not be read, a channel is not in it, or the picture could not be written",
-        [o] { return run(*o); }};
+        [o] { return run(*o); },
+        [o] { checkedLook(*o); }};
 }
 
 }  // namespace zel_tool

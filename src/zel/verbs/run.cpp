@@ -1,0 +1,273 @@
+// zel run: a recipe for each scene of a manifest.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+#include "archive/manifest.hpp"
+#include "archive/output_paths.hpp"
+#include "archive/run_recipe.hpp"
+#include "archive/scene_inputs.hpp"
+#include "archive/scene_workers.hpp"
+#include "base/failure.hpp"
+#include "base/progress.hpp"
+#include "base/report.hpp"
+#include "base/text.hpp"
+#include "command/verbs.hpp"
+
+namespace zel_tool {
+namespace {
+
+constexpr int mostJobs = 500;
+
+struct Options {
+    std::string recipe;
+    std::string manifest;
+    std::string shard;
+    std::string log;
+    RunPlace place;
+    int batch = 0;
+    int jobs = 1;
+    bool shards = false;
+    bool dryRun = false;
+};
+
+// Where the lines go, each at once.
+class LineLog {
+public:
+    explicit LineLog(const std::string& name) : name_(name.empty() ? "standard output" : name)
+    {
+        if (name.empty()) return;
+        descriptor_ = open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+        if (descriptor_ < 0)
+            throw Misuse("cannot write " + printable(name) + ": " + std::strerror(errno));
+    }
+    ~LineLog()
+    {
+        if (descriptor_ != STDOUT_FILENO) close(descriptor_);
+    }
+    LineLog(const LineLog&) = delete;
+    LineLog& operator=(const LineLog&) = delete;
+
+    void add(const Json& line)
+    {
+        const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+        clearProgress();
+        std::string_view rest = text;
+        while (!rest.empty()) {
+            const ssize_t written = write(descriptor_, rest.data(), rest.size());
+            if (written < 0 && errno == EINTR) continue;
+            if (written <= 0)
+                throw Failure("cannot write " + printable(name_) + ": " + std::strerror(errno));
+            rest.remove_prefix(static_cast<std::size_t>(written));
+        }
+    }
+
+private:
+    std::string name_;
+    int descriptor_ = STDOUT_FILENO;
+};
+
+struct Share {
+    long long number = 1;
+    long long count = 1;
+};
+
+// "3/10"; with --batch the count is known and may be left out.
+Share shareOf(const Options& o, const Manifest& manifest)
+{
+    const auto slash = o.shard.find('/');
+    const long long groups = o.batch > 0 ? groupCount(manifest, o.batch) : 0;
+    Share share;
+    bool isGood = parseInteger(o.shard.substr(0, slash), share.number);
+    if (slash != std::string::npos)
+        isGood = isGood && parseInteger(o.shard.substr(slash + 1), share.count);
+    else
+        share.count = groups;
+    if (!isGood || share.number < 1 || share.count < 1 || share.number > share.count)
+        throw Misuse("--shard " + printable(o.shard) +
+                     (groups > 0 ? format(": there are shards 1 to %lld", groups)
+                                 : std::string(" is not of the form 3/10")));
+    if (groups > 0 && share.count != groups)
+        throw Misuse(format("with --batch %d there are %lld shards, not %lld", o.batch, groups,
+                            share.count));
+    return share;
+}
+
+void keepShare(const Options& o, Manifest& manifest)
+{
+    if (o.shard.empty()) return;
+    const Share share = shareOf(o, manifest);
+    if (o.batch > 0)
+        keepGroup(manifest, share.number, o.batch);
+    else
+        keepShard(manifest, share.number, share.count);
+}
+
+void checkOptions(const Options& o)
+{
+    if (o.manifest.empty()) throw Misuse("--manifest is required");
+    if (o.jobs < 1 || o.jobs > mostJobs) throw Misuse(format("--jobs takes 1 to %d", mostJobs));
+    if (o.batch < 0) throw Misuse("--batch takes a number of scenes");
+    if (o.shards && o.batch == 0) throw Misuse("--shards needs --batch");
+    if (o.place.root.empty()) throw Misuse("--root takes a directory");
+}
+
+// What would be read and written for a scene.
+bool showScene(const RunRecipe& recipe, const ManifestScene& scene)
+{
+    put(printable(scene.id) + "\n");
+    try {
+        const Json json = scene.json();
+        const SceneInputs inputs = inputsOf(recipe, json);
+        std::vector<std::vector<std::string>> rows;
+        for (const auto& [name, files] : inputs)
+            for (const InputFile& file : files)
+                rows.push_back({name, "from", printable(file.path)});
+        for (const RecipeOutput* output : stepsFor(recipe, inputs).outputs)
+            rows.push_back({output->name, "to", printable(output->path.of(json))});
+        put(table(rows, "lll", "  "));
+        return true;
+    } catch (const Failure& failure) {
+        put(std::string("  cannot be run: ") + failure.what() + "\n");
+        return false;
+    }
+}
+
+int showPlan(const RunRecipe& recipe, const Manifest& manifest)
+{
+    bool all = manifest.unread.empty();
+    for (const ManifestScene& scene : manifest.scenes) all = showScene(recipe, scene) && all;
+    for (const UnreadFile& file : manifest.unread) complain(file.path, printable(file.error));
+    return all ? statusDone : statusProblem;
+}
+
+struct Counts {
+    long long done = 0;
+    long long skipped = 0;
+    long long failed = 0;
+
+    void add(const Json& line)
+    {
+        const std::string status = line["status"];
+        ++(status == "done" ? done : status == "skipped" ? skipped : failed);
+        if (status == "failed")
+            complain(line.contains("file") ? line["file"] : line["id"],
+                     printable(line["reason"].get<std::string>()));
+    }
+};
+
+int runAll(const Options& o, const RunRecipe& recipe, const Manifest& manifest, LineLog& log)
+{
+    Counts counts;
+    long long ended = 0;
+    Progress progress("scenes", static_cast<long long>(manifest.scenes.size()));
+    const auto take = [&](const Json& line) {
+        log.add(line);
+        counts.add(line);
+        progress.update(++ended);
+    };
+    for (const UnreadFile& file : manifest.unread) take(unreadLine(file, recipe));
+    SceneWorkers workers(recipe, o.place, static_cast<std::size_t>(o.jobs), take);
+    const int signal = workers.run(manifest.scenes);
+    if (signal != 0) {
+        complain("", "stopped by " + signalName(signal));
+        return 128 + signal;
+    }
+    remark(
+        format("%lld done, %lld skipped, %lld failed", counts.done, counts.skipped, counts.failed));
+    return counts.failed > 0 ? statusProblem : statusDone;
+}
+
+struct Work {
+    RunRecipe recipe;
+    Manifest manifest;
+};
+
+// All that can be wrong before a scene is run. Throws Misuse.
+Work prepare(const Options& o)
+{
+    Work work;
+    try {
+        work.recipe = readRecipe(o.recipe);
+    } catch (const Failure& failure) {
+        throw Misuse(printable(o.recipe) + ": " + failure.what());
+    }
+    work.manifest = readManifest(o.manifest);
+    requireOwnPaths(work.recipe, work.manifest, o.place.root);
+    return work;
+}
+
+int run(const Options& o)
+{
+    checkOptions(o);
+    Work work;
+    std::unique_ptr<LineLog> log;
+    try {
+        work = prepare(o);
+        if (o.shards) {
+            put(format("%lld\n", groupCount(work.manifest, o.batch)));
+            return statusDone;
+        }
+        keepShare(o, work.manifest);
+        if (!o.dryRun) log = std::make_unique<LineLog>(o.log);
+    } catch (const Misuse& misuse) {
+        complain("", misuse.what());
+        return statusUsage;
+    }
+    return o.dryRun ? showPlan(work.recipe, work.manifest)
+                    : runAll(o, work.recipe, work.manifest, *log);
+}
+
+}  // namespace
+
+Command runCommand()
+{
+    auto o = std::make_shared<Options>();
+    return {
+        "run",
+        "runs a recipe for every scene of a manifest",
+        {"Runs the steps of a recipe, a TOML file, for each scene of a manifest that zel scenes "
+         "has written, or for a shard of them, and prints a line of JSON for each scene as it "
+         "ends. The recipe is validated before anything runs.",
+         "A scene is a process of its own: one that fails, or is killed, does not stop the "
+         "others. One that is killed is run once more alone, after the others. Outputs appear "
+         "under their names when all of the scene is whole; on SIGINT, SIGTERM and SIGHUP the "
+         "scenes that run are dropped, and the exit status is 128 and the number of the signal.",
+         "Every output holds the checksum of the recipe, those of the inputs and the version. "
+         "--skip-existing leaves out scenes whose outputs are there with the same: a run resumes, "
+         "and a changed recipe starts over."},
+        {{"RECIPE", "A recipe.", &o->recipe}},
+        {{"-m,--manifest", "FILE", "The scenes: what zel scenes has written; - is standard input.",
+          &o->manifest, Takes::file},
+         {"--shard", "I/N",
+          "Run share I of N, from 1: every N-th scene of the manifest sorted by id. With --batch, "
+          "I alone: the I-th group.",
+          &o->shard},
+         {"--batch", "SCENES", "Shares are groups of so many scenes, one after the other.",
+          &o->batch},
+         {"--shards", "", "Print how many groups --batch makes, and run nothing.", &o->shards},
+         {"-j,--jobs", "N", "Run so many scenes at a time; 1 is the default.", &o->jobs},
+         {"--skip-existing", "",
+          "Leave out scenes whose outputs are there, of this recipe, these inputs and this "
+          "version.",
+          &o->place.skipExisting},
+         {"--root", "DIRECTORY", "Outputs go below this directory; the current one is the default.",
+          &o->place.root, Takes::file},
+         {"--log", "FILE", "Add the lines to this file instead of printing them.", &o->log,
+          Takes::file},
+         {"--dry-run", "", "Show what would be read and written for each scene, and run nothing.",
+          &o->dryRun},
+         {"--overwrite", "", "Replace existing files that no run has made.", &o->place.overwrite}},
+        {{"run ndvi.toml --manifest scenes.jsonl --root out --jobs 4 --log run.jsonl",
+          "All scenes, four at a time."},
+         {"run ndvi.toml --manifest scenes.jsonl --shard 3/10", "The third of ten shares."},
+         {"run ndvi.toml --manifest scenes.jsonl --batch 50 --shards",
+          "How many tasks of 50 scenes are there?"}},
+        "some scenes failed; their lines say why",
+        [o] { return run(*o); }};
+}
+
+}  // namespace zel_tool

@@ -1,0 +1,209 @@
+#!/usr/bin/env python3
+"""zel run: signals, and processes that are killed, at random moments; what is left, and what a second run makes
+of it."""
+import json
+import os
+import random
+import signal
+import time
+import unittest
+
+from zel_case import main
+from run_case import RunCase, children_of, kill, scene_id, wait_for
+from zelfile import Channel, Line, ZelFile
+
+RECIPE = """format = 1
+
+[inputs]
+all = { resolution = "finest" }
+
+[[steps]]
+verb = "calc"
+file = "all"
+expression = ["X = sin(lat) + R / 3", "Y = X * R"]
+keep = true
+output = "made"
+
+[[steps]]
+verb = "stats"
+file = "made"
+output = "statistics"
+
+[outputs]
+made = "{day:03}/{id}.zel"
+statistics = "{id}.json"
+"""
+SCENES = 6
+
+
+def large_scene(day, lines=800, pixels=500):
+    """A scene that takes a tenth of a second."""
+    row = [(day * 991 + x * 7) % 65536 for x in range(pixels)]
+    f = ZelFile(slots=1, pixels=pixels, nav_points=2, nav_interval=pixels - 1, year=2020, julian=day,
+                satellite=0, data_type=0, resolution=30.0)
+    f.channels[0] = Channel(type=5, label=b"R", bits=16, rows=[row] * lines)
+    f.lines = [Line(time=12.0, right=pixels - 1, nadir=0, lat=[50.0 - n / 100.0] * 2, lon=[10.0, 11.0])
+               for n in range(lines)]
+    return f
+
+
+@unittest.skipUnless(os.path.isdir("/proc/self"), "no /proc")
+class KillCase(RunCase):
+    def setUp(self):
+        super().setUp()
+        (self.dir / "in").mkdir()
+        for day in range(1, SCENES + 1):
+            self.put("in/%d.zel" % day, large_scene(day))
+        self.make_manifest()
+        self.recipe(RECIPE)
+        begin = time.monotonic()
+        self.run_recipe("--root", "plain")
+        self.seconds = time.monotonic() - begin
+        self.want = self.tree("plain")
+        self.assertEqual(len(self.want), 2 * SCENES)
+
+    def ended(self, process):
+        out, err = process.communicate(timeout=60)
+        return process.returncode, [json.loads(x) for x in out.decode().splitlines()], err.decode()
+
+    def require_whole(self, root="out"):
+        """Every output that is there is whole, and nothing else is."""
+        there = self.tree(root) if (self.dir / root).exists() else {}
+        self.assertEqual({name: self.want.get(name) for name in there}, there)
+
+    def resume(self, *words):
+        lines = self.run_recipe("--root", "out", "--skip-existing", *words)
+        self.assertEqual(self.tree(), self.want)
+        self.assertEqual(self.temporaries(), [])
+        return lines
+
+    def running_step(self, process):
+        """(process of a scene, of its step) of a run."""
+        for child in children_of(process.pid):
+            for step in children_of(child):
+                return child, step
+        return None
+
+
+class Stopped(KillCase):
+    def test_a_signal_drops_the_scenes_that_run(self):
+        for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            process = self.start("--root", "out%d" % number, "--jobs", "2")
+            child, step = wait_for(lambda: self.running_step(process))
+            process.send_signal(number)
+            status, lines, err = self.ended(process)
+            self.assertEqual((status, err), (128 + number, "zel run: stopped by %s\n" % signal.Signals(number).name))
+            self.assertLess(len(lines), SCENES)
+            self.assertFalse(os.path.exists("/proc/%d" % child) or os.path.exists("/proc/%d" % step))
+            self.assertEqual(self.temporaries(), [])
+            self.require_whole("out%d" % number)
+
+    def test_a_signal_at_any_moment_and_a_run_that_goes_on(self):
+        choose = random.Random(1)
+        for _ in range(8):
+            process = self.start("--root", "out", "--skip-existing", "--jobs", "2")
+            time.sleep(choose.uniform(0.0, self.seconds / 2))
+            process.send_signal(signal.SIGTERM)
+            status, _, err = self.ended(process)
+            self.assertIn(status, (0, -15, 143), err)  # -15: before the verb begins
+            self.assertEqual(self.temporaries(), [])
+            self.require_whole()
+        self.resume()
+
+    def test_an_ignored_signal_stays_ignored(self):
+        handler = signal.signal(signal.SIGHUP, signal.SIG_IGN)
+        try:
+            process = self.start("--root", "out")
+        finally:
+            signal.signal(signal.SIGHUP, handler)
+        wait_for(lambda: self.running_step(process))
+        process.send_signal(signal.SIGHUP)
+        self.assertEqual(self.ended(process)[0], 0)
+        self.assertEqual(self.tree(), self.want)
+
+
+class Killed(KillCase):
+    def test_a_run_that_is_killed_at_any_moment_is_resumed(self):
+        choose = random.Random(2)
+        for _ in range(8):
+            process = self.start("--root", "out", "--skip-existing", "--jobs", "2")
+            time.sleep(choose.uniform(0.0, self.seconds / 2))
+            children = children_of(process.pid)
+            process.kill()
+            self.ended(process)
+            wait_for(lambda c=children: not any(os.path.exists("/proc/%d" % n) for n in c))
+            self.require_whole_but_temporaries()
+        self.resume()
+
+    def require_whole_but_temporaries(self):
+        if (self.dir / "out").exists():
+            for name, data in self.tree().items():
+                if "/.zel-" not in "/" + name:
+                    self.assertEqual(data, self.want[name], name)
+
+    def test_all_processes_killed_at_once(self):
+        choose = random.Random(3)
+        for _ in range(8):
+            process = self.start("--root", "out", "--skip-existing", "--jobs", "2")
+            time.sleep(choose.uniform(0.0, self.seconds / 2))
+            victims = [process.pid] + children_of(process.pid)
+            for child in victims[1:]:
+                victims += children_of(child)
+            for victim in victims:
+                kill(victim)
+            self.ended(process)
+            wait_for(lambda v=victims: not any(os.path.exists("/proc/%d" % n) for n in v))
+            self.require_whole_but_temporaries()
+        self.resume()
+
+    def kill_first(self, which, times):
+        """Kills the process of the first scene, or of its step, that many times."""
+        process = self.start("--root", "out", "--log", "log")
+        pair = wait_for(lambda: self.running_step(process))
+        kill(pair[which])
+        if times > 1:
+            wait_for(lambda: (self.dir / "log").exists() and len(self.got("log").splitlines()) == SCENES - 1)
+            kill(wait_for(lambda: self.running_step(process))[which])
+        status, _, err = self.ended(process)
+        lines = [json.loads(x) for x in self.got("log").decode().splitlines()]
+        os.unlink(self.dir / "log")
+        return status, lines, err
+
+    def test_a_scene_that_is_killed_once_is_run_again_alone(self):
+        for which in (0, 1):
+            status, lines, _ = self.kill_first(which, 1)
+            self.assertEqual(status, 0)
+            self.assertEqual([line["status"] for line in lines], ["done"] * SCENES)
+            self.assertEqual((lines[-1]["id"], lines[-1]["attempts"]), (scene_id(1), 2))
+            self.assertEqual({line["attempts"] for line in lines[:-1]}, {1})
+            self.assertEqual(self.tree(), self.want)
+            self.assertEqual(self.temporaries(), [])
+
+    def test_a_scene_that_is_killed_twice_is_reported(self):
+        for which in (0, 1):
+            status, lines, err = self.kill_first(which, 2)
+            self.assertEqual(status, 1)
+            self.assertEqual((lines[-1]["id"], lines[-1]["status"], lines[-1]["attempts"], lines[-1]["reason"]),
+                             (scene_id(1), "failed", 2, "killed by SIGKILL"))
+            self.assertEqual(err, "zel run: %s: killed by SIGKILL\nzel run: 5 done, 0 skipped, 1 failed\n"
+                             % scene_id(1))
+            self.assertEqual([line["status"] for line in lines[:-1]], ["done"] * (SCENES - 1))
+        lines = self.resume()
+        self.assertEqual(lines[scene_id(1)]["status"], "done")
+
+    def test_what_a_killed_run_has_left_goes_even_where_the_outputs_are_there(self):
+        self.run_recipe("--root", "out")
+        (self.dir / "out" / "001" / (".zel-run-" + scene_id(1))).mkdir()
+        self.put("out/001/.zel-run-%s/made" % scene_id(1), b"half")
+        lines = self.resume()
+        self.assertEqual({line["status"] for line in lines.values()}, {"skipped"})
+
+    def test_two_runs_of_the_same_scenes_do_no_harm(self):
+        runs = [self.start("--root", "out") for _ in range(3)]
+        self.assertEqual([self.ended(run)[0] for run in runs], [0, 0, 0])
+        self.assertEqual(self.tree(), self.want)
+        self.assertEqual(self.temporaries(), [])
+
+
+if __name__ == "__main__":
+    main()
