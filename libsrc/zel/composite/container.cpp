@@ -61,6 +61,7 @@ bool Container::create(const char* name, int overwritePrompt)
     if (!stream_) report("ZELCreateCompositeFile: cannot create file %s\n", name);
     // The directory is written last, at the start: a pipe cannot seek back to it.
     if (stream_ && ftello(stream_) < 0) failSeeking(name);
+    if (stream_) reserveSpace(stream_, expected_);
     return stream_ != nullptr;
 }
 

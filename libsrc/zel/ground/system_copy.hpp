@@ -1,4 +1,4 @@
-// Copying between files inside the system, where it can.
+// Copying between files inside the system, where it can, and space for what is about to be copied.
 #ifndef ZEL_GROUND_SYSTEM_COPY_HPP
 #define ZEL_GROUND_SYSTEM_COPY_HPP
 
@@ -12,6 +12,10 @@ namespace zel {
 // for files that the system does not copy, and on errors: reading and writing goes on from there,
 // and reports them. -1, with errno, when a stream does not move.
 std::int64_t copyInSystem(FILE* from, FILE* to, std::int64_t size);
+
+// Asks for the space of a file of that size, where it comes cheaper at once than page by page. The
+// file stays as long as it is, and what cannot be had now is reported when it is written.
+void reserveSpace(FILE* file, std::int64_t size);
 
 }  // namespace zel
 
