@@ -330,7 +330,7 @@ CLASSES = {1: (b"land", 60, 140, 60), 2: (b"sea", 0, 0, 255)}
 
 
 def sample_file(samples, inputs=(b"a.zel",), date=b"12:00:00  Monday January 01 2001", name=b"out.feat",
-                ranges=None, counts=None, features=(b"ratio", b"Ch3 * 2"), requirement=b"sz < 80", seed=82497):
+                ranges=None, counts=None, features=(b"ratio", b"Ch3 * 2"), requirement=b"sz < 80", seed=82497, comments=(b"a comment",)):
     """Samples are (class, lat, (value, value)); the header counts them."""
     number = [0] * 1000
     for s in samples:
@@ -344,7 +344,7 @@ def sample_file(samples, inputs=(b"a.zel",), date=b"12:00:00  Monday January 01 
         *(_text(i) for i in inputs), _int(*(counts or number)), classes, _group([_entry(b"ratio", b"Ch1/Ch2")]),
         _group([_entry(b"first", features[0]), _entry(None, features[1])]), struct.pack(">4f", *top, *low),
         _group([_entry(b"lit", requirement)]), _group([_entry(None, b"Ch1 > 9", b" class = 3")]),
-        _group([_entry(b"a comment")]), _group([_entry(b"A title")]), _group([]), _int(seed, -4, 1, 5),
+        _group([_entry(c) for c in comments]), _group([_entry(b"A title")]), _group([]), _int(seed, -4, 1, 5),
         *(sample_bytes(*s) for s in samples)])
 
 
@@ -432,6 +432,16 @@ class Samples(MergeTest):
                  "label of title line 1 is 'A title' and 'Another'")]:
             self.put("b", other)
             self.refuses(["a", "b"], "a and b were sampled differently: " + message)
+
+    def test_the_records_of_runs_differ_and_are_left_out(self):
+        a, b = (1, 0.0, (1.0, 1.0)), (2, 0.0, (1.0, 1.0))
+        self.put("a", sample_file([a], [b"x.zel"], comments=(b"a comment", b'zel run: {"scene":"x"}')))
+        self.put("b", sample_file([b], [b"y.zel"], comments=(b'zel run: {"scene":"y"}', b"a comment")))
+        self.assertEqual(self.merge("a", "b"), sample_file([a, b], [b"x.zel", b"y.zel"], name=b""))
+        self.put("c", sample_file([b], [b"y.zel"], comments=(b"a comment", b"more")))
+        self.refuses(["a", "c"], "a and c were sampled differently: number of comments is '1' and '2'")
+        self.put("d", sample_file([b], [b"z.zel"], comments=(b'zel run: {"scene":"z"}',)))
+        self.assertEqual(self.merge("d"), sample_file([b], [b"z.zel"], name=b"", comments=()))
 
     def test_samples_of_one_scene_in_two_files_are_reported(self):
         self.put("a", sample_file([(1, 0.0, (1.0, 1.0))], [b"x.zel"]))

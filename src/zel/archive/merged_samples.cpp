@@ -60,6 +60,26 @@ private:
     char noName_[1] = "";
 };
 
+// Comments but for the records of runs, each of one scene. The texts stay the other list's.
+class CommentList {
+public:
+    explicit CommentList(const CommandStruct& list)
+    {
+        for (const CommandListStruct* e = list.ListHead; e; e = e->next)
+            if (!isRunRecord(*e)) nodes_.push_back(*e);
+        for (std::size_t i = 0; i < nodes_.size(); ++i)
+            nodes_[i].next = i + 1 < nodes_.size() ? &nodes_[i + 1] : nullptr;
+    }
+    CommandStruct list()
+    {
+        if (nodes_.empty()) return {};
+        return {&nodes_.back(), &nodes_.front(), static_cast<int>(nodes_.size())};
+    }
+
+private:
+    std::vector<CommandListStruct> nodes_;
+};
+
 }  // namespace
 
 void MergedSamples::requireAlike(SampleFile& other, const std::string& file) const
@@ -163,8 +183,10 @@ void MergedSamples::write()
     const std::unique_ptr<FILE, Close> stream(std::fopen(output_.temporary().c_str(), "r+b"));
     if (!stream) failWriting(errno);
     InputList inputs(inputs_);
+    CommentList comments(first_->parameters().Comments);
     ZELParameterStruct p = first_->parameters();  // a face of it: it owns nothing
     p.IO = inputs.io();
+    p.Comments = comments.list();
     p.Header.DateTimeString = date_.data();
     guarded([&] { ZELFeatureWriteHeader(stream.get(), &p); });
     SampleSummary summary = writeSamples(stream.get());

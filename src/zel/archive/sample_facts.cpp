@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 #include "base/text.hpp"
 
@@ -20,16 +21,20 @@ Text textOf(const ZELStackStruct* stack)
     return stack ? textOf(stack->expression) : std::nullopt;
 }
 
+// The number of entries comes first, so that two lists differ in it before a name does.
 void addList(std::vector<SampleFact>& facts, const std::string& name, const CommandStruct& list)
 {
-    facts.push_back({"number of " + name + "s", std::to_string(list.num)});
+    const std::size_t place = facts.size();
+    facts.emplace_back();
     int number = 0;
     for (const CommandListStruct* e = list.ListHead; e; e = e->next) {
+        if (isRunRecord(*e)) continue;
         const std::string entry = format(" of %s %d", name.c_str(), ++number);
         facts.push_back({"label" + entry, textOf(e->Label)});
         facts.push_back({"condition" + entry, textOf(e->Condition)});
         facts.push_back({"action" + entry, textOf(e->Action)});
     }
+    facts[place] = {"number of " + name + "s", std::to_string(number)};
 }
 
 void addClasses(std::vector<SampleFact>& facts, const ZELClassStruct& classes)
@@ -53,6 +58,11 @@ int monthOf(const std::string& name)
 }
 
 }  // namespace
+
+bool isRunRecord(const CommandListStruct& entry)
+{
+    return entry.Label && std::string_view(entry.Label).starts_with("zel run: ");
+}
 
 std::vector<SampleFact> factsOf(const ZELParameterStruct& p)
 {

@@ -16,8 +16,12 @@ struct SampleFact {
 };
 
 // Title, comments, definitions, features, requirements, filters, options, classes, seed and types;
-// not inputs, output, date, counts and ranges. They are listed in one order for all files.
+// not inputs, output, date, counts, ranges and the records of runs. They are listed in one order for
+// all files.
 std::vector<SampleFact> factsOf(const ZELParameterStruct& parameters);
+
+// Whether an entry of the comments is what "zel run" writes of the scene that it has sampled.
+bool isRunRecord(const CommandListStruct& entry);
 
 // A number that is greater for a later date of a header, "12:00:00  Monday Nov 23 2026"; 0 for what
 // is none.
