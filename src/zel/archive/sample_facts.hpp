@@ -16,8 +16,8 @@ struct SampleFact {
 };
 
 // Title, comments, definitions, features, requirements, filters, options, classes, seed and types;
-// not inputs, output, date, counts, ranges and the records of runs. They are listed in one order for
-// all files.
+// not inputs, output, date, counts, ranges and the records of runs. They are listed in one order
+// for all files.
 std::vector<SampleFact> factsOf(const ZELParameterStruct& parameters);
 
 // Whether an entry of the comments is what "zel run" writes of the scene that it has sampled.
