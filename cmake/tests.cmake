@@ -53,6 +53,13 @@ else()
     endforeach()
 endif()
 
+# Both forms of the sum that the command zel makes of headers and files.
+if(TARGET zel_tool)
+    zel_program(sha256_forms bin tests/zel/sha256_forms.cpp
+        src/zel/base/sha256.cpp src/zel/base/sha256_blocks.cpp src/zel/base/text.cpp)
+    target_include_directories(sha256_forms PRIVATE src/zel)
+endif()
+
 if(TARGET gdal_ZEL)
     include(cmake/gdal_tests.cmake)
 endif()

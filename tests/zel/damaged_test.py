@@ -14,7 +14,7 @@ READING = [["info", "--all"], ["info", "--json", "--stats"], ["check"], ["check"
            ["look"], ["look", "-q", "-o", "out", "--overwrite"], ["look", "-q", "--report", "out", "--overwrite"],
            ["channels", "-q", "-o", "out", "--overwrite"], ["samples"], ["samples", "--csv"],
            ["combine", "-q", "-o", "out", "--overwrite"], ["combine", "--dry-run", "--json"],
-           ["replay", "-q", "-o", "out", "--overwrite"]]
+           ["replay", "-q", "-o", "out", "--overwrite"], ["merge", "-q", "-o", "out", "--overwrite"]]
 TARGETS = ("scene_fuzz", "combine_fuzz", "mask_block_fuzz", "sample_file_fuzz", "feature_header_fuzz",
            "verbs_fuzz", "writing_verbs_fuzz")
 EMPTY_CLASSES = bytes(4000) + (b"\0\0\0\1" + bytes(13)) * 1000

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Every verb that writes, on a disk that is full at several stages: the reason with the name of the output, and
 the old file or none."""
+import json
 import random
 import subprocess
 from array import array
@@ -17,6 +18,8 @@ WAYS = {
     "combine": ["combine", "{in}/a.zel", "{in}/b.zel"],
     "combine to a container": ["combine", "{in}/a.zel", "{in}/b.zel", "--container"],
     "look": ["look", "{in}/a.zel"],
+    "merge": ["merge", "{in}/stats"],
+    "merge of samples": ["merge", "{in}/a.feat", "--memory", "1"],
     "replay": ["replay", "{in}/made.zel"],
     "sample": ["sample", "{in}/p"]}
 # The largest one holds the headers of all outputs, and none of them as a whole.
@@ -38,6 +41,9 @@ class FullDisk(ZelTest):
         self.put("b.zel", noise(2))
         self.put("p", b"inputfilename %s/a.zel\noutputfilename unused\nfeature Ch1\n" % bytes(self.dir))
         self.assertEqual(self.run_zel("combine", self.dir / "a.zel", "-q", "-o", "made.zel")[0], 0)
+        self.assertEqual(self.run_zel("sample", "p", "-o", "a.feat")[0], 0)
+        one = self.json("info", "--json", "--stats", "a.zel")
+        self.put("stats", json.dumps([dict(one, file="scene %d" % i) for i in range(1000)]).encode())
         self.disk = self.dir / "disk"
         self.disk.mkdir()
 
@@ -87,12 +93,14 @@ class FullDisk(ZelTest):
 
     def test_a_device_without_room(self):
         for way in WAYS:
-            if way != "sample":
+            if "sample" not in way:
                 self.check_refused(way, "/dev/full")
 
     def test_samples_do_not_go_to_a_device(self):
         self.fails(["sample", "p", "-o", "/dev/null"],
                    "zel sample: p: cannot write /dev/null: is not a regular file")
+        self.fails(["merge", "a.feat", "-o", "/dev/null"],
+                   "zel merge: cannot write /dev/null: is not a regular file")
 
 
 if __name__ == "__main__":

@@ -26,10 +26,12 @@ struct Close {
 };
 using Stream = std::unique_ptr<FILE, Close>;
 
-Stream openStream(const std::string& path)
+// The buffer outlives the stream.
+Stream openStream(const std::string& path, std::vector<char>& buffer)
 {
     Stream stream(std::fopen(path.c_str(), "rb"));
     if (!stream) throw Failure(std::strerror(errno));
+    std::setvbuf(stream.get(), buffer.data(), _IOFBF, buffer.size());
     return stream;
 }
 
@@ -197,6 +199,29 @@ GridFacts gridAt(ZELType& record, FILE* stream, const std::string& path, int off
     return grid;
 }
 
+// Read in parts that stay in the cache of the processor.
+void addBytes(Sha256& sum, FILE* stream, std::int64_t offset, std::int64_t size)
+{
+    std::array<char, 1 << 15> part;
+    while (size > 0) {
+        const auto length = static_cast<std::size_t>(std::min<std::int64_t>(size, part.size()));
+        readAt(stream, offset, part.data(), length);
+        sum.add({part.data(), length});
+        offset += static_cast<std::int64_t>(length);
+        size -= static_cast<std::int64_t>(length);
+    }
+}
+
+std::string checksumOf(FILE* stream, const std::vector<GridFacts>& grids)
+{
+    Sha256 sum;
+    for (const GridFacts& grid : grids) {
+        addBytes(sum, stream, grid.offset, grid.headerBytes);
+        sum.add(format("%d %lld\n", grid.lines, static_cast<long long>(grid.lineBytes)));
+    }
+    return sum.finish();
+}
+
 struct Directory {
     bool isContainer = false;
     int base = 0, count = 1;
@@ -243,7 +268,7 @@ FileFacts HeaderReader::read(const std::string& path)
     FileFacts file;
     file.path = path;
     file.bytes = requireFile(path);
-    const Stream stream = openStream(path);
+    const Stream stream = openStream(path, buffer_);
     const Directory directory = directoryOf(stream.get(), path);
     file.isContainer = directory.isContainer;
     file.base = static_cast<std::size_t>(directory.base);
@@ -260,21 +285,8 @@ FileFacts HeaderReader::read(const std::string& path)
         end = std::max(end, offset + size);
     }
     file.left = file.bytes - end;
+    file.checksum = checksumOf(stream.get(), file.grids);
     return file;
-}
-
-std::string HeaderReader::checksum(const FileFacts& file)
-{
-    const Stream stream = openStream(file.path);
-    Sha256 sum;
-    std::vector<char> bytes;
-    for (const GridFacts& grid : file.grids) {
-        bytes.resize(static_cast<std::size_t>(grid.headerBytes));
-        readAt(stream.get(), grid.offset, bytes.data(), bytes.size());
-        sum.add({bytes.data(), bytes.size()});
-        sum.add(format("%d %lld\n", grid.lines, static_cast<long long>(grid.lineBytes)));
-    }
-    return sum.finish();
 }
 
 }  // namespace zel_tool

@@ -31,6 +31,8 @@ struct FileFacts {
     std::int64_t left = 0;         // bytes after the last part of a container
     std::vector<GridFacts> grids;  // in the order of the directory
     std::size_t base = 0;
+    // SHA-256 of the bytes before the first line, and of a line of text with the number and the
+    // size of lines; of a container that of all parts.
     std::string checksum;
 
     const GridFacts& baseGrid() const { return grids[base]; }
@@ -45,12 +47,9 @@ public:
     // Throws Failure.
     FileFacts read(const std::string& path);
 
-    // SHA-256 of the bytes before the first line, and of a line of text with the number and the
-    // size of lines; of a container that of all parts. Throws Failure.
-    static std::string checksum(const FileFacts& file);
-
 private:
     std::unique_ptr<ZELType> record_ = std::make_unique<ZELType>();
+    std::vector<char> buffer_ = std::vector<char>(1 << 15);  // of the stream
 };
 
 }  // namespace zel_tool

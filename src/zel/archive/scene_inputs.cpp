@@ -150,7 +150,7 @@ void requireUnchanged(const SceneInputs& inputs)
             std::string checksum;
             try {
                 const FileFacts facts = reader.read(file.path);
-                checksum = facts.bytes == file.bytes ? HeaderReader::checksum(facts) : "";
+                checksum = facts.bytes == file.bytes ? facts.checksum : "";
             } catch (const Failure& failure) {
                 throw Failure(printable(file.path) + ": " + failure.what());
             }

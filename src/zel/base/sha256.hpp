@@ -6,21 +6,22 @@
 #include <string>
 #include <string_view>
 
+#include "base/sha256_blocks.hpp"
+
 namespace zel_tool {
 
 class Sha256 {
 public:
-    Sha256();
+    explicit Sha256(Sha256Form form = bestSha256Form());
     void add(std::string_view bytes);
 
     // The sum of all that was added, as 64 hexadecimal digits; nothing may be added after it.
     std::string finish();
 
 private:
-    void block(const unsigned char* bytes);
-
-    std::array<std::uint32_t, 8> state_;
-    std::array<unsigned char, 64> pending_{};
+    Sha256Blocks addBlocks_;
+    Sha256State state_;
+    std::array<unsigned char, sha256BlockSize> pending_{};
     std::uint64_t length_ = 0;
 };
 

@@ -18,5 +18,6 @@ Command calcCommand();
 Command sampleCommand();
 Command scenesCommand();
 Command runCommand();
+Command mergeCommand();
 
 }  // namespace zel_tool

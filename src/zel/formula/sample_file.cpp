@@ -1,5 +1,8 @@
 #include "formula/sample_file.hpp"
 
+#include <numeric>
+
+#include "base/failure.hpp"
 #include "base/text.hpp"
 #include "scene/library.hpp"
 
@@ -115,6 +118,16 @@ std::vector<std::string> SampleFile::labels()
     labels.reserve(static_cast<std::size_t>(features()));
     for (int i = 0; i < features(); ++i) labels.push_back(textOf(texts ? texts[i] : nullptr));
     return labels;
+}
+
+// The number of samples follows from the length of the file; its classes count those that were
+// written.
+void requireWhole(SampleFile& file)
+{
+    const int* counts = file.parameters().ClassInfo.Count;
+    const long long counted = std::accumulate(counts, counts + ZEL_FEATURE_NUM_CLASSES, 0LL);
+    if (counted > file.samples())
+        throw Failure(format("cut short: holds %d of %lld samples", file.samples(), counted));
 }
 
 Json headerJson(SampleFile& file, const std::string& name)

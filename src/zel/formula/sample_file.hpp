@@ -31,6 +31,9 @@ private:
     std::unique_ptr<ZELFeatureFileStruct, Close> file_;
 };
 
+// Throws Failure when the file holds fewer samples than its classes count.
+void requireWhole(SampleFile& file);
+
 // All but the samples.
 Json headerJson(SampleFile& file, const std::string& name);
 

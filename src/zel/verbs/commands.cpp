@@ -14,7 +14,7 @@ std::vector<Command> described()
 {
     return {infoCommand(),    pixelCommand(),  checkCommand(), dumpCommand(),     lookCommand(),
             combineCommand(), replayCommand(), calcCommand(),  channelsCommand(), sampleCommand(),
-            samplesCommand(), scenesCommand(), runCommand()};
+            samplesCommand(), scenesCommand(), runCommand(),   mergeCommand()};
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // zel samples: what is in a feature sample file.
 #include <algorithm>
 #include <memory>
-#include <numeric>
 
 #include "base/failure.hpp"
 #include "base/report.hpp"
@@ -103,16 +102,6 @@ std::string summaryText(const Json& h)
            rulesText("Requirements", h["requirements"]) + rulesText("Filters", h["filters"]) +
            rulesText("Options", h["options"]);
     return out + classesText(h) + featuresText(h);
-}
-
-// The number of samples follows from the length of the file; its classes count those that were
-// written.
-void requireWhole(SampleFile& file)
-{
-    const int* counts = file.parameters().ClassInfo.Count;
-    const long long counted = std::accumulate(counts, counts + ZEL_FEATURE_NUM_CLASSES, 0LL);
-    if (counted > file.samples())
-        throw Failure(format("cut short: holds %d of %lld samples", file.samples(), counted));
 }
 
 int showFile(const Options& o, const std::string& name)

@@ -46,9 +46,7 @@ void readInto(Archive& archive, HeaderReader& reader, const NamedFile& file)
     try {
         if (!file.error.empty()) throw Failure(file.error);
         if (!file.isNamed && !beginsLikeScene(file.path)) return;
-        FileFacts facts = reader.read(file.path);
-        facts.checksum = HeaderReader::checksum(facts);
-        archive.files.push_back(std::move(facts));
+        archive.files.push_back(reader.read(file.path));
     } catch (const Failure& failure) {
         archive.bad.push_back({file.path, failure.what()});
     } catch (const std::bad_alloc&) {
