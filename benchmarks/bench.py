@@ -22,7 +22,7 @@ import peers  # noqa: E402
 import rows  # noqa: E402
 
 ROOT = Path(__file__).resolve().parents[1]
-WORK = ("W1", "W2", "W3", "W4", "W5", "growth")
+WORK = ("W1", "W2", "W3", "W4", "W5", "W6", "growth")
 Setup = namedtuple("Setup", "bin data base_lines pixels rounds short_rounds installed")
 
 
@@ -71,10 +71,11 @@ def parts(setup):
     from expression_work import ExpressionWork
     from file_work import FileWork
     from growth import Growth
+    from python_work import PythonWork
     files, expressions = FileWork(setup), ExpressionWork(setup)
     return {"W1": files.container, "W2": files.grid, "W3": expressions.expressions,
             "W4": expressions.program, "W5": files.opening,
-            "growth": Growth(setup).all}
+            "W6": PythonWork(setup).all, "growth": Growth(setup).all}
 
 
 def attempt(name, part, faults):

@@ -32,7 +32,15 @@ def missing(programs):
              for name, package in PACKAGES.items() if name not in installed()]
     if not (programs / "zel_benchmarks").exists():
         found.append("zel_benchmarks is not built (Debian: libbenchmark-dev): its row is n/a")
+    if not package_of(programs).is_dir():
+        found.append("the Python package is not built (Debian: python3-dev, python3-pybind11): its"
+                     " rows are n/a")
     return found
+
+
+def package_of(programs):
+    """The Python package of the build tree of these programs."""
+    return programs.parent / "python" / "zel"
 
 
 def compiled(directory, name, flags, suffix=""):

@@ -20,6 +20,25 @@ def expression_rows():
                   "ns per pixel (the best loop by hand)", must[name], cached)
 
 
+def python_rows():
+    memmap = "`numpy.memmap`", "`numpy.memmap`, its pages touched before"
+    dataset, mean = "W6 Python: open a dataset", "W6 Python: mean by Dask, two workers"
+    for row in [
+            ("open", "W6 Python: open a file", "rasterio, a GeoTIFF", 1, 1),
+            ("dataset-netcdf", dataset, "xarray and netCDF4", 1, 1),
+            ("dataset-rasterio", dataset, "xarray and rasterio", 1, 1),
+            ("channel-memmap", "W6 Python: a channel", memmap[0], 1.1, 1.1),
+            ("channel-touched", "W6 Python: a channel", memmap[1], 1.1, 1.1),
+            ("window-memmap", "W6 Python: a window of 500 x 500", memmap[0], 1.1, 1.1),
+            ("window-touched", "W6 Python: a window of 500 x 500", memmap[1], 1.1, 1.1),
+            ("decoded", "W6 Python: values of all channels", "rasterio, scale and offset", 0.5, 0.5),
+            ("arrays", "W6 Python: expression, arrays in memory", "numexpr, one thread", 0.35, 0.25),
+            ("scene", "W6 Python: expression over a scene", "rasterio and numexpr", 0.35, 0.25),
+            ("mean-netcdf", mean, "the same over netCDF4", 1, 1),
+            ("mean-zarr", mean, "the same over zarr", 1, 1)]:
+        yield Row("w6-" + row[0], *row[1:])
+
+
 ROWS = [
     Row("w1", "W1 container of three files", "`cat` of the same files", 1.00, 0.90),
     Row("w2-gdal", GRID,
@@ -32,6 +51,7 @@ ROWS = [
     Row("w4-loop", "W4 pixel program with filters", "a vector loop by hand", 6, 2),
     Row("w5-process", "W5 container of three short files", "`gdalinfo` of one GeoTIFF", 0.10, 0.05),
     Row("w5-open", "W5 open and finish within a process", "microseconds", 100, 30),
+    *python_rows(),
 ]
 
 
