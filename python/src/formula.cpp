@@ -145,7 +145,7 @@ py::dict Formula::facts() const
 py::dict Formula::run(const std::map<int, Array<float>>& channels,
                       const std::map<std::string, Array<float>>& variables, py::ssize_t count) const
 {
-    FormulaRows rows(uses_, vocabulary_->firstNewChannel(), count);
+    FormulaRows rows(uses_, program_ != nullptr, vocabulary_->firstNewChannel(), count);
     for (const auto& [number, values] : channels) rows.takeChannel(number, values);
     for (const auto& [name, values] : variables) rows.takeVariable(name, values);
     rows.addMade(static_cast<int>(vocabulary_->newChannels().size()));

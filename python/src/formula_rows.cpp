@@ -71,15 +71,16 @@ void requirePlaces(const zel_tool::Uses& uses)
 }
 
 // Each pixel begins with registers and class 0.
-FormulaRows::FormulaRows(const zel_tool::Uses& uses, int firstNew, py::ssize_t count)
+FormulaRows::FormulaRows(const zel_tool::Uses& uses, bool isProgram, int firstNew,
+                         py::ssize_t count)
     : uses_(uses),
       firstNew_(firstNew),
       count_(count),
       channels_(uses.channels.empty() ? 0 : static_cast<std::size_t>(*uses.channels.rbegin())),
       variables_(std::size(variableRows)),
       registers_(ZEL_FEATURE_NUM_REGISTERS),
-      values_(count),
-      skipped_(count),
+      values_(isProgram ? 0 : count),
+      skipped_(isProgram ? count : 0),
       valuesAt_(values_.mutable_data()),
       skippedAt_(skipped_.mutable_data()),
       pixel_(std::make_unique<ZELPixelStruct>()),
@@ -87,7 +88,7 @@ FormulaRows::FormulaRows(const zel_tool::Uses& uses, int firstNew, py::ssize_t c
       registersAt_(registers_.size()),
       flags_(static_cast<std::size_t>(std::min<py::ssize_t>(count, pixelsAtATime)))
 {
-    std::fill_n(skippedAt_, count, false);
+    std::fill_n(skippedAt_, skipped_.size(), false);
     for (const int number : uses.registers)
         keep(registers_[indexOf(number)], filled(count, 0.0F), false);
     for (const Variable variable : uses.variables)

@@ -21,7 +21,7 @@ void requirePlaces(const zel_tool::Uses& uses);
 class FormulaRows {
 public:
     // Channels from firstNew on are made.
-    FormulaRows(const zel_tool::Uses& uses, int firstNew, py::ssize_t count);
+    FormulaRows(const zel_tool::Uses& uses, bool isProgram, int firstNew, py::ssize_t count);
 
     // What is written to is copied.
     void takeChannel(int number, const Array<float>& values);

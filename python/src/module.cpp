@@ -59,6 +59,8 @@ void addView(py::module_& m)
         .def("read", &View::read, "slots"_a, "first"_a, "step"_a, "count"_a, "decode"_a)
         .def("positions", &View::positions, "first"_a, "step"_a, "count"_a)
         .def("angles", &View::angles, "first"_a, "step"_a, "count"_a)
+        .def_property_readonly("lines_made", &View::linesMade)
+        .def_property_readonly("lines_kept", &View::linesKept)
         .def("close", &View::close);
 }
 

@@ -96,8 +96,8 @@ std::optional<Slope> slopeOf(const float* table, int count)
     const Slope slope = {table[0], static_cast<double>(rise) / (count - 1)};
     std::uint32_t differing = 0;
     for (int k = 0; k < count; ++k)
-        differing |= std::bit_cast<std::uint32_t>(slope.value(k)) ^
-                     std::bit_cast<std::uint32_t>(table[k]);
+        differing |=
+            std::bit_cast<std::uint32_t>(slope.value(k)) ^ std::bit_cast<std::uint32_t>(table[k]);
     if (differing != 0) return std::nullopt;
     return slope;
 }

@@ -31,6 +31,7 @@ View::View(std::string name) : name_(std::move(name)), record_(new ZELType())
         const int result = ZELOpenReadOnlyFileNoTables(record_.get(), name_.c_str());
         byteOrder_ = SwapByteOrdering;
         isOpen_ = result == 0;
+        if (isOpen_) cache_ = std::make_unique<LineCache>(*record_);
         return result;
     });
 }
@@ -45,6 +46,7 @@ void View::close()
     callQuietly([&] {
         if (!isOpen_) return;
         isOpen_ = false;
+        cache_.reset();
         ZELFinishReadingFile(record_.get());
     });
 }
@@ -56,7 +58,14 @@ py::dict View::facts()
     return factsOf(*record_, luts);
 }
 
-// The line read last is not read again.
+// The line that was made last is not made again.
+void View::makeLine(int line)
+{
+    if (ZELSetCurrentLine(record_.get(), line) != line || ZELReadLine(record_.get()) == 0)
+        throw LibraryError(name_ + ": line " + std::to_string(line) + " is missing");
+    ++linesMade_;
+}
+
 template <class UseLine>
 void View::forLines(int first, int step, int count, UseLine use)
 {
@@ -65,13 +74,7 @@ void View::forLines(int first, int step, int count, UseLine use)
             if (!isOpen_) throw py::value_error("the view is closed");
             SwapByteOrdering = byteOrder_;
             const int end = std::min(begin + linesAtATime, count);
-            for (int n = begin; n < end; ++n) {
-                const int line = first + n * step;
-                if (ZELSetCurrentLine(record_.get(), line) != line ||
-                    ZELReadLine(record_.get()) == 0)
-                    throw LibraryError(name_ + ": line " + std::to_string(line) + " is missing");
-                use(n);
-            }
+            for (int n = begin; n < end; ++n) use(n, first + n * step);
             return 0;
         });
 }
@@ -90,13 +93,14 @@ py::list View::read(const std::vector<int>& slots, int first, int step, int coun
                            static_cast<std::size_t>(pixels * type.itemsize())});
         planes.append(plane);
     }
-    forLines(first, step, count, [&](int n) {
-        for (const Target& t : targets) {
-            const void* line = decode ? static_cast<void*>(record_->Channels[t.slot].ChannelData)
-                                      : record_->PixBuf[t.slot];
-            std::copy_n(static_cast<const char*>(line), t.rowBytes,
-                        t.at + static_cast<std::size_t>(n) * t.rowBytes);
+    forLines(first, step, count, [&](int n, int line) {
+        if (!cache_->has(line)) {
+            makeLine(line);
+            cache_->keep(*record_, line);
         }
+        for (const Target& t : targets)
+            std::copy_n(cache_->row(line, t.slot, decode), t.rowBytes,
+                        t.at + static_cast<std::size_t>(n) * t.rowBytes);
     });
     return planes;
 }
@@ -107,7 +111,8 @@ py::tuple View::positions(int first, int step, int count)
     Array<float> lat({py::ssize_t{count}, pixels}), lon({py::ssize_t{count}, pixels});
     float* lats = lat.mutable_data();
     float* lons = lon.mutable_data();
-    forLines(first, step, count, [&](int n) {
+    forLines(first, step, count, [&](int n, int line) {
+        makeLine(line);
         float *from = nullptr, *fromLon = nullptr;
         ZELFetchNavigation(record_.get(), &from, &fromLon);
         std::copy_n(from, pixels, lats + n * pixels);
@@ -122,7 +127,8 @@ py::tuple View::angles(int first, int step, int count)
     const std::vector<py::ssize_t> shape = {py::ssize_t{count}, pixels};
     Array<float> sz(shape), vz(shape), az(shape);
     float* outs[] = {sz.mutable_data(), vz.mutable_data(), az.mutable_data()};
-    forLines(first, step, count, [&](int n) {
+    forLines(first, step, count, [&](int n, int line) {
+        makeLine(line);
         float* rows[3] = {};
         ZELFetchSolar(record_.get(), &rows[0], &rows[1], &rows[2]);
         for (int k = 0; k < 3; ++k) std::copy_n(rows[k], pixels, outs[k] + n * pixels);

@@ -29,7 +29,8 @@ class View(Grid):
     """All channels of a scene on the grid of its base component, as the library reads them.
 
     Finer components are averaged, coarser ones repeated. Reading a line of one channel makes the
-    line for all: `read` gives several channels at the cost of one.
+    line for all, and keeps the last ones (64 MiB of them) for the other channels: read channel by
+    channel in blocks of `lines_at_hand` lines, or several at once with `read`.
 
     Attributes
     ----------
@@ -110,6 +111,11 @@ class View(Grid):
             planes = self._core.read(slots, span.start, span.step, len(span), True)
         shape = (len(slots), len(span), self.shape[1])
         return np.stack(planes) if planes else np.zeros(shape, np.float32)
+
+    @property
+    def lines_at_hand(self) -> int:
+        """How many lines are kept for the channels that are read next."""
+        return self._core.lines_kept
 
     def close(self) -> None:
         """Closes the view. The scene stays open."""

@@ -33,7 +33,10 @@ class _Maker:
         self._source = source
         lines, pixels = grid.shape
         self._lines = lines
-        self._chunk = max(1, min(lines, _CHUNK_BYTES // (4 * max(pixels, 1))))
+        chunk = min(lines, _CHUNK_BYTES // (4 * max(pixels, 1)))
+        if isinstance(grid, View):  # two workers have their lines at hand for all channels
+            chunk = min(chunk, grid.lines_at_hand // 2)
+        self._chunk = max(1, chunk)
 
     def __call__(
         self, dims: tuple[str, ...], width: tuple[int, ...], reader: Reader, dtype: Any,
