@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "library.hpp"
+#include "mask.hpp"
 
 namespace zel_python {
 namespace {
@@ -196,6 +197,18 @@ Array<float> Component::scalingTable(int slot)
         return 0;
     });
     return Array<float>(static_cast<py::ssize_t>(values.size()), values.data());
+}
+
+py::bytes Component::maskOf(int slot)
+{
+    std::string bytes;
+    const Open keepsOpen = file_->open();
+    callLibrary([&] {
+        requireHeader();
+        if (ZELIsChannelPresent(header_.get(), slot)) bytes = bytesOf(header_->Channels[slot].Mask);
+        return 0;
+    });
+    return bytes;
 }
 
 py::dict Component::scans(int first, int step, int count)

@@ -37,6 +37,9 @@ public:
     // Values by stored number, without any for a channel that is not scaled.
     Array<float> scalingTable(int slot);
 
+    // The classifier mask of a channel as a file has it; empty without one.
+    py::bytes maskOf(int slot);
+
     // Of count lines, first, first + step ...: times, altitudes, padding and nadirs, [line];
     // latitudes and longitudes of navigation points, [line][point], and of pixels, [line][pixel];
     // solar zenith, view zenith and azimuth, [line][pixel].

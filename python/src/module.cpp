@@ -45,6 +45,7 @@ void addComponent(py::module_& m)
         .def(py::init<std::shared_ptr<File>, int, int>(), "file"_a, "offset"_a, "size"_a)
         .def("facts", &Component::facts)
         .def("scaling_table", &Component::scalingTable, "slot"_a)
+        .def("mask", &Component::maskOf, "slot"_a)
         .def("scans", &Component::scans, "first"_a, "step"_a, "count"_a)
         .def("points", &Component::points, "first"_a, "step"_a, "count"_a)
         .def("positions", &Component::positions, "first"_a, "step"_a, "count"_a)
@@ -110,6 +111,7 @@ void addWriter(py::module_& m)
              }),
              "name"_a, "header"_a, "channels"_a, "luts"_a)
         .def("write_lines", &Writer::writeLines, "lines"_a, "planes"_a)
+        .def("set_histogram", &Writer::setHistogram, "slot"_a, "min"_a, "max"_a, "counts"_a)
         .def("misfits", &Writer::misfits)
         .def("finish", &Writer::finish);
 }

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "library.hpp"
+#include "mask.hpp"
 
 namespace zel_python {
 namespace {
@@ -108,9 +109,11 @@ void Writer::addLut(const py::dict& lut)
     if (colours.size() != static_cast<py::ssize_t>(3 * names.size()))
         throw py::value_error("each class has a colour");
     const std::uint8_t* c = colours.data();
+    const auto key = get<std::optional<int>>(lut, "key");
+    const int size = static_cast<int>(names.size());
     callLibrary([&] {
-        ZELDisplayLUTType* added =
-            ZELAppendLUT(record_.get(), static_cast<int>(names.size()), label.c_str());
+        ZELDisplayLUTType* added = key ? ZELAddLUT(record_.get(), *key, size, label.c_str())
+                                       : ZELAppendLUT(record_.get(), size, label.c_str());
         for (std::size_t i = 0; added && i < names.size(); ++i, c += 3)
             ZELLoadLUTEntry(added, static_cast<int>(i), c[0], c[1], c[2], names[i].c_str());
         return added ? 0 : -1;
@@ -147,10 +150,12 @@ void Writer::declare(const py::dict& channel)
     made.missing = get<std::optional<float>>(channel, "missing");
     const int bits = get<int>(channel, "bits");
     const auto wavelength = get<float>(channel, "wavelength");
+    const auto mask = get<std::string>(channel, "mask");
     const auto add = get<bool>(channel, "is_base") ? ZELAddSensorBaseChannel : ZELAddSensorChannel;
     callLibrary([&] {
         add(record_.get(), added.slot, made.storage.max, made.storage.min, made.storage.code, bits,
             made.label.c_str(), made.comment.c_str(), wavelength, made.units);
+        record_->Channels[added.slot].Mask = maskFrom(mask);
         return 0;
     });
     addTables(record_->Channels[added.slot].TableList, get<py::list>(channel, "tables"));
@@ -211,6 +216,21 @@ void Writer::writeLines(const py::dict& lines, const py::list& planes)
                 load(channels_[c], pixels[c] + static_cast<std::size_t>(n) * rowBytes[c]);
             ZELWriteLine(record_.get());
         }
+        return 0;
+    });
+}
+
+void Writer::setHistogram(int slot, float min, float max, const Array<std::int32_t>& counts)
+{
+    const std::int32_t* from = counts.data();
+    const py::ssize_t size = counts.size();
+    callLibrary([&] {
+        if (!isBegun_ || !ZELIsChannelPresent(record_.get(), slot)) return 0;
+        ZELHistogramType* histogram = record_->Channels[slot].ChannelHistogram;
+        if (!histogram || histogram->NumHistogramBins != size) return 0;
+        histogram->Min = min;
+        histogram->Max = max;
+        std::copy_n(from, size, histogram->Histogram);
         return 0;
     });
 }

@@ -24,6 +24,9 @@ public:
     // its pixels, [line][pixel]: stored numbers, or values as float32. Throws LibraryError.
     void writeLines(const py::dict& lines, const py::list& planes);
 
+    // Counts that are written in place of those of the pixels, if the file has as many bins.
+    void setHistogram(int slot, float min, float max, const Array<std::int32_t>& counts);
+
     // Values of a channel that did not fit: (not numbers, outside of the range).
     py::list misfits() const;
 

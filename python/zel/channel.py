@@ -45,6 +45,7 @@ class Channel:
         Names and colours of its values.
     histogram, standard_histogram : Histogram or None
     mask : Mask or None
+        In short; `mask_bytes` has all of it.
     tables : tuple of Table
     raw : LazyArray
         The stored numbers: uint8, uint16 or float32 of shape (lines, pixels).
@@ -59,12 +60,14 @@ class Channel:
         self.slot = slot
         self.component = component
         self.unit = Unit(facts["unit"])
+        self._unit_code: int = facts["unit"]
         self.storage = Storage(facts["storage"])
         self.bits: int = facts["bits"]
         length = float(facts["wavelength"])
         self.wavelength = length if math.isfinite(length) and length > 0 else None
         self.min = float(facts["min"]) if self.storage.is_scaled else None
         self.max = float(facts["max"]) if self.storage.is_scaled else None
+        self._range = (float(facts["min"]), float(facts["max"]))  # whatever the storage
         self.is_base: bool = facts["is_base"]
         self.classes = classes
         self.histogram: Histogram | None = histogram_from(facts["histogram"])
@@ -101,6 +104,22 @@ class Channel:
     def lazy_values(self) -> LazyArray:
         """The values as an array that reads what is asked for."""
         return self._values
+
+    def mask_bytes(self) -> bytes:
+        """The classifier mask as a file has it, for `NewChannel`; empty without one.
+
+        Raises
+        ------
+        TypeError
+            The channel is that of a view: ask that of the scene.
+        """
+        if self.mask is None:
+            return b""
+        found = getattr(self.raw._plane, "mask_bytes", None)
+        if found is None:
+            raise TypeError("channels of a view do not have their masks")
+        mask: bytes = found()
+        return mask
 
     @cached_property
     def scaling(self) -> tuple[float, float] | None:

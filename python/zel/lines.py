@@ -82,6 +82,12 @@ class Lines:
     def __len__(self) -> int:
         return len(self.hours)
 
+    def __getitem__(self, key: slice | npt.NDArray[Any]) -> Lines:
+        """Some of the lines, by a slice or by their indices."""
+        some = Lines.__new__(Lines)
+        some.__dict__.update({name: values[key] for name, values in vars(self).items()})
+        return some
+
     def __repr__(self) -> str:
         if not len(self) or np.isnat(self.time[0]):
             return f"<Lines: {len(self)}, without times>"

@@ -2,14 +2,14 @@
 
 from __future__ import annotations
 
-from collections.abc import Mapping, Sequence
+from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass, field, replace
 from typing import Any, Union
 
 import numpy as np
 
 from . import _core
-from .blocks import Classes, Table, table_facts
+from .blocks import Classes, Histogram, Table, table_facts
 from .channel import Channel
 from .enums import Storage, Unit
 
@@ -53,6 +53,11 @@ class NewChannel:
         The value that stands for NaN where numbers are no floats.
     bits, is_base, slot, tables
         As `Channel` has them; the slot after that of the channel before is the default.
+    mask : bytes
+        A classifier mask, as `Channel.mask_bytes` has it.
+    histogram : Histogram or function, optional
+        What is written in place of the counts of the stored numbers, where it has as many bins as
+        the library's; a function is called when all data are written.
     """
 
     data: Any
@@ -60,7 +65,7 @@ class NewChannel:
     storage: Storage | None = None
     min: float | None = None
     max: float | None = None
-    unit: Unit = Unit.NONE
+    unit: Unit | int = Unit.NONE
     wavelength: float | None = None
     comment: str = ""
     classes: Classes | None = None
@@ -70,6 +75,8 @@ class NewChannel:
     is_base: bool = False
     slot: int | None = None
     tables: Sequence[Table] = field(default=())
+    mask: bytes = field(default=b"", repr=False)
+    histogram: Histogram | Callable[[], Histogram | None] | None = field(default=None, repr=False)
 
     def __post_init__(self) -> None:
         if not hasattr(self.data, "shape") or not hasattr(self.data, "dtype"):
@@ -101,9 +108,16 @@ class NewChannel:
     def _name_classes(self, classes: Classes) -> None:
         name = classes.label or self.comment or self.label
         self.classes = Classes(classes.names, classes.colours, name, classes.key)
+        if self.raw and self.comment.lower() == name.lower():  # a channel that has them already
+            return
         self.comment = name
-        if self.unit is Unit.NONE:
+        if self.unit == Unit.NONE:
             self.unit = Unit.LUT
+
+    @property
+    def known_histogram(self) -> Histogram | None:
+        """The histogram that is written in place of counts."""
+        return self.histogram() if callable(self.histogram) else self.histogram
 
     @property
     def stored_type(self) -> np.dtype[Any]:
@@ -136,15 +150,21 @@ class NewChannel:
             "is_raw": self.is_raw,
             "missing": self.missing,
             "tables": [table_facts(table) for table in self.tables],
+            "mask": self.mask,
         }
 
 
 def _from_channel(channel: Channel) -> NewChannel:
     return NewChannel(
-        channel.raw, channel.label, channel.storage, channel.min, channel.max, channel.unit,
+        channel.raw, channel.label, channel.storage, *channel._range, channel._unit_code,
         channel.wavelength, channel.comment, channel.classes, raw=True, bits=channel.bits,
-        is_base=channel.is_base, tables=channel.tables,
+        is_base=channel.is_base, tables=channel.tables, mask=_mask_of(channel),
+        histogram=channel.histogram,
     )
+
+
+def _mask_of(channel: Channel) -> bytes:
+    return channel.mask_bytes() if hasattr(channel.raw._plane, "mask_bytes") else b""
 
 
 # A DataArray has a name, and attributes for the rest.

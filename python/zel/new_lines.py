@@ -10,7 +10,7 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
-from .lines import TiePoints
+from .lines import Lines, TiePoints
 from .scene import Scene
 
 _NO_DATE = datetime.date(1900, 1, 1)
@@ -63,15 +63,21 @@ class LineFacts:
             if name != "pixels"
         }
 
+    def take(self, lines: Lines) -> None:
+        """Takes everything but navigation points."""
+        if len(lines) != len(self.hours):
+            raise ValueError(f"{len(lines)} lines for {len(self.hours)}")
+        self.hours, self.altitude, self.padding = lines.hours, lines.altitude, lines.padding
+        self.nadir_pixel = lines.nadir_pixel
+        self.nadir = np.stack([lines.nadir_latitude, lines.nadir_longitude], axis=1)
+
 
 def lines_like(scene: Scene) -> LineFacts:
     """The lines of a scene."""
-    lines, points = scene.lines, scene.tie_points()
-    nadir = np.stack([lines.nadir_latitude, lines.nadir_longitude], axis=1)
-    return LineFacts(
-        lines.hours, lines.altitude, lines.padding, lines.nadir_pixel, nadir, points.pixels,
-        points.latitude, points.longitude,
-    )
+    found = LineFacts.empty(scene.shape)
+    found.take(scene.lines)
+    found.pixels, found.latitude, found.longitude = scene.tie_points()
+    return found
 
 
 def _utc(moment: datetime.datetime) -> np.datetime64:

@@ -58,6 +58,10 @@ class FilePlane:
                 found = self._file.read(*window, self._is_swapped)
         return found[:, :: pixels.step]
 
+    def mask_bytes(self) -> bytes:
+        with reported(self._name):
+            return self._component.mask(self._slot)
+
     def memmap(self) -> npt.NDArray[Any]:
         kind = self.dtype.newbyteorder("S") if self._is_swapped else self.dtype
         if 0 in self.shape:

@@ -16,7 +16,7 @@ from . import _core
 from .blocks import Classes, Metadata, Table, table_facts
 from .enums import Sensor
 from .errors import PathLike, ZelError
-from .lines import TiePoints
+from .lines import Lines, TiePoints
 from .new_channel import AnyChannels, NewChannel, new_channels
 from .new_lines import LineFacts, lines_like, tie_points_of, times_of
 from .outputs import output
@@ -38,6 +38,7 @@ class _Header:
     comment: str = ""
     metadata: Metadata | None = None
     tables: Sequence[Table] = ()
+    luts: Sequence[Classes] = ()
 
     def facts(self, date: datetime.date, shape: tuple[int, int]) -> dict[str, Any]:
         metadata = self.metadata or Metadata(0, "")
@@ -62,8 +63,8 @@ class _Header:
 
 def _header_like(scene: Scene) -> _Header:
     return _Header(
-        scene.sensor, scene.satellite, scene.altitude, scene.resolution, scene.comment,
-        scene.metadata, scene.tables,
+        scene._facts["sensor"], scene.satellite, scene.altitude, scene.resolution, scene.comment,
+        scene.metadata, scene.tables, scene.luts,
     )
 
 
@@ -85,7 +86,7 @@ def _slots_of(channels: Sequence[NewChannel]) -> list[int]:
     return slots
 
 
-def _luts_of(channels: Sequence[NewChannel]) -> list[Classes]:
+def _classes_of(channels: Sequence[NewChannel]) -> dict[str, Classes]:
     found: dict[str, Classes] = {}
     for channel in channels:
         if channel.classes is None:
@@ -93,18 +94,40 @@ def _luts_of(channels: Sequence[NewChannel]) -> list[Classes]:
         known = found.setdefault(channel.classes.label.lower(), channel.classes)
         if list(known) != list(channel.classes):
             raise ValueError(f"two sets of classes have the label '{known.label}'")
-    return list(found.values())
+    return found
+
+
+# A channel finds the first LUT of its label: others of the file that differ give way.
+def _luts_of(channels: Sequence[NewChannel], luts: Sequence[Classes]) -> list[Classes]:
+    own = _classes_of(channels)
+    others = [lut for lut in luts if list(own.get(lut.label.lower(), lut)) == list(lut)]
+    there = {lut.label.lower() for lut in others}
+    return others + [lut for label, lut in own.items() if label not in there]
+
+
+# Keys as they are, or by order where two are the same.
+def _lut_facts(luts: Sequence[Classes]) -> list[dict[str, Any]]:
+    are_keys = len({lut.key for lut in luts}) == len(luts)
+    return [{**vars(lut), "key": lut.key if are_keys else None} for lut in luts]
 
 
 def _angle_slots(
-    angles: Sequence[str] | None, channels: Sequence[NewChannel], slots: Sequence[int]
+    angles: Sequence[str] | None, channels: Sequence[NewChannel], slots: Sequence[int],
+    like: Scene | None,
 ) -> tuple[int, ...]:
-    if angles is None:
-        return (-1, -1, -1)
     labels = [channel.label for channel in channels]
+    if angles is None:
+        angles = _angles_like(like)
+        if len(angles) != 3 or any(labels.count(label) != 1 for label in angles):
+            return (-1, -1, -1)
     if len(angles) != 3 or not set(angles) <= set(labels):
         raise ValueError("angles are the labels of three channels")
     return tuple(slots[labels.index(label)] for label in angles)
+
+
+def _angles_like(like: Scene | None) -> list[str]:
+    carried = like._angle_channels() if like else []
+    return [channel.label for channel in carried]
 
 
 def _block(channel: NewChannel, begin: int, end: int) -> npt.NDArray[Any]:
@@ -128,16 +151,20 @@ def _warn(channels: Sequence[NewChannel], misfits: Sequence[tuple[int, int]]) ->
 
 def _write_file(
     name: str, header: dict[str, Any], channels: Sequence[NewChannel], slots: Sequence[int],
-    lines: LineFacts,
+    luts: Sequence[Classes], lines: LineFacts,
 ) -> None:
     facts = [channel.facts(slot) for channel, slot in zip(channels, slots)]
-    luts = [vars(classes) for classes in _luts_of(channels)]
-    writer = _core.Writer(os.fsencode(name), header, facts, luts)
+    every_lut = _lut_facts(_luts_of(channels, luts))
+    writer = _core.Writer(os.fsencode(name), header, facts, every_lut)
     count = channels[0].data.shape[0]
     for begin in range(0, count, _LINES_AT_A_TIME):
         end = min(begin + _LINES_AT_A_TIME, count)
         planes = [_block(channel, begin, end) for channel in channels]
         writer.write_lines(lines.part(begin, end), planes)
+    for channel, slot in zip(channels, slots):
+        known = channel.known_histogram
+        if known is not None:
+            writer.set_histogram(slot, known.min, known.max, known.counts)
     writer.finish()
     _warn(channels, writer.misfits())
 
@@ -150,17 +177,19 @@ def write(
     start: datetime.datetime | datetime.date | None = None,
     end: datetime.datetime | None = None,
     times: npt.ArrayLike | None = None,
+    lines: Lines | None = None,
     latitude: npt.ArrayLike | None = None,
     longitude: npt.ArrayLike | None = None,
     navigation_interval: int = 10,
     tie_points: TiePoints | None = None,
-    sensor: Sensor | None = None,
+    sensor: Sensor | int | None = None,
     satellite: int | None = None,
     altitude: float | None = None,
     resolution: float | None = None,
     comment: str | None = None,
     metadata: Metadata | None = None,
     tables: Sequence[Table] | None = None,
+    luts: Sequence[Classes] | None = None,
     angles: Sequence[str] | None = None,
     histograms: bool = True,
     overwrite: bool = False,
@@ -175,19 +204,25 @@ def write(
         another scene is copied as it is stored; a DataArray's attributes ``units`` and
         ``wavelength`` are kept.
     like : Scene, optional
-        Where everything comes from that is not given: facts, and the lines' times, nadirs and
+        Where everything comes from that is not given: facts, LUTs, channels of angles that are
+        written under the same labels, and the lines' times, altitudes, padding, nadirs and
         navigation points.
     start, end : datetime, optional
         Times of the first and the last line; UTC where they have no time zone. A date sets no
         times.
     times : array_like of datetime64, optional
         UTC, shape (lines,).
+    lines : Lines, optional
+        Times, altitudes, padding and nadirs of lines, as `Scene.lines` has them. Their times are of
+        the day `start`; `times` replaces them.
     latitude, longitude : array_like, optional
         Degrees, of shape (lines, pixels). Every `navigation_interval`-th pixel is kept.
     tie_points : TiePoints, optional
         Navigation points as they are to be; pixels are evenly spaced.
     sensor, satellite, altitude, resolution, comment, metadata, tables : optional
         As `Scene` has them.
+    luts : sequence of Classes, optional
+        Display LUTs beside those of the channels, which go first where labels are the same.
     angles : sequence of str, optional
         Labels of the channels of solar zenith, view zenith and relative azimuth.
     histograms : bool
@@ -223,18 +258,21 @@ def write(
     given = {
         "sensor": sensor, "satellite": satellite, "altitude": altitude,
         "resolution": resolution, "comment": comment, "metadata": metadata, "tables": tables,
+        "luts": luts,
     }
     for name, value in given.items():
         if value is not None:
             setattr(facts, name, value)
-    lines = lines_like(like) if like else LineFacts.empty(shape)
-    date = times_of(lines, like, start, end, times)
-    tie_points_of(lines, shape, latitude, longitude, navigation_interval, tie_points)
-    header = facts.facts(date, shape) | lines.header()
-    header["angle_slots"] = _angle_slots(angles, found, slots)
+    new_lines = lines_like(like) if like else LineFacts.empty(shape)
+    if lines is not None:
+        new_lines.take(lines)
+    date = times_of(new_lines, like, start, end, times)
+    tie_points_of(new_lines, shape, latitude, longitude, navigation_interval, tie_points)
+    header = facts.facts(date, shape) | new_lines.header()
+    header["angle_slots"] = _angle_slots(angles, found, slots, like)
     header["histograms"] = histograms
     with output(path, overwrite) as temporary:
         try:
-            _write_file(temporary, header, found, slots, lines)
+            _write_file(temporary, header, found, slots, facts.luts, new_lines)
         except _core.LibraryError as error:
             raise ZelError(str(error), file=path) from None

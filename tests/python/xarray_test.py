@@ -129,12 +129,12 @@ def test_full_positions_are_those_of_the_library(keep):
     assert found.longitude.values.tobytes() == positions.longitude.tobytes()
     assert found.longitude[1:, ::2].values.tolist() == positions.longitude[1:, ::2].tolist()
     assert "coordinate_interpolation" not in found.one.attrs
-    assert list(opened(path, geolocation="none").coords) == ["time"]
+    assert list(opened(path, geolocation="none").coords) == ["time", "line_number"]
     with pytest.raises(ValueError, match="unknown geolocation 'map'"):
         opened(path, geolocation="map")
     bare = keep(Scene({0: Channel(3, ramp(1, 2))}).bytes())
     for kind in ("tiepoints", "full"):
-        assert list(opened(bare, geolocation=kind).coords) == ["time"]
+        assert list(opened(bare, geolocation=kind).coords) == ["time", "line_number"]
 
 
 def test_variables_can_be_left_out(keep):

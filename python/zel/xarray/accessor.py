@@ -9,6 +9,7 @@ import xarray as xr
 from ..errors import PathLike
 from ..writing import write
 from .given import channel_of, facts_of, time_of, tie_points_of
+from .origin import angle_labels, header_facts, line_facts, source_in
 from .rows import LineBlocks
 
 __all__ = ["ZelAccessor"]
@@ -30,6 +31,20 @@ class ZelAccessor:
             raise ValueError(f"all variables need the same two dimensions: {shapes}")
         lines, pixels = planes.pop()
         return lines, pixels
+
+    # What the file that the dataset comes from says, and the dataset does not.
+    def _origin(self, dims: tuple[Any, Any], labels: list[str]) -> dict[str, Any]:
+        source = source_in(self._dataset)
+        if source is None:
+            return {}
+        facts = header_facts(source, self._dataset.attrs)
+        lines, day = line_facts(source, self._dataset, dims), source.grid().date
+        if lines is not None and day is not None:
+            facts.update(lines=lines, start=day)
+        angles = angle_labels(source)
+        if angles and all(labels.count(label) == 1 for label in angles):
+            facts["angles"] = angles
+        return facts
 
     def to_file(
         self, path: PathLike, *, overwrite: bool = False,
@@ -68,8 +83,8 @@ class ZelAccessor:
         if None in slots or len(set(slots)) < len(slots):
             for channel in channels:
                 channel.slot = None
-        facts = facts_of(self._dataset)
-        if not {"start", "times"} & set(options):
+        facts = {**facts_of(self._dataset), **self._origin(dims, [c.label for c in channels])}
+        if not {"start", "times", "lines"} & set(options) and "lines" not in facts:
             facts.update(time_of(self._dataset, dims[0]))
         if not {"tie_points", "latitude", "longitude"} & set(options):
             facts["tie_points"] = tie_points_of(self._dataset, dims, navigation_interval)

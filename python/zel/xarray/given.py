@@ -13,7 +13,9 @@ from ..blocks import Classes, Metadata
 from ..enums import Sensor, Storage, Unit
 from ..lines import TiePoints
 from ..new_channel import NewChannel
+from .origin import channel_facts
 from .positions import POINT_PIXELS, POSITION_NAMES, TIE_POINTS
+from .rows import Rows
 
 __all__ = ["channel_of", "facts_of", "tie_points_of", "time_of"]
 
@@ -52,19 +54,21 @@ def _packing(variable: xr.DataArray) -> dict[str, Any]:
     return {}
 
 
-def channel_of(name: Hashable, variable: xr.DataArray, rows: Any) -> NewChannel:
+def channel_of(name: Hashable, variable: xr.DataArray, rows: Rows) -> NewChannel:
     """A variable as a channel, with the data to be taken from `rows`."""
     known = variable.attrs
     symbol = str(known.get("units", ""))
     unit = next((u for u in Unit if symbol and symbol in (u.symbol, u.name.lower())), Unit.NONE)
     number, wavelength = known.get("channel_number"), known.get("wavelength")
-    packing: dict[str, Any] = {"storage": _storage_of_integers(variable), **_packing(variable)}
+    facts: dict[str, Any] = {
+        "label": str(known.get("long_name") or name), "unit": unit, "classes": _classes(known),
+        "wavelength": None if wavelength is None else float(wavelength),
+        "storage": _storage_of_integers(variable), **_packing(variable),
+    }
+    facts.update(channel_facts(variable, rows, facts))
     return NewChannel(
-        rows, str(known.get("long_name") or name), unit=unit,
-        wavelength=None if wavelength is None else float(wavelength),
-        comment=str(known.get("comment", "")), classes=_classes(known),
-        slot=None if number is None else int(number) - 1,
-        **packing,
+        rows, comment=str(known.get("comment", "")),
+        slot=None if number is None else int(number) - 1, **facts,
     )
 
 

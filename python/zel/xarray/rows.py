@@ -68,7 +68,18 @@ class LineBlocks:
 
 
 class Rows:
-    """The lines of one variable. All variables are asked for the same lines in turn."""
+    """The lines of one variable. All variables are asked for the same lines in turn.
+
+    Attributes
+    ----------
+    own : object or None
+        What gives the lines that the variable began with. Nothing else is compared.
+    is_own : bool
+        Whether all lines were those so far.
+    """
+
+    own: Any = None
+    is_own = True
 
     def __init__(self, blocks: LineBlocks, name: Hashable, variable: xr.DataArray) -> None:
         self.shape: tuple[int, ...] = variable.shape
@@ -78,4 +89,7 @@ class Rows:
 
     def __getitem__(self, lines: slice) -> npt.NDArray[Any]:
         begin, end, _ = lines.indices(self.shape[0])
-        return self._blocks.taken(begin, end)[self._name]
+        found = self._blocks.taken(begin, end)[self._name]
+        if self.own is not None and self.is_own:
+            self.is_own = found.tobytes() == self.own[begin:end].tobytes()
+        return found

@@ -37,6 +37,14 @@ class Source:
     part: Union[int, str]
     stamp: tuple[int, ...]
 
+    @property
+    def is_there(self) -> bool:
+        """Whether the file is the one that was opened."""
+        try:
+            return stamp_of(self.path) == self.stamp
+        except OSError:
+            return False
+
     def scene(self) -> Scene:
         """The open file; a process opens it once."""
         return _scene(self.path, self.stamp)
@@ -63,11 +71,15 @@ def groups_of(scene: Scene) -> list[str]:
     return [*map(str, range(len(scene.components))), _VIEW]
 
 
+def stamp_of(path: str) -> tuple[int, ...]:
+    facts = os.stat(path)
+    return (facts.st_mtime_ns, facts.st_size, facts.st_ino)
+
+
 def source_of(path: PathLike, group: Group) -> Source:
     """The grid that a group of a file is: a number, "view", or None for the base component."""
     name = os.path.abspath(path)
-    facts = os.stat(name)
-    stamp = (facts.st_mtime_ns, facts.st_size, facts.st_ino)
+    stamp = stamp_of(name)
     scene = _scene(name, stamp)
     if group is None:
         return Source(name, scene.base, stamp)

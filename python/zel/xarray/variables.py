@@ -15,6 +15,7 @@ from ..scene import Scene
 from ..view import View
 from .arrays import ChannelRows, LineArray, Reader, TimeRows
 from .attributes import channel_attributes, global_attributes, is_class_map, names_of
+from .origin import LINE, ORIGIN
 from .positions import POSITION_NAMES, TIE_POINTS, positions_of
 from .source import Source
 
@@ -30,7 +31,7 @@ class _Maker:
     """Makes variables that read lines of one grid."""
 
     def __init__(self, source: Source, grid: Scene | View) -> None:
-        self._source = source
+        self.source = source
         lines, pixels = grid.shape
         self._lines = lines
         chunk = min(lines, _CHUNK_BYTES // (4 * max(pixels, 1)))
@@ -42,7 +43,7 @@ class _Maker:
         self, dims: tuple[str, ...], width: tuple[int, ...], reader: Reader, dtype: Any,
         attributes: dict[str, Any], encoding: dict[str, Any],
     ) -> xr.Variable:
-        array = LineArray(self._source, reader, (self._lines, *width), dtype)
+        array = LineArray(self.source, reader, (self._lines, *width), dtype)
         sizes = dict(zip(dims, (self._chunk, *width)))
         data = indexing.LazilyIndexedArray(array)
         return xr.Variable(dims, data, attributes, {"preferred_chunks": sizes, **encoding})
@@ -69,6 +70,7 @@ def _channel(
         encoding = {"dtype": channel.raw.dtype, **packing}
     elif channel.scaling is not None:
         attributes.update(packing)
+    encoding[ORIGIN] = (make.source, channel.slot)
     dtype = np.dtype(np.float32) if is_scaled else channel.raw.dtype
     rows = ChannelRows(channel.slot, is_scaled)
     return make(("y", "x"), (grid.shape[1],), rows, dtype, attributes, encoding)
@@ -95,18 +97,23 @@ def dataset_of(
     make = _Maker(source, grid)
     time = _time(make, grid, times)
     coordinates = {} if time is None else {"time": time}
+    numbers = np.arange(grid.shape[0], dtype=np.int32)
+    facts = {"long_name": "number of the line in the file"}
+    coordinates[LINE] = xr.Variable(("y",), numbers, facts)
     coordinates.update(positions_of(make, grid, geolocation))
     pointer = ""
     if TIE_POINTS in coordinates and not {TIE_POINTS, *POSITION_NAMES} & dropped:
         pointer = " ".join(f"{name}:" for name in POSITION_NAMES) + f" {TIE_POINTS}"
-    names = names_of(list(grid.channels), ["time", TIE_POINTS, *POSITION_NAMES, *coordinates])
+    names = names_of(list(grid.channels), ["time", LINE, TIE_POINTS, *POSITION_NAMES, *coordinates])
     variables = {
         name: _channel(make, grid, channel, is_decoded, pointer)
         for name, channel in zip(names, grid.channels)
         if name not in dropped
     }
-    return xr.Dataset(
+    dataset = xr.Dataset(
         variables,
         {name: variable for name, variable in coordinates.items() if name not in dropped},
         global_attributes(scene, source, grid),
     )
+    dataset.encoding[ORIGIN] = source
+    return dataset
