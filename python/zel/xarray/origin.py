@@ -22,7 +22,15 @@ from .attributes import (
 from .rows import Rows
 from .source import Source
 
-__all__ = ["LINE", "ORIGIN", "angle_labels", "channel_facts", "header_facts", "line_facts", "source_in"]
+__all__ = [
+    "LINE",
+    "ORIGIN",
+    "angle_labels",
+    "channel_facts",
+    "header_facts",
+    "line_facts",
+    "source_in",
+]
 
 LINE = "line_number"
 # The key in the encoding of a dataset and of its variables.
