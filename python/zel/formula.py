@@ -55,6 +55,9 @@ class _Formula:
         self.text = text
         self._source = scene
         self._definitions = dict(definitions or {})
+        texts = [text, *self._definitions, *self._definitions.values()]
+        if any("\0" in one for one in texts):  # where the library would end
+            raise ExpressionError(f"{text!r} has a zero character")
         self._label_list = _labels(scene, [text, *self._definitions.values()])
         try:
             self._core = _core.Formula(
