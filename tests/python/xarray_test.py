@@ -168,6 +168,23 @@ def test_global_attributes_say_what_the_file_says(keep):
     assert (found["spatial_resolution"], found["satellite_number"]) == ("30 m", 7)
 
 
+def place(found):
+    return [found.attrs.get(f"geospatial_{name}") for name in ("lat_min", "lat_max", "lon_min",
+                                                               "lon_max")]
+
+
+def test_global_attributes_say_where_the_scene_is(keep):
+    found = opened(keep(navigated().bytes()))
+    assert place(found) == [20, 42, 10, -179]  # across the date line: 171 degrees, not 358
+    assert found.attrs["geospatial_lat_units"] == "degrees_north"
+    bare = opened(keep(Scene({0: Channel(3, ramp(1, 2))}).bytes()))
+    assert place(bare) == [None] * 4
+    lats = [[float(n % 60), 0.5] for n in range(301)]
+    lats[-1], lats[0] = [-70.5, -9999.0], [80.25, 0.1]
+    many = Scene({0: Channel(3, ramp(301, 2))}, lats=lats, lons=[[5.1, -10.25]] * 301)
+    assert place(opened(keep(many.bytes()))) == [-70.5, 80.25, -10.25, 5.1]
+
+
 def test_indexing_gives_what_numpy_gives(keep):
     pixels = ramp(3, 5)
     one, whole = opened(keep(navigated().bytes()), cache=False).one, np.array(pixels)

@@ -13,6 +13,7 @@ from ..channel import Channel
 from ..enums import Storage
 from ..scene import Scene
 from ..view import View
+from .bounds import bounds_of
 from .source import Source, groups_of
 
 __all__ = ["channel_attributes", "class_attributes", "global_attributes", "names_of"]
@@ -114,6 +115,7 @@ def global_attributes(scene: Scene, source: Source, grid: Scene | View) -> dict[
         "spatial_resolution": f"{part.resolution:g} m",
         "time_coverage_start": _moment(part.start),
         "time_coverage_end": _moment(part.end),
+        **bounds_of(grid),
         "metadata": part.metadata.text if part.metadata else None,
         "format_version": f"{part.version:.2f}",
     }

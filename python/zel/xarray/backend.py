@@ -39,7 +39,7 @@ class ZelBackend(BackendEntrypoint):  # type: ignore[misc]
         group: Group = None,
         geolocation: str = "tiepoints",
     ) -> xr.Dataset:
-        """Opens one grid of a file; nothing but its header is read.
+        """Opens one grid of a file; of its pixels nothing is read.
 
         Parameters
         ----------
