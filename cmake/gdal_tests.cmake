@@ -17,18 +17,8 @@ endif()
 
 set(zel_gdal_test_environment ${zel_test_environment}
     GDAL_DRIVER_PATH=$<TARGET_FILE_DIR:gdal_ZEL>)
-# Python, which loads the plugin, is built without checks, and never gives all its memory back. The
-# checker looks for the C++ library, whose exceptions it follows, when the process begins.
-if(ZEL_SANITIZE)
-    set(zel_gdal_preload)
-    foreach(library libasan.so libstdc++.so)
-        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${library}
-            OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
-        string(APPEND zel_gdal_preload ":${path}")
-    endforeach()
-    list(APPEND zel_gdal_test_environment
-        LD_PRELOAD=${zel_gdal_preload} ASAN_OPTIONS=detect_leaks=0)
-endif()
+include(cmake/checked_python.cmake)
+zel_checked_python(zel_gdal_test_environment)
 file(GLOB zel_gdal_tests CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/tests tests/gdal/*_test.py)
 foreach(script IN LISTS zel_gdal_tests)
     cmake_path(REMOVE_EXTENSION script OUTPUT_VARIABLE name)

@@ -9,17 +9,8 @@ endif()
 
 set(zel_python_test_environment ${zel_test_environment}
     PYTHONPATH=${PROJECT_BINARY_DIR}/python)
-# As for the plugin of GDAL: Python itself is built without checks.
-if(ZEL_SANITIZE)
-    set(zel_python_preload)
-    foreach(library libasan.so libstdc++.so)
-        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${library}
-            OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
-        string(APPEND zel_python_preload ":${path}")
-    endforeach()
-    list(APPEND zel_python_test_environment
-        LD_PRELOAD=${zel_python_preload} ASAN_OPTIONS=detect_leaks=0)
-endif()
+include(cmake/checked_python.cmake)
+zel_checked_python(zel_python_test_environment)
 if(TARGET gdal_ZEL)
     list(APPEND zel_python_test_environment GDAL_DRIVER_PATH=$<TARGET_FILE_DIR:gdal_ZEL>)
 endif()

@@ -16,9 +16,10 @@ if(NOT ZEL_GDAL STREQUAL OFF)
 endif()
 
 if(NOT ZEL_GDAL STREQUAL OFF AND GDAL_FOUND)
-    file(GLOB zel_gdal_sources CONFIGURE_DEPENDS gdal/*.cpp)
+    file(GLOB zel_gdal_sources CONFIGURE_DEPENDS gdal/*.cpp embed/*.cpp)
     add_library(gdal_ZEL MODULE ${zel_gdal_sources})
     zel_own_target(gdal_ZEL)
+    target_include_directories(gdal_ZEL PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(gdal_ZEL PRIVATE zel GDAL::GDAL)
     # GDAL looks for one name. The library's own stay inside: another plugin may hold another version.
     target_link_options(gdal_ZEL PRIVATE
@@ -38,6 +39,7 @@ endif()
 # With the drivers' own sources: a plugin would be loaded without what the fuzzer watches.
 if(ZEL_FUZZ AND TARGET gdal_ZEL)
     zel_program(gdal_open_fuzz bin/fuzz fuzz/gdal/gdal_open_fuzz.cpp ${zel_gdal_sources})
+    target_include_directories(gdal_open_fuzz PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(gdal_open_fuzz PRIVATE GDAL::GDAL)
     target_link_options(gdal_open_fuzz PRIVATE -fsanitize=fuzzer)
 endif()

@@ -2,53 +2,13 @@
 
 #include <cpl_error.h>
 
-#include <cstring>
-#include <mutex>
 #include <new>
 #include <string>
-#include <vector>
+
+#include "embed/library_call.hpp"
 
 namespace zel_gdal {
 namespace {
-
-struct Message {
-    bool isWarning;
-    std::string text;
-};
-using Messages = std::vector<Message>;
-
-// The byte order, the guard and the sink are the process's.
-std::mutex& libraryLock()
-{
-    static std::mutex lock;
-    return lock;
-}
-
-// GDAL adds the line ends.
-std::string trimmed(std::string text)
-{
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-    text.erase(0, text.find_first_not_of("\n "));
-    return text;
-}
-
-void keep(void* messages, FILE* stream, const char* text)
-{
-    std::string message = trimmed(text);
-    if (!message.empty())
-        static_cast<Messages*>(messages)->push_back({stream == stderr, std::move(message)});
-}
-
-struct Call {
-    const std::function<int()>& function;
-    int result;
-};
-
-void run(void* data)
-{
-    auto& call = *static_cast<Call*>(data);
-    call.result = call.function();
-}
 
 ssize_t readFrom(void* file, char* buffer, size_t size)
 {
@@ -82,41 +42,20 @@ FILE* openFile(void*, const char* name)
     return stream;
 }
 
-bool runAlone(const std::function<int()>& function, Messages& messages)
-{
-    const std::lock_guard<std::mutex> lock(libraryLock());
-    ZELSetMessageSink(keep, &messages);
-    ZELSetFileOpener(openFile, nullptr);
-    Call call = {function, 0};
-    const bool ended = ZELGuardedCall(run, &call, nullptr) != 0;
-    ZELSetFileOpener(nullptr, nullptr);
-    ZELSetMessageSink(nullptr, nullptr);
-    return !ended && call.result == 0;
-}
-
-// What follows the message that says most only repeats that the open failed.
-std::string reason(const Messages& messages)
-{
-    std::string best;
-    for (const Message& message : messages)
-        if (best.empty() || message.text.rfind("Error opening file", 0) != 0) best = message.text;
-    return best;
-}
-
 }  // namespace
 
 // Messages are passed on after the lock: an error handler may use the drivers itself.
 bool callLibrary(const char* name, const std::function<int()>& call)
 {
-    Messages messages;
-    const bool succeeded = runAlone(call, messages);
-    for (const Message& message : messages)
-        if (message.isWarning && succeeded)
+    zel_embed::Messages messages;
+    const bool succeeded = zel_embed::runAlone(call, messages, openFile);
+    for (const zel_embed::Message& message : messages)
+        if (message.isError && succeeded)
             CPLError(CE_Warning, CPLE_AppDefined, "%s", message.text.c_str());
         else
             CPLDebug("ZEL", "%s", message.text.c_str());
     if (succeeded) return true;
-    const std::string why = reason(messages);
+    const std::string why = zel_embed::reasonOf(messages);
     if (why.empty())
         CPLError(CE_Failure, CPLE_AppDefined, "%s: cannot be read", name);
     else

@@ -26,7 +26,4 @@ void callLibrary(const std::function<int()>& call, Reasons reasons = Reasons::be
 // The same where nothing can be done about a failure.
 void callQuietly(const std::function<void()>& call) noexcept;
 
-// A process that forks while another thread is in the library gets a library that is at rest.
-void prepareForForks();
-
 }  // namespace zel_python

@@ -1,6 +1,7 @@
 // The module zel._core: what the package needs of the library, as plain as it comes.
 #include "component.hpp"
 #include "constants.hpp"
+#include "embed/library_call.hpp"
 #include "formula.hpp"
 #include "library.hpp"
 #include "pixels.hpp"
@@ -123,7 +124,7 @@ PYBIND11_MODULE(_core, m)
 {
     using namespace zel_python;
     using namespace py::literals;
-    prepareForForks();
+    zel_embed::prepareForForks();
     py::register_exception<LibraryError>(m, "LibraryError");
     py::register_exception<FormulaError>(m, "FormulaError");
     addConstants(m);

@@ -23,7 +23,8 @@ public:
     py::dict facts();
 
     // For each slot its pixels in lines first, first + step ..., [line][pixel]: stored numbers, or
-    // values. A line of a view is made for all channels at once, and kept for the others for a while.
+    // values. A line of a view is made for all channels at once, and kept for a while for the
+    // others.
     py::list read(const std::vector<int>& slots, int first, int step, int count, bool decode);
 
     // Latitudes and longitudes, or solar zenith, view zenith and azimuth, [line][pixel].

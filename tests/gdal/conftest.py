@@ -9,8 +9,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path[:0] = [HERE, os.path.join(os.path.dirname(HERE), "support")]
 gdal.UseExceptions()
 
-PROGRAMS = os.environ.get("ZEL_BIN_DIR", "")
-SCENES = os.path.join(os.environ.get("ZEL_TEST_DATA", ""), "scenes")
+from real_scenes import PROGRAMS, SCENES, real  # noqa: E402,F401  for the tests
 
 
 kept = []  # a band does not keep its dataset open
@@ -38,17 +37,6 @@ def keep(request):
         gdal.FileFromMemBuffer(path, data)
         return path
     return put
-
-
-@pytest.fixture
-def real():
-    """The path of a real scene."""
-    def path(name):
-        found = os.path.join(SCENES, name)
-        if not os.path.exists(found):
-            pytest.skip("no scenes: ZEL_TEST_DATA")
-        return found
-    return path
 
 
 class Messages:

@@ -2,21 +2,10 @@
 import pytest
 from osgeo import gdal
 
-from scenes import Channel, Scene, composite, ramp
+from damaged import FIELDS, WHOLE, cuts, lines_left, places_of_damage, scene, with_bytes
+from scenes import composite, ramp
 
 
-def scene(**more):
-    channel = Channel(3, ramp(3, 4), label="byte", histogram=(0.0, 1.0, [1, 2]))
-    return Scene({0: channel}, slots=3, luts=[(1, "colours", [(1, 2, 3, "one")])],
-                 lats=[[1.0, 2.0]] * 3, lons=[[1.0, 2.0]] * 3, interval=3, **more)
-
-
-def with_bytes(data, offset, new):
-    return data[:offset] + new + data[offset + len(new):]
-
-
-WHOLE = scene().bytes()
-FIELDS = 1221  # where the header begins
 DAMAGE = {
     "prefix cut": (WHOLE[:700], "cut short in"),
     "header cut": (WHOLE[:FIELDS + 100], "cut short in"),
@@ -54,15 +43,15 @@ def test_a_file_opens_after_a_damaged_one(keep, messages):
 
 
 def test_every_cut_is_an_error_or_a_file_with_fewer_lines(keep, messages):
-    for size in list(range(0, 3000, 13)) + list(range(len(WHOLE) - 400, len(WHOLE))):
+    for size in cuts():
         dataset = gdal.Open(keep(WHOLE[:size]))
         if dataset is not None:
             assert dataset.ReadAsArray().tolist() == ramp(3, 4)[:dataset.RasterYSize]
-            assert dataset.RasterYSize == 3 - (len(WHOLE) - size + 51) // 52
+            assert dataset.RasterYSize == lines_left(size)
 
 
 def test_damage_in_any_place_of_the_header_does_no_harm(keep, messages):
-    for offset in list(range(0, FIELDS + 60, 3)) + list(range(FIELDS + 2030, FIELDS + 2500, 3)):
+    for offset in places_of_damage(3):
         for new in (b"\xff\xff", b"\x7f\x00", b"\x00\x00"):
             dataset = gdal.Open(keep(with_bytes(WHOLE, offset, new)))
             if dataset is not None and dataset.RasterXSize * dataset.RasterYSize < 1000000:

@@ -132,7 +132,7 @@ def wing_of(path):
 
 def resolve(path, name, exists):
     """The path in the house that an include means, or None."""
-    for directory in (os.path.dirname(path), "libsrc", "libsrc/zel", "src/zel"):
+    for directory in (os.path.dirname(path), "", "libsrc", "libsrc/zel", "src/zel"):
         candidate = os.path.normpath(os.path.join(directory, name))
         if exists(candidate):
             return candidate
@@ -295,7 +295,7 @@ def project_files():
 
 
 def is_source(path):
-    return path.startswith(("libsrc/", "src/", "gdal/", "python/")) and path.endswith(SOURCE_SUFFIXES)
+    return path.startswith(("libsrc/", "src/", "embed/", "gdal/", "python/")) and path.endswith(SOURCE_SUFFIXES)
 
 
 def check_tree():

@@ -12,8 +12,7 @@ os.environ.setdefault("HYPOTHESIS_STORAGE_DIRECTORY",
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(os.path.dirname(HERE), "support"))
 
-PROGRAMS = os.environ.get("ZEL_BIN_DIR", "")
-SCENES = os.path.join(os.environ.get("ZEL_TEST_DATA", ""), "scenes")
+from real_scenes import PROGRAMS, SCENES, real  # noqa: E402,F401  for the tests
 
 
 @pytest.fixture
@@ -24,14 +23,3 @@ def keep(tmp_path):
         path.write_bytes(data)
         return path
     return put
-
-
-@pytest.fixture
-def real():
-    """The path of a real scene."""
-    def path(name):
-        found = os.path.join(SCENES, name)
-        if not os.path.exists(found):
-            pytest.skip("no scenes: ZEL_TEST_DATA")
-        return found
-    return path

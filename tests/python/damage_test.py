@@ -8,28 +8,15 @@ import numpy as np
 import pytest
 
 import zel
+from damaged import (CHANNEL, FIELDS, LUT, TWO, WHOLE, cuts, lines_left, places_of_damage,
+                     with_bytes)
 from samples import container
-from scenes import Channel, Scene, composite, ramp
+from scenes import ramp
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 SOURCE = os.environ.get("ZEL_SOURCE_DIR", ".")
 
 
-def scene(**more):
-    channel = Channel(3, ramp(3, 4), label="byte", histogram=(0.0, 1.0, [1, 2]))
-    return Scene({0: channel}, slots=3, luts=[(1, "colours", [(1, 2, 3, "one")])],
-                 lats=[[1.0, 2.0]] * 3, lons=[[1.0, 2.0]] * 3, interval=3, **more)
-
-
-def with_bytes(data, offset, new):
-    return data[:offset] + new + data[offset + len(new):]
-
-
-WHOLE = scene().bytes()
-TWO = composite([scene(), scene()])
-FIELDS = 1221  # where the header begins
-LUT = FIELDS + 2040
-CHANNEL = LUT + 407 + 20014
 DAMAGE = {
     "LUT cut": (WHOLE[:LUT + 100], "cut short", "DisplayLUTLabel", LUT + 4),
     "slots": (with_bytes(WHOLE, FIELDS + 4, b"\xff\xff"), "invalid MaxNumChan -1", "MaxNumChan",
@@ -110,18 +97,17 @@ def test_a_file_opens_after_a_damaged_one(keep):
 
 
 def test_every_cut_is_an_error_or_a_file_with_fewer_lines(keep):
-    for size in [*range(0, 3000, 13), *range(len(WHOLE) - 400, len(WHOLE))]:
+    for size in cuts():
         try:
             found = read_all(keep(WHOLE[:size]))
         except zel.ZelError:
             continue
-        assert found.shape[0] == 3 - (len(WHOLE) - size + 51) // 52
+        assert found.shape[0] == lines_left(size)
         assert found.channels["byte"].raw[:].tolist() == ramp(3, 4)[:found.shape[0]]
 
 
 @pytest.mark.parametrize("data,places", [
-    (WHOLE, [*range(0, FIELDS + 60, 3), *range(LUT - 8, LUT + 300, 3),
-             *range(CHANNEL - 20, CHANNEL + 400, 3)]),
+    (WHOLE, places_of_damage(3)),
     (container(), [*range(10, 60), *range(420, 440), *range(820, 850)])])
 def test_damage_in_any_place_is_an_error_or_does_no_harm(keep, data, places):
     for place in places:
