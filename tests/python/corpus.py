@@ -1,6 +1,6 @@
-"""Feeds what the fuzz targets keep to the package: corpus.py KIND FOLDER, in a process of its own. Each
-input is taken whole, cut and with some bytes changed. Prints how many of them were accepted and refused;
-anything but an exception that the package promises ends it."""
+"""Feeds what the fuzz targets keep to the package: corpus.py KIND FOLDER, in a process of its own.
+Each input is taken whole, cut and with some bytes changed. Prints how many of them were accepted
+and refused; anything but an exception that the package promises ends it."""
 import os
 import sys
 import tempfile

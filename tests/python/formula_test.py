@@ -254,7 +254,8 @@ def test_a_channel_of_the_ground_needs_its_grid(keep):
         assert ((found >= 0) & (found <= 255)).all()
 
 
-@pytest.mark.parametrize("make", [lambda: zel.Expression("1\0 + 2"), lambda: zel.Program("class\0 = 1"),
+@pytest.mark.parametrize("make", [lambda: zel.Expression("1\0 + 2"),
+                                  lambda: zel.Program("class\0 = 1"),
                                   lambda: zel.Expression("a", definitions={"a": "1\0"}),
                                   lambda: zel.Expression("a", definitions={"a\0": "1"})])
 def test_a_text_with_a_zero_character_is_an_error(make):

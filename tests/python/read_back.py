@@ -1,5 +1,5 @@
-"""A file as the command zel and the driver of GDAL have it, beside what the package says: pixels, facts,
-lines, navigation, LUTs, tables and histograms."""
+"""A file as the command zel and the driver of GDAL have it, beside what the package says: pixels,
+facts, lines, navigation, LUTs, tables and histograms."""
 import json
 import os
 import subprocess
@@ -44,7 +44,8 @@ def check_dump(path, scene):
     for name, own in HEADER.items():
         assert fields["header", name] == str(getattr(scene, own))
     assert fields["header", "DataType"] == str(int(scene.sensor))
-    for name, own in (("SatelliteAltitude", scene.altitude), ("SpatialResolution", scene.resolution)):
+    for name, own in (("SatelliteAltitude", scene.altitude),
+                      ("SpatialResolution", scene.resolution)):
         assert floats(fields["header", name]) == [np.float32(own)]
     check_luts(fields, scene)
     check_tables(fields, "header", scene.tables)

@@ -26,14 +26,16 @@ def rich(path, **more):
     own = zel.Table(3, "curve", np.float32([0.5, -2.0]))
     heat = np.linspace(199.7, 300.3, 30).reshape(SHAPE)
     channels = [
-        zel.NewChannel(NUMBERS, "B1", zel.Storage.UINT16_SCALED, -0.1, 1.2, zel.Unit.REFLECTANCE, 0.65,
-                       "red", raw=True, bits=12, is_base=True, slot=2, tables=[own]),
-        zel.NewChannel(heat, "T", zel.Storage.BYTE_SCALED, 180.0, 330.0, zel.Unit.KELVIN, 11.0, slot=3),
-        zel.NewChannel(NUMBERS.astype(np.uint8) % 2, "map", comment="KINDS", classes=CLASSES, slot=5,
-                       raw=True, unit=zel.Unit.NONE),
+        zel.NewChannel(NUMBERS, "B1", zel.Storage.UINT16_SCALED, -0.1, 1.2, zel.Unit.REFLECTANCE,
+                       0.65, "red", raw=True, bits=12, is_base=True, slot=2, tables=[own]),
+        zel.NewChannel(heat, "T", zel.Storage.BYTE_SCALED, 180.0, 330.0, zel.Unit.KELVIN, 11.0,
+                       slot=3),
+        zel.NewChannel(NUMBERS.astype(np.uint8) % 2, "map", comment="KINDS", classes=CLASSES,
+                       slot=5, raw=True, unit=zel.Unit.NONE),
         zel.NewChannel(heat - 250, "day", unit=zel.Unit.DAYTIME, slot=9),
         *(zel.NewChannel(plane(k), label, slot=20 + k) for k, label in enumerate("sva"))]
-    zel.write(path, channels, start=datetime(2024, 2, 29, 11, 30), end=datetime(2024, 2, 29, 11, 31),
+    zel.write(path, channels, start=datetime(2024, 2, 29, 11, 30),
+              end=datetime(2024, 2, 29, 11, 31),
               tie_points=zel.TiePoints(np.array([1, 4]), np.arange(10).reshape(5, 2) / 7,  # by day
                                        np.arange(10).reshape(5, 2) / 3),
               sensor=zel.Sensor.MODIS, satellite=4, altitude=705.3, resolution=31.25,
@@ -179,6 +181,9 @@ def test_lines_of_other_files_do_not_get_the_facts_of_the_first(there, tmp_path)
     assert found.lines.altitude.tolist() == [0] * 5
     both.zel.to_file(tmp_path / "d")
     assert zel.open(tmp_path / "d").lines.altitude.tolist() == [0] * 10
+    twice = xr.concat([opened(there)] * 2, dim="y").drop_vars("time")
+    twice.zel.to_file(tmp_path / "e", start=date(2024, 2, 29))
+    assert zel.open(tmp_path / "e").lines.altitude.tolist() == [0] * 10
 
 
 def test_a_file_that_is_gone_is_a_warning(there, tmp_path):

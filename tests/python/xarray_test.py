@@ -179,9 +179,9 @@ def test_global_attributes_say_where_the_scene_is(keep):
     assert found.attrs["geospatial_lat_units"] == "degrees_north"
     bare = opened(keep(Scene({0: Channel(3, ramp(1, 2))}).bytes()))
     assert place(bare) == [None] * 4
-    lats = [[float(n % 60), 0.5] for n in range(301)]
+    lats = [[float(n % 60), 0.5] for n in range(302)]
     lats[-1], lats[0] = [-70.5, -9999.0], [80.25, 0.1]
-    many = Scene({0: Channel(3, ramp(301, 2))}, lats=lats, lons=[[5.1, -10.25]] * 301)
+    many = Scene({0: Channel(3, ramp(302, 2))}, lats=lats, lons=[[5.1, -10.25]] * 302)
     assert place(opened(keep(many.bytes()))) == [-70.5, 80.25, -10.25, 5.1]
 
 
