@@ -60,28 +60,29 @@ bool isScene(const Json& scene)
            std::all_of(scene["files"].begin(), scene["files"].end(), isFile);
 }
 
-void take(const std::string& line, Manifest& manifest)
+// Returns whether it is a line of a manifest.
+bool take(const std::string& line, Manifest& manifest, const LookAtScene& look)
 {
     const Json json = Json::parse(line, nullptr, false);
-    if (json.is_object() && isText(json, "file") && isText(json, "error"))
+    if (!json.is_object()) return false;
+    if (isText(json, "file") && isText(json, "error")) {
         manifest.unread.push_back({json["file"], json["error"]});
-    else if (json.is_object() && isScene(json))
-        manifest.scenes.push_back({json["id"], line});
-    else
-        throw Misuse("is no line of zel scenes");
+        return true;
+    }
+    if (!isScene(json)) return false;
+    manifest.scenes.push_back({json["id"], line});
+    look(manifest.scenes.back().id, json);
+    return true;
 }
 
-void readLines(std::istream& stream, const std::string& name, Manifest& manifest)
+void readLines(std::istream& stream, const std::string& name, Manifest& manifest,
+               const LookAtScene& look)
 {
     long long number = 0;
     for (std::string line; std::getline(stream, line);) {
         ++number;
-        if (line.empty()) continue;
-        try {
-            take(line, manifest);
-        } catch (const Misuse& misuse) {
-            throw Misuse(name + format(":%lld: ", number) + misuse.what());
-        }
+        if (!line.empty() && !take(line, manifest, look))
+            throw Misuse(name + format(":%lld: is no line of zel scenes", number));
     }
     if (stream.bad()) throw Misuse(name + ": cannot be read");
 }
@@ -107,16 +108,16 @@ void keepScenes(Manifest& manifest, bool isFirst, Takes takes)
 
 }  // namespace
 
-Manifest readManifest(const std::string& file)
+Manifest readManifest(const std::string& file, const LookAtScene& look)
 {
     Manifest manifest;
     const std::string name = file == "-" ? "standard input" : printable(file);
     if (file == "-") {
-        readLines(std::cin, name, manifest);
+        readLines(std::cin, name, manifest, look);
     } else {
         std::ifstream stream(file, std::ios::binary);
         if (!stream) throw Misuse(name + ": " + std::strerror(errno));
-        readLines(stream, name, manifest);
+        readLines(stream, name, manifest, look);
     }
     std::sort(manifest.scenes.begin(), manifest.scenes.end(),
               [](const auto& a, const auto& b) { return a.id < b.id; });

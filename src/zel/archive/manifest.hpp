@@ -1,6 +1,7 @@
 // A manifest of scenes, as zel scenes writes it.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,8 +27,10 @@ struct Manifest {
     std::vector<UnreadFile> unread;     // by path
 };
 
-// "-" is standard input. Throws Misuse, with the line.
-Manifest readManifest(const std::string& file);
+// "-" is standard input; look gets each scene, in the order of the file. Throws Misuse, with the
+// line.
+using LookAtScene = std::function<void(const std::string& id, const Json& scene)>;
+Manifest readManifest(const std::string& file, const LookAtScene& look);
 
 // The part of a manifest for shard number of count, from 1: every count-th scene. The first has
 // the files that could not be read.

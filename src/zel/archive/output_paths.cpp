@@ -1,8 +1,6 @@
 #include "archive/output_paths.hpp"
 
 #include <filesystem>
-#include <unordered_map>
-#include <unordered_set>
 
 #include "archive/run_record.hpp"
 #include "base/failure.hpp"
@@ -10,11 +8,6 @@
 
 namespace zel_tool {
 namespace {
-
-std::string normal(const std::string& path)
-{
-    return std::filesystem::absolute(path).lexically_normal().string();
-}
 
 // All names of a scene; those of an output that is beside another too.
 std::vector<std::string> namesFor(const RunRecipe& recipe, const Json& scene)
@@ -32,37 +25,55 @@ std::vector<std::string> namesFor(const RunRecipe& recipe, const Json& scene)
     return names;
 }
 
+// The path without ".", ".." and repeated slashes, seen from a directory.
+std::string normal(const std::string& directory, const std::string& path)
+{
+    std::string whole = path.starts_with('/') ? path : directory + "/" + path;
+    if (whole.find("//") == std::string::npos && whole.find("/.") == std::string::npos)
+        return whole;
+    return std::filesystem::path(whole).lexically_normal().string();
+}
+
 }  // namespace
 
-void requireOwnPaths(const RunRecipe& recipe, const Manifest& manifest, const std::string& root)
+OutputPaths::OutputPaths(const RunRecipe& recipe, const std::string& root)
+    : recipe_(recipe),
+      here_(std::filesystem::current_path().string()),
+      root_(normal(here_, root + "/"))
 {
-    std::unordered_set<std::string> read;
-    for (const ManifestScene& scene : manifest.scenes) {
-        const Json json = scene.json();
-        for (const Json& file : json["files"]) read.insert(normal(file["path"]));
+    for (const auto& [name, path] : recipe.files) read_.insert(normal(here_, path));
+}
+
+void OutputPaths::add(const std::string& id, const Json& scene)
+{
+    for (const Json& file : scene["files"])
+        read_.insert(normal(here_, file["path"].get<std::string>()));
+    std::vector<std::string> names;
+    try {
+        names = namesFor(recipe_, scene);
+    } catch (const Failure&) {
+        return;  // a scene without one of the fields fails when it is run
     }
-    for (const auto& [name, path] : recipe.files) read.insert(normal(path));
-    const std::filesystem::path base = normal(root);
-    std::unordered_map<std::string, const std::string*> owners;
-    for (const ManifestScene& scene : manifest.scenes) {
-        std::vector<std::string> names;
-        try {
-            names = namesFor(recipe, scene.json());
-        } catch (const Failure&) {
-            continue;  // a scene without one of the fields fails when it is run
-        }
-        for (const std::string& name : names) {
-            const auto [owner, isNew] = owners.emplace(name, &scene.id);
-            if (!isNew)
-                throw Misuse(printable(name) + " would be written for " +
-                             (*owner->second == scene.id
-                                  ? "two outputs of " + scene.id
-                                  : *owner->second + " and for " + scene.id));
-            if (read.count((base / name).lexically_normal().string()) > 0)
-                throw Misuse(printable(name) + " would be written for " + scene.id +
-                             ", and is read");
-        }
+    for (const std::string& name : names) {
+        const auto [owner, isNew] = owners_.emplace(name, id);
+        if (isNew || !twice_.empty()) continue;
+        const bool isOwn = owner->second == id;
+        twice_ = printable(name) + " would be written for " +
+                 (isOwn ? "two outputs of " + printable(id)
+                        : printable(owner->second) + " and for " + printable(id));
     }
+}
+
+void OutputPaths::check() const
+{
+    if (!twice_.empty()) throw Misuse(twice_);
+    const std::pair<const std::string, std::string>* first = nullptr;
+    for (const auto& output : owners_)
+        if (read_.count(root_ + output.first) > 0 && (!first || output.first < first->first))
+            first = &output;
+    if (first)
+        throw Misuse(printable(first->first) + " would be written for " +
+                     printable(first->second) + ", and is read");
 }
 
 }  // namespace zel_tool

@@ -1,6 +1,9 @@
 // zel run: a recipe for each scene of a manifest.
 #include <fcntl.h>
 #include <unistd.h>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include <cerrno>
 #include <cstring>
@@ -195,9 +198,19 @@ Work prepare(const Options& o)
     } catch (const Failure& failure) {
         throw Misuse(printable(o.recipe) + ": " + failure.what());
     }
-    work.manifest = readManifest(o.manifest);
-    requireOwnPaths(work.recipe, work.manifest, o.place.root);
+    OutputPaths outputs(work.recipe, o.place.root);
+    work.manifest = readManifest(
+        o.manifest, [&](const std::string& id, const Json& scene) { outputs.add(id, scene); });
+    outputs.check();
     return work;
+}
+
+// The rest of a long manifest would count as memory of every scene.
+void returnMemory()
+{
+#ifdef __GLIBC__
+    malloc_trim(0);
+#endif
 }
 
 int run(const Options& o)
@@ -212,6 +225,7 @@ int run(const Options& o)
             return statusDone;
         }
         keepShare(o, work.manifest);
+        returnMemory();
         if (!o.dryRun) log = std::make_unique<LineLog>(o.log);
     } catch (const Misuse& misuse) {
         complain("", misuse.what());
