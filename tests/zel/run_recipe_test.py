@@ -169,6 +169,7 @@ class WrongRecipe(RunCase):
     def test_outputs_that_are_read(self):
         self.recipe(RECIPE.replace("{year}/{day:03}/{id}.zel", "{day}_fine.zel"))
         self.refuses("1_fine.zel would be written for %s, and is read" % scene_id(1), "--root", "in/")
+        self.put("m.jsonl", self.got("m.jsonl").splitlines()[0])
         self.recipe(EVERY.replace("{id}/page.html", "few.par"))
         self.refuses("few.par would be written for %s, and is read" % scene_id(1))
 
