@@ -91,12 +91,16 @@ class Stopped(KillCase):
             process = self.start("--root", "out%d" % number, "--jobs", "2")
             child, step = wait_for(lambda: self.running_step(process))
             process.send_signal(number)
+            begin = time.monotonic()
             status, lines, err = self.ended(process)
+            self.assertLess(time.monotonic() - begin, self.seconds)
             self.assertEqual((status, err), (128 + number, "zel run: stopped by %s\n" % signal.Signals(number).name))
             self.assertLess(len(lines), SCENES)
             self.assertFalse(os.path.exists("/proc/%d" % child) or os.path.exists("/proc/%d" % step))
             self.assertEqual(self.temporaries(), [])
             self.require_whole("out%d" % number)
+            top = self.dir / ("out%d" % number)
+            self.assertEqual(len(self.tree(top)) if top.exists() else 0, 2 * len(lines))
 
     def test_a_signal_at_any_moment_and_a_run_that_goes_on(self):
         choose = random.Random(1)

@@ -127,6 +127,9 @@ class Outputs(RunCase):
         name = "2020/001/%s.zel" % scene_id(1)
         self.assertEqual(json.loads(self.got("out/%s.run.json" % name))["scene"], scene_id(1))
         self.assertEqual(self.statuses("--root", "out", "--skip-existing")[scene_id(1)], "skipped")
+        self.make_archive([1])
+        self.run_recipe("--root", "out")
+        self.assertFalse((self.dir / ("out/%s.run.json" % name)).exists())
 
 
 class Shares(RunCase):
@@ -338,6 +341,25 @@ class Failing(RunCase):
         line = self.run_recipe("--root", "there", "--overwrite", status=1)[scene_id(1)]
         self.assertIn("cannot write there/2020/001/%s.zel: Is a directory" % scene_id(1), line["reason"])
         self.assertEqual(self.temporaries(), [])
+
+    def test_a_full_disk(self):
+        self.make_archive([1, 2, 3])
+        self.recipe()
+        self.run_recipe("--root", "plain")
+        want = self.tree("plain")
+        size = (self.dir / "plain" / "2020" / "001" / (scene_id(1) + ".zel")).stat().st_size
+        (self.dir / "out").mkdir()
+        words = ["mount", "-t", "tmpfs", "-o", "size=%d" % (size + 8192), "none", str(self.dir / "out")]
+        if subprocess.run(words, stderr=subprocess.DEVNULL, check=False).returncode != 0:
+            self.skipTest("no file system can be mounted")
+        try:
+            lines = self.run_recipe("--root", "out", status=1)
+            self.assertEqual([line["status"] for line in lines.values()], ["done", "failed", "failed"])
+            self.assertRegex(lines[scene_id(2)]["reason"], "No space left on device$")
+            self.assertEqual(self.tree(), {name: want[name] for name in self.tree()})
+            self.assertEqual((len(self.tree()), self.temporaries()), (1, []))
+        finally:
+            subprocess.run(["umount", str(self.dir / "out")], check=True)
 
     def test_a_log_that_cannot_be_written(self):
         self.make_archive([1])

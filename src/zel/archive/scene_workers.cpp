@@ -99,10 +99,14 @@ void SceneWorkers::finish(std::size_t index)
     workers_.erase(workers_.begin() + static_cast<std::ptrdiff_t>(index));
     const Ended ended = worker.child.finish();
     const Json result = resultOf(ended);
-    if (result["status"] == "killed" && worker.attempt < mostAttempts) {
+    if (result["status"] == "killed" && worker.attempt < mostAttempts)
         killed_.push_back(worker.scene);
-        return;
-    }
+    else
+        report(worker, ended, result);
+}
+
+void SceneWorkers::report(const Worker& worker, const Ended& ended, const Json& result)
+{
     Json line = lineOf(worker.scene->id, recipe_);
     for (const char* key : {"reason", "bytes_read", "bytes_written", "warnings", "outputs"})
         if (result.contains(key)) line[key] = result[key];
@@ -116,11 +120,17 @@ void SceneWorkers::finish(std::size_t index)
     take_(line);
 }
 
-void SceneWorkers::drop()
+// What has ended all the same is reported: its outputs are there.
+void SceneWorkers::stop()
 {
     for (const Worker& worker : workers_) worker.child.send(SIGTERM);
-    for (Worker& worker : workers_) worker.child.finish();
-    workers_.clear();
+    while (!workers_.empty()) {
+        Worker worker = std::move(workers_.back());
+        workers_.pop_back();
+        const Ended ended = worker.child.finish();
+        const Json result = resultOf(ended);
+        if (result["status"] != "killed") report(worker, ended, result);
+    }
 }
 
 void SceneWorkers::runAll(const std::vector<const ManifestScene*>& scenes, int attempt,
@@ -148,11 +158,12 @@ int SceneWorkers::run(const std::vector<ManifestScene>& scenes)
         runAll(all, 1, jobs_);
         const std::vector<const ManifestScene*> again = std::move(killed_);
         runAll(again, mostAttempts, 1);
+        stop();
     } catch (...) {
-        drop();
+        take_ = [](const Json&) {};
+        stop();
         throw;
     }
-    drop();
     return StopSignals::received();
 }
 

@@ -34,7 +34,8 @@ private:
     void runAll(const std::vector<const ManifestScene*>& scenes, int attempt, std::size_t jobs);
     void start(const ManifestScene& scene, int attempt);
     void finish(std::size_t index);
-    void drop();
+    void report(const Worker& worker, const Ended& ended, const Json& result);
+    void stop();
 
     const RunRecipe& recipe_;
     const RunPlace& place_;

@@ -152,6 +152,16 @@ void ChildProcess::send(int signal) const
     kill(id_, signal);
 }
 
+// False at the end.
+bool ChildProcess::readSome() const
+{
+    std::array<char, 4096> bytes{};
+    const ssize_t got = read(pipe_.end(), bytes.data(), bytes.size());
+    if (got > 0 && text_.size() < longestText)
+        text_.append(bytes.data(), static_cast<std::size_t>(got));
+    return got > 0 || (got < 0 && errno == EINTR);
+}
+
 int ChildProcess::waitForAny(const std::vector<const ChildProcess*>& children)
 {
     const sigset_t open = openMask();
@@ -167,11 +177,7 @@ int ChildProcess::waitForAny(const std::vector<const ChildProcess*>& children)
         for (std::size_t i = 0; i < children.size(); ++i) {
             const ChildProcess& child = *children[i];
             if (!FD_ISSET(child.pipe_.end(), &ready)) continue;
-            std::array<char, 4096> bytes{};
-            const ssize_t got = read(child.pipe_.end(), bytes.data(), bytes.size());
-            if (got == 0) return static_cast<int>(i);
-            if (got > 0 && child.text_.size() < longestText)
-                child.text_.append(bytes.data(), static_cast<std::size_t>(got));
+            if (!child.readSome()) return static_cast<int>(i);
         }
     }
     return -1;
@@ -179,11 +185,7 @@ int ChildProcess::waitForAny(const std::vector<const ChildProcess*>& children)
 
 Ended ChildProcess::finish()
 {
-    std::array<char, 4096> bytes{};
-    while (true) {
-        const ssize_t got = read(pipe_.end(), bytes.data(), bytes.size());
-        if (got == 0 || (got < 0 && errno != EINTR)) break;
-    }
+    for (bool more = true; more;) more = readSome();
     int status = 0;
     rusage used{};
     while (wait4(id_, &status, 0, &used) < 0 && errno == EINTR) {

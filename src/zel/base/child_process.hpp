@@ -72,6 +72,8 @@ private:
         int end_;
     };
 
+    bool readSome() const;
+
     pid_t id_ = -1;
     Pipe pipe_{-1};
     mutable std::string text_;
