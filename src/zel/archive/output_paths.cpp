@@ -72,8 +72,8 @@ void OutputPaths::check() const
         if (read_.count(root_ + output.first) > 0 && (!first || output.first < first->first))
             first = &output;
     if (first)
-        throw Misuse(printable(first->first) + " would be written for " +
-                     printable(first->second) + ", and is read");
+        throw Misuse(printable(first->first) + " would be written for " + printable(first->second) +
+                     ", and is read");
 }
 
 }  // namespace zel_tool
