@@ -26,5 +26,8 @@ class Drawing:
         self.parts.append('<text x="%.1f" y="%.1f" text-anchor="%s" fill="%s">%s</text>' %
                           (x, y, anchor, colour, escape(words)))
 
+    def svg(self):
+        return "\n".join(self.parts + ["</svg>", ""])
+
     def save(self, path):
-        path.write_text("\n".join(self.parts + ["</svg>", ""]), encoding="utf-8")
+        path.write_text(self.svg(), encoding="utf-8")
