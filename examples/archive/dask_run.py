@@ -1,0 +1,30 @@
+#!/usr/bin/env python3
+"""An archive by Dask: dask_run.py RECIPE MANIFEST OUT [BATCH [SCHEDULER]]
+
+Without the address of a scheduler two worker processes are started here. Run it again to resume.
+"""
+import json
+import sys
+from pathlib import Path
+
+from distributed import Client, LocalCluster
+
+import zel.dask
+
+
+def client(address):
+    if address:
+        return Client(address)
+    return Client(LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None))
+
+
+def main(recipe, manifest, out, batch="10", scheduler=None):
+    with client(scheduler) as workers:
+        scenes = zel.dask.run(manifest, recipe, workers, root=out, batch=int(batch))
+    with open(Path(out) / "run.jsonl", "w", encoding="utf-8") as log:
+        log.writelines(json.dumps(scene) + "\n" for scene in scenes)
+    return 1 if any(scene["status"] == "failed" for scene in scenes) else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
