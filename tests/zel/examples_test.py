@@ -2,6 +2,7 @@
 """The examples in the help of every verb, run as they stand there."""
 import os
 import re
+import shutil
 import subprocess
 
 from zel_case import BIN, ZelTest, main
@@ -32,6 +33,20 @@ def parameters():
     return b"inputfilename scene.zel\noutputfilename gulf.feat\nfeature Ch1\n"
 
 
+RECIPE = b"""format = 1
+[inputs]
+scene = { resolution = "finest" }
+[[steps]]
+verb = "calc"
+file = "scene"
+expression = "NDVI = (B5 - B4) / (B5 + B4)"
+output = "ndvi"
+[outputs]
+ndvi = "{id}.zel"
+"""
+LOG_LINE = b'{"id":"scene%d","status":"done","start":"2026-11-22T10:00:00Z","recipe":"9c1f"}\n'
+
+
 def outputs_of(command):
     return set(re.findall(r"(?:-o|--report|>) (\S+)", command))
 
@@ -47,8 +62,8 @@ class Examples(ZelTest):
 
     def prepare(self, command):
         """The files that the command reads, and no others."""
-        for path in self.dir.iterdir():
-            path.unlink()
+        shutil.rmtree(self.dir)
+        self.dir.mkdir()
         for name in set(re.findall(r"[\w*]+\.(?:zel|par|feat)", command)) - outputs_of(command):
             for file in ("a.zel", "b.zel") if name == "*.zel" else (name,):
                 if file in self.make:
@@ -56,11 +71,36 @@ class Examples(ZelTest):
         if "replay" in command:
             self.put("b30.zel", self.make["b30.zel"]())
             self.run_zel("combine", "b30.zel", "-o", "grid.zel")
+        if command.startswith("zel run "):
+            self.prepare_run()
+        if command.startswith("zel merge "):
+            self.prepare_shards()
         if "gulf.par" in command or "gulf.feat" in command:
             self.put("scene.zel", place())
             self.put("gulf.par", parameters())
         if "gulf.feat" in command:
             self.run_zel("sample", "gulf.par")
+
+    def prepare_run(self):
+        """Three scenes, a day apart: each of three shares has one."""
+        days = ["day%d.zel" % day for day in (1, 2, 3)]
+        for day, name in enumerate(days, 1):
+            a_scene = place()
+            a_scene.julian = day
+            self.put(name, a_scene)
+        self.put("scenes.jsonl", self.run_zel("scenes", *days)[1].encode())
+        self.put("ndvi.toml", RECIPE)
+
+    def prepare_shards(self):
+        for name in ("stats", "samples"):
+            (self.dir / name).mkdir()
+        self.put("gulf.par", parameters())
+        for i, name in enumerate(("one", "two")):
+            self.put("scene.zel", place())
+            self.put("shard_%s.jsonl" % name, LOG_LINE % i)
+            self.put("%s.zel" % name, place())
+            self.put("stats/%s.json" % name, self.run_zel("info", "--json", "--stats", name + ".zel")[1].encode())
+            self.assertEqual(self.run_zel("sample", "gulf.par", "-o", "samples/%s.feat" % name)[0], 0)
 
     def test_each_does_what_it_is_for(self):
         outputs = results = 0

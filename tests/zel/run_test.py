@@ -197,6 +197,23 @@ class Shares(RunCase):
         lines = [json.loads(line) for line in self.got("log").decode().splitlines()]
         self.assertEqual([line["status"] for line in lines], ["done"] * 7 + ["skipped"] * 7)
 
+    def test_a_cut_last_line_of_a_log_is_removed(self):
+        whole = b'{"id":"before"}\n'
+        for kept, cut in ((whole, b'{"id":"cu'), (b"", b'{"id"'), (whole * 400, b"x" * 9000)):
+            self.put("log", kept + cut)
+            status, _, err = self.run_zel("run", "r.toml", "--manifest", "m.jsonl", "--log", "log", "--skip-existing")
+            self.assertEqual(status, 0)
+            self.assertIn("zel run: log: warning: the last line is cut; it is removed\n", err)
+            log = self.got("log")
+            self.assertTrue(log.startswith(kept))
+            self.assertEqual(len([json.loads(line) for line in log[len(kept):].splitlines()]), 7)
+
+    def test_a_log_of_whole_lines_is_added_to(self):
+        self.put("log", b'{"id":"before"}\n')
+        _, _, err = self.run_zel("run", "r.toml", "--manifest", "m.jsonl", "--log", "log")
+        self.assertNotIn("warning", err)
+        self.assertEqual(len(self.got("log").splitlines()), 8)
+
     def run_piped(self, stream, *words):
         done = subprocess.run([str(ZEL), "run", "r.toml", "--manifest", "-", *words], stdin=stream, cwd=self.dir,
                               env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=60)

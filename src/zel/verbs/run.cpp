@@ -1,21 +1,17 @@
 // zel run: a recipe for each scene of a manifest.
-#include <fcntl.h>
-#include <unistd.h>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
 
-#include <cerrno>
-#include <cstring>
 #include <memory>
 
+#include "archive/line_log.hpp"
 #include "archive/manifest.hpp"
 #include "archive/output_paths.hpp"
 #include "archive/run_recipe.hpp"
 #include "archive/scene_inputs.hpp"
 #include "archive/scene_workers.hpp"
 #include "base/failure.hpp"
-#include "base/progress.hpp"
 #include "base/report.hpp"
 #include "base/text.hpp"
 #include "command/verbs.hpp"
@@ -35,42 +31,6 @@ struct Options {
     int jobs = 1;
     bool shards = false;
     bool dryRun = false;
-};
-
-// Where the lines go, each at once.
-class LineLog {
-public:
-    explicit LineLog(const std::string& name) : name_(name.empty() ? "standard output" : name)
-    {
-        if (name.empty()) return;
-        descriptor_ = open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-        if (descriptor_ < 0)
-            throw Misuse("cannot write " + printable(name) + ": " + std::strerror(errno));
-    }
-    ~LineLog()
-    {
-        if (descriptor_ != STDOUT_FILENO) close(descriptor_);
-    }
-    LineLog(const LineLog&) = delete;
-    LineLog& operator=(const LineLog&) = delete;
-
-    void add(const Json& line)
-    {
-        const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-        clearProgress();
-        std::string_view rest = text;
-        while (!rest.empty()) {
-            const ssize_t written = write(descriptor_, rest.data(), rest.size());
-            if (written < 0 && errno == EINTR) continue;
-            if (written <= 0)
-                throw Failure("cannot write " + printable(name_) + ": " + std::strerror(errno));
-            rest.remove_prefix(static_cast<std::size_t>(written));
-        }
-    }
-
-private:
-    std::string name_;
-    int descriptor_ = STDOUT_FILENO;
 };
 
 struct Share {
