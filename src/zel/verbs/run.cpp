@@ -1,9 +1,8 @@
 // zel run: a recipe for each scene of a manifest.
-#ifdef __GLIBC__
+#include <memory>
+#ifdef __GLIBC__  // known from the header before
 #include <malloc.h>
 #endif
-
-#include <memory>
 
 #include "archive/line_log.hpp"
 #include "archive/manifest.hpp"
@@ -12,6 +11,7 @@
 #include "archive/scene_inputs.hpp"
 #include "archive/scene_workers.hpp"
 #include "base/failure.hpp"
+#include "base/progress.hpp"
 #include "base/report.hpp"
 #include "base/text.hpp"
 #include "command/verbs.hpp"
