@@ -6,6 +6,7 @@
 #include <cmath>
 #include <csignal>
 #include <ctime>
+#include <utility>
 
 #include "base/failure.hpp"
 #include "base/text.hpp"
@@ -143,6 +144,7 @@ void SceneWorkers::runAll(const std::vector<const ManifestScene*>& scenes, int a
             continue;
         }
         std::vector<const ChildProcess*> children;
+        children.reserve(workers_.size());
         for (const Worker& worker : workers_) children.push_back(&worker.child);
         const int ended = ChildProcess::waitForAny(children);
         if (ended >= 0) finish(static_cast<std::size_t>(ended));
@@ -153,10 +155,11 @@ int SceneWorkers::run(const std::vector<ManifestScene>& scenes)
 {
     const StopSignals signals;
     std::vector<const ManifestScene*> all;
+    all.reserve(scenes.size());
     for (const ManifestScene& scene : scenes) all.push_back(&scene);
     try {
         runAll(all, 1, jobs_);
-        const std::vector<const ManifestScene*> again = std::move(killed_);
+        const std::vector<const ManifestScene*> again = std::exchange(killed_, {});
         runAll(again, mostAttempts, 1);
         stop();
     } catch (...) {

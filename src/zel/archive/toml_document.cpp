@@ -54,9 +54,9 @@ Json canonicalJson(const TomlNode& node)
     case TomlNode::Kind::table:
         break;
     }
-    std::vector<std::pair<std::string, TomlNode>> members = node.members;
+    std::vector<TomlMember> members = node.members;
     std::sort(members.begin(), members.end(),
-              [](const auto& a, const auto& b) { return a.first < b.first; });
+              [](const auto& a, const auto& b) { return a.name < b.name; });
     Json table = Json::object();
     for (const auto& [name, member] : members) table[utf8(name)] = canonicalJson(member);
     return table;
@@ -80,10 +80,10 @@ TomlNode tableOf(const toml::table& from, const std::string& file)
     for (const auto& [key, value] : from) {
         TomlNode member = converted(value, file);
         setPlace(member, key.source());
-        table.members.emplace_back(std::string(key.str()), std::move(member));
+        table.members.push_back({std::string(key.str()), std::move(member)});
     }
     const auto place = [](const auto& member) {
-        return std::make_pair(member.second.line, member.second.column);
+        return std::make_pair(member.node.line, member.node.column);
     };
     std::stable_sort(table.members.begin(), table.members.end(),
                      [&](const auto& a, const auto& b) { return place(a) < place(b); });

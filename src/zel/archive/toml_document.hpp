@@ -2,12 +2,13 @@
 #pragma once
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/json.hpp"
 
 namespace zel_tool {
+
+struct TomlMember;
 
 struct TomlNode {
     enum class Kind { text, integer, number, flag, list, table };
@@ -17,12 +18,17 @@ struct TomlNode {
     long long integer = 0;
     double number = 0.0;
     bool flag = false;
-    std::vector<TomlNode> items;                            // of a list
-    std::vector<std::pair<std::string, TomlNode>> members;  // of a table, as they stand in the file
-    int line = 1;                                           // of its key, where it has one
+    std::vector<TomlNode> items;      // of a list
+    std::vector<TomlMember> members;  // of a table, as they stand in the file
+    int line = 1;                     // of its key, where it has one
     int column = 1;
 
     const TomlNode* find(const std::string& key) const;
+};
+
+struct TomlMember {
+    std::string name;
+    TomlNode node;
 };
 
 // "a text", "a number", for messages.

@@ -25,16 +25,15 @@ Kernel kernelOfPair(int place)
 template <class First>
 Kernel withArithmetic(int second, int place)
 {
-    namespace arithmetic = zel::arithmetic;
     switch (second) {
     case SUB:
-        return kernelOfPair<First, arithmetic::Subtract>(place);
+        return kernelOfPair<First, zel::arithmetic::Subtract>(place);
     case ADD:
-        return kernelOfPair<First, arithmetic::Add>(place);
+        return kernelOfPair<First, zel::arithmetic::Add>(place);
     case MUL:
-        return kernelOfPair<First, arithmetic::Multiply>(place);
+        return kernelOfPair<First, zel::arithmetic::Multiply>(place);
     case DIV:
-        return kernelOfPair<First, arithmetic::Divide>(place);
+        return kernelOfPair<First, zel::arithmetic::Divide>(place);
     default:
         return nullptr;
     }
