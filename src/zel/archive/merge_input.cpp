@@ -29,8 +29,9 @@ MergeKind kindOfLine(const MergeInput& input, const std::string& line)
     if (isMerged(value, "statistics")) return MergeKind::statistics;
     if (value.is_object() && value.contains("status")) return MergeKind::runLog;
     if (value.is_discarded() && line.starts_with("{\"id\"")) return MergeKind::runLog;
-    if (line.starts_with('{') || line.starts_with('[')) return MergeKind::statistics;
-    input.fail("is no run log, no statistics, no scene and no sample file");
+    if (!line.starts_with('{') && !line.starts_with('['))
+        input.fail("is no run log, no statistics, no scene and no sample file");
+    return MergeKind::statistics;
 }
 
 }  // namespace

@@ -68,7 +68,10 @@ std::string reasonOf(const Step& step, const Ended& ended)
 {
     std::string reason = join(messagesOf(ended, step.kind->verb, false), "; ");
     if (reason.empty()) reason = format("ended with status %d", ended.status);
-    if (reason.size() > longestReason) reason = reason.substr(0, longestReason) + " ...";
+    if (reason.size() > longestReason) {
+        reason.resize(longestReason);
+        reason += " ...";
+    }
     return step.title() + ": " + reason;
 }
 

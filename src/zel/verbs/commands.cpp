@@ -35,9 +35,11 @@ const Command* findCommand(const std::string& name)
 
 Command newCommand(const std::string& name)
 {
-    for (Command& command : described())
-        if (command.name == name) return std::move(command);
-    throw Misuse("unknown verb '" + name + "'");
+    std::vector<Command> all = described();
+    const auto found = std::find_if(all.begin(), all.end(),
+                                    [&](const Command& command) { return command.name == name; });
+    if (found == all.end()) throw Misuse("unknown verb '" + name + "'");
+    return std::move(*found);
 }
 
 const std::vector<Option>& commonOptions()
