@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The wrappers of examples/archive: 200 small scenes go through each that is installed and give the
-same bytes as through a plain loop, also when workers are killed and the run is resumed. Slurm, which has daemons and needs root, is run by ./dev archive."""
+same bytes as through a plain loop, also when workers are killed and the run is resumed. Slurm, which has
+daemons and needs root, is run by ./dev archive."""
 import os
 import shutil
 import sys

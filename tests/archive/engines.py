@@ -1,4 +1,5 @@
 """The engines that the wrappers are for: how each is started here, and whether it is installed."""
+import os
 import shutil
 import subprocess
 from pathlib import Path
@@ -20,8 +21,9 @@ def missing(name):
     if name == "dask":
         if not has_module("distributed"):
             return "python3-distributed is not installed"
-        return None if list((BIN.parent / "python" / "zel").glob("_core*")) else \
-            "the Python package is not built"
+        package = dict(os.environ, PYTHONPATH=str(BIN.parent / "python"))
+        loads = subprocess.run([PYTHON, "-c", "import zel"], env=package, capture_output=True).returncode == 0
+        return None if loads else "the Python package is not built, or needs a sanitizer to be loaded first"
     program = {"loop": "sh", "parallel": "parallel", "snakemake": "snakemake", "slurm": "slurmctld"}[name]
     if shutil.which(program) or Path("/usr/sbin", program).exists():
         return None
