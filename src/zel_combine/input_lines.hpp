@@ -42,7 +42,7 @@ private:
         ZELDeferredType* deferred = nullptr;  // and what it has to say
     };
 
-    bool isView() const { return file_->ZELComponent != nullptr; }
+    bool isView() const { return file_->numZELComponents > 1 && file_->ZELComponent; }
     void divide();
     int read(const Share& share) const;
     void readAhead();

@@ -13,8 +13,8 @@ namespace zel {
 // and reports them. -1, with errno, when a stream does not move.
 std::int64_t copyInSystem(FILE* from, FILE* to, std::int64_t size);
 
-// Asks for the space of a file of that size, where it comes cheaper at once than page by page. The
-// file stays as long as it is, and what cannot be had now is reported when it is written.
+// Asks for the space of a file of that size, where that is cheaper at once than page by page. The
+// file stays as long as it is. Space that is missing is reported when the file is written.
 void reserveSpace(FILE* file, std::int64_t size);
 
 }  // namespace zel
