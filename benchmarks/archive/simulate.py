@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """An archive on many workers, event by event: simulate.py [FILE]
 
-Runs every combination that inputs.toml names and writes the results as CSV (results.csv beside this
-program, or FILE). It takes some minutes.
+Runs every combination that inputs.toml names, on all processors, and writes the results as CSV
+(results.csv beside this program, or FILE). It takes some minutes.
 
 A worker asks the scheduler for a task, which serves one at a time. The task starts, then takes its
 scenes in turn: operations at the metadata server, which serves one scene at a time; bytes from and
@@ -16,6 +16,7 @@ import math
 import random
 import sys
 import tomllib
+from concurrent.futures import ProcessPoolExecutor
 from dataclasses import dataclass, replace
 from pathlib import Path
 
@@ -175,33 +176,33 @@ def sites(site, inputs):
     return found
 
 
-def row(names, site, work, workers, batch, inputs):
-    """A line of the results."""
-    run = Run(site, work, workers, batch, inputs["scenes"], inputs["spread"])
+def row(combination):
+    """A line of the results, for a (site, kind, batch, workers)."""
+    name, kind, batch, workers = combination
+    stated, works, inputs = read_inputs()
+    site = sites(stated, inputs)[name]
+    run = Run(site, works[kind], workers, batch, inputs["scenes"], inputs["spread"])
     seconds = run.seconds()
-    limits = bounds(site, work, workers, batch)
+    limits = bounds(site, works[kind], workers, batch)
     limit = min(limits, key=limits.get)
     return dict(zip(FIELDS, [
-        *names, batch, workers, "%.3f" % (seconds / 3600), "%.0f" % (inputs["scenes"] / seconds * 3600),
+        *combination, "%.3f" % (seconds / 3600), "%.0f" % (inputs["scenes"] / seconds * 3600),
         "%.0f" % (limits[limit] * 3600), limit, "%.3f" % (run.storage.total / site.storage / seconds),
         "%.3f" % (run.metadata.busy / seconds), "%.3f" % (run.scheduler.busy / seconds)]))
 
 
 def combinations(inputs):
-    """(site, kind, batch, workers) of every result; fewer numbers of workers for the other sites."""
-    for name in ("stated", *inputs["other_sites"]):
-        workers = inputs["workers" if name == "stated" else "workers_of_other_sites"]
-        yield from itertools.product([name], inputs["kinds"], inputs["batches"], workers)
+    """(site, kind, batch, workers) of every result."""
+    names = ("stated", *inputs["other_sites"])
+    return itertools.product(names, inputs["kinds"], inputs["batches"], inputs["workers"])
 
 
 def main(path=HERE / "results.csv"):
-    stated, works, inputs = read_inputs()
-    found = sites(stated, inputs)
-    with open(path, "w", newline="") as file:
+    with open(path, "w", newline="") as file, ProcessPoolExecutor() as processes:
         table = csv.DictWriter(file, FIELDS, lineterminator="\n")
         table.writeheader()
-        for name, kind, batch, workers in combinations(inputs):
-            table.writerow(row((name, kind), found[name], works[kind], workers, batch, inputs))
+        for line in processes.map(row, combinations(read_inputs()[2])):
+            table.writerow(line)
             file.flush()
 
 

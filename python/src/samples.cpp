@@ -161,8 +161,11 @@ void addCommands(CommandStruct& to, const Commands& commands, const std::string&
         if (!expression.empty()) {
             int status = ZEL_PARSE_OK;
             entry->Condition = parseCondition(expression.c_str(), &status, 1, definitions.ListHead);
-            if (!entry->Condition)
-                throw LibraryError(kind + " '" + label + "': " + ParseErrorMsgs[status]);
+            if (!entry->Condition) {
+                std::string reason = kind;
+                reason.append(" '").append(label).append("': ").append(ParseErrorMsgs[status]);
+                throw LibraryError(reason);
+            }
         }
         entry->Label = copyOf(label);
     }
