@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "archive/manifest_line.hpp"
 #include "base/json.hpp"
 
 namespace zel_tool {
@@ -12,6 +13,8 @@ namespace zel_tool {
 struct ManifestScene {
     std::string id;
     std::string line;  // JSON
+    long long number;  // of the line
+    bool isParsed;
 
     Json json() const { return Json::parse(line); }
 };
@@ -23,17 +26,26 @@ struct UnreadFile {
 };
 
 struct Manifest {
+    std::string name;                   // to show
     std::vector<ManifestScene> scenes;  // by id
+    std::vector<ManifestScene> others;  // of other shares
     std::vector<UnreadFile> unread;     // by path
 };
 
-// "-" is standard input; look gets each scene, in the order of the file. Throws Misuse, with the
-// line.
-using LookAtScene = std::function<void(const std::string& id, const Json& scene)>;
-Manifest readManifest(const std::string& file, const LookAtScene& look);
+// Whether all lines are parsed, or only those of which no outline can be seen.
+enum class Reading { whole, outlines };
+
+// "-" is standard input; look gets each scene that is parsed, in the order of the file. Throws
+// Misuse, with the line.
+using LookAtScene = std::function<void(const SceneOutline& scene)>;
+Manifest readManifest(const std::string& file, Reading how, const LookAtScene& look);
+
+// The scenes that were not parsed: those of the share are now, of the others the outline is enough.
+// Throws Misuse, with the line.
+void lookAtOutlined(const Manifest& manifest, const LookAtScene& own, const LookAtScene& other);
 
 // The part of a manifest for shard number of count, from 1: every count-th scene. The first has
-// the files that could not be read.
+// the files that could not be read. The rest are the others.
 void keepShard(Manifest& manifest, long long number, long long count);
 
 // The number of groups of that many scenes, at least one; and one of them, from 1.

@@ -9,9 +9,10 @@
 namespace zel_tool {
 namespace {
 
-// All names of a scene; those of an output that is beside another too.
+// All names of a scene; those of an output that is beside another too. A scene without one of the
+// fields has no outputs: it fails when it is run.
 std::vector<std::string> namesFor(const RunRecipe& recipe, const Json& scene)
-{
+try {
     std::vector<std::string> names;
     for (const RecipeOutput& output : recipe.outputs) {
         const std::string name = output.path.of(scene);
@@ -23,6 +24,8 @@ std::vector<std::string> namesFor(const RunRecipe& recipe, const Json& scene)
                     names.push_back(name + made.name.substr(output.name.size()));
     }
     return names;
+} catch (const Failure&) {
+    return {};
 }
 
 // The path without ".", ".." and repeated slashes, seen from a directory.
@@ -41,27 +44,41 @@ OutputPaths::OutputPaths(const RunRecipe& recipe, const std::string& root)
       here_(std::filesystem::current_path().string()),
       root_(normal(here_, root + "/"))
 {
-    for (const auto& [name, path] : recipe.files) read_.insert(normal(here_, path));
+    for (const auto& [name, path] : recipe.files) addRead(path);
 }
 
-void OutputPaths::add(const std::string& id, const Json& scene)
+// Of the paths that are read those below the root matter.
+void OutputPaths::addRead(const std::string& path)
 {
-    for (const Json& file : scene["files"])
-        read_.insert(normal(here_, file["path"].get<std::string>()));
-    std::vector<std::string> names;
-    try {
-        names = namesFor(recipe_, scene);
-    } catch (const Failure&) {
-        return;  // a scene without one of the fields fails when it is run
-    }
-    for (const std::string& name : names) {
+    std::string whole = normal(here_, path);
+    if (whole.starts_with(root_)) read_.insert(std::move(whole));
+}
+
+void OutputPaths::refuseTwice(const std::string& name, const std::string& first,
+                              const std::string& second)
+{
+    if (!twice_.empty()) return;
+    twice_ = printable(name) + " would be written for " +
+             (first == second ? "two outputs of " + printable(first)
+                              : printable(first) + " and for " + printable(second));
+}
+
+void OutputPaths::add(const SceneOutline& scene)
+{
+    const std::string id = scene.fields["id"];
+    for (const std::string& path : scene.paths) addRead(path);
+    for (const std::string& name : namesFor(recipe_, scene.fields)) {
         const auto [owner, isNew] = owners_.emplace(name, id);
-        if (isNew || !twice_.empty()) continue;
-        const bool isOwn = owner->second == id;
-        twice_ = printable(name) + " would be written for " +
-                 (isOwn ? "two outputs of " + printable(id)
-                        : printable(owner->second) + " and for " + printable(id));
+        if (!isNew) refuseTwice(name, owner->second, id);
     }
+}
+
+void OutputPaths::compare(const SceneOutline& other)
+{
+    for (const std::string& path : other.paths) addRead(path);
+    for (const std::string& name : namesFor(recipe_, other.fields))
+        if (const auto owner = owners_.find(name); owner != owners_.end())
+            refuseTwice(name, owner->second, other.fields["id"]);
 }
 
 void OutputPaths::check() const

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "archive/manifest_line.hpp"
 #include "archive/run_recipe.hpp"
 
 namespace zel_tool {
@@ -14,12 +15,18 @@ public:
     OutputPaths(const RunRecipe& recipe, const std::string& root);
 
     // Takes in a scene of the manifest.
-    void add(const std::string& id, const Json& scene);
+    void add(const SceneOutline& scene);
+
+    // Looks at a scene of another share beside those that were added.
+    void compare(const SceneOutline& other);
 
     // Throws Misuse where two outputs have one name, or one is a file that is read.
     void check() const;
 
 private:
+    void addRead(const std::string& path);
+    void refuseTwice(const std::string& name, const std::string& first, const std::string& second);
+
     const RunRecipe& recipe_;
     std::string here_;
     std::string root_;

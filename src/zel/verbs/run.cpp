@@ -61,7 +61,6 @@ Share shareOf(const Options& o, const Manifest& manifest)
 
 void keepShare(const Options& o, Manifest& manifest)
 {
-    if (o.shard.empty()) return;
     const Share share = shareOf(o, manifest);
     if (o.batch > 0)
         keepGroup(manifest, share.number, o.batch);
@@ -159,8 +158,16 @@ Work prepare(const Options& o)
         throw Misuse(printable(o.recipe) + ": " + failure.what());
     }
     OutputPaths outputs(work.recipe, o.place.root);
-    work.manifest = readManifest(
-        o.manifest, [&](const std::string& id, const Json& scene) { outputs.add(id, scene); });
+    const bool isShare = !o.shard.empty() && !o.shards;
+    work.manifest = readManifest(o.manifest, isShare ? Reading::outlines : Reading::whole,
+                                 [&](const SceneOutline& scene) { outputs.add(scene); });
+    if (isShare) {
+        keepShare(o, work.manifest);
+        lookAtOutlined(
+            work.manifest, [&](const SceneOutline& scene) { outputs.add(scene); },
+            [&](const SceneOutline& scene) { outputs.compare(scene); });
+        work.manifest.others.clear();
+    }
     outputs.check();
     return work;
 }
@@ -184,7 +191,6 @@ int run(const Options& o)
             put(format("%lld\n", groupCount(work.manifest, o.batch)));
             return statusDone;
         }
-        keepShare(o, work.manifest);
         returnMemory();
         if (!o.dryRun) log = std::make_unique<LineLog>(o.log);
     } catch (const Misuse& misuse) {
