@@ -99,15 +99,17 @@ def measure_kind(zel, name, directory, rounds, start):
 
 
 def measure_start(zel, directory, rounds):
-    """The start of a task, for which nothing is to be done but to read the whole manifest."""
+    """The start of a task of one scene: what it does of the whole manifest before that."""
     line = json.loads((directory / "files.jsonl").read_text())
     with open(directory / "large.jsonl", "w", encoding="utf-8") as manifest:
         for number in range(LARGE):
             manifest.write(json.dumps(dict(line, id="scene-%06d" % number), separators=(",", ":")) + "\n")
-    command = [zel, "run", "grid.toml", "--manifest", "large.jsonl", "--batch", "10", "--shards"]
+    command = [zel, "run", "grid.toml", "--manifest", "large.jsonl", "--dry-run", "--shard",
+               "1/%d" % LARGE]
     best = min(seconds(command, directory) for _ in range(rounds))
     print("start_seconds = %.2f, %d scenes of %d bytes" % (best, LARGE, len(json.dumps(line))))
     command[command.index("large.jsonl")] = "files.jsonl"
+    command[-1] = "1/1"
     if shutil.which("strace"):
         start = operations(command, directory)
         print("start_operations = %d" % start)

@@ -1,5 +1,6 @@
 #include "archive/run_record.hpp"
 
+#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -114,7 +115,9 @@ std::optional<Json> recordInside(const std::string& output, Form form)
         const Hush hush;
         const std::optional<std::string> text = textInside(output, form);
         return text ? parsed(*text) : std::nullopt;
-    } catch (const Failure&) {
+    } catch (const Failure& failure) {
+        // Where memory runs out nothing is known of the record.
+        if (std::strstr(failure.what(), "cannot allocate")) throw;
         return std::nullopt;
     }
 }
