@@ -5,10 +5,11 @@ import json
 import os
 import random
 import signal
+import subprocess
 import time
 import unittest
 
-from zel_case import main
+from zel_case import ZEL, main
 from run_case import RunCase, children_of, kill, scene_id, wait_for
 from zelfile import Channel, Line, ZelFile
 
@@ -175,6 +176,72 @@ class Killed(KillCase):
         self.assertEqual([self.ended(run)[0] for run in runs], [0, 0, 0])
         self.assertEqual(self.tree(), self.want)
         self.assertEqual(self.temporaries(), [])
+
+
+PARTS = """format = 1
+
+[inputs]
+fine = { resolution = 30 }
+base = { resolution = 60 }
+
+[[steps]]
+verb = "combine"
+file = ["fine", "base"]
+container = true
+output = "parts"
+
+[outputs]
+parts = "{id}.zel"
+"""
+
+
+class KilledAtTheEnd(RunCase):
+    """A container has its record in a file beside it: there are moments with one of both."""
+
+    def setUp(self):
+        super().setUp()
+        self.make_archive(range(1, 13))
+        self.recipe(PARTS)
+        self.run_recipe("--root", "plain")
+        self.recipe(PARTS.replace("resolution = 30 }", 'resolution = 30, kind = "file" }'), "new.toml")
+
+    def killed_when(self, condition, recipe="r.toml"):
+        """Kills all processes of a run as soon as that is so."""
+        process = subprocess.Popen([str(ZEL), "run", recipe, "--manifest", "m.jsonl", "--root", "out",
+                                    "--skip-existing", "--log", "log"], cwd=self.dir, env=self.env,
+                                   stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, start_new_session=True)
+        while not condition() and process.poll() is None:
+            pass
+        if process.poll() is None:
+            os.killpg(process.pid, signal.SIGKILL)
+        process.communicate(timeout=60)
+
+    def resume(self, recipe="r.toml"):
+        status, _, err = self.run_zel("run", recipe, "--manifest", "m.jsonl", "--root", "out", "--skip-existing")
+        self.assertEqual(status, 0, err)
+        self.assertEqual(self.temporaries(), [])
+
+    def test_an_output_without_its_record_is_made_again(self):
+        for day in range(1, 13):
+            self.killed_when((self.dir / "out" / (scene_id(day) + ".zel")).exists)
+        self.resume()
+        self.assertEqual(self.tree(), self.tree("plain"))
+
+    def test_an_output_that_was_being_replaced_is_made_again(self):
+        self.resume()
+        for day in range(1, 13):
+            output = self.dir / "out" / (scene_id(day) + ".zel")
+            before = output.stat().st_ino
+            self.killed_when(lambda o=output, b=before: o.stat().st_ino != b, "new.toml")
+        self.resume("new.toml")
+        self.run_recipe("--root", "again", recipe="new.toml")
+        self.assertEqual(self.tree(), self.tree("again"))
+
+    def test_a_record_before_its_output_does_not_stand_for_it(self):
+        self.resume()
+        os.unlink(self.dir / "out" / (scene_id(3) + ".zel"))
+        self.resume()
+        self.assertEqual(self.tree(), self.tree("plain"))
 
 
 class KilledScene(KillCase):

@@ -205,22 +205,35 @@ private:
         }
     }
 
-    // The record beside an output is of that output at all times: it goes before the output is
-    // replaced, and comes after it.
+    static void give(const std::string& name, const std::string& file)
+    {
+        if (rename(file.c_str(), name.c_str()) != 0)
+            throw Failure("cannot write " + printable(name) + ": " + std::strerror(errno));
+    }
+
+    void giveRecord(const Target& target, const Json& record, const ScratchDirectory& scratch) const
+    {
+        OutputFile file(scratch.path(target.name + ".run.json"), Overwrite::yes);
+        file.write(jsonText(record));
+        file.commit();
+        give(recordBeside(target.path), scratch.path(target.name + ".run.json"));
+    }
+
+    // A run may be killed between an output and the record beside it, so the record comes first.
+    // While an older output is there, it has no key: the output is of a run, and is made again.
     void publish(const Target& target, const ScratchDirectory& scratch) const
     {
         const std::string made = scratch.path(target.name);
-        const std::string beside = recordBeside(target.path);
         const bool holdsRecord = hasKey(recordInside(made, target.form), record_);
-        unlink(beside.c_str());
-        if (rename(made.c_str(), target.path.c_str()) != 0)
-            throw Failure("cannot write " + printable(target.path) + ": " + std::strerror(errno));
-        if (holdsRecord) return;
-        OutputFile file(scratch.path(target.name + ".run.json"), Overwrite::yes);
-        file.write(jsonText(record_));
-        file.commit();
-        if (rename(scratch.path(target.name + ".run.json").c_str(), beside.c_str()) != 0)
-            throw Failure("cannot write " + printable(beside) + ": " + std::strerror(errno));
+        const bool isNew = !exists(target.path);
+        Json first = record_;
+        if (!isNew) first["key"] = nullptr;
+        if (!holdsRecord) giveRecord(target, first, scratch);
+        give(target.path, made);
+        if (holdsRecord)
+            unlink(recordBeside(target.path).c_str());
+        else if (!isNew)
+            giveRecord(target, record_, scratch);
     }
 
     const RunRecipe& recipe_;
