@@ -79,6 +79,16 @@ class RunLogs(MergeTest):
         self.assertEqual(self.merged([more], [less]), [more])
         self.assertEqual(self.merged([less], [more]), [more])
 
+    def test_files_that_could_not_be_read_stay_after_the_scenes(self):
+        scene, second = line(7), line(8, "failed")
+        files = [json.dumps({"id": None, "status": "failed", "start": None, "file": f, "recipe": "r"})
+                 for f in ("a.zel", "scene-007", "z.zel")]
+        once = self.merged([files[2], scene], [files[0], files[1], second], [files[0]])
+        self.assertEqual(once, [scene, second, *files])
+        self.merge("log0", "log1", "log2", err="zel merge: out: 2 scenes, 1 done, 0 skipped, 1 failed, "
+                   "3 unreadable files\n")
+        self.assertEqual(self.merged(files, [second, scene]), once)
+
     def test_any_split_in_any_order_gives_the_same_bytes(self):
         for seed in range(5):
             chance = random.Random(seed)
@@ -104,7 +114,7 @@ class RunLogs(MergeTest):
 
     def test_a_cut_last_line_is_left_out_with_a_warning(self):
         self.put("a", (line(1) + "\n" + line(2)[:20]).encode())
-        self.put("b", b'{"id":"scene-0')
+        self.put("b", b'{"i')
         self.assertEqual(self.merge("a", "b", err="zel merge: a: warning: the last line is cut; it is left out\n"
                                     "zel merge: b: warning: the last line is cut; it is left out\n"
                                     "zel merge: out: 1 scene, 1 done, 0 skipped, 0 failed\n"),
@@ -122,7 +132,8 @@ class RunLogs(MergeTest):
 
     def test_another_line_that_is_damaged_is_an_error_with_its_place(self):
         for bad in ['{"id":"x","st', "[]", '{"id":"x","status":"maybe"}', '{"id":"","status":"done"}',
-                    '{"status":"done"}', '{"id":3,"status":"done"}', "\xff".encode("latin-1").decode("latin-1")]:
+                    '{"status":"done"}', '{"id":3,"status":"done"}', '{"id":null,"status":"failed"}',
+                    '{"id":"","file":"a","status":"failed"}', "\xff".encode("latin-1").decode("latin-1")]:
             self.put_log("a", [line(1), bad, line(2)])
             self.refuses(["a"], "a: line 2: is no line of a run log")
 

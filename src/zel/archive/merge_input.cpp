@@ -28,7 +28,10 @@ MergeKind kindOfLine(const MergeInput& input, const std::string& line)
     if (isMerged(value, "histograms")) return MergeKind::histograms;
     if (isMerged(value, "statistics")) return MergeKind::statistics;
     if (value.is_object() && value.contains("status")) return MergeKind::runLog;
-    if (value.is_discarded() && line.starts_with("{\"id\"")) return MergeKind::runLog;
+    const std::string_view begin = "{\"id\"";
+    if (value.is_discarded() &&
+        (line.starts_with(begin) || (input.isCut() && begin.starts_with(line))))
+        return MergeKind::runLog;
     if (!line.starts_with('{') && !line.starts_with('['))
         input.fail("is no run log, no statistics, no scene and no sample file");
     return MergeKind::statistics;

@@ -25,12 +25,14 @@ void MergedLog::addLine(const MergeInput& input, const std::string& line)
         warn(input.file(), "the last line is cut; it is left out");
         return;
     }
-    const std::string id = value.is_object() ? textAt(value, "id") : "";
-    const std::string status = value.is_object() ? textAt(value, "status") : "";
+    if (!value.is_object()) input.failAtLine("is no line of a run log");
+    const bool isFile = value.contains("id") && value["id"].is_null();
+    const std::string name = textAt(value, isFile ? "file" : "id");
+    const std::string status = textAt(value, "status");
     const int rank = rankOf(status);
-    if (id.empty() || rank < 0) input.failAtLine("is no line of a run log");
+    if (name.empty() || rank < 0) input.failAtLine("is no line of a run log");
     Entry entry{rank, textAt(value, "start"), line, status};
-    Entry& best = best_[{id, textAt(value, "recipe")}];
+    Entry& best = best_[{isFile, name, textAt(value, "recipe")}];
     if (best.line.empty() ||
         std::tie(best.rank, best.start, best.line) < std::tie(entry.rank, entry.start, entry.line))
         best = std::move(entry);
@@ -45,10 +47,17 @@ void MergedLog::add(MergeInput& input)
     }
 }
 
-std::size_t MergedLog::withStatus(const std::string& status) const
+std::size_t MergedLog::scenes() const
 {
     return static_cast<std::size_t>(std::count_if(
-        best_.begin(), best_.end(), [&](const auto& e) { return e.second.status == status; }));
+        best_.begin(), best_.end(), [](const auto& e) { return !std::get<0>(e.first); }));
+}
+
+std::size_t MergedLog::withStatus(const std::string& status) const
+{
+    return static_cast<std::size_t>(std::count_if(best_.begin(), best_.end(), [&](const auto& e) {
+        return !std::get<0>(e.first) && e.second.status == status;
+    }));
 }
 
 }  // namespace zel_tool

@@ -81,6 +81,7 @@ std::string mergeLogs(const Options& o, OutputFile& output)
     std::string text = countText(log.scenes(), "scene");
     for (const char* status : {"done", "skipped", "failed"})
         text += format(", %zu %s", log.withStatus(status), status);
+    if (log.unread() > 0) text += ", " + countText(log.unread(), "unreadable file");
     return text;
 }
 
