@@ -3,6 +3,7 @@
 import hashlib
 import json
 import os
+import shutil
 import struct
 import subprocess
 import unittest
@@ -327,6 +328,37 @@ class Files(Case):
             {"file": "nothing", "error": "No such file or directory"},
             {"file": "pipe", "error": "is not a regular file"},
             {"file": "text", "error": "corrupt header: number of components 1163555684 at offset 17"}])
+
+    def test_what_has_the_name_of_a_scene_is_not_left_out(self):
+        self.put("empty.zel", b"")
+        self.put("zeros.ZEL", bytes(5000))
+        self.put("zeros.bin", bytes(5000))
+        self.put("zel", b"")
+        os.symlink("gone", self.dir / "link.zel")
+        lines = self.lines(".", status=1)
+        self.assertEqual([x["file"] for x in lines], ["./empty.zel", "./link.zel", "./zeros.ZEL"])
+        self.assertEqual(lines[1]["error"], "No such file or directory")
+
+    @unittest.skipUnless(os.geteuid() == 0 and shutil.which("setpriv"), "needs another user")
+    def test_a_file_in_a_directory_that_may_not_be_read_is_a_line(self):
+        self.put("a.dat", scene_at(12.0))
+        os.chmod(self.dir / "a.dat", 0)
+        os.chmod(self.dir, 0o755)
+        tool = self.dir / "zel"
+        shutil.copy(ZEL, tool)
+        done = subprocess.run(["setpriv", "--reuid", "65534", "--clear-groups", str(tool), "scenes", "."],
+                              cwd=self.dir, env=self.env, stdout=subprocess.PIPE, timeout=60)
+        self.assertEqual((done.returncode, done.stdout),
+                         (1, b'{"file":"./a.dat","error":"Permission denied"}\n'))
+
+    def test_a_name_that_a_manifest_cannot_hold_is_a_line(self):
+        with open(os.fsencode(self.dir) + b"/\xe9t\xe9.zel", "wb") as file:
+            file.write(scene_at(12.0).bytes())
+        self.put("\u00e9t\u00e9 2.zel", scene_at(12.0))
+        scene, bad = self.lines(".", status=1)
+        self.assertEqual([f["path"] for f in scene["files"]], ["./\u00e9t\u00e9 2.zel"])
+        self.assertEqual(bad, {"file": "./\u00e9t\u00e9.zel",
+                               "error": "the name is not UTF-8, and a manifest cannot hold it"})
 
     def test_a_damaged_file_is_a_line_and_the_others_go_on(self):
         whole = self.put("whole.zel", scene_at(12.0))

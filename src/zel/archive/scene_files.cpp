@@ -55,7 +55,8 @@ private:
     {
         struct stat status {};
         if (stat(path.c_str(), &status) != 0) {
-            if (isNamed) failed_.push_back({path, true, std::strerror(errno)});
+            if (isNamed || hasNameOfScene(path))
+                failed_.push_back({path, true, std::strerror(errno)});
             return;
         }
         const Identity identity{status.st_dev, status.st_ino};
@@ -100,6 +101,13 @@ std::vector<std::string> namesFromInput(char separator)
 }
 
 }  // namespace
+
+bool hasNameOfScene(const std::string& path)
+{
+    const std::string_view ending = ".zel";
+    return path.size() > ending.size() &&
+           equalIgnoringCase(std::string_view(path).substr(path.size() - ending.size()), ending);
+}
 
 std::vector<NamedFile> filesNamed(const std::vector<std::string>& operands, char separator)
 {

@@ -1,5 +1,9 @@
 // zel scenes: a manifest of the scenes in an archive.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <new>
 #include <optional>
@@ -41,11 +45,30 @@ struct Archive {
     std::vector<BadFile> bad;
 };
 
+// What has no bytes to look at may be a scene; that it cannot be read is said.
+bool cannotBeRead(const std::string& path)
+{
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0) return errno != ENOENT;
+    char byte = 0;
+    const bool failed = read(file, &byte, 1) < 0;
+    close(file);
+    return failed;
+}
+
+bool mayBeScene(const NamedFile& file)
+{
+    return file.isNamed || beginsLikeScene(file.path) || hasNameOfScene(file.path) ||
+           cannotBeRead(file.path);
+}
+
 void readInto(Archive& archive, HeaderReader& reader, const NamedFile& file)
 {
     try {
         if (!file.error.empty()) throw Failure(file.error);
-        if (!file.isNamed && !beginsLikeScene(file.path)) return;
+        if (!mayBeScene(file)) return;
+        if (utf8(file.path) != file.path)
+            throw Failure("the name is not UTF-8, and a manifest cannot hold it");
         archive.files.push_back(reader.read(file.path));
     } catch (const Failure& failure) {
         archive.bad.push_back({file.path, failure.what()});
