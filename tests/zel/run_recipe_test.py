@@ -148,7 +148,12 @@ class WrongRecipe(RunCase):
                 ("/tmp/{id}", "'/tmp/{id}' is no name below the root"),
                 ("../{id}", "'../{id}' is no name below the root"),
                 ("{id}/", "'{id}/' is no name below the root"), ("", "'' is no name below the root"),
-                ("a//{id}", "'a//{id}' is no name below the root")):
+                ("a//{id}", "'a//{id}' is no name below the root"),
+                ("a/./{id}", "'a/./{id}' is no name below the root"),
+                ("{id}\\n.zel", "'{id} .zel' has a control character"),
+                ("{id}\\u0000", "'{id}\\x00' has a control character"),
+                (".zel-run-{id}/a", "'.zel-run-{id}/a' has a name that begins with a dot"),
+                ("a/.{id}", "'a/.{id}' has a name that begins with a dot")):
             self.recipe(RECIPE.replace("{year}/{day:03}/{id}.zel", template))
             self.refuses("r.toml:14:1: output 'grid': " + message)
 

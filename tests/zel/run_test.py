@@ -1,16 +1,26 @@
 #!/usr/bin/env python3
 """zel run: what is made of each scene, in which shares, and what a second run does."""
+import fcntl
 import hashlib
 import json
 import os
+import resource
+import signal
 import struct
 import subprocess
+import time
 import zlib
 
 from zel_case import ZEL, main, read_png
 from combine_scenes import scene
 from run_case import EVERY, RECIPE, RunCase, scene_id
 from zelfile import parse
+
+
+def limit_files(size):
+    """In a child: no file grows beyond that, and a write there is an error."""
+    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
 
 
 class Outputs(RunCase):
@@ -177,17 +187,26 @@ class Shares(RunCase):
     def test_wrong_shares(self):
         see = "; see zel run --help"
         for words, message in (
-                (["--shard", "0/3"], "--shard 0/3 is not of the form 3/10"),
-                (["--shard", "4/3"], "--shard 4/3 is not of the form 3/10"),
+                (["--shard", "0/3"], "--shard 0/3: there are shards 1 to 3"),
+                (["--shard", "4/3"], "--shard 4/3: there are shards 1 to 3"),
+                (["--shard", "1/0"], "--shard 1/0 is not of the form 3/10"),
                 (["--shard", "2"], "--shard 2 is not of the form 3/10"),
                 (["--shard", "1/3x"], "--shard 1/3x is not of the form 3/10"),
+                (["--batch", "3", "--shard", "x"], "--shard x is not of the form 3 or 3/10"),
                 (["--batch", "3", "--shard", "4"], "--shard 4: there are shards 1 to 3"),
                 (["--batch", "3", "--shard", "1/4"], "with --batch 3 there are 3 shards, not 4"),
                 (["--shards"], "--shards needs --batch" + see),
-                (["--batch", "-1"], "--batch takes a number of scenes" + see),
+                (["--batch", "-1"], "--batch takes a number of scenes from 1" + see),
+                (["--batch", "0"], "--batch takes a number of scenes from 1" + see),
                 (["--jobs", "0"], "--jobs takes 1 to 500" + see)):
             self.refuses(message, *words)
         self.fails("run r.toml", "zel run: --manifest is required" + see, 2)
+
+    def test_a_share_whose_number_is_missing_is_not_the_whole_archive(self):
+        """As a script gives it whose variable is not set."""
+        self.refuses("--shard '' is not of the form 3/10", "--shard", "")
+        self.refuses("--shard '' is not of the form 3 or 3/10", "--batch", "3", "--shard", "")
+        self.refuses("--batch takes a number of scenes from 1; see zel run --help", "--batch", "")
 
     def test_manifest_on_standard_input_and_log(self):
         with open(self.dir / "m.jsonl", "rb") as stream:
@@ -198,7 +217,7 @@ class Shares(RunCase):
         self.assertEqual([line["status"] for line in lines], ["done"] * 7 + ["skipped"] * 7)
 
     def test_a_cut_last_line_of_a_log_is_removed(self):
-        whole = b'{"id":"before"}\n'
+        whole = b'{"id":"before","status":"done"}\n'
         for kept, cut in ((whole, b'{"id":"cu'), (b"", b'{"id"'), (whole * 400, b"x" * 9000)):
             self.put("log", kept + cut)
             status, _, err = self.run_zel("run", "r.toml", "--manifest", "m.jsonl", "--log", "log", "--skip-existing")
@@ -209,10 +228,52 @@ class Shares(RunCase):
             self.assertEqual(len([json.loads(line) for line in log[len(kept):].splitlines()]), 7)
 
     def test_a_log_of_whole_lines_is_added_to(self):
-        self.put("log", b'{"id":"before"}\n')
+        self.put("log", b'{"id":"before","status":"done"}\n')
         _, _, err = self.run_zel("run", "r.toml", "--manifest", "m.jsonl", "--log", "log")
         self.assertNotIn("warning", err)
         self.assertEqual(len(self.got("log").splitlines()), 8)
+
+    def test_a_file_that_is_no_log_is_left_as_it_is(self):
+        manifest = self.got("m.jsonl")
+        for data in (manifest, manifest[:-1], manifest.splitlines()[0], self.got("in/1_fine.zel"), b"format = 1\n# x",
+                     b"{}\n", b"[]", b"\n", b'{"idea'):
+            self.put("precious", data)
+            self.refuses("precious is there and is no run log; it is left as it is", "--log", "precious")
+
+    def test_a_line_that_does_not_fit_on_the_disk_leaves_the_log_whole(self):
+        """The limit on the size of a file lets through a part of the second line."""
+        self.run_zel("run", "r.toml", "--manifest", "m.jsonl", "--shard", "1/7", "--log", "log")
+        one = self.got("log")
+        words = [str(ZEL), "run", "r.toml", "--manifest", "m.jsonl", "--shard", "2/7", "--skip-existing"]
+        self.run_zel(*words[1:])
+        done = subprocess.run(words + ["--log", "log"], cwd=self.dir, env=self.env, stdin=subprocess.DEVNULL,
+                              stderr=subprocess.PIPE, timeout=60, preexec_fn=lambda: limit_files(len(one) + 100))
+        self.assertEqual((done.returncode, done.stderr), (1, b"zel run: cannot write log: File too large\n"))
+        self.assertEqual(self.got("log"), one)
+
+    def test_a_line_that_another_run_is_writing_is_not_taken_for_a_cut_one(self):
+        with open(self.dir / "log", "ab", buffering=0) as other:
+            fcntl.flock(other, fcntl.LOCK_EX)
+            other.write(b'{"id":"other","sta')
+            run = self.start("--log", "log", "--shard", "1/7")
+            time.sleep(0.5)
+            other.write(b'tus":"done"}\n')
+        self.assertEqual((run.communicate(timeout=60)[1], run.returncode), (b"zel run: 1 done, 0 skipped, 0 failed\n", 0))
+        lines = [json.loads(line) for line in self.got("log").splitlines()]
+        self.assertEqual([line["id"] for line in lines], ["other", scene_id(1)])
+
+    def test_more_open_files_than_can_be_waited_for(self):
+        files = [os.open("/dev/null", os.O_RDONLY) for _ in range(1100)]
+        try:
+            done = subprocess.run([str(ZEL), "run", "r.toml", "--manifest", "m.jsonl"], cwd=self.dir, env=self.env,
+                                  stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
+                                  timeout=60, pass_fds=files)
+        finally:
+            for file in files:
+                os.close(file)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"cannot make a pipe: too many open files\n", done.stderr)
+        self.assertNotIn(b"killed", done.stderr)
 
     def run_piped(self, stream, *words):
         done = subprocess.run([str(ZEL), "run", "r.toml", "--manifest", "-", *words], stdin=stream, cwd=self.dir,
@@ -337,6 +398,17 @@ class Failing(RunCase):
         err = self.run_zel("run", "r.toml", "--manifest", "m.jsonl")[2]
         self.assertEqual(err, "zel run: %s: in/2_fine.zel: No such file or directory\n"
                               "zel run: 1 done, 0 skipped, 1 failed\n" % scene_id(2))
+
+    def test_a_name_that_a_parameter_file_cannot_hold(self):
+        """There is a scene whose name is the first word of that of another: it is not sampled instead."""
+        self.make_archive([1])
+        os.rename(self.dir / "in" / "1_fine.zel", self.dir / "in" / "a b.zel")
+        os.rename(self.dir / "in" / "1_base.zel", self.dir / "in" / "a")
+        self.make_manifest()
+        self.recipe('format = 1\n[inputs]\nfine = { resolution = "finest" }\n[[steps]]\nverb = "sample"\n'
+                    'file = "few.par"\ninput = "fine"\noutput = "s"\n[outputs]\ns = "{id}.feat"\n')
+        line = self.run_recipe("--root", "out", status=1)[scene_id(1)]
+        self.assertEqual(line["reason"], "'in/a b.zel': the name of a sampled file has no blanks")
 
     def test_later_steps_name_files_as_the_recipe_does(self):
         self.make_archive([1])

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <string_view>
 
 #include "base/json.hpp"
 
@@ -12,7 +13,8 @@ namespace zel_tool {
 class LineLog {
 public:
     // Adds to the file; with an empty name, prints. A last line without an end, which was cut when
-    // a machine was lost, is removed with a warning: the next one would continue it. Throws Misuse.
+    // a machine was lost, is removed with a warning: the next one would continue it. Throws Misuse,
+    // also for a file that is no run log, which is left as it is.
     explicit LineLog(const std::string& name);
     ~LineLog();
     LineLog(const LineLog&) = delete;
@@ -22,7 +24,9 @@ public:
     void add(const Json& line);
 
 private:
+    void requireLog() const;
     void dropCutLine();
+    void append(std::string_view text);
 
     std::string name_;
     int descriptor_ = STDOUT_FILENO;

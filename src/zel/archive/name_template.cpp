@@ -64,13 +64,18 @@ long long hourOf(const std::string& start)
     return hour;
 }
 
-// Nothing is written outside of the root, or under a name that hides.
-void requireInside(const std::string& name)
+// Nothing is written outside of the root. Names with a dot before them are those of directories in
+// which a run works and which it removes.
+std::string faultOf(const std::string& name)
 {
-    for (const std::string& part : split(name, '/'))
-        if (part.empty() || part == "." || part == "..")
-            throw Failure("'" + printable(name) + "' is no name below the root");
-    if (name.find('\0') != std::string::npos) throw Failure("a name holds a NUL");
+    const std::vector<std::string> parts = split(name, '/');
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; };
+    if (std::any_of(parts.begin(), parts.end(),
+                    [](const auto& part) { return part.empty() || part == "." || part == ".."; }))
+        return " is no name below the root";
+    if (std::any_of(parts.begin(), parts.end(), [](const auto& part) { return part[0] == '.'; }))
+        return " has a name that begins with a dot";
+    return std::any_of(name.begin(), name.end(), isControl) ? " has a control character" : "";
 }
 
 }  // namespace
@@ -95,11 +100,8 @@ NameTemplate::NameTemplate(const std::string& text)
         sample += c;
         at += c == '{' || c == '}' ? 2 : 1;
     }
-    try {
-        requireInside(sample);
-    } catch (const Failure&) {
-        throw Misuse("'" + printable(text) + "' is no name below the root");
-    }
+    const std::string fault = faultOf(sample);
+    if (!fault.empty()) throw Misuse("'" + printable(text) + "'" + fault);
 }
 
 void NameTemplate::addField(const std::string& field)
@@ -140,7 +142,8 @@ std::string NameTemplate::of(const Json& scene) const
         else
             name += value->get<std::string>();
     }
-    requireInside(name);
+    const std::string fault = faultOf(name);
+    if (!fault.empty()) throw Failure("'" + printable(name) + "'" + fault);
     return name;
 }
 

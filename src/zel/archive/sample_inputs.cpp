@@ -32,7 +32,11 @@ std::string withInputs(const std::string& parameterFile, const std::vector<std::
     for (std::string line; std::getline(stream, line);)
         text += (namesInput(line) ? "#" : line) + "\n";
     if (!stream.eof()) throw Failure(printable(parameterFile) + ": " + std::strerror(errno));
-    for (const std::string& input : inputs) text += "inputfilename " + input + "\n";
+    for (const std::string& input : inputs) {
+        if (input.find_first_of(" \t\r\n\v\f") != std::string::npos)
+            throw Failure("'" + printable(input) + "': the name of a sampled file has no blanks");
+        text += "inputfilename " + input + "\n";
+    }
     OutputFile file(copy, Overwrite::yes);
     file.write(text);
     file.commit();

@@ -46,7 +46,8 @@ int work(const Step& step, const std::vector<std::string>& words, const std::str
     StopSignals::leaveToSystem();
     if (!redirect(messages, output)) return statusProblem;
     const int status = runVerb(step, words);
-    return finishOutput() ? status : statusProblem;
+    const bool whole = finishOutput() && (output.empty() || fsync(STDOUT_FILENO) == 0);
+    return whole ? status : statusProblem;
 }
 
 // Messages without "zel calc: ": warnings, or all others.

@@ -132,6 +132,11 @@ ChildProcess::ChildProcess(Orphan orphan, const std::function<int(int descriptor
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0)
         throw Failure(format("cannot make a pipe: %s", std::strerror(errno)));
+    pipe_ = Pipe(ends[0]);
+    if (ends[0] >= FD_SETSIZE) {  // waitForAny could not wait for it
+        close(ends[1]);
+        throw Failure("cannot make a pipe: too many open files");
+    }
     std::fflush(nullptr);
     const pid_t parent = getpid();
     id_ = fork();
@@ -143,7 +148,6 @@ ChildProcess::ChildProcess(Orphan orphan, const std::function<int(int descriptor
     }
     const int error = errno;
     close(ends[1]);
-    pipe_ = Pipe(ends[0]);
     if (id_ < 0) throw Failure(format("cannot start a process: %s", std::strerror(error)));
 }
 

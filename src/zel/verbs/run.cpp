@@ -1,4 +1,5 @@
 // zel run: a recipe for each scene of a manifest.
+#include <climits>
 #include <memory>
 #ifdef __GLIBC__  // known from the header before
 #include <malloc.h>
@@ -20,14 +21,16 @@ namespace zel_tool {
 namespace {
 
 constexpr int mostJobs = 500;
+constexpr int notGiven = INT_MIN;
+constexpr const char* allShards = "all";
 
 struct Options {
     std::string recipe;
     std::string manifest;
-    std::string shard;
+    std::string shard = allShards;
     std::string log;
     RunPlace place;
-    int batch = 0;
+    int batch = notGiven;
     int jobs = 1;
     bool shards = false;
     bool dryRun = false;
@@ -49,10 +52,12 @@ Share shareOf(const Options& o, const Manifest& manifest)
         isGood = isGood && parseInteger(o.shard.substr(slash + 1), share.count);
     else
         share.count = groups;
-    if (!isGood || share.number < 1 || share.count < 1 || share.number > share.count)
-        throw Misuse("--shard " + printable(o.shard) +
-                     (groups > 0 ? format(": there are shards 1 to %lld", groups)
-                                 : std::string(" is not of the form 3/10")));
+    const std::string text = "--shard " + (o.shard.empty() ? "''" : printable(o.shard));
+    if (!isGood || share.count < 1)
+        throw Misuse(text + " is not of the form " + (groups > 0 ? "3 or " : "") + "3/10");
+    if (share.number < 1 || share.number > share.count)
+        throw Misuse(text +
+                     format(": there are shards 1 to %lld", groups > 0 ? groups : share.count));
     if (groups > 0 && share.count != groups)
         throw Misuse(format("with --batch %d there are %lld shards, not %lld", o.batch, groups,
                             share.count));
@@ -61,6 +66,7 @@ Share shareOf(const Options& o, const Manifest& manifest)
 
 void keepShare(const Options& o, Manifest& manifest)
 {
+    if (o.shard == allShards) return;
     const Share share = shareOf(o, manifest);
     if (o.batch > 0)
         keepGroup(manifest, share.number, o.batch);
@@ -72,8 +78,8 @@ void checkOptions(const Options& o)
 {
     if (o.manifest.empty()) throw Misuse("--manifest is required");
     if (o.jobs < 1 || o.jobs > mostJobs) throw Misuse(format("--jobs takes 1 to %d", mostJobs));
-    if (o.batch < 0) throw Misuse("--batch takes a number of scenes");
-    if (o.shards && o.batch == 0) throw Misuse("--shards needs --batch");
+    if (o.batch != notGiven && o.batch < 1) throw Misuse("--batch takes a number of scenes from 1");
+    if (o.shards && o.batch == notGiven) throw Misuse("--shards needs --batch");
     if (o.place.root.empty()) throw Misuse("--root takes a directory");
 }
 
