@@ -66,7 +66,6 @@ Share shareOf(const Options& o, const Manifest& manifest)
 
 void keepShare(const Options& o, Manifest& manifest)
 {
-    if (o.shard == allShards) return;
     const Share share = shareOf(o, manifest);
     if (o.batch > 0)
         keepGroup(manifest, share.number, o.batch);
@@ -164,7 +163,7 @@ Work prepare(const Options& o)
         throw Misuse(printable(o.recipe) + ": " + failure.what());
     }
     OutputPaths outputs(work.recipe, o.place.root);
-    const bool isShare = !o.shard.empty() && !o.shards;
+    const bool isShare = o.shard != allShards && !o.shards;
     work.manifest = readManifest(o.manifest, isShare ? Reading::outlines : Reading::whole,
                                  [&](const SceneOutline& scene) { outputs.add(scene); });
     if (isShare) {
