@@ -4,6 +4,7 @@
 Without the address of a scheduler two worker processes are started here. Run it again to resume.
 """
 import json
+import os
 import sys
 from pathlib import Path
 
@@ -15,14 +16,17 @@ import zel.dask
 def client(address):
     if address:
         return Client(address)
-    return Client(LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None))
+    return Client(LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=":0"))
 
 
 def main(recipe, manifest, out, batch="10", scheduler=None):
     with client(scheduler) as workers:
         scenes = zel.dask.run(manifest, recipe, workers, root=out, batch=int(batch))
-    with open(Path(out) / "run.jsonl", "w", encoding="utf-8") as log:
-        log.writelines(json.dumps(scene) + "\n" for scene in scenes)
+    log = Path(out) / "run.jsonl"
+    log.parent.mkdir(parents=True, exist_ok=True)
+    part = log.with_suffix(".part")
+    part.write_text("".join(json.dumps(scene, separators=(",", ":")) + "\n" for scene in scenes), encoding="utf-8")
+    os.replace(part, log)
     return 1 if any(scene["status"] == "failed" for scene in scenes) else 0
 
 

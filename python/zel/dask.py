@@ -4,6 +4,7 @@ The arrays of scenes are in chunks by `zel.xarray`; here a worker sees no array,
 """
 from __future__ import annotations
 
+import functools
 import json
 import os
 import shutil
@@ -19,7 +20,8 @@ def run(manifest: str | os.PathLike[str], recipe: str | os.PathLike[str], client
     """Runs a recipe on all scenes of a manifest; returns the record of each, in the order of ids.
 
     `client` is a `distributed.Client`. Workers need the command `zel` on their PATH, and manifest,
-    recipe and `root`, below which the outputs are, under the same paths. A task has `batch` scenes.
+    recipe, scenes and `root`, below which the outputs are, under the same paths; relative ones are
+    seen from the current directory of the caller. A task has `batch` scenes.
     When its process is killed, or its worker is lost, it runs again; what is there is not made
     again. So a run that was interrupted is resumed by the same call.
 
@@ -31,22 +33,22 @@ def run(manifest: str | os.PathLike[str], recipe: str | os.PathLike[str], client
     count = int(_output([*words, "--shards"]))
     more = ["--skip-existing", "--root", os.path.abspath(root)]
     tasks = [[*words, "--shard", "%d/%d" % (task, count), *more] for task in range(1, count + 1)]
-    lines = client.gather(client.map(_lines, tasks, retries=retries, pure=False))
+    lines = client.gather(client.map(functools.partial(_lines, os.getcwd()), tasks, retries=retries, pure=False))
     records = [json.loads(line) for task in lines for line in task]
     return sorted(records, key=lambda record: str(record["id"]))
 
 
-def _lines(words: list[str]) -> list[str]:
+def _lines(directory: str, words: list[str]) -> list[str]:
     """The records of a task. Its process ends with the worker that started it."""
     if shutil.which("setpriv"):
         words = ["setpriv", "--pdeathsig", "TERM", "--", *words]
-    return _output(words).splitlines()
+    return _output(words, directory if os.path.isdir(directory) else None).splitlines()
 
 
-def _output(words: list[str]) -> str:
+def _output(words: list[str], directory: str | None = None) -> str:
     """What a process prints. Status 1 means that some scenes failed, which their records say."""
     done = subprocess.run(words, stdin=subprocess.DEVNULL, capture_output=True, text=True,
-                          check=False)
+                          check=False, cwd=directory)
     if done.returncode == 2:
         raise ValueError(done.stderr.strip())
     if done.returncode not in (0, 1):

@@ -2,14 +2,16 @@
 """The wrappers of examples/archive: 200 small scenes go through each that is installed and give the
 same bytes as through a plain loop, also when workers are killed and the run is resumed. Slurm, which has
 daemons and needs root, is run by ./dev archive."""
+import json
 import os
 import shutil
+import subprocess
 import sys
 import tempfile
 import unittest
 from pathlib import Path
 
-from small_archive import BIN, expected_ids, left_over, make_archive, outcome, outputs
+from small_archive import Archive, BIN, expected_ids, left_over, make_archive, outcome, outputs
 import engines
 import kills
 
@@ -75,6 +77,19 @@ class Killed:
         self.assertGreater(dead, 0)
         run_whole(self.name, out)
         self.same_as_plain(out)
+
+    def test_relative_names_and_a_file_that_cannot_be_read(self):
+        """The tasks of an engine may run in another directory than the engine."""
+        here = Shared.dir / ("relative_" + self.name)
+        archive = make_archive(here, 3)
+        (here / "scenes" / "cut.zel").write_bytes((here / "scenes" / "day001_30m.zel").read_bytes()[:2000])
+        listed = subprocess.run(["zel", "scenes", "scenes", "-o", "relative.jsonl"], cwd=here, env=archive.env)
+        self.assertEqual(listed.returncode, 1)
+        relative = Archive(Path("relative.jsonl"), archive.recipe, archive.env)
+        engines.run(self.name, relative, here / "out", 2, Shared.dir / (self.name + ".log"))
+        with open(here / "out" / "run.jsonl", encoding="utf-8") as log:
+            said = {(r["id"] or r["file"]): r["status"] for r in map(json.loads, log)}
+        self.assertEqual(said, {**dict.fromkeys(expected_ids(3), "done"), "scenes/cut.zel": "failed"})
 
 
 class Engine(Killed):

@@ -38,7 +38,7 @@ def words(name, archive, out, batch):
     if name == "snakemake":
         return ["snakemake", "-s", str(WRAPPERS / "Snakefile"), "--directory", str(out), "--cores", "2",
                 "--keep-going", "--rerun-incomplete", "--nolock", "--config",
-                "recipe=" + common[0], "manifest=" + common[1], "batch=" + common[3]]
+                "from=%s" % Path(out).parent, "recipe=" + common[0], "manifest=" + common[1], "batch=" + common[3]]
     if name == "dask":
         return [PYTHON, str(WRAPPERS / "dask_run.py"), *common]
     if name == "slurm":  # the wrapper comes back at once

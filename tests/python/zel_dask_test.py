@@ -8,6 +8,7 @@ import zel.dask
 # A command that stands for zel: 3 shards, each with two scenes; how it ends is in a file for each.
 PROGRAM = """#!/bin/sh
 echo "$@" >>"$PLACE/calls"
+pwd >>"$PLACE/places"
 case " $* " in
 *" --shards "*) [ ! -e "$PLACE/wrong" ] || { echo "wrong recipe" >&2; exit 2; }; echo 3; exit 0 ;;
 esac
@@ -61,6 +62,23 @@ def test_records_of_all_tasks_come_in_the_order_of_ids(program, tmp_path):
     assert calls[1] == (
         "run %s/r.toml --manifest %s/m.jsonl --batch 2 --shard 1/3 --skip-existing --root %s/out"
         % (here, here, here))
+
+
+def test_tasks_run_in_the_directory_of_the_caller(program, tmp_path):
+    """Names in a manifest may be relative; a worker may have been started anywhere."""
+    (tmp_path / "elsewhere").mkdir()
+
+    class Worker(Client):
+        def call(self, function, task, retries):
+            here = os.getcwd()
+            os.chdir(tmp_path / "elsewhere")
+            try:
+                return super().call(function, task, retries)
+            finally:
+                os.chdir(here)
+
+    zel.dask.run("m.jsonl", "r.toml", Worker(), batch=2, program=program)
+    assert set((tmp_path / "places").read_text().splitlines()) == {str(tmp_path)}
 
 
 def test_a_task_that_is_killed_runs_again(program, tmp_path):
