@@ -7,6 +7,6 @@ recipe=$1 manifest=$2 out=$3 batch=${4:-10} jobs=${5:-100%}
 
 tasks=$(zel run "$recipe" --manifest "$manifest" --batch "$batch" --shards)
 mkdir -p "$out/logs"
-seq "$tasks" | parallel --will-cite --jobs "$jobs" --joblog "$out/parallel.log" \
+seq "$tasks" | parallel --quote --will-cite --jobs "$jobs" --joblog "$out/parallel.log" \
     "$here/task.sh" "$recipe" "$manifest" "$out" "$batch" {} "$tasks"
 "$here/finish.sh" "$out"

@@ -78,16 +78,16 @@ class Killed:
         run_whole(self.name, out)
         self.same_as_plain(out)
 
-    def test_relative_names_and_a_file_that_cannot_be_read(self):
+    def test_relative_names_with_blanks_and_a_file_that_cannot_be_read(self):
         """The tasks of an engine may run in another directory than the engine."""
-        here = Shared.dir / ("relative_" + self.name)
+        here = Shared.dir / ("names of " + self.name)
         archive = make_archive(here, 3)
         (here / "scenes" / "cut.zel").write_bytes((here / "scenes" / "day001_30m.zel").read_bytes()[:2000])
-        listed = subprocess.run(["zel", "scenes", "scenes", "-o", "relative.jsonl"], cwd=here, env=archive.env)
+        listed = subprocess.run(["zel", "scenes", "scenes", "-o", "a manifest.jsonl"], cwd=here, env=archive.env)
         self.assertEqual(listed.returncode, 1)
-        relative = Archive(Path("relative.jsonl"), archive.recipe, archive.env)
-        engines.run(self.name, relative, here / "out", 2, Shared.dir / (self.name + ".log"))
-        with open(here / "out" / "run.jsonl", encoding="utf-8") as log:
+        relative = Archive(Path("a manifest.jsonl"), archive.recipe, archive.env)
+        engines.run(self.name, relative, here / "an out", 2, Shared.dir / (self.name + ".log"))
+        with open(here / "an out" / "run.jsonl", encoding="utf-8") as log:
             said = {(r["id"] or r["file"]): r["status"] for r in map(json.loads, log)}
         self.assertEqual(said, {**dict.fromkeys(expected_ids(3), "done"), "scenes/cut.zel": "failed"})
 
