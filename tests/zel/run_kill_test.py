@@ -248,14 +248,15 @@ class KilledScene(KillCase):
     """The first scene takes so long that a busy machine, too, finds it running."""
     lines_of_first = 12000
 
-    def kill_first(self, which, times):
-        """Kills the process of the first scene, or of its step, that many times."""
+    def kill_first(self, which, times, number=signal.SIGKILL):
+        """Sends a signal to the process of the first scene, or of its step, that many times."""
         process = self.start("--root", "out", "--log", "log")
         pair = wait_for(lambda: self.running_step(process))
-        kill(pair[which])
+        kill(pair[which], number)
         if times > 1:
             wait_for(lambda: (self.dir / "log").exists() and len(self.got("log").splitlines()) == SCENES - 1)
-            kill(wait_for(lambda: self.running_step(process))[which])
+            pair = wait_for(lambda: self.running_step(process))
+            kill(pair[which], number)
         status, _, err = self.ended(process)
         lines = [json.loads(x) for x in self.got("log").decode().splitlines()]
         os.unlink(self.dir / "log")
@@ -282,6 +283,25 @@ class KilledScene(KillCase):
             self.assertEqual([line["status"] for line in lines[:-1]], ["done"] * (SCENES - 1))
         lines = self.resume()
         self.assertEqual(lines[scene_id(1)]["status"], "done")
+
+    def test_a_signal_that_only_a_scene_or_its_step_gets_is_a_kill(self):
+        for which in (0, 1):
+            for number in (signal.SIGTERM, signal.SIGINT):
+                status, lines, err = self.kill_first(which, 1, number)
+                self.assertEqual((status, err), (0, "zel run: 6 done, 0 skipped, 0 failed\n"))
+                self.assertEqual([line["status"] for line in lines], ["done"] * SCENES)
+                self.assertEqual((lines[-1]["id"], lines[-1]["attempts"]), (scene_id(1), 2))
+                self.assertEqual((self.tree(), self.temporaries()), (self.want, []))
+
+    def test_a_signal_that_a_scene_gets_twice_is_reported(self):
+        for which in (0, 1):
+            status, lines, err = self.kill_first(which, 2, signal.SIGTERM)
+            self.assertEqual((status, err), (1, "zel run: %s: killed by SIGTERM\n"
+                                                "zel run: 5 done, 0 skipped, 1 failed\n" % scene_id(1)))
+            self.assertEqual((lines[-1]["id"], lines[-1]["status"], lines[-1]["attempts"], lines[-1]["reason"]),
+                             (scene_id(1), "failed", 2, "killed by SIGTERM"))
+            self.assertEqual((lines[-1]["outputs"], self.temporaries()), ([], []))
+            self.require_whole()
 
 
 if __name__ == "__main__":
