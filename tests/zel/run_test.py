@@ -263,14 +263,11 @@ class Shares(RunCase):
         self.assertEqual([line["id"] for line in lines], ["other", scene_id(1)])
 
     def test_more_open_files_than_can_be_waited_for(self):
-        files = [os.open("/dev/null", os.O_RDONLY) for _ in range(1100)]
-        try:
-            done = subprocess.run([str(ZEL), "run", "r.toml", "--manifest", "m.jsonl"], cwd=self.dir, env=self.env,
-                                  stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
-                                  timeout=60, pass_fds=files)
-        finally:
-            for file in files:
-                os.close(file)
+        opens = ("import os, sys; null = os.open('/dev/null', os.O_RDONLY); "
+                 "[os.dup2(null, n) for n in range(3, 1100)]; os.execv(sys.argv[1], sys.argv[1:])")
+        done = subprocess.run([sys.executable, "-c", opens, str(ZEL), "run", "r.toml", "--manifest", "m.jsonl"],
+                              cwd=self.dir, env=self.env, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.PIPE, timeout=60)
         self.assertEqual(done.returncode, 1)
         self.assertIn(b"cannot make a pipe: too many open files\n", done.stderr)
         self.assertNotIn(b"killed", done.stderr)
