@@ -171,6 +171,16 @@ class Killed(KillCase):
         lines = self.resume()
         self.assertEqual({line["status"] for line in lines.values()}, {"skipped"})
 
+    def test_a_link_with_the_name_of_what_a_run_leaves_is_not_followed(self):
+        (self.dir / "other").mkdir()
+        self.put("other/precious", b"kept")
+        (self.dir / "out" / "001").mkdir(parents=True)
+        (self.dir / "out" / "001" / (".zel-run-" + scene_id(1))).symlink_to(self.dir / "other")
+        for words in ([], ["--skip-existing"]):
+            self.run_recipe("--root", "out", *words)
+            self.assertEqual(self.got("other/precious"), b"kept")
+        self.require_whole_but_temporaries()
+
     def test_two_runs_of_the_same_scenes_do_no_harm(self):
         runs = [self.start("--root", "out") for _ in range(3)]
         self.assertEqual([self.ended(run)[0] for run in runs], [0, 0, 0])

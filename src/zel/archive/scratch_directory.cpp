@@ -18,13 +18,17 @@ namespace {
 
 constexpr int attempts = 10;
 
-// Files only; it holds no directories.
-void removeFiles(const std::string& path)
+constexpr int asDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+// Files only; it holds no directories. They are those of the directory that is open, whatever has its
+// name by now.
+void removeFiles(int opened)
 {
-    const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(path.c_str()), closedir);
+    const int own = openat(opened, ".", asDirectory);
+    if (own < 0) return;
+    const std::unique_ptr<DIR, int (*)(DIR*)> directory(fdopendir(own), closedir);
     if (!directory) return;
-    while (const dirent* entry = readdir(directory.get()))
-        unlink((path + "/" + entry->d_name).c_str());
+    while (const dirent* entry = readdir(directory.get())) unlinkat(own, entry->d_name, 0);
 }
 
 // Another run may have removed the directory between its opening and the lock.
@@ -32,7 +36,7 @@ bool isStillThere(int descriptor, const std::string& path)
 {
     struct stat opened {};
     struct stat named {};
-    return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &named) == 0 &&
+    return fstat(descriptor, &opened) == 0 && lstat(path.c_str(), &named) == 0 &&
            opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
@@ -43,7 +47,8 @@ std::string nameFor(const std::string& parent, const std::string& id)
 
 }  // namespace
 
-// Whoever has the lock has the directory. Where there are no locks, the name is new.
+// Whoever has the lock has the directory. Where there are no locks, the name is new. A link is never
+// followed: what it leads to is not ours to empty.
 bool ScratchDirectory::take(const std::string& path)
 {
     for (int i = 0; i < attempts; ++i) {
@@ -51,7 +56,7 @@ bool ScratchDirectory::take(const std::string& path)
         if (!isNew && errno != EEXIST)
             throw Failure(
                 format("cannot create %s: %s", printable(path).c_str(), std::strerror(errno)));
-        lock_ = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        lock_ = open(path.c_str(), asDirectory);
         const bool locked = lock_ >= 0 && flock(lock_, LOCK_EX | LOCK_NB) == 0;
         const bool isHeld = !locked && errno == EWOULDBLOCK;
         if (lock_ >= 0 && isStillThere(lock_, path) && (locked || (isNew && !isHeld))) {
@@ -70,12 +75,12 @@ ScratchDirectory::ScratchDirectory(const std::string& parent, const std::string&
     const std::string path = nameFor(parent, id);
     if (!take(path) && !take(path + format("-%ld", static_cast<long>(getpid()))))
         throw Failure("cannot lock " + printable(path));
-    removeFiles(path_);
+    removeFiles(lock_);
 }
 
 ScratchDirectory::~ScratchDirectory()
 {
-    removeFiles(path_);
+    removeFiles(lock_);
     rmdir(path_.c_str());
     if (lock_ >= 0) close(lock_);
 }
