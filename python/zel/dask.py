@@ -33,7 +33,8 @@ def run(manifest: str | os.PathLike[str], recipe: str | os.PathLike[str], client
     count = int(_output([*words, "--shards"]))
     more = ["--skip-existing", "--root", os.path.abspath(root)]
     tasks = [[*words, "--shard", "%d/%d" % (task, count), *more] for task in range(1, count + 1)]
-    lines = client.gather(client.map(functools.partial(_lines, os.getcwd()), tasks, retries=retries, pure=False))
+    work = functools.partial(_lines, os.getcwd())
+    lines = client.gather(client.map(work, tasks, retries=retries, pure=False))
     records = [json.loads(line) for task in lines for line in task]
     return sorted(records, key=lambda record: str(record["id"]))
 

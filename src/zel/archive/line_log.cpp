@@ -108,8 +108,8 @@ LineLog::~LineLog()
     if (descriptor_ != STDOUT_FILENO) close(descriptor_);
 }
 
-// A name that was mistaken is no reason to damage a manifest or a scene. A log that this process may
-// write but not read has lines that it cannot judge.
+// A name that was mistaken is no reason to damage a manifest or a scene. What this process may
+// write but not read it cannot judge.
 void LineLog::requireLog() const
 {
     if ((fcntl(descriptor_, F_GETFL) & O_ACCMODE) == O_WRONLY) return;

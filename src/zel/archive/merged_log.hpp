@@ -9,9 +9,10 @@
 
 namespace zel_tool {
 
-// A line of JSON for each scene and recipe, and for each file that could not be read. Of several the one stays that says most: done before
-// skipped before failed, then the later start, then the greater text. That is the greatest of a
-// total order, so that neither the order of logs nor their grouping counts.
+// A line of JSON for each scene and recipe, and for each file that could not be read. Of several
+// the one stays that says most: done before skipped before failed, then the later start, then the
+// greater text. That is the greatest of a total order, so that neither the order of logs nor their
+// grouping counts.
 class MergedLog {
 public:
     // A last line that is cut, as a worker that was killed leaves it, is left out with a warning.

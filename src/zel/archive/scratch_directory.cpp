@@ -20,8 +20,8 @@ constexpr int attempts = 10;
 
 constexpr int asDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-// Files only; it holds no directories. They are those of the directory that is open, whatever has its
-// name by now.
+// Files only; it holds no directories. They are those of the directory that is open, whatever has
+// its name by now.
 void removeFiles(int opened)
 {
     const int own = openat(opened, ".", asDirectory);
@@ -47,8 +47,8 @@ std::string nameFor(const std::string& parent, const std::string& id)
 
 }  // namespace
 
-// Whoever has the lock has the directory. Where there are no locks, the name is new. A link is never
-// followed: what it leads to is not ours to empty.
+// Whoever has the lock has the directory. Where there are no locks, the name is new. A link is
+// never followed: what it leads to is not ours to empty.
 bool ScratchDirectory::take(const std::string& path)
 {
     for (int i = 0; i < attempts; ++i) {
