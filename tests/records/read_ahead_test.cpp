@@ -5,11 +5,13 @@
 #include <stdio.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "ground/memory.hpp"
 #include "records/walk.hpp"
@@ -138,6 +140,41 @@ TEST_F(Reading, NothingIsReadBeyondTheLimit)
     Bytes read(2 * blockSize);
     EXPECT_EQ(ahead_.take(stream_.get(), read.data(), blockSize + 101), blockSize + 100);
     EXPECT_EQ(std::ftell(stream_.get()), static_cast<long>(blockSize) + 100);
+}
+
+// Bytes 251 apart are equal.
+TEST_F(Reading, BytesAreTakenAgainWhereBothTheyAndThoseBeforeAreHere)
+{
+    open(blockSize + 600);
+    EXPECT_FALSE(ahead_.takeRepeated(251));
+    Bytes read(251);
+    ahead_.take(stream_.get(), read.data(), 251);
+    EXPECT_FALSE(ahead_.takeRepeated(250));
+    EXPECT_FALSE(ahead_.takeRepeated(252));
+    EXPECT_TRUE(ahead_.takeRepeated(251));
+    EXPECT_EQ(ahead_.lead(), blockSize - 502);
+    for (std::size_t left = blockSize - 502; left >= 251; left -= 251)
+        EXPECT_TRUE(ahead_.takeRepeated(251)) << left;
+    EXPECT_EQ(ahead_.lead(), blockSize % 251);
+    EXPECT_FALSE(ahead_.takeRepeated(251));
+}
+
+// Zeros before the block, and those of the block before, are no bytes that were read.
+TEST_F(Reading, BytesThatWereNotReadAreNotTakenAgain)
+{
+    writeFile(dir_.path("zeros"), Bytes(blockSize + 100));
+    stream_.reset(std::fopen(dir_.path("zeros").c_str(), "rb"));
+    const auto kept = std::make_unique<std::pair<std::array<char, 64>, ReadAhead>>();
+    ReadAhead& ahead = kept->second;
+    Bytes read(blockSize);
+    ahead.take(stream_.get(), read.data(), 60);
+    EXPECT_FALSE(ahead.takeRepeated(61));
+    EXPECT_TRUE(ahead.takeRepeated(60));
+    ahead.take(stream_.get(), read.data(), blockSize - 120);
+    ahead.take(stream_.get(), read.data(), 60);
+    EXPECT_EQ(ahead.lead(), 40U);
+    EXPECT_FALSE(ahead.takeRepeated(41));
+    EXPECT_TRUE(ahead.takeRepeated(40));
 }
 
 TEST_F(Reading, AFileThatIsCutShortIsReportedAtTheField)

@@ -239,6 +239,7 @@ public:
         zel::walkHistogram(*this, *memory<ZELHistogramType>(1));
     }
     void slot(ZELType&, int) {}
+    bool repeats(ZELType&, int) { return false; }
 
     void pixels(const ZELType& file, int slot)
     {

@@ -1,6 +1,8 @@
 #include "lines/file_reader.hpp"
 
+#include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "blocks/zel_histogram.hpp"
 #include "blocks/zel_lut.hpp"
@@ -10,6 +12,7 @@
 #include "lines/channel_records.hpp"
 #include "lines/zel_navigate.hpp"
 #include "records/mask_seam.hpp"
+#include "records/slot.hpp"
 #include "zel_door.h"
 #include "zel_io.h"
 #include "zel_lut.h"
@@ -157,6 +160,22 @@ void FileReader::slot(ZELType& file, int slot)
         since(141) ? position() - file_.fileOffset : position() - headerBegin_ + surplus_;
     checkHeaderLength(length);
     file.HeaderOffset = static_cast<int32_t>(length);
+}
+
+// Nearly all slots of a full header are absent, and their records are equal; from 1.32 on nothing
+// of them depends on the index. The last one is always read: what is wrong with the header as a
+// whole is reported at its last field.
+bool FileReader::repeats(ZELType& file, int slot)
+{
+    const std::int64_t size = position() - std::exchange(slotBegin_, position());
+    if (slot == 0 || slot + 1 == file.ZELHeader.MaxNumChan || listener()) return false;
+    const ZELChannelType& before = file.Channels[slot - 1];
+    if (!since(132) || before.ChannelPresentFlag || hasBlocks(before)) return false;
+    if (file.HeaderOffset + size > INT32_MAX || !takeRepeated(size)) return false;
+    // GCC assigns as much as this by a string instruction, which takes longer.
+    std::copy_n(&before, 1, &file.Channels[slot]);
+    file.HeaderOffset += static_cast<int32_t>(size);
+    return true;
 }
 
 void FileReader::checkHeaderLength(std::int64_t length)

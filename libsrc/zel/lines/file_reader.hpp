@@ -36,6 +36,7 @@ public:
     void mask(ZELChannelType& channel);
     void histogram(const ZELType& file, ZELHistogramType*& histogram);
     void slot(ZELType& file, int slot);
+    bool repeats(ZELType& file, int slot);
 
 private:
     float findVersion();
@@ -43,6 +44,7 @@ private:
 
     ZELType& file_;
     std::int64_t headerBegin_ = 0;
+    std::int64_t slotBegin_ = 0;
     std::int64_t surplus_ = 0;  // what old headers count for their blocks beside their bytes
 };
 

@@ -35,6 +35,7 @@ public:
         ZELWriteHistogram(&file, histogram);
     }
     void slot(ZELType&, int) {}
+    bool repeats(ZELType&, int) { return false; }
 
 private:
     ZELType& file_;

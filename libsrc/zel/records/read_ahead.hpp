@@ -33,6 +33,16 @@ public:
         next_ += size;
         return block_.data() + next_ - size;
     }
+    // Takes the next bytes if they are those taken last once more. False when they are not, or not
+    // all of both are here.
+    bool takeRepeated(std::size_t size)
+    {
+        if (size > lead() || size > next_) return false;
+        const unsigned char* next = block_.data() + next_;
+        if (std::memcmp(next, next - size, size) != 0) return false;
+        next_ += size;
+        return true;
+    }
     // Puts back what was taken last, as far as it is still here. False when it is not, or nothing
     // is.
     bool putBack(std::int64_t size)

@@ -162,6 +162,8 @@ constexpr void walkHistogram(Walker& w, ZELHistogramType& histogram)
 //     walker.counts(file);                          the counts of the header are there
 //     walker.channel(channel);                      the fixed part of a channel record is there
 //     walker.slot(file, slot);                      all of a channel record is there
+// and may pass over a channel record:
+//     walker.repeats(file, slot);                   it is that of the slot before once more
 
 template <class Walker>
 constexpr void walkHeader(Walker& w, ZELType& f)
@@ -214,7 +216,8 @@ template <class Walker>
 constexpr void walkFile(Walker& w, ZELType& f)
 {
     walkHeader(w, f);
-    for (int slot = 0; slot < f.ZELHeader.MaxNumChan; ++slot) walkSlot(w, f, slot);
+    for (int slot = 0; slot < f.ZELHeader.MaxNumChan; ++slot)
+        if (!w.repeats(f, slot)) walkSlot(w, f, slot);
 }
 
 // A line record up to its navigation points.

@@ -18,6 +18,12 @@ inline ZELChannelType& slotOf(ZELType* file, int slot, const char* function)
     return file->Channels[slot];
 }
 
+// Whether a slot has blocks of its own, in use or not.
+inline bool hasBlocks(const ZELChannelType& c)
+{
+    return c.Mask || c.TableList.NumTables != 0 || c.ChannelHistogram || c.ChannelStandardHistogram;
+}
+
 // A channel and the slot that it is in.
 template <class Channel>
 struct PresentChannel {

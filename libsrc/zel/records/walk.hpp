@@ -201,6 +201,15 @@ protected:
         position_ += static_cast<std::int64_t>(sizeof value);
         return true;
     }
+    // Takes as many bytes again as a record before them has, if they are the same. False, with
+    // nothing taken, when they are not, or were not read ahead.
+    bool takeRepeated(std::int64_t size)
+    {
+        if (!ahead_ || size > remaining() || !ahead_->takeRepeated(static_cast<std::size_t>(size)))
+            return false;
+        position_ += size;
+        return true;
+    }
     template <class T>
     void show(const char* name, const T* values, int count)
     {
