@@ -12,6 +12,7 @@
 #include "records/mask_seam.hpp"
 #include "records/release_seam.hpp"
 #include "records/scaling_table.hpp"
+#include "records/slot.hpp"
 #include "zel_ancillary.h"
 #include "zel_histogram.h"
 #include "zel_lut.h"
@@ -22,6 +23,8 @@ namespace {
 void releaseChannel(ZELType& file, int slot)
 {
     ZELChannelType& channel = file.Channels[slot];
+    const bool hasLines = channel.ChannelLUT || channel.ChannelData || file.PixBuf[slot];
+    if (!hasLines && !zel::hasBlocks(channel)) return;
     zel::releaseScalingTable(channel);
     zel::discard(channel.ChannelData);
     zel::discard(file.PixBuf[slot]);
