@@ -38,6 +38,29 @@ class Sha256(ZelTest):
             data = chance.randbytes(chance.randrange(2000))
             self.check_forms(data, chance.randrange(1, 300))
 
+    def check_two(self, data, first, part):
+        done = subprocess.run([str(FORMS), str(part), str(first)], input=data, stdout=subprocess.PIPE,
+                              check=True, timeout=60)
+        expected = [hashlib.sha256(data[:first]).hexdigest(), hashlib.sha256(data).hexdigest()]
+        got = done.stdout.decode().split()
+        how = "%d and %d bytes by %d" % (first, len(data), part)
+        self.assertEqual(got[:2], expected, "portable, " + how)
+        if got[2:] != ["none"]:
+            self.assertEqual(got[2:], expected, "processor, " + how)
+
+    def test_two_sums_at_once(self):
+        chance = random.Random(4)
+        data = chance.randbytes(1000)
+        for first in (0, 1, 63, 64, 65, 500, 999, 1000):
+            for part in (1, 63, 64, 65, 127, 128, 300, 1000):
+                self.check_two(data, first, part)
+
+    def test_two_sums_of_random_lengths(self):
+        chance = random.Random(5)
+        for _ in range(60):
+            data = chance.randbytes(chance.randrange(3000))
+            self.check_two(data, chance.randrange(len(data) + 1), chance.randrange(1, 700))
+
 
 if __name__ == "__main__":
     main()

@@ -28,7 +28,7 @@ struct Close {
 
 }  // namespace
 
-Sha256::Sha256(Sha256Form form) : addBlocks_(sha256Blocks(form)), state_(start) {}
+Sha256::Sha256(Sha256Form form) : work_(sha256Work(form)), state_(start) {}
 
 // Whole blocks are taken where they are; only what is left of one is copied.
 void Sha256::add(std::string_view bytes)
@@ -39,14 +39,37 @@ void Sha256::add(std::string_view bytes)
         std::size_t part = std::min(bytes.size(), sha256BlockSize - held);
         if (held == 0 && whole > 0) {
             part = whole * sha256BlockSize;
-            addBlocks_(state_, bytesOf(bytes), whole);
+            work_.add(state_, bytesOf(bytes), whole);
         } else {
             std::memcpy(pending_.data() + held, bytes.data(), part);
-            if (held + part == sha256BlockSize) addBlocks_(state_, pending_.data(), 1);
+            if (held + part == sha256BlockSize) work_.add(state_, pending_.data(), 1);
         }
         length_ += part;
         bytes.remove_prefix(part);
     }
+}
+
+void Sha256::completeBlock(std::string_view& bytes)
+{
+    const std::size_t missing = (sha256BlockSize - length_ % sha256BlockSize) % sha256BlockSize;
+    const std::size_t part = std::min(bytes.size(), missing);
+    add(bytes.substr(0, part));
+    bytes.remove_prefix(part);
+}
+
+void Sha256::addTwo(Sha256& one, std::string_view bytes, Sha256& other, std::string_view otherBytes)
+{
+    one.completeBlock(bytes);
+    other.completeBlock(otherBytes);
+    const std::size_t blocks = std::min(bytes.size(), otherBytes.size()) / sha256BlockSize;
+    const std::size_t size = blocks * sha256BlockSize;
+    if (size > 0) {
+        one.work_.addTwo({one.state_, bytesOf(bytes)}, {other.state_, bytesOf(otherBytes)}, blocks);
+        one.length_ += size;
+        other.length_ += size;
+    }
+    one.add(bytes.substr(size));
+    other.add(otherBytes.substr(size));
 }
 
 // A bit that is set, zeros up to the last eight bytes of a block, and there the length in bits.
