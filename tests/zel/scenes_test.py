@@ -87,6 +87,19 @@ class Manifest(Case):
         self.assertEqual(scene["files"][0]["kind"], "container")
         self.assertEqual(scene["files"][0]["checksum"], checksum_of(whole[:len(parts[0])], parts[1]))
 
+    def test_each_of_many_files_has_its_own_checksum(self):
+        # Headers of 1 to 1000 slots of 284 bytes; damaged files between them. Even and odd numbers of files.
+        for count in (4, 5):
+            expected = {}
+            for n, slots in enumerate((6, 1000, 7, 250, 6)[:count]):
+                name = "f%d.zel" % n
+                data = self.put(name, scene_at(n, slots=slots))
+                expected[name] = checksum_of(data)
+                self.put("f%d-cut.zel" % n, data[:5000])
+            sums = {f["path"]: f["checksum"] for line in self.lines(".", status=1) if "files" in line
+                    for f in line["files"]}
+            self.assertEqual(sums, {"./" + name: sum for name, sum in expected.items()})
+
     def test_other_byte_order_and_a_layout_without_prefix(self):
         for order, version in (("<", 1.32), (">", 1.32)):
             f = scene_at(12.0, order=order, version=version)

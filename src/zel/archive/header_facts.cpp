@@ -12,41 +12,12 @@
 #include <cstring>
 
 #include "base/failure.hpp"
-#include "base/sha256.hpp"
-#include "base/text.hpp"
 #include "scene/footprint.hpp"
 #include "scene/library.hpp"
 #include "scene/names.hpp"
 
 namespace zel_tool {
 namespace {
-
-struct Close {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-using Stream = std::unique_ptr<FILE, Close>;
-
-// The buffer outlives the stream.
-Stream openStream(const std::string& path, std::vector<char>& buffer)
-{
-    Stream stream(std::fopen(path.c_str(), "rb"));
-    if (!stream) throw Failure(std::strerror(errno));
-    std::setvbuf(stream.get(), buffer.data(), _IOFBF, buffer.size());
-    return stream;
-}
-
-void readAt(FILE* stream, std::int64_t offset, void* to, std::size_t size)
-{
-    auto* at = static_cast<char*>(to);
-    while (size > 0) {
-        const ssize_t got = pread(fileno(stream), at, size, offset);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) throw Failure(got < 0 ? std::strerror(errno) : "ends inside of a line");
-        at += got;
-        offset += got;
-        size -= static_cast<std::size_t>(got);
-    }
-}
 
 template <class T>
 void swapBytes(T* values, std::size_t count)
@@ -199,29 +170,6 @@ GridFacts gridAt(ZELType& record, FILE* stream, const std::string& path, int off
     return grid;
 }
 
-// Read in parts that stay in the cache of the processor.
-void addBytes(Sha256& sum, FILE* stream, std::int64_t offset, std::int64_t size)
-{
-    std::array<char, 1 << 15> part;
-    while (size > 0) {
-        const auto length = static_cast<std::size_t>(std::min<std::int64_t>(size, part.size()));
-        readAt(stream, offset, part.data(), length);
-        sum.add({part.data(), length});
-        offset += static_cast<std::int64_t>(length);
-        size -= static_cast<std::int64_t>(length);
-    }
-}
-
-std::string checksumOf(FILE* stream, const std::vector<GridFacts>& grids)
-{
-    Sha256 sum;
-    for (const GridFacts& grid : grids) {
-        addBytes(sum, stream, grid.offset, grid.headerBytes);
-        sum.add(format("%d %lld\n", grid.lines, static_cast<long long>(grid.lineBytes)));
-    }
-    return sum.finish();
-}
-
 struct Directory {
     bool isContainer = false;
     int base = 0, count = 1;
@@ -263,13 +211,15 @@ bool beginsLikeScene(const std::string& path)
     return false;
 }
 
-FileFacts HeaderReader::read(const std::string& path)
+OpenFile HeaderReader::open(const std::string& path)
 {
-    FileFacts file;
+    OpenFile opened;
+    FileFacts& file = opened.facts;
     file.path = path;
     file.bytes = requireFile(path);
-    const Stream stream = openStream(path, buffer_);
-    const Directory directory = directoryOf(stream.get(), path);
+    opened.stream = openHeaderStream(path);
+    FILE* const stream = opened.stream.get();
+    const Directory directory = directoryOf(stream, path);
     file.isContainer = directory.isContainer;
     file.base = static_cast<std::size_t>(directory.base);
     std::int64_t end = 0;
@@ -279,14 +229,13 @@ FileFacts HeaderReader::read(const std::string& path)
         const std::int64_t size =
             directory.sizes[i] != 0 ? directory.sizes[i] : file.bytes - offset;
         file.grids.push_back(
-            gridAt(*record_, stream.get(), path, directory.offsets[i], directory.sizes[i]));
+            gridAt(*record_, stream, path, directory.offsets[i], directory.sizes[i]));
         GridFacts& grid = file.grids.back();
         grid.left = size - grid.headerBytes - grid.lines * grid.lineBytes;
         end = std::max(end, offset + size);
     }
     file.left = file.bytes - end;
-    file.checksum = checksumOf(stream.get(), file.grids);
-    return file;
+    return opened;
 }
 
 }  // namespace zel_tool

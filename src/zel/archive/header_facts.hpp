@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "archive/header_stream.hpp"
 #include "scene/box.hpp"
 #include "zel.h"
 
@@ -41,15 +42,20 @@ struct FileFacts {
 // Whether the first bytes of a file are those of a ZEL file, whole or damaged.
 bool beginsLikeScene(const std::string& path);
 
+// A file whose headers have been read, and of which the checksum is to be taken.
+struct OpenFile {
+    FileFacts facts;
+    HeaderStream stream;
+};
+
 // Reads one file after the other into the same record.
 class HeaderReader {
 public:
     // Throws Failure.
-    FileFacts read(const std::string& path);
+    OpenFile open(const std::string& path);
 
 private:
     std::unique_ptr<ZELType> record_ = std::make_unique<ZELType>();
-    std::vector<char> buffer_ = std::vector<char>(1 << 15);  // of the stream
 };
 
 }  // namespace zel_tool

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-#include "archive/header_facts.hpp"
+#include "archive/header_sum.hpp"
 #include "base/failure.hpp"
 #include "base/text.hpp"
 #include "scene/library.hpp"
@@ -149,8 +149,9 @@ void requireUnchanged(const SceneInputs& inputs)
         for (const InputFile& file : files) {
             std::string checksum;
             try {
-                const FileFacts facts = reader.read(file.path);
-                checksum = facts.bytes == file.bytes ? facts.checksum : "";
+                OpenFile open = reader.open(file.path);
+                if (open.facts.bytes == file.bytes) takeChecksum(open);
+                checksum = open.facts.checksum;
             } catch (const Failure& failure) {
                 throw Failure(printable(file.path) + ": " + failure.what());
             }

@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 #include <memory>
 #include <new>
 #include <optional>
+#include <utility>
 
-#include "archive/header_facts.hpp"
+#include "archive/header_sum.hpp"
 #include "archive/scene_doubts.hpp"
 #include "archive/scene_files.hpp"
 #include "archive/scene_groups.hpp"
@@ -62,33 +64,80 @@ bool mayBeScene(const NamedFile& file)
            cannotBeRead(file.path);
 }
 
-void readInto(Archive& archive, HeaderReader& reader, const NamedFile& file)
-{
-    try {
-        if (!file.error.empty()) throw Failure(file.error);
-        if (!mayBeScene(file)) return;
-        if (utf8(file.path) != file.path)
-            throw Failure("the name is not UTF-8, and a manifest cannot hold it");
-        archive.files.push_back(reader.read(file.path));
-    } catch (const Failure& failure) {
-        archive.bad.push_back({file.path, failure.what()});
-    } catch (const std::bad_alloc&) {
-        archive.bad.push_back({file.path, "cannot allocate memory"});
+// Files wait for the next one: the checksums of two are taken at once.
+class ArchiveReader {
+public:
+    void read(const NamedFile& file)
+    {
+        attempt(file.path, [&] {
+            if (!file.error.empty()) throw Failure(file.error);
+            if (!mayBeScene(file)) return;
+            if (utf8(file.path) != file.path)
+                throw Failure("the name is not UTF-8, and a manifest cannot hold it");
+            OpenFile now = headers_.open(file.path);
+            if (std::optional<OpenFile> before = std::exchange(waiting_, std::nullopt))
+                takeBoth(*before, now);
+            else
+                waiting_ = std::move(now);
+        });
     }
-}
+
+    Archive finish()
+    {
+        if (waiting_) take(*waiting_);
+        return std::move(archive_);
+    }
+
+private:
+    template <class Work>
+    void attempt(const std::string& path, Work work)
+    {
+        try {
+            work();
+        } catch (const Failure& failure) {
+            archive_.bad.push_back({path, failure.what()});
+        } catch (const std::bad_alloc&) {
+            archive_.bad.push_back({path, "cannot allocate memory"});
+        }
+    }
+
+    void take(OpenFile& file)
+    {
+        attempt(file.facts.path, [&] {
+            if (file.facts.checksum.empty()) takeChecksum(file);
+            archive_.files.push_back(std::move(file.facts));
+        });
+    }
+
+    // Where that fails, each by itself says why, or has its checksum.
+    void takeBoth(OpenFile& one, OpenFile& other)
+    {
+        try {
+            takeChecksums(one, other);
+        } catch (const std::exception&) {
+            one.facts.checksum.clear();
+            other.facts.checksum.clear();
+        }
+        take(one);
+        take(other);
+    }
+
+    HeaderReader headers_;
+    std::optional<OpenFile> waiting_;
+    Archive archive_;
+};
 
 Archive readArchive(const std::vector<NamedFile>& names)
 {
     const QuietLibrary quiet;
-    Archive archive;
-    HeaderReader reader;
+    ArchiveReader reader;
     Progress progress("", static_cast<long long>(names.size()));
     long long done = 0;
     for (const NamedFile& name : names) {
-        readInto(archive, reader, name);
+        reader.read(name);
         progress.update(++done);
     }
-    return archive;
+    return reader.finish();
 }
 
 Json timeJson(const GridFacts& grid)
