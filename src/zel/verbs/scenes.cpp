@@ -74,9 +74,9 @@ public:
             if (!mayBeScene(file)) return;
             if (utf8(file.path) != file.path)
                 throw Failure("the name is not UTF-8, and a manifest cannot hold it");
-            OpenFile now = headers_.open(file.path);
-            if (std::optional<OpenFile> before = std::exchange(waiting_, std::nullopt))
-                takeBoth(*before, now);
+            auto now = std::make_unique<OpenFile>(headers_.open(file.path));
+            if (const std::unique_ptr<OpenFile> before = std::move(waiting_))
+                takeBoth(*before, *now);
             else
                 waiting_ = std::move(now);
         });
@@ -123,7 +123,7 @@ private:
     }
 
     HeaderReader headers_;
-    std::optional<OpenFile> waiting_;
+    std::unique_ptr<OpenFile> waiting_;
     Archive archive_;
 };
 
