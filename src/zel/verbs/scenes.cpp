@@ -60,7 +60,7 @@ bool cannotBeRead(const std::string& path)
 
 bool mayBeScene(const NamedFile& file)
 {
-    return file.isNamed || beginsLikeScene(file.path) || hasNameOfScene(file.path) ||
+    return file.isNamed || hasNameOfScene(file.path) || beginsLikeScene(file.path) ||
            cannotBeRead(file.path);
 }
 
