@@ -119,4 +119,8 @@ if __name__ == "__main__":
     if not (BIN / "zel").exists() or os.name != "posix":
         print("zel is not built")
         sys.exit(77)
+    if b"built without toml++" in subprocess.run([str(BIN / "zel"), "run", __file__, "-m", __file__],
+                                                 stderr=subprocess.PIPE, check=False).stderr:
+        print("zel is built without toml++")
+        sys.exit(77)
     unittest.main()

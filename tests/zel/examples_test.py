@@ -5,7 +5,7 @@ import re
 import shutil
 import subprocess
 
-from zel_case import BIN, ZelTest, main
+from zel_case import BIN, ZelTest, main, reads_recipes
 from combine_scenes import scene
 from command_verbs import VERBS
 from zelfile import Channel, Line, ZelFile
@@ -105,6 +105,8 @@ class Examples(ZelTest):
     def test_each_does_what_it_is_for(self):
         outputs = results = 0
         for verb in VERBS:
+            if verb == "run" and not reads_recipes():
+                continue
             text = self.run_zel("help", verb)[1]
             examples = re.findall(r"^  (zel .*)\n      ", text.split("\nExamples:\n")[1], re.MULTILINE)
             self.assertGreater(len(examples), 0, verb)

@@ -1,4 +1,5 @@
 """Runs zel in a directory of its own and looks at all that can be seen from outside."""
+import functools
 import json
 import os
 import re
@@ -155,6 +156,15 @@ def make_container(directory, names, out):
         words += ["-i", str(name)]
     subprocess.run([str(BIN / "zel_combine"), *words, "-o", str(out), "-overwrite"], cwd=directory,
                    stdout=subprocess.DEVNULL, check=True, timeout=120)
+
+
+@functools.lru_cache(maxsize=None)
+def reads_recipes():
+    """Whether zel was built with toml++."""
+    with tempfile.NamedTemporaryFile() as empty:
+        done = subprocess.run([str(ZEL), "run", empty.name, "--manifest", empty.name], stdin=subprocess.DEVNULL,
+                              stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, timeout=60, check=False)
+    return b"built without toml++" not in done.stderr
 
 
 needs_scenes = unittest.skipUnless(SCENES.is_dir(), "no real scenes")

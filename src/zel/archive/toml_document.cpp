@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <new>
 #include <sstream>
 
 #include "base/failure.hpp"
@@ -153,6 +154,7 @@ TomlNode readToml(const std::string& file)
     std::ostringstream text;
     text << stream.rdbuf();
     if (!stream) throw Failure(std::strerror(errno));
+    if (text.bad()) throw std::bad_alloc();
     return parseToml(text.str(), file);
 }
 
