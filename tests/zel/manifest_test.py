@@ -99,6 +99,15 @@ class Refused(ManifestCase):
         self.refuses("m.jsonl:2: is no line of zel scenes", "--shard", "2/3")
         self.assertEqual(self.days("--shard", "3/3"), [3])
 
+    def test_doubts_do_not_change_that(self):
+        doubts = [{"kind": "near", "text": "x"}, {"kind": "near", "text": "y"}]
+        line = self.changed(1, doubts=doubts)
+        self.put_lines(self.good[0], line.replace(b'"kind":"file"', b'"kind";"file"'), self.good[2])
+        self.refuses("m.jsonl:2: is no line of zel scenes", "--shard", "2/3")
+        self.assertEqual(self.days("--shard", "1/3"), [1])
+        self.put_lines(self.good[0], line[:line.index(b',{"kind":"near"')] + b"\n", self.good[2])
+        self.refused_by_all("m.jsonl:2: is no line of zel scenes")
+
     def test_a_scene_that_is_there_twice(self):
         self.put_lines(*self.good, self.changed(1, satellite=7))
         self.refused_by_all("m.jsonl: the scene %s is there more than once" % scene_id(2))
@@ -130,6 +139,14 @@ class Names(ManifestCase):
         self.refuses(message, "--root", "./in/../in", "--shard", "1/3")
         self.assertEqual(self.days("--root", "in", "--shard", "3/3"), [3])
         self.assertEqual(self.days("--shard", "1/3"), [1])
+
+    def test_a_path_with_escapes_that_another_share_reads(self):
+        self.recipe(RECIPE.replace('"{year}/{day:03}/{id}.zel"', "'{satellite}\"x.zel'"))
+        files = json.loads(self.good[1])["files"]
+        self.put_lines(self.changed(0, satellite=5), self.changed(1, files=[dict(files[0], path='in/5"x.zel')]),
+                       self.changed(2, satellite=7))
+        self.refuses("5\"x.zel would be written for %s, and is read" % scene_id(1), "--root", "in", "--shard", "1/3")
+        self.assertEqual(self.days("--root", "in", "--shard", "3/3"), [3])
 
 
 if __name__ == "__main__":
