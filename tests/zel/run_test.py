@@ -8,6 +8,7 @@ import resource
 import signal
 import struct
 import subprocess
+import sys
 import time
 import zlib
 
