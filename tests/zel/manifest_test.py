@@ -140,6 +140,13 @@ class Names(ManifestCase):
         self.assertEqual(self.days("--root", "in", "--shard", "3/3"), [3])
         self.assertEqual(self.days("--shard", "1/3"), [1])
 
+    def test_an_output_that_another_share_reads_by_its_whole_path(self):
+        self.recipe(RECIPE.replace("{year}/{day:03}/{id}.zel", "{satellite}_fine.zel"))
+        file = json.loads(self.good[1])["files"][0]
+        self.put_lines(self.changed(0, satellite=5), self.good[2],
+                       self.changed(1, files=[dict(file, path=str(self.dir.resolve() / "in" / "5_fine.zel"))]))
+        self.refuses("5_fine.zel would be written for %s, and is read" % scene_id(1), "--root", "in", "--shard", "1/3")
+
     def test_a_path_with_escapes_that_another_share_reads(self):
         self.recipe(RECIPE.replace('"{year}/{day:03}/{id}.zel"', "'{satellite}\"x.zel'"))
         files = json.loads(self.good[1])["files"]
