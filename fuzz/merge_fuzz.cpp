@@ -1,7 +1,7 @@
 // zel merge of two files, parted by a line of "====": the same bytes in either order and when it is merged
 // again, or a message and no output.
 #include "verbs_support.hpp"
-#include "zel/archive/merge_input.hpp"
+#include "zel/archive/merge/merge_input.hpp"
 
 namespace {
 

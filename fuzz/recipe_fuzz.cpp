@@ -1,7 +1,7 @@
 // Recipes: one that is valid is the same when it is read again, and the names of its outputs are below
 // the root; any other is refused with its place.
 #include "verbs_support.hpp"
-#include "zel/archive/run_recipe.hpp"
+#include "zel/archive/recipe/run_recipe.hpp"
 
 namespace {
 

@@ -36,7 +36,9 @@ FEATURE_FLOORS = {
 VERBS = "src/zel/"
 VERB_FLOORS = {
     VERBS + "base": 0, VERBS + "command": 1, VERBS + "scene": 2, VERBS + "picture": 3,
-    VERBS + "formula": 3, VERBS + "combine": 4, VERBS + "archive": 4, VERBS + "verbs": 5,
+    VERBS + "formula": 3, VERBS + "combine": 4, VERBS + "archive/scenes": 4,
+    VERBS + "archive/recipe": 4, VERBS + "archive/run": 5, VERBS + "archive/merge": 5,
+    VERBS + "verbs": 6,
 }
 
 # The feature wing stands on the core, the composites excepted.

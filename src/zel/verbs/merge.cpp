@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <memory>
 
-#include "archive/merge_input.hpp"
-#include "archive/merged_histograms.hpp"
-#include "archive/merged_log.hpp"
-#include "archive/merged_samples.hpp"
-#include "archive/merged_statistics.hpp"
+#include "archive/merge/merge_input.hpp"
+#include "archive/merge/merged_histograms.hpp"
+#include "archive/merge/merged_log.hpp"
+#include "archive/merge/merged_samples.hpp"
+#include "archive/merge/merged_statistics.hpp"
 #include "base/failure.hpp"
 #include "base/output_file.hpp"
 #include "base/progress.hpp"

@@ -5,12 +5,12 @@
 #include <malloc.h>
 #endif
 
-#include "archive/line_log.hpp"
-#include "archive/manifest.hpp"
-#include "archive/output_paths.hpp"
-#include "archive/run_recipe.hpp"
-#include "archive/scene_inputs.hpp"
-#include "archive/scene_workers.hpp"
+#include "archive/recipe/run_recipe.hpp"
+#include "archive/run/line_log.hpp"
+#include "archive/run/output_paths.hpp"
+#include "archive/run/scene_inputs.hpp"
+#include "archive/run/scene_workers.hpp"
+#include "archive/scenes/manifest.hpp"
 #include "base/failure.hpp"
 #include "base/progress.hpp"
 #include "base/report.hpp"

@@ -10,11 +10,11 @@
 #include <optional>
 #include <utility>
 
-#include "archive/header_sum.hpp"
-#include "archive/scene_doubts.hpp"
-#include "archive/scene_files.hpp"
-#include "archive/scene_groups.hpp"
-#include "archive/selection.hpp"
+#include "archive/scenes/header_sum.hpp"
+#include "archive/scenes/scene_doubts.hpp"
+#include "archive/scenes/scene_files.hpp"
+#include "archive/scenes/scene_groups.hpp"
+#include "archive/scenes/selection.hpp"
 #include "base/clock.hpp"
 #include "base/failure.hpp"
 #include "base/json.hpp"
