@@ -131,7 +131,10 @@ void LineLog::add(const Json& line)
 {
     const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
     clearProgress();
-    if (descriptor_ == STDOUT_FILENO) return append(text);
+    if (descriptor_ == STDOUT_FILENO) {
+        append(text);
+        return;
+    }
     const Locked locked(descriptor_);
     const off_t before = sizeOf(descriptor_);
     try {

@@ -78,21 +78,21 @@ void keepScenes(Manifest& manifest, bool isFirst, Takes takes)
 Manifest readManifest(const std::string& file, Reading how, const LookAtScene& look)
 {
     Reader reader{how, look, {}};
-    Manifest& manifest = reader.manifest;
-    manifest.name = file == "-" ? "standard input" : printable(file);
+    reader.manifest.name = file == "-" ? "standard input" : printable(file);
     if (file == "-") {
         reader.readLines(std::cin);
     } else {
         std::ifstream stream(file, std::ios::binary);
-        if (!stream) throw Misuse(manifest.name + ": " + std::strerror(errno));
+        if (!stream) throw Misuse(reader.manifest.name + ": " + std::strerror(errno));
         reader.readLines(stream);
     }
+    Manifest manifest = std::move(reader.manifest);
     std::sort(manifest.scenes.begin(), manifest.scenes.end(),
               [](const auto& a, const auto& b) { return a.id < b.id; });
     std::sort(manifest.unread.begin(), manifest.unread.end(),
               [](const auto& a, const auto& b) { return a.path < b.path; });
     requireOneOfEach(manifest);
-    return std::move(manifest);
+    return manifest;
 }
 
 void lookAtOutlined(const Manifest& manifest, const LookAtScene& own, const LookAtScene& other)
