@@ -145,14 +145,15 @@ void LineLog::add(const Json& line)
     }
 }
 
-void LineLog::append(std::string_view text)
+void LineLog::append(const std::string& text)
 {
-    while (!text.empty()) {
-        const ssize_t written = write(descriptor_, text.data(), text.size());
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        const ssize_t written = write(descriptor_, rest.data(), rest.size());
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0)
             throw Failure("cannot write " + printable(name_) + ": " + std::strerror(errno));
-        text.remove_prefix(static_cast<std::size_t>(written));
+        rest.remove_prefix(static_cast<std::size_t>(written));
     }
 }
 

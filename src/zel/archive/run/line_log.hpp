@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <string>
-#include <string_view>
 
 #include "base/json.hpp"
 
@@ -26,7 +25,7 @@ public:
 private:
     void requireLog() const;
     void dropCutLine();
-    void append(std::string_view text);
+    void append(const std::string& text);
 
     std::string name_;
     int descriptor_ = STDOUT_FILENO;
