@@ -24,7 +24,8 @@ public:
         if (grid_ == grids_.size()) return {};
         const GridFacts& grid = grids_[grid_];
         if (done_ == grid.headerBytes) return layout();
-        const auto size = std::min<std::int64_t>(grid.headerBytes - done_, part_.size());
+        const auto size =
+            std::min(grid.headerBytes - done_, static_cast<std::int64_t>(part_.size()));
         readAt(stream_, grid.offset + done_, part_.data(), static_cast<std::size_t>(size));
         done_ += size;
         return {part_.data(), static_cast<std::size_t>(size)};
