@@ -172,7 +172,7 @@ bool isUnread(const Json& json)
 
 SceneOutline outlineOf(Json scene)
 {
-    SceneOutline outline;
+    SceneOutline outline{Json(), {}};
     for (const Json& file : scene["files"]) outline.paths.push_back(file["path"]);
     outline.fields = std::move(scene);
     return outline;
@@ -188,7 +188,7 @@ std::optional<SceneOutline> outlineSeenIn(std::string_view line)
 {
     const std::optional<Seen> seen = seenIn(line);
     if (!seen) return std::nullopt;
-    SceneOutline outline;
+    SceneOutline outline{Json(), {}};
     for (std::size_t i = 0; i < headKeys.size(); ++i) {
         Json& field = outline.fields[headKeys[i].key];
         if (headKeys[i].is == Is::whole)

@@ -12,11 +12,6 @@ namespace zel_tool {
 
 // What names of outputs are made of, and the files.
 struct SceneOutline {
-    SceneOutline() = default;
-    SceneOutline(const SceneOutline&) = default;  // JSON has no move that promises not to throw
-    SceneOutline& operator=(const SceneOutline&) = default;
-    ~SceneOutline() = default;
-
     Json fields;
     std::vector<std::string> paths;
 };
