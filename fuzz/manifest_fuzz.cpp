@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "verbs_support.hpp"
-#include "zel/archive/scenes/manifest.hpp"
 #include "zel/archive/run/scene_inputs.hpp"
+#include "zel/archive/scenes/manifest.hpp"
 
 namespace {
 
